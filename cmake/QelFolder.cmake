@@ -1,0 +1,48 @@
+# How every target of the project is built, and the one way in which a folder becomes a library.
+
+add_library(QelBuildOptions INTERFACE)
+target_compile_features(QelBuildOptions INTERFACE cxx_std_20)
+target_compile_options(QelBuildOptions INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wold-style-cast -Wcast-qual
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Werror
+  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(QEL_SANITIZE)
+  target_compile_options(QelBuildOptions INTERFACE -fsanitize=${QEL_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(QelBuildOptions INTERFACE -fsanitize=${QEL_SANITIZE})
+  if(QEL_SANITIZE MATCHES "undefined")
+    target_compile_options(QelBuildOptions INTERFACE -fno-sanitize-recover=undefined)
+  endif()
+  # The sanitizer's dlopen stands between a program and the loader: only inside the program does its RUNPATH still count.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    if(QEL_SANITIZE MATCHES "address")
+      set(QEL_SANITIZE_PROGRAM_OPTIONS -static-libasan)
+    elseif(QEL_SANITIZE MATCHES "thread")
+      set(QEL_SANITIZE_PROGRAM_OPTIONS -static-libtsan)
+    endif()
+  endif()
+endif()
+
+# qel_folder(<name> SOURCES <file>... [USES <library>...] [INCLUDES <dir>...])
+# One folder of the house as one static library, whose public headers stand in the folder itself unless INCLUDES says
+# where. It is linked to the folders that it uses and to no other, so the linker holds the floors too.
+function(qel_folder NAME)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES;INCLUDES" ${ARGN})
+  if(NOT ARG_INCLUDES)
+    set(ARG_INCLUDES "${CMAKE_CURRENT_SOURCE_DIR}")
+  endif()
+  add_library(${NAME} STATIC ${ARG_SOURCES})
+  target_include_directories(${NAME} PUBLIC ${ARG_INCLUDES})
+  target_link_libraries(${NAME} PUBLIC ${ARG_USES} PRIVATE QelBuildOptions)
+endfunction()
+
+# A program of the project; RUNPATH $ORIGIN in the build tree, none when installed.
+function(qel_program NAME)
+  add_executable(${NAME} ${ARGN})
+  target_link_libraries(${NAME} PRIVATE QelBuildOptions)
+  target_link_options(${NAME} PRIVATE ${QEL_SANITIZE_PROGRAM_OPTIONS} -Wl,--enable-new-dtags)
+  set_target_properties(${NAME} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "")
+endfunction()
