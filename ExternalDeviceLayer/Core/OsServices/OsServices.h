@@ -1,0 +1,78 @@
+// The service class of the device layer: messages and the life of the hardware-access library.
+#ifndef OS_SERVICES_H
+#define OS_SERVICES_H
+
+#include <cstdarg>
+
+#include "QelTypes.h"
+
+// Services from outside that the one who constructs an OsServices may offer in place of its own.
+class IOsServices
+{
+public:
+    virtual ~IOsServices() = default;
+
+    // The level at which the caller runs; an OsServices keeps its low 8 bits.
+    virtual KUINT32 GetIrql() = 0;
+};
+
+// One process holds one of these, g_oOsServices; the first that is constructed starts the hardware-access library, the
+// last that is destroyed releases it. Construction and destruction belong to the main thread. The message functions
+// need no instance; a line is written with one call, so lines of several threads do not mix.
+class OsServices
+{
+public:
+    explicit OsServices(void* pvIOsServices);  // an IOsServices, borrowed, or null
+    virtual ~OsServices();
+
+    OsServices(const OsServices&)            = delete;
+    OsServices& operator=(const OsServices&) = delete;
+
+    KBOOL32 IsInitialized() const { return m_bInitialized; }  // FALSE when the hardware-access library did not start
+
+    // Messages: one line of at most 255 characters on standard output, prefix included. The text brings its line end.
+    [[gnu::format(printf, 1, 2)]] static void WriteMsg(const KCHAR8* pszMsg, ...);       // debug, off at first
+    [[gnu::format(printf, 1, 2)]] static void WriteUserMsg(const KCHAR8* pszMsg, ...);   // info, on
+    [[gnu::format(printf, 1, 2)]] static void WriteErrorMsg(const KCHAR8* pszMsg, ...);  // error, on
+
+    static void SetMsgPrefix(const KCHAR8* pszPrefix);  // the first 63 characters are kept
+    static void SetMsgReferenceId(KUINT64 uiReferenceId);
+    static void SetMsgPrefixEnable(KBOOL32 bIsMsgPrefixEnabled);
+    static void SetMsgLevel(KBOOL32 bEnableErrorMsg, KBOOL32 bEnableUserMsg, KBOOL32 bEnableInfo);
+    static void GetMsgLevel(KBOOL32* pbEnableErrorMsg, KBOOL32* pbEnableUsrMsg, KBOOL32* pbEnableInfo);  // null: skipped
+
+    // The last component of a path, slashes and backslashes alike; one in first place does not count. Points into it.
+    static const KCHAR8* GetFileNameOnlySubSring(const KCHAR8* pszFilename);
+
+    // TRUE before the first construction: the hardware-access library is not started.
+    static void SetTestMode(KBOOL32 bTestMode);
+
+private:
+    [[gnu::format(printf, 3, 4)]] static void FormatString(KCHAR8* pacBuf, KUINT32 uiBufSize, const KCHAR8* szFmt, ...);
+    [[gnu::format(printf, 2, 0)]] static void WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg,
+                                                              va_list argList);
+    static void WriteMsgInternal(const KCHAR8* pszMsg);
+
+    KBOOL32      m_bInitialized;   // this instance was counted
+    IOsServices* m_poIOsServices;
+    KUINT8       m_uiIrql;         // no meaning without an IOsServices
+
+    static constexpr KUINT32 msc_uiMajorVer = 4;
+    static constexpr KUINT32 msc_uiMinorVer = 12;
+    static constexpr KUINT32 msc_uiPatchVer = 0;
+    static constexpr KUINT32 msc_uiBuildVer = 16;
+
+    static KUINT32 ms_uiInstanceCount;
+    static KBOOL32 ms_bTestMode;
+    static KCHAR8  ms_szMsgPrefix[64];
+    static KBOOL32 ms_bIsMessagePrefixEnabled;
+    static KUINT64 ms_uiReferenceId;
+    static KBOOL32 ms_bEnableErrorMsg;
+    static KBOOL32 ms_bEnableUserMsg;
+    static KBOOL32 ms_bEnableInfo;
+};
+
+// Defined by the program, not by this library.
+extern OsServices g_oOsServices;
+
+#endif

@@ -1,0 +1,11 @@
+#include "QelVxd.h"
+
+KUINT32 InitQELLibrary(void)
+{
+    return 1;
+}
+
+KUINT32 ReleaseQELLibrary(void)
+{
+    return 1;
+}
