@@ -1,0 +1,25 @@
+// Why a board could not be reached or believed, in words for a person: which file, which call, what the system said.
+// The library turns it into TStatus_FAIL, the front panel prints it.
+#ifndef BOARD_ERROR_H
+#define BOARD_ERROR_H
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace SoftwareBoard
+{
+class BoardError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+[[noreturn]] inline void ThrowSystemError(const std::string& strPath, const char* pszCall, int iErrno = errno)
+{
+    throw BoardError(strPath + ": " + pszCall + ": " + std::generic_category().message(iErrno));
+}
+}
+
+#endif

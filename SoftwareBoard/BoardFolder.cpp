@@ -1,0 +1,74 @@
+#include "BoardFolder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "BoardError.h"
+
+namespace SoftwareBoard
+{
+BoardFolder::BoardFolder(std::string strPath) : m_strPath(std::move(strPath))
+{
+    // With a slash at its end a symbolic link would be followed after all.
+    while (m_strPath.size() > 1 && m_strPath.back() == '/')
+        m_strPath.pop_back();
+
+    if (mkdir(m_strPath.c_str(), 0700) != 0 && errno != EEXIST)
+        ThrowSystemError(m_strPath, "mkdir");
+
+    m_oFd = FileDescriptor(open(m_strPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!m_oFd)
+        ThrowSystemError(m_strPath, "open as a folder that is no symbolic link");
+
+    struct stat oStat = {};
+    if (fstat(m_oFd.Get(), &oStat) != 0)
+        ThrowSystemError(m_strPath, "fstat");
+    if (oStat.st_uid != geteuid())
+        throw BoardError(m_strPath + ": belongs to another user; set TAVRIN_BOARD to a folder of your own");
+    if ((oStat.st_mode & (S_IWGRP | S_IWOTH)) != 0)
+        throw BoardError(m_strPath + ": others may write to it; make it yours alone with chmod 700");
+}
+
+std::string BoardFolder::DefaultPath()
+{
+    if (const char* pszBoard = std::getenv("TAVRIN_BOARD"); pszBoard != nullptr && *pszBoard != '\0')
+        return pszBoard;
+    if (const char* pszRuntime = std::getenv("XDG_RUNTIME_DIR"); pszRuntime != nullptr && *pszRuntime != '\0')
+        return std::string(pszRuntime) + "/tavrin-board";
+    return "/tmp/tavrin-board-" + std::to_string(geteuid());
+}
+
+FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) const
+{
+    // O_NONBLOCK changes nothing about a plain file; a pipe in its place would hold the caller up without it.
+    const int      iAlways = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    FileDescriptor oFile(openat(m_oFd.Get(), strName.c_str(), iFlags | iAlways, 0600));
+    if (!oFile)
+    {
+        if (errno == ENOENT || (errno == EEXIST && (iFlags & O_EXCL) != 0))
+            return {};
+        ThrowSystemError(PathOf(strName), errno == ELOOP ? "open (a symbolic link is refused)" : "open");
+    }
+    struct stat oStat = {};
+    if (fstat(oFile.Get(), &oStat) != 0)
+        ThrowSystemError(PathOf(strName), "fstat");
+    if (!S_ISREG(oStat.st_mode) || oStat.st_uid != geteuid())
+        throw BoardError(PathOf(strName) + ": not a plain file of this user; it is left alone");
+    return oFile;
+}
+
+void BoardFolder::Remove(const std::string& strName) const
+{
+    if (unlinkat(m_oFd.Get(), strName.c_str(), 0) != 0 && errno != ENOENT)
+        ThrowSystemError(PathOf(strName), "unlink");
+}
+
+void BoardFolder::Rename(const std::string& strFrom, const std::string& strTo) const
+{
+    if (renameat(m_oFd.Get(), strFrom.c_str(), m_oFd.Get(), strTo.c_str()) != 0)
+        ThrowSystemError(PathOf(strFrom), "rename");
+}
+}

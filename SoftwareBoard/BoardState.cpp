@@ -1,0 +1,227 @@
+#include "BoardState.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <bit>
+#include <cctype>
+#include <cstdio>
+#include <type_traits>
+
+#include "BoardError.h"
+#include "PlaneLayout.h"
+
+namespace SoftwareBoard
+{
+namespace
+{
+constexpr char pszStateName[] = "board.state";
+// Written under the transaction lock, so one name is enough and what a killed process left is written anew.
+constexpr char pszNewName[] = "board.new";
+
+struct SHeader
+{
+    std::array<char, 8> acMagic;
+    KUINT32             uiLayout;
+    KUINT32             uiDeviceCount;
+};
+constexpr std::array<char, 8> acOurMagic = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
+constexpr KUINT32             uiOurLayout = 1;
+
+// In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
+// No record crosses a page, so none is ever seen half written.
+constexpr off_t iPage         = 4096;
+constexpr off_t iOutputStride = iPage / off_t{uiMaxOutputs};
+constexpr off_t iDeviceStride = 2 * iPage + off_t{uiRegisterCount} * 4;
+static_assert(sizeof(SHeader) <= iPage && sizeof(SDeviceRecord) <= iPage && sizeof(SOutputRecord) <= iOutputStride);
+static_assert(sizeof(SOutputRecord) == 80 && std::endian::native == std::endian::little);
+
+constexpr off_t DeviceOffset(KUINT32 uiDevice)
+{
+    return iPage + iDeviceStride * off_t{uiDevice};
+}
+constexpr off_t OutputOffset(KUINT32 uiDevice, KUINT32 uiOutput)
+{
+    return DeviceOffset(uiDevice) + iPage + iOutputStride * off_t{uiOutput};
+}
+constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
+{
+    return DeviceOffset(uiDevice) + 2 * iPage + 4 * off_t{uiRegister};
+}
+
+bool IsName(const TSTR64& szName)
+{
+    const char* const pszEnd = std::find(std::begin(szName), std::end(szName), '\0');
+    return pszEnd != std::end(szName) &&
+           std::all_of(std::begin(szName), pszEnd, [](char c) { return c >= ' ' && c <= '~'; });
+}
+}
+
+tagTBoard_FpgaInfo MakeFpga(KUINT16 ui16DevID, KUINT8 uiMajor, KUINT8 uiMinor, KUINT16 uiBuild, KUINT32 uiI2cAddress,
+                            KUINT16 ui16VendorID)
+{
+    tagTBoard_FpgaInfo oFpga = {};
+    oFpga.uiSize             = sizeof(oFpga);
+    oFpga.ui16DevID          = ui16DevID;
+    oFpga.ui16VendorID       = ui16VendorID;
+    oFpga.uiI2cAddress       = uiI2cAddress;
+    oFpga.uiVersionMajor     = uiMajor;
+    oFpga.uiVersionMinor     = uiMinor;
+    oFpga.uiVersionBuild     = uiBuild;
+    return oFpga;
+}
+
+SBoardPlan DefaultPlan()
+{
+    SBoardPlan oPlan;
+    oPlan.aoFpgas = {MakeFpga(0x0003, 1, 33, 0)};
+    return oPlan;
+}
+
+BoardState BoardState::OpenOrMake(const BoardFolder& roFolder)
+{
+    FileDescriptor oFile = roFolder.OpenFile(pszStateName, O_RDWR);
+    if (!oFile)
+        return WriteNew(roFolder, DefaultPlan());
+    BoardState oState(std::move(oFile), roFolder.PathOf(pszStateName));
+    oState.GetDeviceCount();
+    return oState;
+}
+
+BoardState BoardState::Replace(const BoardFolder& roFolder, const SBoardPlan& roPlan)
+{
+    if (FileDescriptor oFile = roFolder.OpenFile(pszStateName, O_RDWR))
+        BoardState(std::move(oFile), roFolder.PathOf(pszStateName)).CheckIsOurs();
+    return WriteNew(roFolder, roPlan);
+}
+
+BoardState BoardState::WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan)
+{
+    roFolder.Remove(pszNewName);
+    BoardState oNew(roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT | O_EXCL), roFolder.PathOf(pszNewName));
+    try
+    {
+        if (!oNew.m_oFile || ftruncate(oNew.m_oFile.Get(), DeviceOffset(roPlan.uiDeviceCount)) != 0)
+            ThrowSystemError(oNew.m_strPath, "open or ftruncate");
+
+        SDeviceRecord oDevice;
+        oDevice.uiOutputCount = roPlan.uiOutputCount;
+        for (tagTBoard_FpgaInfo oFpga : roPlan.aoFpgas)
+        {
+            std::snprintf(oFpga.szName, sizeof(oFpga.szName), "FPGA %u", oDevice.uiFpgaCount);
+            oDevice.aoFpgas.at(oDevice.uiFpgaCount++) = oFpga;
+        }
+        for (KUINT32 uiDevice = 0; uiDevice < roPlan.uiDeviceCount; ++uiDevice)
+            oNew.Write(DeviceOffset(uiDevice), oDevice);
+        oNew.Write(0, SHeader{acOurMagic, uiOurLayout, roPlan.uiDeviceCount});
+        roFolder.Rename(pszNewName, pszStateName);
+    }
+    catch (...)
+    {
+        roFolder.Remove(pszNewName);
+        throw;
+    }
+    oNew.m_strPath = roFolder.PathOf(pszStateName);
+    return oNew;
+}
+
+void BoardState::CheckIsOurs() const
+{
+    const SHeader oHeader = Read<SHeader>(0);
+    if (oHeader.acMagic != acOurMagic)
+        throw BoardError(m_strPath + ": not the state of a board; remove it, or set TAVRIN_BOARD to another folder");
+    if (oHeader.uiLayout != uiOurLayout)
+        throw BoardError(m_strPath + ": a board of layout " + std::to_string(oHeader.uiLayout) + ", where " +
+                         std::to_string(uiOurLayout) + " is known; remove it, or set TAVRIN_BOARD to another folder");
+}
+
+KUINT32 BoardState::GetDeviceCount() const
+{
+    CheckIsOurs();
+    const KUINT32 uiCount = Read<SHeader>(0).uiDeviceCount;
+    struct stat   oStat   = {};
+    if (fstat(m_oFile.Get(), &oStat) != 0)
+        ThrowSystemError(m_strPath, "fstat");
+    if (uiCount == 0 || uiCount > uiMaxDevices || oStat.st_size != DeviceOffset(uiCount))
+        throw BoardError(m_strPath + ": damaged (number of devices or size of the file); make the board anew");
+    return uiCount;
+}
+
+void BoardState::CheckDevice(KUINT32 uiDevice) const
+{
+    if (const KUINT32 uiCount = GetDeviceCount(); uiDevice >= uiCount)
+        throw BoardError(m_strPath + ": there is no device " + std::to_string(uiDevice) + ", the board has " +
+                         std::to_string(uiCount) + ", numbered from 0");
+}
+
+SDeviceRecord BoardState::ReadDevice(KUINT32 uiDevice) const
+{
+    CheckDevice(uiDevice);
+    const auto oDevice = Read<SDeviceRecord>(DeviceOffset(uiDevice));
+    if (oDevice.uiOutputCount > uiMaxOutputs || oDevice.uiFpgaCount > uiMaxFpgas ||
+        !std::all_of(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount,
+                     [](const tagTBoard_FpgaInfo& ro) { return ro.uiSize == sizeof(ro) && IsName(ro.szName); }))
+        throw BoardError(m_strPath + ": damaged (record of device " + std::to_string(uiDevice) +
+                         "); make the board anew");
+    return oDevice;
+}
+
+SOutputRecord BoardState::ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const
+{
+    if (const KUINT32 uiCount = ReadDevice(uiDevice).uiOutputCount; uiOutput >= uiCount)
+        throw BoardError(m_strPath + ": device " + std::to_string(uiDevice) + " has no output " +
+                         std::to_string(uiOutput) + ", it has " + std::to_string(uiCount) + ", numbered from 0");
+    const auto oOutput = Read<SOutputRecord>(OutputOffset(uiDevice, uiOutput));
+    const bool bShows  = LayOutPlane(TPixelFormat_R8G8B8A8, oOutput.uiBufferWidth, oOutput.uiBufferHeight) &&
+                        LayOutPlane(TPixelFormat_R8G8B8A8, oOutput.oVidParam.uiHActive, oOutput.oVidParam.uiVActive);
+    if (oOutput.bEnabled > TRUE || (oOutput.bEnabled == TRUE && !bShows))
+        throw BoardError(m_strPath + ": damaged (record of output " + std::to_string(uiOutput) + " of device " +
+                         std::to_string(uiDevice) + "); make the board anew");
+    return oOutput;
+}
+
+void BoardState::WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
+{
+    CheckDevice(uiDevice);
+    Write(OutputOffset(uiDevice, uiOutput), roOutput);
+}
+
+KUINT32 BoardState::ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const
+{
+    CheckDevice(uiDevice);
+    return Read<KUINT32>(RegisterOffset(uiDevice, uiRegister));
+}
+
+void BoardState::WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue)
+{
+    CheckDevice(uiDevice);
+    Write(RegisterOffset(uiDevice, uiRegister), uiValue);
+}
+
+void BoardState::WriteRegisterLowByte(KUINT32 uiDevice, KUINT32 uiRegister, KUINT8 uiValue)
+{
+    CheckDevice(uiDevice);
+    Write(RegisterOffset(uiDevice, uiRegister), uiValue);
+}
+
+template <class T> T BoardState::Read(off_t iOffset) const
+{
+    static_assert(std::is_trivially_copyable_v<T>);
+    T             oRecord = {};
+    const ssize_t iRead   = pread(m_oFile.Get(), &oRecord, sizeof(T), iOffset);
+    if (iRead < 0)
+        ThrowSystemError(m_strPath, "pread");
+    if (iRead != ssize_t{sizeof(T)})
+        throw BoardError(m_strPath + ": cut short, so not the state of a board; remove it");
+    return oRecord;
+}
+
+template <class T> void BoardState::Write(off_t iOffset, const T& roRecord)
+{
+    static_assert(std::is_trivially_copyable_v<T>);
+    const ssize_t iWritten = pwrite(m_oFile.Get(), &roRecord, sizeof(T), iOffset);
+    if (iWritten != ssize_t{sizeof(T)})
+        ThrowSystemError(m_strPath, "pwrite", iWritten < 0 ? errno : ENOSPC);
+}
+}

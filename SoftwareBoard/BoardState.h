@@ -1,0 +1,93 @@
+// What a board knows: one file with its devices, their FPGAs and registers, and what each output shows. Devices and FPGAs
+// stay as they were born.
+//
+// The file is read and written by whole records and never mapped, and nothing in it is believed unseen: whoever cuts or
+// overwrites it underneath gets a BoardError out of the next call, not a signal. Records of outputs are read and written
+// inside a transaction; a register is one aligned word, which needs none.
+#ifndef BOARD_STATE_H
+#define BOARD_STATE_H
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "BoardFolder.h"
+#include "Tavrin.h"
+
+namespace SoftwareBoard
+{
+constexpr KUINT32 uiMaxDevices    = 8;
+constexpr KUINT32 uiMaxOutputs    = 16;  // of a device, as the next two
+constexpr KUINT32 uiMaxFpgas      = 16;
+constexpr KUINT32 uiRegisterCount = 16384;
+
+constexpr KUINT32 uiProgressBarRunningReg = 6908;
+constexpr KUINT32 uiProgressReg           = 7932;  // its low byte is the percentage
+
+// What a new board is made of; every device gets the same.
+struct SBoardPlan
+{
+    KUINT32                         uiDeviceCount = 1;
+    KUINT32                         uiOutputCount = 2;
+    std::vector<tagTBoard_FpgaInfo> aoFpgas;
+};
+
+tagTBoard_FpgaInfo MakeFpga(KUINT16 ui16DevID, KUINT8 uiMajor, KUINT8 uiMinor, KUINT16 uiBuild,
+                            KUINT32 uiI2cAddress = 0xd0, KUINT16 ui16VendorID = 0xc3e7);
+
+// One device, two outputs, and an FPGA whose firmware passes the tool's check.
+SBoardPlan DefaultPlan();
+
+struct SDeviceRecord
+{
+    KUINT32                                    uiOutputCount = 0;
+    KUINT32                                    uiFpgaCount   = 0;
+    std::array<tagTBoard_FpgaInfo, uiMaxFpgas> aoFpgas       = {};
+};
+
+struct SOutputRecord
+{
+    KUINT32            bEnabled   = FALSE;
+    KINT32             iHolderPid = 0;  // counts only while the output's lock is held
+    tagTVideo_VidParam oVidParam  = {};
+    KUINT32            uiPixelFile     = 0;  // the number of the file that it shows,
+    KUINT32            uiBufferWidth   = 0;  // laid out as R8G8B8A8 of this size
+    KUINT32            uiBufferHeight  = 0;
+    KUINT32            uiReserved      = 0;
+};
+
+class BoardState
+{
+public:
+    // The board in the folder, the default one newly made when there is none. The caller is in a transaction.
+    static BoardState OpenOrMake(const BoardFolder& roFolder);
+    // A new board in place of the one there. What is not a board's state is refused. The caller is in a transaction and
+    // has shut out the clients.
+    static BoardState Replace(const BoardFolder& roFolder, const SBoardPlan& roPlan);
+
+    KUINT32       GetDeviceCount() const;
+    SDeviceRecord ReadDevice(KUINT32 uiDevice) const;
+
+    SOutputRecord ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const;
+    void          WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);
+
+    KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;
+    void    WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue);
+    void    WriteRegisterLowByte(KUINT32 uiDevice, KUINT32 uiRegister, KUINT8 uiValue);
+
+private:
+    BoardState(FileDescriptor oFile, std::string strPath) : m_oFile(std::move(oFile)), m_strPath(std::move(strPath)) {}
+
+    static BoardState WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan);
+
+    void CheckIsOurs() const;
+    void CheckDevice(KUINT32 uiDevice) const;
+    template <class T> T    Read(off_t iOffset) const;
+    template <class T> void Write(off_t iOffset, const T& roRecord);
+
+    FileDescriptor m_oFile;
+    std::string    m_strPath;
+};
+}
+
+#endif

@@ -1,0 +1,35 @@
+// A video buffer of this process: its pixel file, and the mapping of it while the client has access. The library's mutex
+// guards it.
+#ifndef BUFFER_OBJECT_H
+#define BUFFER_OBJECT_H
+
+#include "PixelFiles.h"
+#include "PlaneLayout.h"
+
+struct TBUFFER_OBJECT
+{
+public:
+    TBUFFER_OBJECT(KUINT32 uiDevice, const SoftwareBoard::SPlaneLayout& roLayout, SoftwareBoard::SPixelFile oPixels)
+        : m_uiDevice(uiDevice), m_oLayout(roLayout), m_oPixels(std::move(oPixels))
+    {
+    }
+    ~TBUFFER_OBJECT() { EndAccess(); }
+    TBUFFER_OBJECT(const TBUFFER_OBJECT&)            = delete;
+    TBUFFER_OBJECT& operator=(const TBUFFER_OBJECT&) = delete;
+
+    bool IsInAccess() const { return m_pMapped != nullptr; }
+
+    // The address of plane 0, another one than in the period before.
+    void* BeginAccess();
+    void  EndAccess();
+
+    const KUINT32                     m_uiDevice;
+    const SoftwareBoard::SPlaneLayout m_oLayout;
+    const SoftwareBoard::SPixelFile   m_oPixels;
+
+private:
+    void* m_pMapped = nullptr;
+    void* m_pBefore = nullptr;  // where the last period had it; nothing of ours is there now
+};
+
+#endif

@@ -1,0 +1,87 @@
+// tavrin-board: the front panel of a board in software. Exit status 0; 1 it could not; 2 usage.
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <new>
+
+#include "Panel.h"
+
+namespace
+{
+struct SCommand
+{
+    const char* pszName;
+    const char* pszHelp;
+    Panel::Action (*pfAdd)(CLI::App& roCommand, const Panel::PassedOn& roPassedOn);
+    bool bPassesOn;
+};
+
+constexpr SCommand aoCommands[] = {
+    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false},
+    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false},
+    {"progress", "Set the update progress that the board reports", Panel::AddProgress, false},
+    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true},
+    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false},
+};
+
+constexpr char pszFooter[] =
+    "The board lives in the folder $TAVRIN_BOARD, otherwise in tavrin-board in $XDG_RUNTIME_DIR,\n"
+    "otherwise in /tmp/tavrin-board-UID. The first that uses it makes a board of one device and two outputs.";
+
+int Fail(const char* pszWhy)
+{
+    std::fprintf(stderr, "tavrin-board: %s\n", pszWhy);
+    return 1;
+}
+}
+
+int main(int argc, char* argv[])
+try
+{
+    // What follows "--" is another program's command line and never passes through the parser.
+    char** const    ppszEnd  = argv + argc;
+    char** const    ppszMark = std::find_if(argv, ppszEnd, [](const char* psz) { return std::string_view(psz) == "--"; });
+    Panel::PassedOn oPassedOn(std::min(ppszMark + 1, ppszEnd), ppszEnd);
+    oPassedOn.push_back(nullptr);
+
+    CLI::App oPanel("The front panel of a board in software", "tavrin-board");
+    oPanel.require_subcommand(1);
+    oPanel.footer(pszFooter);
+    oPanel.failure_message([](const CLI::App*, const CLI::Error& roError)
+    {
+        return std::string("tavrin-board: ") + roError.what() + "; --help tells the usage\n";
+    });
+
+    Panel::Action fAction;
+    for (const SCommand& roCommand : aoCommands)
+    {
+        CLI::App* const     poCommand   = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
+        const Panel::Action fThisAction = roCommand.pfAdd(*poCommand, oPassedOn);
+        const bool          bSpare      = ppszMark != ppszEnd && !roCommand.bPassesOn;
+        poCommand->callback([&fAction, fThisAction, bSpare]
+        {
+            if (bSpare)
+                throw CLI::ParseError("nothing is to follow \"--\" here", CLI::ExitCodes::ExtrasError);
+            fAction = fThisAction;
+        });
+    }
+    try
+    {
+        oPanel.parse(static_cast<int>(ppszMark - argv), argv);
+    }
+    catch (const CLI::ParseError& roError)
+    {
+        return oPanel.exit(roError, std::cout, std::cerr) == 0 ? 0 : 2;
+    }
+
+    fAction();
+    return std::fflush(stdout) == 0 ? 0 : Fail("standard output: cannot be written");
+}
+catch (const std::bad_alloc&)
+{
+    return Fail("not enough memory");
+}
+catch (const std::exception& roError)
+{
+    return Fail(roError.what());
+}

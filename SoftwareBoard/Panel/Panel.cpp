@@ -1,0 +1,38 @@
+#include "Panel.h"
+
+#include <charconv>
+
+namespace Panel
+{
+std::optional<KUINT32> ParseNumber(std::string_view svText, int iBase, KUINT32 uiMax)
+{
+    if (iBase == 16 && (svText.starts_with("0x") || svText.starts_with("0X")))
+        svText.remove_prefix(2);
+    KUINT32           uiValue = 0;
+    const char* const pszEnd  = svText.data() + svText.size();
+    const auto        oResult = std::from_chars(svText.data(), pszEnd, uiValue, iBase);
+    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || uiValue > uiMax)
+        return std::nullopt;
+    return uiValue;
+}
+
+CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,
+                       const std::string& strHelp)
+{
+    const auto fTake = [&ruiValue, strName, uiMin, uiMax](const std::string& strText)
+    {
+        const auto ouiValue = ParseNumber(strText, 10, uiMax);
+        if (!ouiValue || *ouiValue < uiMin)
+            throw CLI::ValidationError(strName, "'" + strText + "' is not a number from " + std::to_string(uiMin) + " to " +
+                                                    std::to_string(uiMax));
+        ruiValue = *ouiValue;
+    };
+    return roCommand.add_option_function<std::string>(strName, fTake, strHelp)->type_name("NUMBER");
+}
+
+CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice)
+{
+    return AddNumber(roCommand, "--device", ruiDevice, 0, SoftwareBoard::uiMaxDevices - 1,
+                     "Which device of the board, from 0 (default 0)");
+}
+}
