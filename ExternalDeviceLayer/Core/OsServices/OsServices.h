@@ -1,12 +1,15 @@
-// The service class of the device layer: messages and the life of the hardware-access library.
+// The service class of the device layer: messages, events and signals, time, and the life of the hardware-access library.
 #ifndef OS_SERVICES_H
 #define OS_SERVICES_H
 
 #include <cstdarg>
 
+#include "OsServicesHandles.h"
 #include "QelTypes.h"
+#include "Tavrin.h"
 
-// Services from outside that the one who constructs an OsServices may offer in place of its own.
+// Services from outside that the one who constructs an OsServices may offer; the operations named like its own are
+// called in place of them.
 class IOsServices
 {
 public:
@@ -14,11 +17,19 @@ public:
 
     // The level at which the caller runs; an OsServices keeps its low 8 bits.
     virtual KUINT32 GetIrql() = 0;
+
+    virtual KBOOL32 Event_Create(HEvent& rhEvent)     = 0;
+    virtual KBOOL32 Event_Trigger(HEvent hEvent)      = 0;
+    virtual KBOOL32 Signal_Create(HSignal& rhSignal)  = 0;
+    virtual KBOOL32 Signal_Trigger(HSignal hSignal)   = 0;
 };
 
 // One process holds one of these, g_oOsServices; the first that is constructed starts the hardware-access library, the
-// last that is destroyed releases it. Construction and destruction belong to the main thread. The message functions
-// need no instance; a line is written with one call, so lines of several threads do not mix.
+// last that is destroyed releases it. Construction and destruction belong to the main thread, everything else to any.
+//
+// What a Create makes its caller owns, until Destroy; a Create that fails leaves a null handle, and an operation on a
+// null handle is refused (FALSE, a wait TStatus_FAIL). Time-outs are milliseconds on the real-time clock; all bits set
+// is no limit.
 class OsServices
 {
 public:
@@ -31,6 +42,7 @@ public:
     KBOOL32 IsInitialized() const { return m_bInitialized; }  // FALSE when the hardware-access library did not start
 
     // Messages: one line of at most 255 characters on standard output, prefix included. The text brings its line end.
+    // A line is written with one call, so lines of several threads do not mix. No instance is needed.
     [[gnu::format(printf, 1, 2)]] static void WriteMsg(const KCHAR8* pszMsg, ...);       // debug, off at first
     [[gnu::format(printf, 1, 2)]] static void WriteUserMsg(const KCHAR8* pszMsg, ...);   // info, on
     [[gnu::format(printf, 1, 2)]] static void WriteErrorMsg(const KCHAR8* pszMsg, ...);  // error, on
@@ -43,6 +55,29 @@ public:
 
     // The last component of a path, slashes and backslashes alike; one in first place does not count. Points into it.
     static const KCHAR8* GetFileNameOnlySubSring(const KCHAR8* pszFilename);
+
+    // Events: a flag with memory; a trigger ends one wait. OK, TIMEOUT, CANCELED (also at once while cancelled) or FAIL.
+    KBOOL32 Event_Create(HEvent& rhEvent);
+    KBOOL32 Event_Destroy(HEvent hEvent);   // nobody may be waiting
+    TStatus Event_Wait(HEvent hEvent, KUINT32 uiTimeOutMilliSeconds);
+    KBOOL32 Event_Trigger(HEvent hEvent);   // pending until a wait consumes it when nobody waits; FALSE while cancelled
+    KBOOL32 Event_Reset(HEvent hEvent);     // takes a pending trigger back
+    KBOOL32 Event_Cancel(HEvent hEvent);    // ends every wait and leaves a trigger pending; FALSE while cancelled
+    KBOOL32 Event_Activate(HEvent hEvent);  // ends the cancelled state
+
+    // Signals: a pulse that ends every wait of the moment and remembers nothing; otherwise as events.
+    KBOOL32 Signal_Create(HSignal& rhSignal);
+    KBOOL32 Signal_Destroy(HSignal hSignal);
+    TStatus Signal_Wait(HSignal hSignal, KUINT32 uiTimeOutMilliSeconds, KUINT64 uiEventCount);  // the count is not used
+    KBOOL32 Signal_Trigger(HSignal hSignal);
+    KBOOL32 Signal_Cancel(HSignal hSignal);
+    KBOOL32 Signal_Activate(HSignal hSignal);
+
+    // Time: a busy wait (a sleep of whole milliseconds above 100000), a sleep, and the real-time clock.
+    static KBOOL32 WaitMicroSeconds(KUINT32 ui32MicroSeconds);
+    KBOOL32        SleepMilliSeconds(KUINT32 ui32MilliSeconds);  // FALSE when a signal cut it short
+    KUINT64        GetRawTimeInNs();                             // 0 when the clock cannot be read
+    KUINT64        GetTimeInMs();
 
     // TRUE before the first construction: the hardware-access library is not started.
     static void SetTestMode(KBOOL32 bTestMode);

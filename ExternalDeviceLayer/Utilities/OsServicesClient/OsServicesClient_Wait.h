@@ -1,0 +1,76 @@
+// What the waiting objects of the C layer share: the deadline, and the wait on a condition until it.
+#ifndef OS_SERVICES_CLIENT_WAIT_H
+#define OS_SERVICES_CLIENT_WAIT_H
+
+#include <cerrno>
+#include <ctime>
+#include <pthread.h>
+
+#include "QelTypes.h"
+#include "Tavrin.h"
+
+constexpr KUINT32 WAIT_WITHOUT_LIMIT = 0xFFFFFFFF;
+
+// The real-time clock; all 0 when it cannot be read.
+timespec ReadRealTime();
+
+// The moment that many milliseconds from now, on the real-time clock. A clock that cannot be read gives a moment long
+// past: the wait ends at once instead of lasting for ever.
+timespec DeadlineAfter(KUINT32 uiTimeOutMilliSeconds);
+
+// Says on standard output that the named POSIX call took this deadline for an invalid argument.
+void PrintInvalidDeadline(const KCHAR8* pszCall, const timespec& roDeadline);
+
+// A mutex with a condition, both with default attributes; when the second cannot be made the first is unmade.
+KBOOL32 CreateMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
+void    DestroyMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
+
+// Holds a mutex for the length of a block.
+class MutexHold
+{
+public:
+    explicit MutexHold(pthread_mutex_t& roMutex) : m_roMutex(roMutex) { pthread_mutex_lock(&m_roMutex); }
+    ~MutexHold() { pthread_mutex_unlock(&m_roMutex); }
+
+    MutexHold(const MutexHold&)            = delete;
+    MutexHold& operator=(const MutexHold&) = delete;
+
+private:
+    pthread_mutex_t& m_roMutex;
+};
+
+// Blocks until fnIsOver says so: TStatus_OK. It is asked with the mutex held, after every wake-up, as a condition may
+// wake a thread without any reason; the deadline stays where it was.
+template <typename FnIsOver>
+TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds,
+                        FnIsOver fnIsOver)
+{
+    int iResult = 0;
+    if (uiTimeOutMilliSeconds == WAIT_WITHOUT_LIMIT)
+    {
+        do
+            iResult = pthread_cond_wait(&roCond, &roMutex);
+        while (iResult == 0 && !fnIsOver());
+        return iResult == 0 ? TStatus_OK : TStatus_CANCELED;
+    }
+
+    const timespec oDeadline = DeadlineAfter(uiTimeOutMilliSeconds);
+    do
+        iResult = pthread_cond_timedwait(&roCond, &roMutex, &oDeadline);
+    while (iResult == 0 && !fnIsOver());
+
+    switch (iResult)
+    {
+    case 0:
+        return TStatus_OK;
+    case ETIMEDOUT:
+        return TStatus_TIMEOUT;
+    case EINVAL:
+        PrintInvalidDeadline("pthread_cond_timedwait", oDeadline);
+        return TStatus_TIMEOUT;
+    default:
+        return TStatus_FAIL;
+    }
+}
+
+#endif
