@@ -1,0 +1,131 @@
+// One pixel value in one of the device library's pixel formats.
+#ifndef QEL_COLOR_H
+#define QEL_COLOR_H
+
+#include <algorithm>
+#include <type_traits>
+
+#include "QelPixelFormat.h"
+#include "QelSurface.h"
+
+// A colour as it lies in the pixel memory of a format, a plain value that owns nothing; T is the format's word, KUINT16 or
+// KUINT32. Components are in the format's own range, 0 to GetMax...(), and are not scaled: their higher bits are dropped.
+// For a YUV format they are those of the RGB colour, converted in integer arithmetic.
+template <TPixelFormat ePixelFormat, typename T>
+class QelColor
+{
+    static_assert(FindPixelFormatFacts(ePixelFormat) != nullptr, "no row in the table of pixel formats");
+    static constexpr SPixelFormatFacts msc_oFacts = *FindPixelFormatFacts(ePixelFormat);
+    static_assert(std::is_same_v<T, std::conditional_t<msc_oFacts.uiSizeInBytes == 2, KUINT16, KUINT32>>);
+
+public:
+    constexpr QelColor() = default;
+    constexpr QelColor(T uiColorValue) : m_uiColorValue(uiColorValue) {}
+    constexpr QelColor(const QelColor&) = default;
+    ~QelColor()                         = default;
+
+    constexpr QelColor& operator=(const QelColor&) = default;
+    constexpr QelColor& operator=(T uiColorValue) { return m_uiColorValue = uiColorValue, *this; }
+
+    static constexpr QelColor FromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue);
+    static constexpr void     ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen, KUINT16& ruiBlue);
+
+    static constexpr KUINT16 GetMaxAlpha() { return static_cast<KUINT16>(msc_oFacts.oAlpha.Max()); }
+    static constexpr KUINT16 GetMaxRed() { return static_cast<KUINT16>(msc_oFacts.aoColour[0].Max()); }
+    static constexpr KUINT16 GetMaxGreen() { return static_cast<KUINT16>(msc_oFacts.aoColour[1].Max()); }
+    static constexpr KUINT16 GetMaxBlue() { return static_cast<KUINT16>(msc_oFacts.aoColour[2].Max()); }
+
+    // The word of pixel (x, y) in plane 0. The point must lie inside; a surface without an address is left alone.
+    void Write(QelSurface& oSurface, KUINT32 x, KUINT32 y) const;
+    void Read(const QelSurface& oSurface, KUINT32 x, KUINT32 y);
+
+    constexpr TPixelFormat GetPixelFormat() const { return ePixelFormat; }
+    constexpr KUINT32      GetPixelSize() const { return msc_oFacts.uiSizeInBytes; }
+    constexpr T            GetColorInteger() const { return m_uiColorValue; }
+
+    T m_uiColorValue = 0;
+
+private:
+    static T* FindPixel(KUINTPTR uiSurfaceData, KUINT32 uiPitchPixels, KUINT32 x, KUINT32 y);
+};
+
+template <TPixelFormat ePixelFormat, typename T>
+constexpr QelColor<ePixelFormat, T> QelColor<ePixelFormat, T>::FromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen,
+                                                                        KUINT16 uiBlue)
+{
+    KUINT32 auiColour[3] = {uiRed, uiGreen, uiBlue};
+    if constexpr (msc_oFacts.poYuv != nullptr)
+    {
+        constexpr SYuvFacts oYuv = *msc_oFacts.poYuv;
+
+        const KINT32 iRed   = uiRed & GetMaxRed();
+        const KINT32 iGreen = uiGreen & GetMaxGreen();
+        const KINT32 iBlue  = uiBlue & GetMaxBlue();
+
+        const auto Weigh = [=](const KINT32 (&raiParts)[3], KINT32 iOffset)
+        {
+            const KINT32 iHalf = 1 << (oYuv.iFromRgbShift - 1);
+            const KINT32 iSum  = raiParts[0] * iRed + raiParts[1] * iGreen + raiParts[2] * iBlue;
+            return static_cast<KUINT32>(((iSum + iHalf) >> oYuv.iFromRgbShift) + iOffset);
+        };
+        auiColour[0] = Weigh(oYuv.aiY, oYuv.iLumaOffset);
+        auiColour[1] = Weigh(oYuv.aiU, oYuv.iChromaOffset);
+        auiColour[2] = Weigh(oYuv.aiV, oYuv.iChromaOffset);
+    }
+    return static_cast<T>(msc_oFacts.oAlpha.Pack(uiAlpha) | msc_oFacts.aoColour[0].Pack(auiColour[0]) |
+                          msc_oFacts.aoColour[1].Pack(auiColour[1]) | msc_oFacts.aoColour[2].Pack(auiColour[2]));
+}
+
+template <TPixelFormat ePixelFormat, typename T>
+constexpr void QelColor<ePixelFormat, T>::ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen,
+                                                 KUINT16& ruiBlue)
+{
+    const KUINT32 uiWord = oColor.m_uiColorValue;
+
+    KINT32 aiColour[3] = {};
+    for (KUINT32 i = 0; i < 3; ++i)
+    {
+        aiColour[i] = static_cast<KINT32>(msc_oFacts.aoColour[i].Unpack(uiWord));
+    }
+    if constexpr (msc_oFacts.poYuv != nullptr)
+    {
+        const KINT32 iC = 298 * (aiColour[0] - msc_oFacts.poYuv->iLumaOffset) + 128;
+        const KINT32 iD = aiColour[1] - msc_oFacts.poYuv->iChromaOffset;
+        const KINT32 iE = aiColour[2] - msc_oFacts.poYuv->iChromaOffset;
+
+        aiColour[0] = std::clamp<KINT32>((iC + 409 * iE) >> 8, 0, GetMaxRed());
+        aiColour[1] = std::clamp<KINT32>((iC - 100 * iD - 208 * iE) >> 8, 0, GetMaxGreen());
+        aiColour[2] = std::clamp<KINT32>((iC + 516 * iD) >> 8, 0, GetMaxBlue());
+    }
+    ruiAlpha = static_cast<KUINT16>(msc_oFacts.oAlpha.Unpack(uiWord));
+    ruiRed   = static_cast<KUINT16>(aiColour[0]);
+    ruiGreen = static_cast<KUINT16>(aiColour[1]);
+    ruiBlue  = static_cast<KUINT16>(aiColour[2]);
+}
+
+template <TPixelFormat ePixelFormat, typename T>
+inline T* QelColor<ePixelFormat, T>::FindPixel(KUINTPTR uiSurfaceData, KUINT32 uiPitchPixels, KUINT32 x, KUINT32 y)
+{
+    const KUINT32 uiIndex = y * uiPitchPixels + x;  // wraps, as all arithmetic on coordinates does
+    return reinterpret_cast<T*>(uiSurfaceData) + uiIndex;
+}
+
+template <TPixelFormat ePixelFormat, typename T>
+inline void QelColor<ePixelFormat, T>::Write(QelSurface& oSurface, KUINT32 x, KUINT32 y) const
+{
+    if (const KUINTPTR uiSurfaceData = oSurface.GetSurfaceData(0))
+    {
+        *FindPixel(uiSurfaceData, oSurface.GetPitchPixels(0), x, y) = m_uiColorValue;
+    }
+}
+
+template <TPixelFormat ePixelFormat, typename T>
+inline void QelColor<ePixelFormat, T>::Read(const QelSurface& oSurface, KUINT32 x, KUINT32 y)
+{
+    if (const KUINTPTR uiSurfaceData = oSurface.GetSurfaceData(0))
+    {
+        m_uiColorValue = *FindPixel(uiSurfaceData, oSurface.GetPitchPixels(0), x, y);
+    }
+}
+
+#endif

@@ -1,0 +1,190 @@
+#include <algorithm>
+#include <random>
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "QelColor.h"
+#include "QelSurfaceTyped.h"
+
+namespace
+{
+using Colour = QelColor<TPixelFormat_R8G8B8A8, unsigned int>;
+using Point  = std::pair<KUINT32, KUINT32>;
+using Points = std::vector<Point>;
+struct Enough
+{
+};
+
+constexpr KUINT32 WIDTH = 40, HEIGHT = 30, PITCH = 47, GUARD = 200, INK = 0x04030201, BLANK = 0xDEADBEEF;
+
+// A small picture with padding and guards around it, drawn by a surface that writes down every point that goes through Dot.
+struct Picture : QelSurfaceTyped<Colour>
+{
+    explicit Picture(KUINT32 uiNbPlanes = 1) : QelSurfaceTyped(nullptr, &PITCH, nullptr, WIDTH, HEIGHT, uiNbPlanes)
+    {
+        m_apuiSurfaceData[0] = reinterpret_cast<KUINTPTR>(&oMemory[GUARD]);
+        m_oFgColour          = INK;
+    }
+
+    void Dot(KUINT32 uiX, KUINT32 uiY) override
+    {
+        oPoints.emplace_back(uiX, uiY);
+        QelSurfaceTyped::Dot(uiX, uiY);
+        oPoints.size() < 100000 ? void() : throw Enough();
+    }
+
+    // What was set since the last time: the memory holds exactly that, and the position is where it should be.
+    Points Take(Point oPosition)
+    {
+        EXPECT_EQ(oPosition, Point(m_uiCurrentXPos, m_uiCurrentYPos));
+        std::vector<KUINT32> oWant(oMemory.size(), BLANK);
+        for (const auto& [uiX, uiY] : oPoints)
+        {
+            (uiX < WIDTH && uiY < HEIGHT ? oWant[GUARD + uiY * PITCH + uiX] : oWant[0]) = uiX < WIDTH && uiY < HEIGHT ? INK : BLANK;
+        }
+        EXPECT_EQ(oMemory, oWant);
+        std::fill(oMemory.begin(), oMemory.end(), BLANK);
+        return std::exchange(oPoints, {});
+    }
+
+    std::vector<KUINT32> oMemory = std::vector<KUINT32>(2 * GUARD + PITCH * HEIGHT, BLANK);
+    Points               oPoints;
+};
+}  // namespace
+
+TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
+{
+    const KUINT32 ZERO = 0;
+    const std::tuple<Point, Point, Points> aoCases[] = {
+        {{5, 5}, {5, 5}, {{5, 5}}},
+        {{5, 5}, {5, 2}, {{5, 2}, {5, 3}, {5, 4}, {5, 5}}},
+        {{2, 0}, {6, 2}, {{2, 0}, {3, 0}, {4, 1}, {5, 1}, {6, 2}}},
+        {{2, 10}, {0, 0}, {{0, 0}, {1, 5}, {2, 10}}},
+        {{3, 1}, {3, ZERO - 2}, {{3, ZERO - 2}, {3, ZERO - 1}, {3, 0}, {3, 1}}},
+        {{1, ZERO - 4}, {4, 2}, {{1, ZERO - 4}, {2, ZERO - 2}, {3, 0}, {4, 2}}},
+        {{0, ZERO - 1}, {2, 0}, {{0, ZERO - 1}, {1, 0}, {2, 0}}},  // half a row above row 0 is cut to it
+        {{7, 0x7FFFFFFE}, {7, 0x7FFFFFFF}, {{7, 0x7FFFFFFE}, {7, 0x7FFFFFFF}}},
+        {{0x7FFFFFFF, 8}, {0x7FFFFFFE, 8}, {{0x7FFFFFFE, 8}, {0x7FFFFFFF, 8}}},
+        {{0x7FFFFFFF, 4}, {0x7FFFFFFE, 0}, {{0x7FFFFFFE, 0}, {0x7FFFFFFF, 4}}},
+        {{2, 0x80000000}, {3, 0}, {{2, 0x80000000}, {3, 0}}},  // the difference of the rows wraps
+        {{ZERO - 3, 5}, {3, 5}, {}},                           // no column lies between 3 and one that wrapped
+        {{ZERO - 3, 5}, {3, 9}, {}},
+    };
+    Picture oPicture;
+    for (const auto& [oFrom, oTo, oWant] : aoCases)
+    {
+        oPicture.SetPos(oFrom.first, oFrom.second);
+        oPicture.LineTo(oTo.first, oTo.second);
+        EXPECT_EQ(oPicture.Take(oTo), oWant) << testing::PrintToString(oFrom) << " to " << testing::PrintToString(oTo);
+    }
+    oPicture.SetPos(0, 7);
+    oPicture.LineTo(11, 59);
+    EXPECT_EQ(oPicture.Take({11, 59}).back(), Point(11, 58));  // in single precision the slope falls just short
+}
+
+TEST(QelSurface, CirclesSetTheirPointsInOrderAndClipAtEveryEdge)
+{
+    Picture oPicture;
+    for (const auto& [x, y] : {Point(20, 15), Point(0, 0), Point(39, 29), Point(0u - 4, 31)})
+    {
+        for (KUINT32 d = 0; d < 90; ++d)
+        {
+            // The outline: one column inwards per row, where the squares say so, with no running error.
+            Points oWant;
+            for (KINT32 iX = KINT32(d / 2), iY = 0; iX >= iY; ++iY)
+            {
+                const KUINT32 a = KUINT32(iX), b = KUINT32(iY);
+                oWant.insert(oWant.end(), {{x + a, y + b}, {x + b, y + a}, {x - a, y + b}, {x - b, y + a}, {x - a, y - b}, {x - b, y - a}, {x + a, y - b}, {x + b, y - a}});
+                iX -= (iY + 1) * (iY + 1) + iX * iX - iX >= KINT32(d / 2) * KINT32(d / 2);
+            }
+            oPicture.Circle(x, y, d);
+            ASSERT_EQ(oPicture.Take({x, y}), oWant) << d;
+
+            // The disc: each pixel of the box whose centre lies inside or on the circle, once.
+            std::multiset<Point> oDisc;
+            for (KINT32 i = 0, n = KINT32(d); i < n * n; ++i)
+            {
+                const KINT32 dx = 2 * (i % n) + 1 - n, dy = 2 * (i / n) + 1 - n;
+                dx * dx + dy * dy <= n * n ? void(oDisc.emplace(x - d / 2 + KUINT32(i % n), y - d / 2 + KUINT32(i / n))) : void();
+            }
+            oPicture.FilledCircle(x, y, d);
+            const Points oPoints = oPicture.Take({x, y});
+            ASSERT_EQ(std::multiset<Point>(oPoints.begin(), oPoints.end()), oDisc) << d;
+        }
+    }
+    oPicture.SetPos(1, 1);
+    oPicture.FilledCircle(2, 2, 4);
+    EXPECT_EQ(oPicture.Take({1, 1}), (Points{{1, 0}, {1, 3}, {0, 1}, {3, 1}, {2, 0}, {2, 3}, {0, 2}, {3, 2}, {1, 1}, {2, 1}, {1, 2}, {2, 2}}));
+
+    // The widest that can be asked for: no square overflows on the way.
+    EXPECT_THROW(oPicture.Circle(1, 2, 0xFFFFFFFF), Enough);
+    EXPECT_EQ(oPicture.Take({1, 1})[2], Point(0x80000002, 2));
+    EXPECT_THROW(oPicture.FilledCircle(1, 2, 0xFFFFFFFF), Enough);
+    EXPECT_EQ(oPicture.Take({1, 1})[0], Point(1u - 46340, 2u - 0x7FFFFFFF));  // the root of d / 2
+}
+
+// Against a plain loop: short and long rows, at every alignment, also where a pitch of -900 makes the index wrap.
+template <typename ColourType>
+void CheckFills()
+{
+    std::vector<decltype(ColourType::m_uiColorValue)> oMemory(12000), oWant(oMemory);
+    const KUINTPTR uiData = reinterpret_cast<KUINTPTR>(oMemory.data());
+    std::mt19937   oRandom(3);
+    const auto     Below = [&](KINT32 iEnd) { return std::uniform_int_distribution<KINT32>(0, iEnd - 1)(oRandom); };
+    for (int i = 0; i < 2000; ++i)
+    {
+        const bool    bUpwards = i % 4 == 0, bClr = i % 4 == 1;
+        const KUINT32 uiPitch = bUpwards ? 0u - 900 : KUINT32(Below(2700));
+        const KINT32  iLeft = bClr ? 0 : Below(30), iRight = iLeft + Below(i % 3 == 0 ? 40 : 2600);
+        const KINT32  iTop = bUpwards ? -4 : bClr ? 0 : Below(2), iBottom = bUpwards ? 1 : iTop + Below(3);
+
+        QelSurfaceTyped<ColourType> oSurface(&uiData, &uiPitch, nullptr, KUINT32(iRight), KUINT32(iBottom), 1);
+        const ColourType            oInk = static_cast<decltype(ColourType::m_uiColorValue)>(i % 5 == 0 ? 0x01010101 * Below(128) : Below(0x7FFFFFFF));
+        (bClr ? oSurface.m_oBgColour : oSurface.m_oFgColour) = oInk;
+        bClr ? oSurface.Clr() : oSurface.Rectangle(iLeft, iTop, iRight, iBottom);
+        for (KINT32 y = iTop; y < iBottom; ++y)
+        {
+            for (KINT32 x = iLeft; x < iRight; ++x)
+            {
+                oWant[KUINT32(y) * uiPitch + KUINT32(x)] = oInk.m_uiColorValue;
+            }
+        }
+        ASSERT_EQ(oMemory, oWant) << i;
+    }
+}
+
+TEST(QelSurface, FillsLeaveExactlyTheirPixels)
+{
+    CheckFills<Colour>();
+    CheckFills<QelColor<TPixelFormat_B5G6R5, KUINT16>>();
+    Picture oPicture;
+    oPicture.Rectangle(10, 20, 10, 30), oPicture.Rectangle(10, 20, 30, 20), oPicture.Rectangle(0x7FFFFFFF, 20, -0x7FFFFFFF - 1, 21);
+    EXPECT_TRUE(oPicture.Take({0, 0}).empty());
+}
+
+TEST(QelSurface, ThreePlanesAreCopiedAndWithoutAnAddressNothingIsDrawn)
+{
+    const KUINTPTR                auiData[5]  = {0x10, 0x20, 0x30, 0x40, 0x50};
+    const KUINT32                 auiPitch[5] = {1, 2, 3, 4, 5};
+    const QelSurfaceTyped<Colour> oFive(auiData, nullptr, auiPitch, 6, 7, 5), oTwo(auiData, auiPitch, nullptr, 6, 7, 2);
+    EXPECT_EQ(std::tuple(oFive.GetSurfaceData(2), oFive.GetSurfaceData(3), oFive.GetPitchPixels(2), oFive.m_uiPitchInBytes[2]), std::tuple(0x30u, 0u, 0u, 3u));
+    EXPECT_EQ(std::tuple(oTwo.m_apuiSurfaceData[1], oTwo.m_apuiSurfaceData[2], oTwo.GetPitchPixels(1), oTwo.m_uiPitchInBytes[0]), std::tuple(0x20u, 0u, 2u, 0u));
+
+    for (const KUINT32 uiNbPlanes : {1u, 0u})
+    {
+        Picture     oPicture(uiNbPlanes);
+        QelSurface& roSurface = oPicture;
+        roSurface.SetFgColorFromARGB(4, 1, 2, 3);
+        roSurface.SetBgColourFromARGB(4, 1, 2, 3);
+        roSurface.Clr(), roSurface.Rectangle(1, 1, 9, 9), roSurface.Dot(3, 2);
+        KUINT16 auiOut[4] = {9, 9, 9, 9};
+        roSurface.ReadColorToARGB(WIDTH - 1, HEIGHT - 1, auiOut[0], auiOut[1], auiOut[2], auiOut[3]);
+        EXPECT_EQ(testing::PrintToString(auiOut), uiNbPlanes == 1 ? "{ 4, 1, 2, 3 }" : "{ 0, 0, 0, 0 }");
+        EXPECT_EQ(std::count(oPicture.oMemory.begin(), oPicture.oMemory.end(), INK), uiNbPlanes * WIDTH * HEIGHT);
+    }
+    QelSurfaceTyped<QelColor<TPixelFormat_B5G6R5, KUINT16>> oSmall(nullptr, nullptr, nullptr, 1, 1, 0);
+    EXPECT_EQ(std::tuple(oSmall.GetMaxAlpha(9), oSmall.GetMaxRed(31), oSmall.GetMaxGreen(300), oSmall.GetMaxBlue(17)), std::tuple(0, 31, 63, 17));
+}
