@@ -1,4 +1,4 @@
-// The service class of the device layer: messages, events and signals, time, and the life of the hardware-access library.
+// The service class of the device layer: messages, events and signals, time, threads, locks and memory.
 #ifndef OS_SERVICES_H
 #define OS_SERVICES_H
 
@@ -79,6 +79,49 @@ public:
     KUINT64        GetRawTimeInNs();                             // 0 when the clock cannot be read
     KUINT64        GetTimeInMs();
 
+    // Threads.
+    HCpuThreadId GetCurrentThreadId();
+    KBOOL32      IsThreadIdEqual(HCpuThreadId hThreadIdA, HCpuThreadId hThreadIdB);
+    KBOOL32      CpuThread_Create(PfnCpuThreadFunction pfnThreadFunction, void* pvUserData, HCpuThread& rhCpuThread);
+    KBOOL32      CpuThread_Join(const HCpuThread& rhCpuThread);  // the thread's result is not collected
+    KBOOL32      CpuThread_Destroy(HCpuThread hCpuThread);       // of the handle: neither joins nor detaches
+
+    // Spin locks, private to the process.
+    KBOOL32 SpinLock_Create(HSpinLock& rhSpinLock);
+    KBOOL32 SpinLock_Destroy(HSpinLock hSpinLock);
+    KBOOL32 SpinLock_Lock(HSpinLock hSpinLock);
+    KBOOL32 SpinLock_Unlock(HSpinLock hSpinLock);
+
+    // Mutexes: recursive, released as often as acquired. An acquire that times out is FALSE, and so is the destruction of
+    // a held one, which then stays as it is.
+    KBOOL32 Mutex_Create(HMutex& rhMutex);
+    KBOOL32 Mutex_Destroy(HMutex hMutex);
+    KBOOL32 Mutex_Acquire(HMutex hMutex, KUINT32 uiTimeOutMilliSeconds);
+    KBOOL32 Mutex_Release(HMutex hMutex);
+
+    // Memory: the heap, physical memory (null where it cannot be mapped), and copies, source first. Non-paged memory does
+    // not exist in user space: always null, 0 and nothing.
+    static void*   PagedMemory_Alloc(KUINTPTR uiSizeInBytes);  // null when the heap is exhausted
+    static void    PagedMemory_Free(void* pvBuffer);
+    void*          NonPagedMemory_Alloc(KUINTPTR uiSizeInBytes, HNonPagedMem* phNonPagedMem);
+    KUINT64        NonPagedMemory_GetPhysicalAddress(HNonPagedMem hNonPagedMem);
+    void           NonPagedMemory_Free(HNonPagedMem hNonPagedMem);
+    void*          IoMap(KUINT64 uiPhysicalAddress, KUINT32 uiSize, KBOOL32 bIsCacheable);
+    void           IoUnMap(void* pvMappedAddress, KUINT32 uiSize);
+    static KBOOL32 CopyFromUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
+    static KBOOL32 CopyToUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
+
+    // Pseudo-random numbers, another sequence every run. Threads that ask at once may get the same.
+    static KUINT32 GetRandom();
+    static KUINT32 GetRandomNonZero();
+
+    // Stack traces, which only a kernel client has: nothing is saved, and one line says so.
+    static KBOOL32 StackTrace_Create(HStackTrace& rhStackTrace);
+    static KBOOL32 StackTrace_Destroy(HStackTrace hStackTrace);
+    static KBOOL32 StackTrace_Save(HStackTrace hStackTrace);
+    static void    StackTrace_Print(HStackTrace hStackTrace);
+    static void    StackTrace_Dump();
+
     // TRUE before the first construction: the hardware-access library is not started.
     static void SetTestMode(KBOOL32 bTestMode);
 
@@ -105,6 +148,7 @@ private:
     static KBOOL32 ms_bEnableErrorMsg;
     static KBOOL32 ms_bEnableUserMsg;
     static KBOOL32 ms_bEnableInfo;
+    static KUINT32 ms_uiOldRandomValue;  // 0: to be seeded
 };
 
 // Defined by the program, not by this library.

@@ -7,6 +7,7 @@
 #define OS_SERVICES_CLIENT_LINUX_H
 
 #include <cstdarg>
+#include <sys/types.h>
 
 #include "OsServicesHandles.h"
 #include "QelTypes.h"
@@ -46,6 +47,61 @@ KBOOL32 OsServices_Signal_Activate(HSignal hSignal);
 KBOOL32 OsServices_WaitMicroSeconds(KUINT32 ui32MicroSeconds);
 KBOOL32 OsServices_SleepMilliSeconds(KUINT32 ui32MilliSeconds);
 KUINT64 OsServices_GetRawTimeInNs(void);
+
+// Threads. Destroy neither joins nor detaches: a thread that was not joined keeps its resources.
+HCpuThreadId OsServices_GetCurrentThreadId(void);
+KBOOL32      OsServices_IsThreadIdEqual(HCpuThreadId hThreadIdA, HCpuThreadId hThreadIdB);
+KUINT32      OsServices_CpuThread_GetHandleSize(void);
+KBOOL32      OsServices_CpuThread_Create(PfnCpuThreadFunction pfnThreadFunction, void* pvUserData, HCpuThread hCpuThread);
+KBOOL32      OsServices_CpuThread_Join(HCpuThread hCpuThread);  // the thread's result is not collected
+KBOOL32      OsServices_CpuThread_Destroy(HCpuThread hCpuThread);
+
+// Spin locks, private to the process. Level and interrupts mean nothing in user space and are not used.
+KUINT32 OsServices_SpinLock_GetHandleSize(void);
+KBOOL32 OsServices_SpinLock_Create(HSpinLock hSpinLock, KUINT8 uiIrql);
+KBOOL32 OsServices_SpinLock_Destroy(HSpinLock hSpinLock);
+KBOOL32 OsServices_SpinLock_Lock(HSpinLock hSpinLock, KBOOL32 bDisableLocalInt);
+KBOOL32 OsServices_SpinLock_Unlock(HSpinLock hSpinLock);
+
+// Mutexes: recursive, so that the owner releases one as often as it acquired it. A held one is not destroyed: FALSE.
+KUINT32 OsServices_Mutex_GetHandleSize(void);
+KBOOL32 OsServices_Mutex_Create(HMutex hMutex);
+KBOOL32 OsServices_Mutex_Destroy(HMutex hMutex);
+KBOOL32 OsServices_Mutex_Acquire(HMutex hMutex, KUINT32 uiTimeOutMilliSeconds);
+KBOOL32 OsServices_Mutex_Release(HMutex hMutex);
+
+// Memory: the heap (null when it is exhausted), physical memory (null where it cannot be mapped; cacheable is a wish),
+// and copies, source first. Non-paged memory does not exist in user space: always null, 0 and nothing.
+void*   OsServices_PagedMemory_Alloc(KUINTPTR uiSizeInBytes);
+void    OsServices_PagedMemory_Free(void* pvBuffer);
+void*   OsServices_NonPagedMemory_Alloc(KUINTPTR uiSizeInBytes, HNonPagedMem* phNonPagedMem);
+KUINT64 OsServices_NonPagedMemory_GetPhysicalAddress(HNonPagedMem hNonPagedMem);
+void    OsServices_NonPagedMemory_Free(HNonPagedMem hNonPagedMem);
+void*   OsServices_IoMap(KUINT64 uiPhysicalAddress, KUINT32 uiSize, KBOOL32 bIsCacheable);
+void    OsServices_IoUnMap(void* pvMappedAddress, KUINT32 uiSize);  // the size is not used
+KBOOL32 OsServices_CopyFromUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
+KBOOL32 OsServices_CopyToUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
+
+// Pseudo-random numbers: each follows from the one before, which a sequence keeps in its state; 0 seeds it from the heap.
+// The functions without a state share the C layer's own, without synchronisation.
+KUINT32 OsServices_GetNextRandom(KUINT32* puiState);
+KUINT32 OsServices_GetRandom(void);
+KUINT32 OsServices_GetRandomNonZero(void);
+
+// Stack traces, which only a kernel client has: nothing is saved, and one line says so.
+KUINT32 OsServices_StackTrace_GetHandleSize(void);
+KBOOL32 OsServices_StackTrace_Create(HStackTrace hStackTrace);
+KBOOL32 OsServices_StackTrace_Destroy(HStackTrace hStackTrace);
+KBOOL32 OsServices_StackTrace_Save(HStackTrace hStackTrace);
+void    OsServices_StackTrace_Print(HStackTrace hStackTrace);
+void    OsServices_StackTrace_Dump(void);
+
+// Processes, as /proc has them. The parent is 0 when it cannot be told, also for a name with white space in it. The name
+// is the command line, each argument followed by a space, empty when it cannot be read. The stack is a line with the
+// name of this process and one for each ancestor, cut to the buffer. Texts are always terminated.
+pid_t   OsServices_GetParentPid(pid_t pPid);
+void    OsServices_GetProcessName(pid_t pPid, char* pszName, KUINT32 uiNameBufferSize);
+TStatus OsServices_GetProcessStack(KCHAR8* pszProcessStack, KUINT32 uiBufferSize);
 }
 
 #endif

@@ -1,4 +1,4 @@
-// Handles of the OS services: pointers to blocks whose size the C layer reports and whose content it alone knows.
+// Types of the OS services. A handle points at a block whose size the C layer reports and whose content it alone knows.
 #ifndef OS_SERVICES_HANDLES_H
 #define OS_SERVICES_HANDLES_H
 
@@ -6,8 +6,29 @@
 
 struct SHEvent;
 struct SHSignal;
+struct SHCpuThread;
+struct SHSpinLock;
+struct SHMutex;
+struct SHStackTrace;
 
-using HEvent  = SHEvent*;
-using HSignal = SHSignal*;
+using HEvent      = SHEvent*;
+using HSignal     = SHSignal*;
+using HCpuThread  = SHCpuThread*;
+using HSpinLock   = SHSpinLock*;
+using HMutex      = SHMutex*;
+using HStackTrace = SHStackTrace*;
+
+using HCpuThreadId         = KUINT64;
+using PfnCpuThreadFunction = KUINT32 (*)(void* pvUserData);
+
+// Memory that stays where it is, with its physical address. User space has none: nothing fills this record here.
+struct SNonPagedMem
+{
+    KUINT64 pvLinearMapAddress;
+    KUINT64 pvBaseAddress;
+    KUINT64 uiPhysicalAddress;
+    KUINT32 uiSize;  // bytes
+};
+using HNonPagedMem = SNonPagedMem*;
 
 #endif

@@ -7,5 +7,6 @@ KUINT32 InitQELLibrary(void)
 
 KUINT32 ReleaseQELLibrary(void)
 {
+    QelVxdPciLibCleanUp();
     return 1;
 }

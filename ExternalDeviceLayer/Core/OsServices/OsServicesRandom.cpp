@@ -1,0 +1,17 @@
+#include "OsServices.h"
+#include "OsServicesClient_Linux.h"
+
+KUINT32 OsServices::ms_uiOldRandomValue = 0;
+
+KUINT32 OsServices::GetRandom()
+{
+    return OsServices_GetNextRandom(&ms_uiOldRandomValue);
+}
+
+KUINT32 OsServices::GetRandomNonZero()
+{
+    KUINT32 uiValue = 0;
+    while (uiValue == 0)
+        uiValue = GetRandom();
+    return uiValue;
+}

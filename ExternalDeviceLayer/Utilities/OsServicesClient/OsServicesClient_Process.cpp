@@ -1,0 +1,80 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+#include "OsServicesClient_Linux.h"
+
+namespace
+{
+constexpr KUINT32 PROCESS_NAME_SIZE = 512;
+
+std::FILE* OpenProcessFile(pid_t pPid, const char* pszFile)
+{
+    char acPath[32];
+    std::snprintf(acPath, sizeof(acPath), "/proc/%d/%s", pPid, pszFile);
+    return std::fopen(acPath, "re");
+}
+
+// Appends a line to the text of uiLength characters and returns the length that it then has.
+KUINT32 AppendProcessName(pid_t pPid, KCHAR8* pszText, KUINT32 uiBufferSize, KUINT32 uiLength)
+{
+    char acName[PROCESS_NAME_SIZE];
+    OsServices_GetProcessName(pPid, acName, sizeof(acName));
+
+    const KUINT32 uiRoom       = uiBufferSize - uiLength;
+    const int     iWholeLength = std::snprintf(pszText + uiLength, uiRoom, "%s\n", acName);
+    return uiLength + std::min(static_cast<KUINT32>(iWholeLength), uiRoom - 1);
+}
+}
+
+pid_t OsServices_GetParentPid(pid_t pPid)
+{
+    std::FILE* const poFile = OpenProcessFile(pPid, "stat");
+    if (poFile == nullptr)
+        return 0;
+
+    pid_t pParent = 0;
+    if (std::fscanf(poFile, "%*d %*s %*c %d", &pParent) != 1)
+        pParent = 0;
+    std::fclose(poFile);
+    return pParent;
+}
+
+void OsServices_GetProcessName(pid_t pPid, char* pszName, KUINT32 uiNameBufferSize)
+{
+    if (pszName == nullptr || uiNameBufferSize == 0)
+        return;
+
+    std::memset(pszName, 0, uiNameBufferSize);
+    std::FILE* const poFile = OpenProcessFile(pPid, "cmdline");
+    if (poFile == nullptr)
+        return;
+
+    for (KUINT32 i = 0; i < uiNameBufferSize - 1; ++i)
+    {
+        const int iCharacter = std::fgetc(poFile);
+        if (iCharacter == EOF)
+            break;
+        pszName[i] = iCharacter != 0 ? static_cast<char>(iCharacter) : ' ';
+    }
+    std::fclose(poFile);
+}
+
+TStatus OsServices_GetProcessStack(KCHAR8* pszProcessStack, KUINT32 uiBufferSize)
+{
+    if (pszProcessStack == nullptr)
+        return TStatus_INVALID_PARAM;
+    if (uiBufferSize == 0)
+        return TStatus_OK;
+
+    // Every line takes room, so this ends even where the parents of processes that come and go form a ring.
+    pid_t   pPid     = getpid();
+    KUINT32 uiLength = AppendProcessName(pPid, pszProcessStack, uiBufferSize, 0);
+    do
+    {
+        pPid     = OsServices_GetParentPid(pPid);
+        uiLength = AppendProcessName(pPid, pszProcessStack, uiBufferSize, uiLength);
+    } while (pPid > 1 && uiBufferSize - uiLength > 1);
+    return TStatus_OK;
+}

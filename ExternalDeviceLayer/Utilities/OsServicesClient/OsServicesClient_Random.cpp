@@ -1,0 +1,37 @@
+#include <bit>
+
+#include "OsServicesClient_Linux.h"
+
+namespace
+{
+KUINT32 s_uiOwnState = 0;
+
+// Where the heap puts a block differs from run to run. The cut to 32 bits keeps the part that does.
+KUINT32 SeedFromHeap()
+{
+    void* const pvBlock = OsServices_PagedMemory_Alloc(1);
+    const auto  uiSeed  = static_cast<KUINT32>(reinterpret_cast<KUINTPTR>(pvBlock));
+    OsServices_PagedMemory_Free(pvBlock);
+    return uiSeed;
+}
+}
+
+KUINT32 OsServices_GetNextRandom(KUINT32* puiState)
+{
+    const KUINT32 uiOld = *puiState != 0 ? *puiState : SeedFromHeap();
+    *puiState           = (std::rotr(uiOld, 1) ^ uiOld) + uiOld;
+    return *puiState;
+}
+
+KUINT32 OsServices_GetRandom(void)
+{
+    return OsServices_GetNextRandom(&s_uiOwnState);
+}
+
+KUINT32 OsServices_GetRandomNonZero(void)
+{
+    KUINT32 uiValue = 0;
+    while (uiValue == 0)
+        uiValue = OsServices_GetRandom();
+    return uiValue;
+}
