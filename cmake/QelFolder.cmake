@@ -4,7 +4,7 @@ add_library(QelBuildOptions INTERFACE)
 target_compile_features(QelBuildOptions INTERFACE cxx_std_20)
 target_compile_options(QelBuildOptions INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wold-style-cast -Wcast-qual
-  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Werror
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Wno-missing-field-initializers -Werror
   $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>
   $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 set(CMAKE_CXX_EXTENSIONS OFF)

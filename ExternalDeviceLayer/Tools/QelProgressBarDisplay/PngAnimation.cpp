@@ -1,0 +1,141 @@
+#include "PngAnimation.h"
+
+#include <cstddef>
+
+#include "FrameBlend.h"
+#include "QelCheck.h"
+#include "QelTools.h"
+
+namespace
+{
+constexpr KUINT32 BYTES_PER_PIXEL      = 4;
+constexpr KUINT32 FILE_NAME_CHARACTERS = 512;
+
+// Frames are never released. Those of every sequence are kept here, where a leak checker finds them.
+struct SFrameSequence
+{
+    KUINT8**        ppuiFrames;
+    SFrameSequence* poNext;
+};
+SFrameSequence* s_poFrameSequences = nullptr;
+
+KUINT8** NewFrameSequence(KUINT32 uiFrameCount)
+{
+    auto* poSequence       = new SFrameSequence{new KUINT8*[uiFrameCount](), s_poFrameSequences};
+    s_poFrameSequences     = poSequence;
+    return poSequence->ppuiFrames;
+}
+
+KUINT32 WidthOf(const TRECT& roRegion)
+{
+    return static_cast<KUINT32>(roRegion.iRight) - static_cast<KUINT32>(roRegion.iLeft);
+}
+
+KUINT32 HeightOf(const TRECT& roRegion)
+{
+    return static_cast<KUINT32>(roRegion.iBottom) - static_cast<KUINT32>(roRegion.iTop);
+}
+
+// Where the row uiRow of a region starts in a plane.
+std::size_t RegionRowOffset(const TRECT& roRegion, KUINT32 uiRow, KUINT32 uiPitchInBytes)
+{
+    return (static_cast<std::size_t>(roRegion.iTop) + uiRow) * uiPitchInBytes +
+           static_cast<std::size_t>(roRegion.iLeft) * BYTES_PER_PIXEL;
+}
+
+// Opens the frame of a number, counted from 1. A name that is cut has lost its number and would name one file for ever:
+// it opens nothing.
+std::FILE* OpenFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber)
+{
+    char      acFileName[FILE_NAME_CHARACTERS];
+    const int iLength = std::snprintf(acFileName, sizeof(acFileName), "%s%02u.png", pszAnimBaseFileName, uiNumber);
+
+    if (iLength < 0 || static_cast<std::size_t>(iLength) >= sizeof(acFileName))
+        return nullptr;
+    return std::fopen(acFileName, "rb");
+}
+
+KUINT32 CountFrames(const char* pszAnimBaseFileName)
+{
+    KUINT32 uiCount = 0;
+    while (std::FILE* poFile = OpenFrame(pszAnimBaseFileName, uiCount + 1))
+    {
+        std::fclose(poFile);
+        ++uiCount;
+    }
+    return uiCount;
+}
+
+KBOOL32 LoadFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber, const TRECT& roRegion, KUINT8* puiFrame)
+{
+    std::FILE* poFile = OpenFrame(pszAnimBaseFileName, uiNumber);
+    if (poFile == nullptr)
+        return FALSE;
+
+    const KBOOL32 bLoaded =
+        LoadImage(poFile, WidthOf(roRegion), WidthOf(roRegion) * BYTES_PER_PIXEL, HeightOf(roRegion), puiFrame);
+    std::fclose(poFile);
+    return bLoaded;
+}
+}
+
+KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgroundWidth,
+                         KUINT32 uiBackgroundPitchInBytes, KUINT32 uiBackgroundHeight, const char* pszAnimBaseFileName,
+                         const TRECT& roAnimRegion, SAnimationPngData& roAnimationData)
+{
+    KBOOL32       bLoaded      = FALSE;
+    KUINT32       uiFrameCount = 0;
+    const KUINT32 uiWidth      = WidthOf(roAnimRegion);
+    const KUINT32 uiHeight     = HeightOf(roAnimRegion);
+
+    QEL_CHECK_OR_ABORT(roAnimRegion.iTop >= 0);
+    QEL_CHECK_OR_ABORT(roAnimRegion.iLeft >= 0);
+    QEL_CHECK_OR_ABORT(roAnimRegion.iRight < static_cast<KINT32>(uiBackgroundWidth));
+    QEL_CHECK_OR_ABORT(roAnimRegion.iBottom < static_cast<KINT32>(uiBackgroundHeight));
+    QEL_CHECK_OR_ABORT(roAnimRegion.iLeft <= roAnimRegion.iRight && roAnimRegion.iTop <= roAnimRegion.iBottom);
+    QEL_CHECK_OR_ABORT(puiBackgroundARGBData != nullptr);
+
+    uiFrameCount = CountFrames(pszAnimBaseFileName);
+    QEL_CHECK_OR_ABORT(uiFrameCount != 0);
+
+    roAnimationData.uiNbOfAnimation      = uiFrameCount;
+    roAnimationData.ppuiAnimationSurface = NewFrameSequence(uiFrameCount);
+    roAnimationData.oRegion              = roAnimRegion;
+
+    for (KUINT32 i = 0; i < uiFrameCount; ++i)
+    {
+        // A frame smaller than the region leaves the rest as it is here: transparent.
+        auto* puiFrame = new KUINT8[std::size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL]();
+        roAnimationData.ppuiAnimationSurface[i] = puiFrame;
+
+        QEL_CHECK_OR_ABORT(LoadFrame(pszAnimBaseFileName, i + 1, roAnimRegion, puiFrame));
+
+        for (KUINT32 y = 0; y < uiHeight; ++y)
+            BlendRowOverGround(puiFrame + std::size_t{y} * uiWidth * BYTES_PER_PIXEL,
+                               puiBackgroundARGBData + RegionRowOffset(roAnimRegion, y, uiBackgroundPitchInBytes),
+                               uiWidth);
+    }
+
+    roAnimationData.uiCurrentIndex = 0;
+    bLoaded                        = TRUE;
+
+Qel_Abort:
+    return bLoaded;
+}
+
+void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackgroundPitchInBytes,
+                        KUINT8* puiBackgroundARGBData)
+{
+    if (roAnimationData.uiNbOfAnimation == 0 || puiBackgroundARGBData == nullptr)
+        return;
+
+    roAnimationData.uiCurrentIndex = (roAnimationData.uiCurrentIndex + 1) % roAnimationData.uiNbOfAnimation;
+
+    const TRECT&  roRegion   = roAnimationData.oRegion;
+    const KUINT8* puiFrame   = roAnimationData.ppuiAnimationSurface[roAnimationData.uiCurrentIndex];
+    const KUINT32 uiRowBytes = WidthOf(roRegion) * BYTES_PER_PIXEL;
+
+    for (KUINT32 y = 0; y < HeightOf(roRegion); ++y)
+        QelTools_memcpy(puiBackgroundARGBData + RegionRowOffset(roRegion, y, uiBackgroundPitchInBytes),
+                        puiFrame + std::size_t{y} * uiRowBytes, uiRowBytes);
+}

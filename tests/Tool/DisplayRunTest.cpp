@@ -1,0 +1,256 @@
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <regex>
+
+#include "OsServices.h"
+#include "RunFixture.h"
+
+OsServices g_oOsServices(nullptr);
+
+namespace
+{
+using Calls = std::vector<std::string>;
+
+const std::string REPORT = "vesk\\(4\\.12\\.0\\.16\\)\\[0\\]: \\(Error\\) [A-Za-z]+\\.cpp\\([0-9]+\\) Assertion failed\n";
+const std::string BUSY_1 = "ABORTING: Cannot enable display, the resource is busy! \\(Video output:1\\) \n";
+
+Calls Joined(std::initializer_list<Calls> aasParts)
+{
+    Calls asAll;
+    for (const Calls& asPart : aasParts)
+        asAll.insert(asAll.end(), asPart.begin(), asPart.end());
+    return asAll;
+}
+
+Calls EnableCalls(int i)
+{
+    const std::string s = std::to_string(i);
+    return {"TVideoOut_GetHandle " + s + " 2", "TVideoOut_Enable " + s + " 0 80 1", "TVideoOut_ReleaseHandle " + s};
+}
+
+Calls DisableCalls(int i)
+{
+    const std::string s = std::to_string(i);
+    return {"TVideoOut_GetHandle " + s + " 2", "TVideoOut_Disable " + s, "TVideoOut_ReleaseHandle " + s};
+}
+
+// The calls of a run of one step on a board of two outputs, up to its teardown.
+const Calls FORWARD = Joined(
+    {{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoard_GetFpgaCount", "TBoard_GetFpgaInfo 0",
+      "TBuffer_CreateVideo 52 80 60", "TBuffer_GetPlaneInfo", "TBuffer_BeginAccess 0 1", "TBuffer_EndAccess",
+      "TVideoOut_GetCount"},
+     EnableCalls(0), EnableCalls(1),
+     {"TBoard_RegWrite 6908 1", "TBuffer_BeginAccess 0 1", "TBoard_RegRead 7932", "TBuffer_EndAccess"}});
+
+// What is undone, by how far the run came.
+const Calls UNDO_NOTHING;
+const Calls UNDO_DEVICE  = {"TBoard_RegWrite 6908 0"};
+const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
+const Calls UNDO_OUTPUTS = Joined({DisableCalls(0), DisableCalls(1), UNDO_BUFFER});
+
+struct SFault
+{
+    const char*  pszCall;
+    int          iOccurrence;
+    TStatus      eFailure;
+    TStatus      eRunStatus;
+    std::string  sOutput;   // a regular expression
+    Calls        asBetween;  // after the failing call, before the teardown
+    const Calls* pasUndone;
+};
+
+const SFault FAULTS[] = {
+    {"Tavrin_GetDeviceCount", 0, TStatus_FAIL, TStatus_FAIL, REPORT, {}, &UNDO_NOTHING},
+    {"Tavrin_GetDevice 0", 0, TStatus_FAIL, TStatus_FAIL, REPORT, {}, &UNDO_NOTHING},
+    {"TBoard_GetFpgaCount", 0, TStatus_TIMEOUT, TStatus_FAIL, "", {}, &UNDO_DEVICE},
+    {"TBoard_GetFpgaInfo 0", 0, TStatus_TIMEOUT, TStatus_FAIL, "", {}, &UNDO_DEVICE},
+    {"TBuffer_CreateVideo 52 80 60", 0, TStatus_TIMEOUT, TStatus_FAIL, REPORT, {}, &UNDO_DEVICE},
+    {"TBuffer_GetPlaneInfo", 0, TStatus_TIMEOUT, TStatus_TIMEOUT, REPORT, {}, &UNDO_BUFFER},
+    {"TBuffer_BeginAccess 0 1", 0, TStatus_RESOURCES_BUSY, TStatus_RESOURCES_BUSY, REPORT, {}, &UNDO_BUFFER},
+    {"TBuffer_EndAccess", 0, TStatus_INVALID_PARAM, TStatus_INVALID_PARAM, REPORT, {}, &UNDO_BUFFER},
+    {"TVideoOut_GetCount", 0, TStatus_CANCELED, TStatus_CANCELED, REPORT, {}, &UNDO_BUFFER},
+    {"TVideoOut_GetHandle 1 2", 0, TStatus_FAIL, TStatus_FAIL, REPORT, {}, &UNDO_OUTPUTS},
+    {"TVideoOut_GetHandle 1 2", 0, TStatus_RESOURCES_BUSY, TStatus_RESOURCES_BUSY, BUSY_1, {}, &UNDO_OUTPUTS},
+    {"TVideoOut_Enable 1 0 80 1", 0, TStatus_RESOURCES_BUSY, TStatus_RESOURCES_BUSY, REPORT + BUSY_1,
+     {"TVideoOut_ReleaseHandle 1"}, &UNDO_OUTPUTS},
+    {"TVideoOut_Enable 0 0 80 1", 0, TStatus_TIMEOUT, TStatus_TIMEOUT, REPORT + REPORT,
+     {"TVideoOut_ReleaseHandle 0"}, &UNDO_OUTPUTS},
+    {"TVideoOut_ReleaseHandle 1", 0, TStatus_CANCELED, TStatus_CANCELED, REPORT + REPORT, {}, &UNDO_OUTPUTS},
+    {"TVideoOut_ReleaseHandle 1", 0, TStatus_RESOURCES_BUSY, TStatus_RESOURCES_BUSY, REPORT + BUSY_1, {}, &UNDO_OUTPUTS},
+    {"TBuffer_BeginAccess 0 1", 1, TStatus_TIMEOUT, TStatus_TIMEOUT, REPORT, {}, &UNDO_OUTPUTS},
+    {"TBuffer_EndAccess", 1, TStatus_TIMEOUT, TStatus_TIMEOUT, REPORT, {}, &UNDO_OUTPUTS},
+};
+
+class DisplayRun : public CRunFixture
+{
+};
+
+TEST_F(DisplayRun, AnyFailingCallEndsTheRunAndUndoesJustWhatWasDone)
+{
+    for (const SFault& roFault : FAULTS)
+    {
+        SCOPED_TRACE(testing::Message() << roFault.pszCall << " #" << roFault.iOccurrence << " = " << roFault.eFailure);
+        m_roBoard.asCalls.clear();
+        m_roBoard.sFailingCall       = roFault.pszCall;
+        m_roBoard.iFailingOccurrence = roFault.iOccurrence;
+        m_roBoard.eFailure           = roFault.eFailure;
+
+        EXPECT_EQ(Run(), roFault.eRunStatus);
+        EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(roFault.sOutput))) << m_sOutput;
+
+        auto itFailing = std::find(FORWARD.begin(), FORWARD.end(), roFault.pszCall);
+        for (int i = 0; i < roFault.iOccurrence; ++i)
+            itFailing = std::find(itFailing + 1, FORWARD.end(), roFault.pszCall);
+        EXPECT_EQ(m_roBoard.asCalls, Joined({Calls(FORWARD.begin(), itFailing + 1), roFault.asBetween, *roFault.pasUndone}));
+        EXPECT_EQ(Tavrin_GetDeviceCount(), 0u) << "the library is still loaded";
+    }
+}
+
+TEST_F(DisplayRun, CallsThatAreNotExaminedChangeNothing)
+{
+    for (const char* pszCall : {"", "TBoard_RegWrite 6908 1", "TBoard_RegWrite 6908 0", "TBuffer_Destroy", "TVideoOut_Disable 0"})
+    {
+        SCOPED_TRACE(pszCall);
+        m_roBoard.asCalls.clear();
+        m_roBoard.sFailingCall = pszCall;
+        EXPECT_EQ(Run(), TStatus_OK);
+        const bool bReported = m_roBoard.sFailingCall == "TVideoOut_Disable 0";
+        EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(bReported ? REPORT : ""))) << m_sOutput;
+        EXPECT_EQ(m_roBoard.asCalls, Joined({FORWARD, UNDO_OUTPUTS}));
+    }
+}
+
+TEST_F(DisplayRun, FirmwareThatMayNotBeDrivenEndsItBeforeTheBuffer)
+{
+    m_roBoard.aoFpgas[0].uiVersionBuild = 7;
+    EXPECT_EQ(Run(), TStatus_FAIL);
+    EXPECT_EQ(m_sOutput, "");
+    EXPECT_EQ(m_roBoard.asCalls, Joined({Calls(FORWARD.begin(), FORWARD.begin() + 4), UNDO_DEVICE}));
+
+    m_roBoard.aoFpgas.clear();
+    EXPECT_EQ(Run(), TStatus_FAIL);
+    EXPECT_EQ(m_sOutput, "No FPGA detected!\n");
+}
+
+TEST_F(DisplayRun, OutputWithoutAHandleIsLeftOutInSilence)
+{
+    m_roBoard.sFailingCall = "TVideoOut_GetHandle 0 2";
+    m_roBoard.eFailure     = TStatus_OK;
+    m_uiEnableTime         = 1000;  // no output is disabled, so no further handle is got
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(m_sOutput, "");
+    EXPECT_EQ(std::count(m_roBoard.asCalls.begin(), m_roBoard.asCalls.end(), "TVideoOut_Enable 1 0 80 1"), 1);
+    EXPECT_EQ(std::count(m_roBoard.asCalls.begin(), m_roBoard.asCalls.end(), "TVideoOut_Enable 0 0 80 1"), 0);
+    EXPECT_EQ(m_roBoard.asCalls.end()[-2] + m_roBoard.asCalls.back(), UNDO_BUFFER[0] + UNDO_BUFFER[1]);
+}
+
+TEST_F(DisplayRun, BadRectanglesAndIndexTouchNoBoard)
+{
+    m_uiDevIndex = 1;
+    EXPECT_EQ(Run(), TStatus_FAIL);
+    EXPECT_EQ(m_roBoard.asCalls, Calls{"Tavrin_GetDeviceCount"});
+
+    m_roBoard.asCalls.clear();
+    m_oAnim.iBottom = 60;
+    EXPECT_EQ(Run(), TStatus_FAIL);
+    EXPECT_EQ(m_sOutput, "Animation Bar Rectangle is invalid\n");
+    m_oBar.iRight = 80;
+    EXPECT_EQ(Run(), TStatus_FAIL);
+    EXPECT_EQ(m_sOutput, "Progress Bar Rectangle is invalid\n");
+    EXPECT_TRUE(m_roBoard.asCalls.empty());
+}
+
+// Every moment at which the library is called: the line is printed, the run ends in its good way, and all is undone.
+TEST_F(DisplayRun, StopSignalAtAnyCallEndsItWell)
+{
+    const std::size_t iFirstOfLoop = FORWARD.size() - 2;
+    m_roBoard.fProgress            = [] { return 0xFFFFFF00u; };
+
+    for (std::size_t iCall = 0; iCall <= iFirstOfLoop; ++iCall)
+    {
+        SCOPED_TRACE(FORWARD[iCall]);
+        const int iSignal = iCall % 2 == 0 ? SIGTERM : SIGINT;
+        g_bStopSignal     = FALSE;
+        m_roBoard.asCalls.clear();
+        m_roBoard.fOnCall = [&](const std::string&) {
+            if (m_roBoard.asCalls.size() == iCall + 1)
+                raise(iSignal);
+        };
+        EXPECT_EQ(Run(), TStatus_OK);
+        EXPECT_EQ(m_sOutput, "Received signal: " + std::to_string(iSignal) + "\n");
+
+        Calls asForward = FORWARD;
+        if (iCall < iFirstOfLoop)
+            asForward.erase(asForward.end() - 2);  // the loop is skipped
+        EXPECT_EQ(m_roBoard.asCalls, Joined({asForward, UNDO_OUTPUTS}));
+    }
+}
+
+TEST_F(DisplayRun, LoopHasOneMoreWaitAfterCompletionAndIgnoresTheUpperBits)
+{
+    int iReads          = 0;
+    m_roBoard.fProgress = [&iReads] { return ++iReads < 3 ? 0xABCDEF00u + 99 : 0xFF000064u; };
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(iReads, 3);
+    EXPECT_EQ(PixelAt(59, 45), 0x00FFFFFFu);
+}
+
+TEST_F(DisplayRun, EnableTimeEndsItAndLeavesTheOutputsOn)
+{
+    m_uiEnableTime      = 1;
+    m_uiStepMs          = 50;
+    m_roBoard.fProgress = [] { return 10u; };
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(Calls(m_roBoard.asCalls.end() - 3, m_roBoard.asCalls.end()), Joined({{"TBuffer_EndAccess"}, UNDO_BUFFER}));
+    EXPECT_EQ(PixelAt(23, 45), 0x00FFFFFFu);
+    EXPECT_EQ(PixelAt(24, 45), 0u);
+}
+
+TEST_F(DisplayRun, FailedRegisterReadKeepsTheLastPercentage)
+{
+    int iReads                   = 0;
+    m_roBoard.fProgress          = [&iReads] { return ++iReads == 1 ? 50u : 100u; };
+    m_roBoard.sFailingCall       = "TBoard_RegRead 7932";
+    m_roBoard.iFailingOccurrence = 1;
+    KUINT32 uiSeen               = 0;
+    m_roBoard.fOnCall            = [&](const std::string& s) { uiSeen += s == "TBoard_RegRead 7932"; };
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(uiSeen, 3u);
+}
+
+TEST_F(DisplayRun, PictureIsClearedAnimatedAndDrawnThroughTheSecondMapping)
+{
+    m_bAnimation = TRUE;
+    EXPECT_EQ(Run(), TStatus_OK);
+    for (KUINT32 y = 0; y < 60; ++y)
+    {
+        for (KUINT32 x = 0; x < 80; ++x)
+        {
+            const bool bBar   = x >= 20 && x <= 60 && y >= 40 && y <= 50;
+            const bool bBlock = x >= 11 && x < 21 && y >= 5 && y < 15;  // 5 % to 55 % of 20 columns
+            ASSERT_EQ(PixelAt(x, y), bBar || bBlock ? 0x00FFFFFFu : 0u) << x << "," << y;
+        }
+        ASSERT_EQ(PixelAt(80, y), 0xDEADBEEFu) << "the gap between rows was written";
+    }
+}
+
+TEST_F(DisplayRun, UnreadablePicturesAreNoFailure)
+{
+    m_pszImage   = "/nonexistent.png";
+    m_pszFrames  = "/nonexistent";
+    m_bAnimation = TRUE;
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(REPORT + "Animation Png failed to load fall back on rectangle animation\n")));
+    EXPECT_EQ(PixelAt(11, 5), 0x00FFFFFFu);
+}
+
+TEST_F(DisplayRun, LibraryWithoutPlanesIsSurvived)
+{
+    m_roBoard.uiPlanes = 0;
+    m_bAnimation       = TRUE;
+    m_pszFrames        = "/nonexistent";
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(PixelAt(20, 40), 0xDEADBEEFu);
+}
+}

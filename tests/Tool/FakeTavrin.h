@@ -1,0 +1,36 @@
+// A device library that records every call and lets one of them fail. The tool's loader and the test open the same
+// libTavrin.so.1, so the test scripts it and reads it through the one world in it.
+#ifndef FAKE_TAVRIN_H
+#define FAKE_TAVRIN_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Tavrin.h"
+
+struct SFakeTavrin
+{
+    std::vector<std::string> asCalls;  // name and arguments, in order
+
+    std::string sFailingCall;             // as it is recorded; none when empty
+    int         iFailingOccurrence = 0;   // which of them fails, from 0
+    TStatus     eFailure           = TStatus_FAIL;
+
+    std::function<void(const std::string& sCall)> fOnCall;
+
+    KUINT32 uiDevices    = 1;
+    KUINT32 uiOutputs    = 2;
+    KUINT32 uiPlanes     = 1;
+    KUINT32 uiPitchExtra = 16;  // pixels beyond the width
+    std::vector<tagTBoard_FpgaInfo> aoFpgas;
+    std::function<KUINT32()>        fProgress = [] { return KUINT32{100}; };
+
+    std::vector<KUINT32> auiPixels;  // the buffer's rows, after and while it is accessed
+    KUINT32              uiWidth  = 0;
+    KUINT32              uiHeight = 0;
+};
+
+extern "C" SFakeTavrin* FakeTavrin_World();
+
+#endif

@@ -1,0 +1,330 @@
+// What is painted: PNG pictures and frames, the blend, the bar and the rectangle's rule.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "FrameBlend.h"
+#include "PngAnimation.h"
+#include "PngFile.h"
+#include "ProgressBar.h"
+#include "QelColor.h"
+#include "QelSurfaceTyped.h"
+#include "RectangleAnimation.h"
+
+namespace
+{
+using Bytes = std::vector<KUINT8>;
+
+// A folder of its own, gone afterwards; what the tool prints stays out of the test's output.
+class Picture : public testing::Test
+{
+protected:
+    Picture() { m_sFolder = mkdtemp(m_acTemplate); }
+    ~Picture() override { std::filesystem::remove_all(m_sFolder); }
+
+    std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
+
+    void WriteBytes(const std::string& sName, const Bytes& auiBytes) const
+    {
+        std::ofstream(Path(sName), std::ios::binary)
+            .write(reinterpret_cast<const char*>(auiBytes.data()), static_cast<std::streamsize>(auiBytes.size()));
+    }
+
+    Bytes ReadBytes(const std::string& sName) const
+    {
+        std::ifstream oFile(Path(sName), std::ios::binary);
+        return {std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+    }
+
+    // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that the gap is whole.
+    KBOOL32 Load(const std::string& sName, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
+    {
+        const KUINT32 uiPitch = uiWidth * 4 + 12;
+        Bytes         auiPlane(std::size_t{uiPitch} * uiHeight + 16, 0x5A);
+        std::FILE*    poFile = std::fopen(Path(sName).c_str(), "rb");
+
+        testing::internal::CaptureStdout();
+        const KBOOL32 bLoaded = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
+        std::fflush(stdout);
+        m_sOutput = testing::internal::GetCapturedStdout();
+        if (poFile != nullptr)
+            std::fclose(poFile);
+
+        rauiPixels.clear();
+        for (KUINT32 y = 0; y < uiHeight; ++y)
+        {
+            const auto itRow = auiPlane.begin() + static_cast<std::ptrdiff_t>(y) * uiPitch;
+            rauiPixels.insert(rauiPixels.end(), itRow, itRow + uiWidth * 4);
+            EXPECT_EQ(Bytes(itRow + uiWidth * 4, itRow + uiPitch), Bytes(12, 0x5A)) << "written behind row " << y;
+        }
+        return bLoaded;
+    }
+
+    char        m_acTemplate[32] = "/tmp/picture-test-XXXXXX";
+    std::string m_sFolder;
+    std::string m_sOutput;
+};
+
+TEST_F(Picture, EveryKindArrivesAsRgba)
+{
+    struct SCase
+    {
+        SPngKind oKind;
+        Bytes    auiStored;    // two rows of four pixels
+        Bytes    auiExpected;  // the first row
+    };
+    const SCase CASES[] = {
+        {{8, PNG_COLOR_TYPE_RGBA}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
+        {{8, PNG_COLOR_TYPE_RGB}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0}},
+        {{1, PNG_COLOR_TYPE_GRAY}, {0b10100000}, {255, 255, 255, 0, 0, 0, 0, 0, 255, 255, 255, 0, 0, 0, 0, 0}},
+        {{2, PNG_COLOR_TYPE_GRAY, false, true}, {0b00011011}, {0, 0, 0, 0, 85, 85, 85, 255, 170, 170, 170, 255, 255, 255, 255, 255}},
+        {{8, PNG_COLOR_TYPE_GRAY_ALPHA}, {9, 8, 7, 6, 5, 4, 3, 2}, {9, 9, 9, 8, 7, 7, 7, 6, 5, 5, 5, 4, 3, 3, 3, 2}},
+        {{4, PNG_COLOR_TYPE_PALETTE, false, true}, {0x01, 0x2F}, {0, 0, 0, 0, 1, 2, 3, 255, 2, 4, 6, 255, 15, 30, 45, 255}},
+        {{16, PNG_COLOR_TYPE_RGBA}, {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15, 16, 16},
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
+        {{16, PNG_COLOR_TYPE_GRAY}, {0, 0, 128, 128, 255, 255, 7, 7}, {0, 0, 0, 0, 128, 128, 128, 0, 255, 255, 255, 0, 7, 7, 7, 0}},
+    };
+    for (SCase oCase : CASES)
+    {
+        Bytes auiTwoRows = oCase.auiStored;
+        auiTwoRows.insert(auiTwoRows.end(), oCase.auiStored.begin(), oCase.auiStored.end());
+        Bytes auiExpected = oCase.auiExpected;
+        auiExpected.insert(auiExpected.end(), oCase.auiExpected.begin(), oCase.auiExpected.end());
+
+        for (const bool bInterlaced : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << oCase.oKind.iBitDepth << " bits, type " << oCase.oKind.iColorType << ", interlaced " << bInterlaced);
+            oCase.oKind.bInterlaced = bInterlaced;
+            WritePng(Path("kind.png"), 4, 2, oCase.oKind, auiTwoRows);
+            Bytes auiPixels;
+            EXPECT_TRUE(Load("kind.png", 4, 2, auiPixels));
+            EXPECT_EQ(auiPixels, auiExpected);
+            EXPECT_EQ(m_sOutput, "");
+        }
+    }
+}
+
+TEST_F(Picture, AnotherSizeIsReportedAndCut)
+{
+    Bytes auiRows(5 * 3 * 4);
+    for (std::size_t i = 0; i < auiRows.size(); ++i)
+        auiRows[i] = static_cast<KUINT8>(i);
+    WritePng(Path("size.png"), 5, 3, {}, auiRows);
+
+    for (const auto& [uiWidth, uiHeight] : {std::pair{3u, 2u}, {7u, 4u}, {3u, 4u}, {7u, 2u}, {5u, 2u}})
+    {
+        SCOPED_TRACE(testing::Message() << uiWidth << "x" << uiHeight);
+        Bytes auiPixels;
+        EXPECT_TRUE(Load("size.png", uiWidth, uiHeight, auiPixels));
+        EXPECT_EQ(m_sOutput, "Supplied PNG 5x3 doens't match resolution " + std::to_string(uiWidth) + "x" + std::to_string(uiHeight));
+        for (KUINT32 y = 0; y < uiHeight; ++y)
+        {
+            for (KUINT32 i = 0; i < uiWidth * 4; ++i)
+                ASSERT_EQ(auiPixels[y * uiWidth * 4 + i], y < 3 && i < 20 ? y * 20 + i : 0x5A) << y << ", byte " << i;
+        }
+    }
+}
+
+// Read whole or not at all: whatever becomes of a file, the target is the picture or untouched.
+TEST_F(Picture, DamageCostsAFalseAndNothingElse)
+{
+    Bytes auiPixels;
+    EXPECT_FALSE(Load("missing.png", 6, 5, auiPixels));
+    EXPECT_TRUE(m_sOutput.ends_with("Assertion failed\n"));
+
+    const SPngKind KINDS[] = {{8, PNG_COLOR_TYPE_RGBA}, {1, PNG_COLOR_TYPE_GRAY, true}, {4, PNG_COLOR_TYPE_PALETTE, false, true}};
+    int            iRefused = 0;
+    for (const SPngKind& roKind : KINDS)
+    {
+        WritePng(Path("whole.png"), 6, 5, roKind, Bytes(6 * 5 * 4, 0x33));
+        const Bytes auiWhole = ReadBytes("whole.png");
+        for (std::size_t i = 0; i < 2 * auiWhole.size(); ++i)
+        {
+            SCOPED_TRACE(testing::Message() << "type " << roKind.iColorType << ", damage " << i << " of " << auiWhole.size());
+            Bytes auiDamaged = auiWhole;
+            if (i < auiWhole.size())
+                auiDamaged.resize(i);
+            else
+                auiDamaged[i - auiWhole.size()] ^= 0xFF;
+            WriteBytes("damaged.png", auiDamaged);
+
+            const KBOOL32 bLoaded = Load("damaged.png", 6, 5, auiPixels);
+            EXPECT_FALSE(bLoaded && i < auiWhole.size()) << "a truncated file passed";
+            EXPECT_TRUE(bLoaded || auiPixels == Bytes(6 * 5 * 4, 0x5A));
+            iRefused += !bLoaded;
+        }
+    }
+    EXPECT_GT(iRefused, 200);
+}
+
+TEST_F(Picture, TooLargeIsRefusedBeforeItIsDecoded)
+{
+    WritePng(Path("large.png"), 9000, 9000, {1, PNG_COLOR_TYPE_GRAY}, Bytes(1125 * 9000));
+    Bytes auiPixels;
+    EXPECT_FALSE(Load("large.png", 4, 2, auiPixels));
+    EXPECT_EQ(auiPixels, Bytes(32, 0x5A));
+}
+
+TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
+{
+    for (KUINT32 uiAlpha = 0; uiAlpha < 256; ++uiAlpha)
+    {
+        for (KUINT32 uiGround = 0; uiGround < 256; ++uiGround)
+        {
+            const KUINT32 uiPixels = 240 + uiGround % 17;
+            Bytes         auiRow(uiPixels * 4), auiGround(uiPixels * 4, static_cast<KUINT8>(uiGround));
+            for (KUINT32 i = 0; i < uiPixels; ++i)
+            {
+                auiRow[4 * i]     = static_cast<KUINT8>(i);
+                auiRow[4 * i + 1] = static_cast<KUINT8>(255 - i);
+                auiRow[4 * i + 2] = static_cast<KUINT8>(i + 128);
+                auiRow[4 * i + 3] = static_cast<KUINT8>(uiAlpha);
+            }
+            Bytes auiExpected = auiRow;
+            for (std::size_t i = 0; i < auiExpected.size(); ++i)
+                auiExpected[i] = static_cast<KUINT8>(i % 4 == 3 ? 255 : (auiRow[i] * uiAlpha + uiGround * (255 - uiAlpha)) / 255);
+            BlendRowOverGround(auiRow.data(), auiGround.data(), uiPixels);
+            ASSERT_EQ(auiRow, auiExpected) << "alpha " << uiAlpha << " over " << uiGround;
+        }
+    }
+}
+
+TEST_F(Picture, FramesPlayInOrderOverTheBackground)
+{
+    constexpr KUINT32 WIDTH = 9, HEIGHT = 7, PITCH = WIDTH * 4 + 8;
+    const TRECT       oRegion = {2, 1, 6, 4};
+    for (int i : {1, 2, 3, 5})
+        WritePng(Path("anim0" + std::to_string(i) + ".png"), 4, 3, {}, Bytes(4 * 3 * 4, static_cast<KUINT8>(60 * i)));
+
+    const Bytes       auiBackground(PITCH * HEIGHT, 40);
+    SAnimationPngData oData = {};
+    ASSERT_TRUE(InitAnimationPng(auiBackground.data(), WIDTH, PITCH, HEIGHT, Path("anim").c_str(), oRegion, oData));
+    EXPECT_EQ(oData.uiNbOfAnimation, 3u);
+
+    for (int iFrame : {2, 3, 1, 2})
+    {
+        Bytes auiPlane(PITCH * HEIGHT, 0x77);
+        AnimationPngUpdate(oData, PITCH, auiPlane.data());
+        const int iStored = 60 * iFrame;
+        for (KUINT32 y = 0; y < HEIGHT; ++y)
+        {
+            for (KUINT32 i = 0; i < PITCH; ++i)
+            {
+                const bool bInside   = y >= 1 && y < 4 && i >= 8 && i < 24;
+                const int  iExpected = !bInside ? 0x77 : i % 4 == 3 ? 255 : (iStored * iStored + 40 * (255 - iStored)) / 255;
+                ASSERT_EQ(auiPlane[y * PITCH + i], iExpected) << "frame " << iFrame << ", row " << y << ", byte " << i;
+            }
+        }
+    }
+}
+
+TEST_F(Picture, SequencesThatCannotPlayAreRefused)
+{
+    const Bytes auiBackground(9 * 4 * 7, 40);
+    const auto  fInit = [&](const std::string& sBase, TRECT oRegion) {
+        SAnimationPngData oData = {};
+        testing::internal::CaptureStdout();
+        const KBOOL32 bInit = InitAnimationPng(auiBackground.data(), 9, 36, 7, sBase.c_str(), oRegion, oData);
+        std::fflush(stdout);
+        EXPECT_EQ(testing::internal::GetCapturedStdout().ends_with("Assertion failed\n"), !bInit);
+        return bInit;
+    };
+    WritePng(Path("good01.png"), 4, 3, {}, Bytes(48));
+    WritePng(Path("rotten01.png"), 4, 3, {}, Bytes(48));
+    WriteBytes("rotten02.png", {1, 2, 3});
+    WritePng(Path("late02.png"), 4, 3, {}, Bytes(48));
+
+    EXPECT_TRUE(fInit(Path("good"), {4, 3, 8, 6}));
+    for (const TRECT& roRegion : {TRECT{-1, 1, 3, 4}, {1, -1, 5, 2}, {5, 3, 9, 6}, {4, 4, 8, 7}, {8, 3, 4, 6}})
+        EXPECT_FALSE(fInit(Path("good"), roRegion)) << roRegion.iLeft << ' ' << roRegion.iTop;
+    EXPECT_FALSE(fInit(Path("rotten"), {4, 3, 8, 6}));
+    EXPECT_FALSE(fInit(Path("late"), {4, 3, 8, 6}));
+
+    // Names that differ only behind the 511th character would all be the one file that exists.
+    std::string sLong = Path("long");
+    while (sLong.size() < 511)
+        sLong.insert(1, "./");
+    WriteBytes("long", {});
+    EXPECT_FALSE(fInit(sLong.substr(sLong.size() - 511), {4, 3, 8, 6}));
+}
+
+using CSurface = QelSurfaceTyped<QelColor<TPixelFormat_R8G8B8A8, unsigned int>>;
+
+// A small plane of the colour 7, seen through a surface.
+struct SPlane
+{
+    std::vector<KUINT32> auiPixels = std::vector<KUINT32>(320 * 24, 7);
+    KUINTPTR             uiData    = reinterpret_cast<KUINTPTR>(auiPixels.data());
+    KUINT32              uiPitch   = 320;
+    CSurface             oSurface{&uiData, &uiPitch, nullptr, 300, 24, 1};
+};
+
+TEST(ProgressBar, FillsInProportionAndStaysInside)
+{
+    constexpr KUINT32 WHITE  = 0x00FFFFFF;
+    const TRECT       oRect  = {3, 2, 102, 12};  // 99 wide
+    const KUINT32     PCTS[] = {0, 1, 2, 50, 50, 100, 40, 101, 255, 99, 0};
+
+    SPlane           oPlane;
+    SProgressBarData oData = {};
+    InitProgressDrawing(oRect, &oPlane.oSurface);
+    for (const KUINT32 uiPct : PCTS)
+    {
+        ProgressDrawingUpdate(oRect, uiPct, oData, &oPlane.oSurface);
+        EXPECT_EQ(oData.uiPrevProgressPct, uiPct);
+        const KUINT32 uiEnd = 3 + 99 * std::min(uiPct, 100u) / 100;
+        for (KUINT32 i = 0; i < oPlane.auiPixels.size(); ++i)
+        {
+            const KUINT32 x = i % 320, y = i / 320;
+            const bool    bBar     = x >= 3 && x <= 102 && y >= 2 && y <= 12;
+            const bool    bOutline = bBar && (x == 3 || x == 102 || y == 2 || y == 12);
+            ASSERT_EQ(oPlane.auiPixels[i], !bBar ? 7 : bOutline || x < uiEnd ? WHITE : 0) << uiPct << " %: " << x << ',' << y;
+        }
+    }
+}
+
+TEST(RectangleAnimation, ShowsTheBlockOfEveryStep)
+{
+    struct SStart { KINT32 iWidth; KUINT32 uiBegin, uiEnd, uiStep; };
+    for (const SStart& ro : {SStart{256, 0, 50, 5}, {255, 0, 50, 5}, {20, 0, 50, 5}, {100, 10, 30, 7}})
+    {
+        const TRECT    oRect = {5, 1, 5 + ro.iWidth, 9};
+        SPlane         oPlane;
+        SAnimationData oData = {};
+        InitAnimationDrawing(oRect, ro.uiBegin, ro.uiEnd, oData, &oPlane.oSurface);
+        for (KUINT32 uiStep = 0; uiStep < 45; ++uiStep)
+        {
+            const KUINT32 uiBegin = (ro.uiBegin + uiStep * ro.uiStep) % 100, uiEnd = (ro.uiEnd + uiStep * ro.uiStep) % 100;
+            const auto    fColumn = [&](KUINT32 uiPct) { return 5 + static_cast<KUINT32>(ro.iWidth) * uiPct / 100; };
+            for (KUINT32 i = 0; i < oPlane.auiPixels.size(); ++i)
+            {
+                const KUINT32 x = i % 320, y = i / 320;
+                const bool    bRect  = x >= 5 && x < 5u + static_cast<KUINT32>(ro.iWidth) && y >= 1 && y < 9;
+                const bool    bBlock = uiBegin < uiEnd ? x >= fColumn(uiBegin) && x < fColumn(uiEnd)
+                                                       : x >= fColumn(uiBegin) || x < fColumn(uiEnd);
+                ASSERT_EQ(oPlane.auiPixels[i], !bRect ? 7 : bBlock ? 0x00FFFFFF : 0) << "step " << uiStep << ": " << x << ',' << y;
+            }
+            AnimationDrawingUpdate(oRect, ro.uiStep, oData, &oPlane.oSurface);
+        }
+        AnimationDrawingUpdate(oRect, 200, oData, &oPlane.oSurface);
+        EXPECT_EQ(oPlane.auiPixels[320 + 5], 0u) << "a whole turn paints white, then black";
+        EXPECT_EQ(oPlane.auiPixels[320 + 4 + static_cast<KUINT32>(ro.iWidth)], 0u);
+    }
+}
+
+TEST(Rectangle, IsValidOnlyStrictlyInside)
+{
+    const TVideo_VidParam oVidParam = {.uiHActive = 1024, .uiVActive = 768};
+    const TRECT           INSIDE[]  = {{0, 0, 1023, 767}, {1022, 766, 1023, 767}};
+    const TRECT           OUTSIDE[] = {{0, 0, 1024, 767}, {0, 0, 1023, 768}, {-1, 0, 5, 5}, {0, -1, 5, 5}, {5, 0, 5, 5},
+                                       {0, 5, 5, 5},      {6, 0, 5, 5},      {0, 6, 5, 5},  {-9, -9, -5, -5}};
+    for (const TRECT& ro : INSIDE)
+        EXPECT_TRUE(IsRectangleValidInsideVidParam(ro, oVidParam));
+    for (const TRECT& ro : OUTSIDE)
+        EXPECT_FALSE(IsRectangleValidInsideVidParam(ro, oVidParam)) << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom;
+    EXPECT_FALSE(IsRectangleValidInsideVidParam({0, 0, 5, 5}, {.uiHActive = 0x80000000u, .uiVActive = 9}));
+}
+}
