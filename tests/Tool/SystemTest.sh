@@ -1,0 +1,95 @@
+#!/bin/sh
+# The built tool on a board in software, as a user runs it: SystemTest.sh BIN_FOLDER DEMO_FOLDER
+set -u
+bin=$1
+demo=$2
+work=$(mktemp -d)
+trap 'kill $(jobs -p) 2>/dev/null; rm -rf "$work"' EXIT
+export TAVRIN_BOARD="$work/board"
+failures=0
+
+expect() { # WHAT EXPECTED ACTUAL
+  [ "$2" = "$3" ] && return
+  printf 'FAILED %s\n  expected: %s\n  actual:   %s\n' "$1" "$2" "$3"
+  failures=$((failures + 1))
+}
+board() { "$bin/tavrin-board" "$@"; }
+tool() { "$bin/QelProgressBarDisplay" "$@"; }
+outputs() { board status | sed -n 's/ *output [0-9]*: //p' | sed 's/held by [0-9].*/held/' | tr '\n' ';'; }
+stop() { kill "-$1" "$(board status | sed -n 's/.*output 0.*held by \([0-9]*\).*/\1/p')"; }
+wait_until_shown() {
+  tries=0
+  until [ "$(outputs)" = '1024x768, 60 Hz, held;1024x768, 60 Hz, held;' ]; do
+    tries=$((tries + 1))
+    [ "$tries" -gt 600 ] && { expect 'the outputs are shown' yes no; return; }
+    sleep 0.05
+  done
+}
+FALL_BACK='vesk(4.12.0.16)[0]: (Error) PngAnimation.cpp(LINE) Assertion failed
+Animation Png failed to load fall back on rectangle animation'
+lines() { sed 's/([0-9]*) Assertion/(LINE) Assertion/' "$1"; }
+
+# Lines of all who write come in order, through a pipe; a stop ends it with 0, the outputs off, the register 0.
+{ tool -l 16 -a 10 10 50 50 -f "$work/none" -i "$demo/frame01.png"; echo "status $?"; } 2>&1 | cat >"$work/out" &
+wait_until_shown
+expect 'register while it runs' 0x00000001 "$(board status | sed -n 's/.*6908.*: //p')"
+stop TERM
+wait
+expect 'lines in order' "Supplied PNG 128x128 doens't match resolution 1024x768$FALL_BACK
+Received signal: 15
+status 0" "$(lines "$work/out")"
+expect 'outputs after a stop' 'off;off;' "$(outputs)"
+expect 'register after a stop' 0x00000000 "$(board status | sed -n 's/.*6908.*: //p')"
+
+# What was written is not lost when the process is killed; the outputs go on showing, and the next run can have them.
+tool -l 16 -a 10 10 50 50 -f "$work/none" >"$work/out" &
+wait_until_shown
+tool >"$work/busy"
+expect 'status of a second tool' 248 "$?"
+expect 'busy line' 'ABORTING: Cannot enable display, the resource is busy! (Video output:0) ' "$(grep ABORTING "$work/busy")"
+wait_until_shown
+stop KILL
+wait
+expect 'lines before a kill' "$FALL_BACK" "$(lines "$work/out")"
+expect 'outputs after a kill' '1024x768, 60 Hz, held by nobody;1024x768, 60 Hz, held by nobody;' "$(outputs)"
+board progress 100
+tool -l 16 -p 10 10 50 50
+expect 'run after a kill' 0 "$?"
+expect 'outputs after that run' 'off;off;' "$(outputs)"
+
+# A reader that goes away takes nothing down.
+{ tool -l 16 -a 10 10 50 50 -f "$work/none"; echo "$?" >"$work/status"; } | true &
+wait_until_shown
+stop INT
+wait
+expect 'status without a reader' 0 "$(cat "$work/status")"
+expect 'outputs without a reader' 'off;off;' "$(outputs)"
+
+# Firmware: what may be driven and what not.
+while read -r status fpgas; do
+  # shellcheck disable=SC2086 # options and their values
+  board create $fpgas >/dev/null && board progress 100
+  out=$(tool -l 16 -p 10 10 50 50)
+  expect "status with $fpgas" "$status" "$?"
+  expect "message with $fpgas" "$([ "$fpgas" = --no-fpga ] && echo 'No FPGA detected!')" "$out"
+done <<TABLE
+0   --fpga 3:1.33.0
+0   --fpga 5:2.1.33
+255 --fpga 3:1.33.7
+255 --fpga 3:1.33.0@d2
+255 --fpga 3:1.33.0/1234
+255 --no-fpga
+0   --fpga 5:2.1.33 --fpga 3:1.33.7
+255 --fpga 3:1.33.7 --fpga 3:1.33.0
+TABLE
+
+# A machine without a library, and any command line at all.
+cp "$bin/QelProgressBarDisplay" "$work/alone"
+expect 'help without a library' 'Arguments:' "$("$work/alone" -h | sed -n 2p)"
+"$work/alone" >"$work/out"
+expect 'status without a library' 255 "$?"
+expect 'says what is missing' 1 "$(grep -c 'Cannot load libTavrin.so.1' "$work/out")"
+expect 'ten thousand arguments' 10000 "$(seq 10000 | xargs -n 10000 "$bin/QelProgressBarDisplay" -h | grep -c 'is an invalid argument')"
+
+[ "$failures" -eq 0 ] && echo 'All good.'
+exit "$failures"
