@@ -1,0 +1,374 @@
+#ifndef QEL_MFC_TYPES_ARRAY_H
+#define QEL_MFC_TYPES_ARRAY_H
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <memory>
+
+#include "QelCheck.h"
+#include "QelMFCTypesAllocator.h"
+#include "QelMFCTypesElements.h"
+#include "QelTools.h"
+#include "QelTypes.h"
+
+// A growable, contiguous array of elements of type T, which are passed in as ARG.
+//
+//  - It holds no storage until the first element. The first storage is exact; later growth adds the stored step, which
+//    is computed when it is 0: an eighth of the size, from 4 to 1024. Only SetSize(0) and FreeExtra shrink the storage.
+//  - Elements 0 to size - 1 are constructed (KConstructElements), storage beyond them is raw. They move from storage to
+//    storage as bytes, so T must bear that.
+//  - Growth goes through the virtual operations: a derived array may replace it.
+//  - An element that is passed in may be one of the array itself.
+//  - A broken contract is reported, and then does nothing. Storage is limited to 32 bits of bytes.
+template <class T, class ARG = const T&>
+class CKArray
+{
+public:
+    CKArray() = default;
+    CKArray(const CKArray& roOther) : CKArray()    { Copy(roOther); }
+    CKArray& operator=(const CKArray& roOther)     { Copy(roOther); return *this; }
+
+    // These seven have their places in the virtual table in this order. nGrowBy becomes the stored step, -1 leaves it.
+    virtual ~CKArray()                                             { ReturnStorage(); }
+    virtual void SetSize(int nNewSize, int nGrowBy = -1);
+    virtual void SetCount(unsigned int uiNewCount, int nGrowBy = -1) { SetSize(static_cast<int>(uiNewCount), nGrowBy); }
+    virtual void FreeExtra();                                      // capacity becomes size
+    virtual void SetAtGrow(int iIndex, ARG oElement);              // at the size: appends
+    virtual void SetAtGrow(unsigned int uiIndex, ARG oElement)     { SetAtGrow(static_cast<int>(uiIndex), oElement); }
+
+    int          GetSize() const         { return m_iSize; }
+    unsigned int GetCount() const        { return static_cast<unsigned int>(m_iSize); }
+    int          GetAllocSize() const    { return m_iMaxSize; }
+    unsigned int GetAllocCount() const   { return static_cast<unsigned int>(m_iMaxSize); }
+    int          GetUpperBound() const   { return m_iSize - 1; }  // -1 when empty
+    unsigned int GetUpperBoundU() const  { return GetCount() - 1; }
+    KBOOL32      IsEmpty() const         { return m_iSize == 0; }
+
+    // An index outside the array is reported and refers to an element of nobody's, in its first state.
+    const T& GetAt(int iIndex) const                 { return IsInside(iIndex) ? m_poData[iIndex] : NoElement(); }
+    T&       ElementAt(int iIndex)                   { return IsInside(iIndex) ? m_poData[iIndex] : NoElement(); }
+    const T& operator[](int iIndex) const            { return GetAt(iIndex); }
+    T&       operator[](int iIndex)                  { return ElementAt(iIndex); }
+    const T& operator[](unsigned int uiIndex) const  { return GetAt(static_cast<int>(uiIndex)); }
+    T&       operator[](unsigned int uiIndex)        { return ElementAt(static_cast<int>(uiIndex)); }
+    void     SetAt(int iIndex, ARG oElement)         { if (IsInside(iIndex)) m_poData[iIndex] = oElement; }
+
+    // For the length of the next call that changes the size.
+    const T* GetData() const  { return m_poData; }
+    T*       GetData()        { return m_poData; }
+    const T* Begin() const    { return m_poData; }
+    T*       Begin()          { return m_poData; }
+    const T* End() const      { return m_poData + m_iSize; }
+    T*       End()            { return m_poData + m_iSize; }
+
+    // Adding and removing. Where an index is returned it is that of the first element added.
+    int     Add(ARG oElement)                  { SetAtGrow(m_iSize, oElement); return m_iSize - 1; }
+    KBOOL32 AddIfNotPresent(ARG oElement);     // TRUE: it was not
+    int     Append(const CKArray& roOther);
+    void    Copy(const CKArray& roOther);
+    void    InsertAt(int iIndex, ARG oElement, int iCount = 1);  // beyond the end: grows to there
+    void    RemoveAt(int iIndex, int iCount = 1);                // what there is of these
+    void    RemoveAll()                        { SetSize(0, -1); }
+    void    RemoveDuplicates();                // the first of equals stays
+
+    int     Find(ARG oElement, int iStart = 0) const;  // an index, or -1
+    KBOOL32 IsPresent(ARG oElement) const      { return Find(oElement) >= 0; }
+    void    SortElements()                     { std::sort(Begin(), End()); }  // ascending
+
+    bool operator==(const CKArray& roOther) const;
+    bool operator!=(const CKArray& roOther) const  { return !(*this == roOther); }
+
+    // As sets: what both hold, what either holds; in the order of first appearance, without duplicates.
+    CKArray& operator&=(const CKArray& roOther);
+    CKArray& operator|=(const CKArray& roOther);
+
+private:
+    static T& NoElement();
+
+    bool IsInside(int iIndex) const;
+    int  OwnIndexOf(const void* pvElement) const;
+    bool IsStoragePossible(KINT64 iMaxSize) const;
+    void MoveToStorage(int iMaxSize);
+    void ReturnStorage();
+
+    template <class IS_KEPT>
+    void KeepOnly(IS_KEPT IsKept);
+
+    T*  m_poData   = nullptr;  // null while there is no storage
+    int m_iSize    = 0;        // elements in use
+    int m_iMaxSize = 0;        // elements that the storage holds
+    int m_iGrowBy  = 0;        // step in elements; 0: computed at the next growth
+};
+
+template <class T, class ARG>
+void CKArray<T, ARG>::SetSize(int nNewSize, int nGrowBy)
+{
+    QEL_ASSERT(nNewSize >= 0);
+    if (nNewSize < 0)
+        return;
+
+    if (nGrowBy != -1)
+        m_iGrowBy = nGrowBy;
+
+    if (nNewSize == 0)
+    {
+        ReturnStorage();
+        return;
+    }
+
+    if (m_poData != nullptr && nNewSize < m_iSize)
+        KDestructElements<T>(m_poData + nNewSize, m_iSize - nNewSize);
+
+    if (nNewSize > m_iMaxSize)
+    {
+        KINT64 iNewMaxSize = nNewSize;
+        if (m_poData != nullptr)
+        {
+            if (m_iGrowBy == 0)
+                m_iGrowBy = std::clamp(m_iSize / 8, 4, 1024);
+            iNewMaxSize = std::max(KINT64{m_iMaxSize} + m_iGrowBy, iNewMaxSize);
+        }
+        QEL_ASSERT(iNewMaxSize >= m_iMaxSize);
+        if (!IsStoragePossible(iNewMaxSize))
+            return;
+        MoveToStorage(static_cast<int>(iNewMaxSize));
+    }
+
+    if (nNewSize > m_iSize)
+        KConstructElements<T>(m_poData + m_iSize, nNewSize - m_iSize);
+    m_iSize = nNewSize;
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::FreeExtra()
+{
+    if (m_iSize != m_iMaxSize)
+        MoveToStorage(m_iSize);
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::SetAtGrow(int iIndex, ARG oElement)
+{
+    const bool bIsPossible = iIndex >= 0 && iIndex < std::numeric_limits<int>::max();
+    QEL_ASSERT(bIsPossible);
+    if (!bIsPossible)
+        return;
+
+    // Growth moves the storage, and an element of the array with it.
+    const int iOwnIndex = OwnIndexOf(std::addressof(oElement));
+    if (iIndex >= m_iSize)
+        SetSize(iIndex + 1, -1);
+    if (iIndex >= m_iSize)
+        return;
+
+    if (iOwnIndex >= 0)
+        m_poData[iIndex] = m_poData[iOwnIndex];
+    else
+        m_poData[iIndex] = oElement;
+}
+
+template <class T, class ARG>
+KBOOL32 CKArray<T, ARG>::AddIfNotPresent(ARG oElement)
+{
+    if (IsPresent(oElement))
+        return FALSE;
+    Add(oElement);
+    return TRUE;
+}
+
+template <class T, class ARG>
+int CKArray<T, ARG>::Append(const CKArray& roOther)
+{
+    const int    iFirst = m_iSize;
+    const int    iAdded = roOther.m_iSize;  // not more, when it is this array itself
+    const KINT64 iTotal = KINT64{iFirst} + iAdded;
+    if (iAdded == 0 || !IsStoragePossible(iTotal))
+        return iFirst;
+
+    SetSize(static_cast<int>(iTotal), -1);
+    for (int i = 0; i < iAdded && iFirst + i < m_iSize; ++i)
+        m_poData[iFirst + i] = roOther.m_poData[i];
+    return iFirst;
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::Copy(const CKArray& roOther)
+{
+    if (this == &roOther)
+        return;
+
+    RemoveAll();
+    Append(roOther);
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::InsertAt(int iIndex, ARG oElement, int iCount)
+{
+    const KINT64 iNewSize    = KINT64{std::max(iIndex, m_iSize)} + iCount;
+    const bool   bIsPossible = iIndex >= 0 && iCount >= 0;
+    QEL_ASSERT(bIsPossible);
+    if (!bIsPossible || iCount == 0 || !IsStoragePossible(iNewSize))
+        return;
+
+    const T   oCopy = oElement;  // one of the array would move, maybe twice
+    const int iTail = std::max(m_iSize - iIndex, 0);
+    SetSize(static_cast<int>(iNewSize), -1);
+    if (m_iSize != iNewSize)
+        return;
+
+    // The added elements are at the end: they are unmade, the tail takes their place, and the gap is made anew.
+    T* poGap = m_poData + iIndex;
+    KDestructElements<T>(m_poData + (m_iSize - iCount), iCount);
+    QelTools_memmove(poGap + iCount, poGap, static_cast<KUINT32>(sizeof(T) * static_cast<KUINT32>(iTail)));
+    KConstructElements<T>(poGap, iCount);
+    std::fill_n(poGap, iCount, oCopy);
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::RemoveAt(int iIndex, int iCount)
+{
+    const bool bIsPossible = iIndex >= 0 && iIndex <= m_iSize && iCount >= 0;
+    QEL_ASSERT(bIsPossible);
+    if (!bIsPossible)
+        return;
+
+    iCount = std::min(iCount, m_iSize - iIndex);
+    if (iCount == 0)
+        return;
+
+    T*        poGap = m_poData + iIndex;
+    const int iTail = m_iSize - iIndex - iCount;
+    KDestructElements<T>(poGap, iCount);
+    QelTools_memmove(poGap, poGap + iCount, static_cast<KUINT32>(sizeof(T) * static_cast<KUINT32>(iTail)));
+    m_iSize -= iCount;
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::RemoveDuplicates()
+{
+    KeepOnly([this](int iIndex) { return Find(m_poData[iIndex]) == iIndex; });
+}
+
+template <class T, class ARG>
+int CKArray<T, ARG>::Find(ARG oElement, int iStart) const
+{
+    for (int i = std::max(iStart, 0); i < m_iSize; ++i)
+    {
+        if (m_poData[i] == oElement)
+            return i;
+    }
+    return -1;
+}
+
+template <class T, class ARG>
+bool CKArray<T, ARG>::operator==(const CKArray& roOther) const
+{
+    return std::equal(Begin(), End(), roOther.Begin(), roOther.End());
+}
+
+template <class T, class ARG>
+CKArray<T, ARG>& CKArray<T, ARG>::operator&=(const CKArray& roOther)
+{
+    RemoveDuplicates();
+    if (this != &roOther)
+        KeepOnly([this, &roOther](int iIndex) { return roOther.IsPresent(m_poData[iIndex]); });
+    return *this;
+}
+
+template <class T, class ARG>
+CKArray<T, ARG>& CKArray<T, ARG>::operator|=(const CKArray& roOther)
+{
+    Append(roOther);
+    RemoveDuplicates();
+    return *this;
+}
+
+// What an index outside any array refers to: made anew each time, so nobody finds there what another one left.
+template <class T, class ARG>
+T& CKArray<T, ARG>::NoElement()
+{
+    struct SElement
+    {
+        SElement() { KConstructElements<T>(Get(), 1); }
+        ~SElement() { KDestructElements<T>(Get(), 1); }
+        T* Get() { return reinterpret_cast<T*>(m_auiStorage); }
+
+        alignas(T) unsigned char m_auiStorage[sizeof(T)];
+    };
+    static thread_local SElement s_oElement;
+
+    KDestructElements<T>(s_oElement.Get(), 1);
+    KConstructElements<T>(s_oElement.Get(), 1);
+    return *s_oElement.Get();
+}
+
+template <class T, class ARG>
+bool CKArray<T, ARG>::IsInside(int iIndex) const
+{
+    const bool bIsInside = iIndex >= 0 && iIndex < m_iSize;
+    QEL_ASSERT(bIsInside);
+    return bIsInside;
+}
+
+// The index of an element that lies in the array's own storage, otherwise -1.
+template <class T, class ARG>
+int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
+{
+    const std::less<const void*> oIsBefore;
+    if (m_poData == nullptr || oIsBefore(pvElement, m_poData) || !oIsBefore(pvElement, m_poData + m_iSize))
+        return -1;
+    return static_cast<int>(static_cast<const T*>(pvElement) - m_poData);
+}
+
+template <class T, class ARG>
+bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMaxSize) const
+{
+    constexpr KINT64 iMaxBytes   = std::numeric_limits<KUINT32>::max();
+    constexpr KINT64 iLimit      = std::min<KINT64>(std::numeric_limits<int>::max(), iMaxBytes / KINT64{sizeof(T)});
+    const bool       bIsPossible = iMaxSize <= iLimit;
+    QEL_ASSERT(bIsPossible);
+    return bIsPossible;
+}
+
+// Moves the elements in use into storage for exactly that many, none for 0.
+template <class T, class ARG>
+void CKArray<T, ARG>::MoveToStorage(int iMaxSize)
+{
+    T* poNew = nullptr;
+    if (iMaxSize > 0)
+        poNew = static_cast<T*>(CKAllocator::AllocBlock(sizeof(T) * static_cast<KUINT32>(iMaxSize)));
+    if (m_iSize > 0)
+        QelTools_memcpy(poNew, m_poData, static_cast<KUINT32>(sizeof(T) * static_cast<KUINT32>(m_iSize)));
+
+    CKAllocator::FreeBlock(m_poData);
+    m_poData   = poNew;
+    m_iMaxSize = iMaxSize;
+}
+
+template <class T, class ARG>
+void CKArray<T, ARG>::ReturnStorage()
+{
+    if (m_poData != nullptr)
+        KDestructElements<T>(m_poData, m_iSize);
+    CKAllocator::FreeBlock(m_poData);
+    m_poData   = nullptr;
+    m_iSize    = 0;
+    m_iMaxSize = 0;
+}
+
+// Drops every element that is not kept; IsKept sees the kept ones in front of the one it is asked about.
+template <class T, class ARG>
+template <class IS_KEPT>
+void CKArray<T, ARG>::KeepOnly(IS_KEPT IsKept)
+{
+    for (int i = 0; i < m_iSize;)
+    {
+        if (IsKept(i))
+            ++i;
+        else
+            RemoveAt(i);
+    }
+}
+
+#endif

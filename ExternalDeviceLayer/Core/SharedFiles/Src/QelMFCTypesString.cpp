@@ -1,0 +1,330 @@
+// The buffer of a string: who shares it, who may write it, when it is another one.
+#include "QelMFCTypesString.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "QelMFCTypesAllocator.h"
+
+const KINT32                     CKString::m_aiInitData[4] = {-1, 0, 0, 0};
+const CKString::SMetaData* const CKString::m_poDataNil = reinterpret_cast<const SMetaData*>(m_aiInitData);
+const KCHAR8* const              CKString::m_pszNil = reinterpret_cast<const KCHAR8*>(m_aiInitData + 3);
+
+// A string is one pointer to its characters, so the pointer to the empty text is an empty string as it stands.
+const CKString* const CKString::m_poEmptyString = reinterpret_cast<const CKString*>(&m_pszNil);
+
+static_assert(sizeof(CKString) == sizeof(KCHAR8*) && sizeof(CKString::SMetaData) == 12);
+
+CKString::CKString(const CKString& roSource) : CKString()
+{
+    *this = roSource;
+}
+
+CKString::CKString(const KCHAR8* pszText) : CKString()
+{
+    *this = pszText;
+}
+
+CKString::CKString(KCHAR8 ch, KINT32 iCount) : CKString()
+{
+    if (iCount > 0 && AllocData(iCount))
+        QelTools_memset(m_pchData, ch, GetLengthU());
+}
+
+CKString::CKString(KCHAR8 ch, KUINT32 uiCount) : CKString(ch, ToSigned(uiCount))
+{
+}
+
+CKString::~CKString()
+{
+    ReleaseData();
+}
+
+CKString& CKString::operator=(const CKString& roSource)
+{
+    if (m_pchData == roSource.m_pchData)
+        return *this;
+
+    if (IsLocked() || roSource.GetMetaData()->iRefs < 0)
+    {
+        AssignCopy(roSource.GetLength(), roSource.m_pchData);
+        return *this;
+    }
+
+    Release();
+    m_pchData = roSource.m_pchData;
+    ++GetWritableMetaData()->iRefs;
+    return *this;
+}
+
+CKString& CKString::operator=(const KCHAR8* pszText)
+{
+    AssignCopy(QelTools_strlen(OrEmpty(pszText)), pszText);
+    return *this;
+}
+
+CKString& CKString::operator=(KCHAR8 ch)
+{
+    AssignCopy(1, &ch);
+    return *this;
+}
+
+CKString& CKString::operator+=(const CKString& roAdded)
+{
+    ConcatInPlace(roAdded.GetLength(), roAdded.m_pchData);
+    return *this;
+}
+
+CKString& CKString::operator+=(const KCHAR8* pszAdded)
+{
+    ConcatInPlace(QelTools_strlen(OrEmpty(pszAdded)), pszAdded);
+    return *this;
+}
+
+CKString& CKString::operator+=(KCHAR8 chAdded)
+{
+    ConcatInPlace(1, &chAdded);
+    return *this;
+}
+
+CKString operator+(const CKString& roA, const CKString& roB)
+{
+    CKString oResult;
+    oResult.ConcatCopy(roA.GetLength(), roA, roB.GetLength(), roB);
+    return oResult;
+}
+
+CKString operator+(const CKString& roA, const KCHAR8* pszB)
+{
+    CKString oResult;
+    oResult.ConcatCopy(roA.GetLength(), roA, QelTools_strlen(CKString::OrEmpty(pszB)), pszB);
+    return oResult;
+}
+
+CKString operator+(const KCHAR8* pszA, const CKString& roB)
+{
+    CKString oResult;
+    oResult.ConcatCopy(QelTools_strlen(CKString::OrEmpty(pszA)), pszA, roB.GetLength(), roB);
+    return oResult;
+}
+
+CKString operator+(const CKString& roA, KCHAR8 chB)
+{
+    CKString oResult;
+    oResult.ConcatCopy(roA.GetLength(), roA, 1, &chB);
+    return oResult;
+}
+
+CKString operator+(KCHAR8 chA, const CKString& roB)
+{
+    CKString oResult;
+    oResult.ConcatCopy(1, &chA, roB.GetLength(), roB);
+    return oResult;
+}
+
+void CKString::Empty()
+{
+    if (GetLength() == 0)
+        return;
+
+    if (IsLocked())
+        SetLength(0);
+    else
+        Release();
+
+    QEL_ASSERT(GetLength() == 0);
+    QEL_ASSERT(IsLocked() || GetAllocLength() == 0);
+}
+
+KCHAR8* CKString::GetBuffer(KINT32 iMinAllocLength)
+{
+    QEL_ASSERT(iMinAllocLength >= 0);
+    if (iMinAllocLength > GetAllocLength() || GetMetaData()->iRefs > 1)
+    {
+        // Also a caller who asked for too much gets a buffer that nobody else reads.
+        if (!Reallocate(std::max(GetLength(), iMinAllocLength)))
+            CopyBeforeWrite();
+    }
+    return m_pchData;
+}
+
+KCHAR8* CKString::GetBufferSetLength(KINT32 iLength)
+{
+    GetBuffer(iLength);
+    SetLength(iLength);
+    return m_pchData;
+}
+
+void CKString::ReleaseBuffer(KINT32 iLength)
+{
+    if (IsNil())
+        return;
+
+    CopyBeforeWrite();
+    if (iLength == -1)
+    {
+        // The caller may have filled the buffer up to its end, which then has no terminator before the block's own.
+        const auto oWritten = std::string_view(m_pchData, GetAllocLengthU());
+        iLength = static_cast<KINT32>(std::min(oWritten.find('\0'), oWritten.size()));
+    }
+    QEL_ASSERT(iLength >= 0 && iLength <= GetAllocLength());
+    SetLength(iLength);
+}
+
+void CKString::FreeExtra()
+{
+    if (GetLength() != GetAllocLength())
+        Reallocate(GetLength());
+}
+
+KCHAR8* CKString::LockBuffer()
+{
+    GetBuffer(0);
+    if (!IsNil())
+        GetWritableMetaData()->iRefs = -1;
+    return m_pchData;
+}
+
+void CKString::UnlockBuffer()
+{
+    QEL_ASSERT(GetMetaData()->iRefs == -1);
+    if (IsLocked())
+        GetWritableMetaData()->iRefs = 1;
+}
+
+// Gives a string without a buffer one for exactly that many characters. Their number is its length already, their
+// values are the caller's to set. A length that no buffer may have is reported: the string stays empty, false.
+bool CKString::AllocData(KINT32 iLength)
+{
+    const bool bIsPossible = iLength >= 0 && iLength <= msc_iMaxLength;
+    QEL_ASSERT(bIsPossible);
+    if (!bIsPossible || iLength == 0)
+        return bIsPossible;
+
+    const std::size_t uiSizeInBytes = sizeof(SMetaData) + static_cast<std::size_t>(iLength) + 1;
+    auto* poMetaData = ::new (CKAllocator::AllocBlock(uiSizeInBytes)) SMetaData{1, iLength, iLength};
+    m_pchData = poMetaData->GetStrData();
+    m_pchData[iLength] = '\0';
+    return true;
+}
+
+// Gives the share in the buffer back and leaves the pointer to it as it is.
+void CKString::ReleaseData()
+{
+    if (IsNil())
+        return;
+
+    SMetaData* poMetaData = GetWritableMetaData();
+    QEL_ASSERT(poMetaData->iRefs != 0);
+    if (--poMetaData->iRefs <= 0)
+        CKAllocator::FreeBlock(poMetaData);
+}
+
+void CKString::Release()
+{
+    ReleaseData();
+    m_pchData = const_cast<KCHAR8*>(m_pszNil);
+}
+
+void CKString::Swap(CKString& roOther)
+{
+    std::swap(m_pchData, roOther.m_pchData);
+}
+
+// Moves the text into a buffer of its own for exactly that many characters, at least its length. False: nothing
+// changed.
+bool CKString::Reallocate(KINT32 iAllocLength)
+{
+    CKString oNew;
+    if (!oNew.AllocData(iAllocLength))
+        return false;
+
+    QelTools_memcpy(oNew.m_pchData, m_pchData, GetLengthU());
+    oNew.SetLength(GetLength());
+    Swap(oNew);
+    return true;
+}
+
+void CKString::CopyBeforeWrite()
+{
+    if (GetMetaData()->iRefs > 1)
+        Reallocate(GetLength());
+    QEL_ASSERT(GetMetaData()->iRefs <= 1);
+}
+
+// A buffer of the string's own for that many characters, whatever it held before. False: nothing changed.
+bool CKString::AllocBeforeWrite(KINT32 iLength)
+{
+    if (GetMetaData()->iRefs <= 1 && iLength <= GetAllocLength())
+        return true;
+
+    const bool bWasLocked = IsLocked();
+    CKString   oNew;
+    if (!oNew.AllocData(iLength))
+        return false;
+
+    // Whoever locked the buffer goes on writing it: a text that did not fit must not make it one that is shared.
+    if (bWasLocked)
+        oNew.LockBuffer();
+    Swap(oNew);
+    return true;
+}
+
+void CKString::AssignCopy(KINT32 iLength, const KCHAR8* pszText)
+{
+    if (iLength == 0 || pszText == nullptr)
+    {
+        Release();
+        return;
+    }
+    if (pszText == m_pchData)
+        return;
+
+    // A part of the string itself is never longer than its buffer: what is released below has another owner.
+    if (!AllocBeforeWrite(iLength))
+        return;
+    QelTools_memmove(m_pchData, pszText, static_cast<KUINT32>(iLength));
+    SetLength(iLength);
+}
+
+// Makes a string without a buffer the sum of two texts.
+void CKString::ConcatCopy(KINT32 iLengthA, const KCHAR8* pszA, KINT32 iLengthB, const KCHAR8* pszB)
+{
+    if (AddLengths(iLengthA, iLengthB) == 0 || !AllocData(AddLengths(iLengthA, iLengthB)))
+        return;
+
+    QelTools_memcpy(m_pchData, OrEmpty(pszA), static_cast<KUINT32>(iLengthA));
+    QelTools_memcpy(m_pchData + iLengthA, OrEmpty(pszB), static_cast<KUINT32>(iLengthB));
+}
+
+void CKString::ConcatInPlace(KINT32 iLength, const KCHAR8* pszText)
+{
+    if (iLength == 0)
+        return;
+
+    const KINT32 iNewLength = AddLengths(GetLength(), iLength);
+    if (GetMetaData()->iRefs <= 1 && iNewLength <= GetAllocLength())
+    {
+        QelTools_memmove(m_pchData + GetLength(), pszText, static_cast<KUINT32>(iLength));
+        SetLength(iNewLength);
+        return;
+    }
+
+    // The old buffer lives until the end of this block: the text may lie in it.
+    CKString oJoined;
+    oJoined.ConcatCopy(GetLength(), m_pchData, iLength, pszText);
+    if (!oJoined.IsNil())
+        Swap(oJoined);
+}
+
+// Length and terminator, cut to the capacity; the one place that writes them, and the empty string's are not written.
+void CKString::SetLength(KINT32 iLength)
+{
+    if (IsNil())
+        return;
+
+    iLength = std::clamp(iLength, 0, GetAllocLength());
+    GetWritableMetaData()->iDataLength = iLength;
+    m_pchData[iLength] = '\0';
+}

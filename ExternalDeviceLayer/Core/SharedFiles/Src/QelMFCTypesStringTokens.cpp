@@ -1,0 +1,107 @@
+// The token iterator of a string.
+#include <new>
+#include <utility>
+
+#include "QelMFCTypesAllocator.h"
+#include "QelMFCTypesString.h"
+
+namespace
+{
+// Equal by content; null equals null alone.
+bool IsSameText(const KCHAR8* pszA, const KCHAR8* pszB)
+{
+    if (pszA == nullptr || pszB == nullptr)
+        return pszA == pszB;
+    return QelTools_strcmp(pszA, pszB) == 0;
+}
+}
+
+CKString::CIterator CKString::Begin(const KCHAR8* pszDelimiters) const
+{
+    return CIterator(*this, OrEmpty(pszDelimiters));
+}
+
+CKString::CIterator CKString::End() const
+{
+    return CIterator();
+}
+
+CKString::CIterator::CIterator(const CKString& roText, const KCHAR8* pszDelimiters) : m_pszDelimiters(pszDelimiters)
+{
+    CopySource(roText);
+    Advance(m_poSource->GetBuffer(roText.GetLength()));
+}
+
+CKString::CIterator::CIterator(const CIterator& roOther)
+{
+    *this = roOther;
+}
+
+CKString::CIterator& CKString::CIterator::operator=(const CIterator& roOther)
+{
+    if (this == &roOther)
+        return *this;
+
+    Reset();
+    if (roOther.m_poSource != nullptr)
+        CopySource(*roOther.m_poSource);
+    m_pszDelimiters = roOther.m_pszDelimiters;
+    m_pszContext    = roOther.m_pszContext;
+    m_pszToken      = roOther.m_pszToken;
+    return *this;
+}
+
+CKString::CIterator& CKString::CIterator::operator++()
+{
+    if (m_poSource == nullptr)
+        return *this;
+
+    // The splitter ends the next token with a NUL: an iterator that shares the text takes its own first.
+    const KCHAR8* pchShared = m_poSource->c_str();
+    KCHAR8*       pchOwn    = m_poSource->GetBuffer(0);
+    m_pszContext = pchOwn + (m_pszContext - pchShared);
+    m_pszToken   = pchOwn + (m_pszToken - pchShared);
+
+    Advance(nullptr);
+    return *this;
+}
+
+CKString::CIterator CKString::CIterator::operator++(int)
+{
+    CIterator oBefore(*this);
+    ++*this;
+    return oBefore;
+}
+
+bool CKString::CIterator::operator==(const CIterator& roOther) const
+{
+    const KCHAR8* pszMine   = m_poSource != nullptr ? m_poSource->c_str() : nullptr;
+    const KCHAR8* pszOthers = roOther.m_poSource != nullptr ? roOther.m_poSource->c_str() : nullptr;
+    return IsSameText(pszMine, pszOthers) && IsSameText(m_pszDelimiters, roOther.m_pszDelimiters)
+        && IsSameText(m_pszContext, roOther.m_pszContext) && IsSameText(m_pszToken, roOther.m_pszToken);
+}
+
+void CKString::CIterator::Reset()
+{
+    if (m_poSource != nullptr)
+    {
+        m_poSource->~CKString();
+        CKAllocator::FreeBlock(std::exchange(m_poSource, nullptr));
+    }
+    m_pszDelimiters = nullptr;
+    m_pszContext    = nullptr;
+    m_pszToken      = nullptr;
+}
+
+void CKString::CIterator::CopySource(const CKString& roSource)
+{
+    m_poSource = ::new (CKAllocator::AllocBlock(sizeof(CKString))) CKString(roSource);
+}
+
+// To the next token, looked for from there (null: from the context); to the end when there is none.
+void CKString::CIterator::Advance(KCHAR8* pszFrom)
+{
+    m_pszToken = QelTools_strtok_s(pszFrom, m_pszDelimiters, &m_pszContext);
+    if (m_pszToken == nullptr)
+        Reset();
+}
