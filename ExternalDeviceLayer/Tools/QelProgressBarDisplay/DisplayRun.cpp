@@ -6,6 +6,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "FpgaFirmwareCheck.h"
 #include "OsServices.h"
 #include "PngAnimation.h"
 #include "ProgressBar.h"
@@ -107,7 +108,8 @@ TStatus CRun::OpenDevice()
     QEL_CHECK_OR_ABORT(m_roRequest.uiDevIndex < Tavrin_GetDeviceCount());
     m_hDev = Tavrin_GetDevice(m_roRequest.uiDevIndex);
     QEL_CHECK_OR_ABORT(m_hDev != nullptr);
-    eStatus = TStatus_OK;
+    if (IsFpgaFirmwareSupported(m_hDev))
+        eStatus = TStatus_OK;
 
 Qel_Abort:
     return eStatus;
