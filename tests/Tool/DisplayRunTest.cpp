@@ -1,12 +1,29 @@
 #include <algorithm>
+#include <atomic>
 #include <csignal>
-#include <fstream>
+#include <filesystem>
 #include <regex>
 
 #include "OsServices.h"
 #include "RunFixture.h"
 
 OsServices g_oOsServices(nullptr);
+
+namespace
+{
+std::atomic<int> s_iAllocations{0};
+}
+
+// The linker leads every allocation of the program's own objects through here.
+extern "C"
+{
+void* __real__Znwm(std::size_t uiSize);
+void* __real__Znam(std::size_t uiSize);
+void* __real_malloc(std::size_t uiSize);
+void* __wrap__Znwm(std::size_t uiSize) { return ++s_iAllocations, __real__Znwm(uiSize); }
+void* __wrap__Znam(std::size_t uiSize) { return ++s_iAllocations, __real__Znam(uiSize); }
+void* __wrap_malloc(std::size_t uiSize) { return ++s_iAllocations, __real_malloc(uiSize); }
+}
 
 namespace
 {
@@ -205,6 +222,36 @@ TEST_F(DisplayRun, EnableTimeEndsItAndLeavesTheOutputsOn)
     EXPECT_EQ(Calls(m_roBoard.asCalls.end() - 3, m_roBoard.asCalls.end()), Joined({{"TBuffer_EndAccess"}, UNDO_BUFFER}));
     EXPECT_EQ(PixelAt(23, 45), 0x00FFFFFFu);
     EXPECT_EQ(PixelAt(24, 45), 0u);
+}
+
+TEST_F(DisplayRun, StepAllocatesAndOpensNothing)
+{
+    const auto fOpenFiles = [] {
+        namespace fs = std::filesystem;
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    const int iAllocationsBefore = s_iAllocations;
+    int  iReads = 0, iAllocationsAtFirst = 0;
+    long iFilesAtFirst = 0;
+
+    m_bAnimation            = TRUE;
+    m_roBoard.bRecordsReads = false;
+    m_roBoard.fProgress     = [&] {
+        if (++iReads == 1)
+        {
+            iFilesAtFirst       = fOpenFiles();
+            iAllocationsAtFirst = s_iAllocations;
+        }
+        else if (iReads == 20)
+        {
+            EXPECT_EQ(s_iAllocations, iAllocationsAtFirst);
+            EXPECT_EQ(fOpenFiles(), iFilesAtFirst);
+        }
+        return iReads < 20 ? 5u * static_cast<KUINT32>(iReads) : 100u;
+    };
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(iReads, 20);
+    EXPECT_GT(iAllocationsAtFirst, iAllocationsBefore) << "the count counts nothing";
 }
 
 TEST_F(DisplayRun, FailedRegisterReadKeepsTheLastPercentage)

@@ -155,7 +155,7 @@ TStatus TBoard_RegWrite(TDevice_Handle, KUINT32 uiRegister, KUINT32 uiValue)
 
 TStatus TBoard_RegRead(TDevice_Handle, KUINT32 uiRegister, KUINT32* puiValue)
 {
-    const TStatus eStatus = Answer(CallText("TBoard_RegRead", uiRegister));
+    const TStatus eStatus = s_oWorld.bRecordsReads ? Answer(CallText("TBoard_RegRead", uiRegister)) : TStatus_OK;
     if (eStatus >= 0)
         *puiValue = s_oWorld.fProgress();
     return eStatus;

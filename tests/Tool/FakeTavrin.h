@@ -19,6 +19,8 @@ struct SFakeTavrin
 
     std::function<void(const std::string& sCall)> fOnCall;
 
+    bool bRecordsReads = true;  // else a register read is quick, and not in asCalls
+
     KUINT32 uiDevices    = 1;
     KUINT32 uiOutputs    = 2;
     KUINT32 uiPlanes     = 1;

@@ -1,8 +1,9 @@
 #!/bin/sh
-# The built tool on a board in software, as a user runs it: SystemTest.sh BIN_FOLDER DEMO_FOLDER
+# The built tool on a board in software, as a user runs it: SystemTest.sh BIN_FOLDER DEMO_FOLDER EMPTY_LIBRARY_FOLDER
 set -u
 bin=$1
 demo=$2
+empty=$3
 work=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null; rm -rf "$work"' EXIT
 export TAVRIN_BOARD="$work/board"
@@ -89,6 +90,9 @@ expect 'help without a library' 'Arguments:' "$("$work/alone" -h | sed -n 2p)"
 "$work/alone" >"$work/out"
 expect 'status without a library' 255 "$?"
 expect 'says what is missing' 1 "$(grep -c 'Cannot load libTavrin.so.1' "$work/out")"
+LD_LIBRARY_PATH=$empty tool >"$work/out"
+expect 'status with an empty library' 255 "$?"
+expect 'says what the library lacks' 1 "$(grep -c 'libTavrin.so.1: it has no Tavrin_GetDeviceCount' "$work/out")"
 expect 'ten thousand arguments' 10000 "$(seq 10000 | xargs -n 10000 "$bin/QelProgressBarDisplay" -h | grep -c 'is an invalid argument')"
 
 [ "$failures" -eq 0 ] && echo 'All good.'
