@@ -9,14 +9,12 @@ namespace SoftwareBoard
 Client& Client::Get()
 {
     // Never destroyed: threads may still be calling while the process ends.
-    static Client* const s_poClient = []
-    {
+    static Client* const s_poClient = [] {
         auto* const poClient = new Client;
         // A fork waits for the call in progress. The child gives up its share of the open files at once: it would keep the
         // parent's outputs held after the parent is gone.
         pthread_atfork([] { Get().m_oMutex.lock(); }, [] { Get().m_oMutex.unlock(); },
-                       []
-                       {
+                       [] {
                            Get().ForgetAll();
                            Get().m_oMutex.unlock();
                        });

@@ -10,16 +10,14 @@ KUINT32 Tavrin_GetDeviceCount(void)
 
 TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
 {
-    return Guarded(TDevice_Handle{}, [&](Client& roClient) -> TDevice_Handle
-    {
+    return Guarded(TDevice_Handle{}, [&](Client& roClient) -> TDevice_Handle {
         return uiDevIndex < roClient.OpenBoard().m_oState.GetDeviceCount() ? roClient.DeviceAt(uiDevIndex) : nullptr;
     });
 }
 
 TStatus TBoard_RegWrite(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32 uiValue)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         if (!ouiDevice || uiRegister >= uiRegisterCount)
             return TStatus_INVALID_PARAM;
@@ -30,8 +28,7 @@ TStatus TBoard_RegWrite(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32 uiValue
 
 TStatus TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* puiValue)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         if (!ouiDevice || uiRegister >= uiRegisterCount || puiValue == nullptr)
             return TStatus_INVALID_PARAM;
@@ -42,8 +39,7 @@ TStatus TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* puiValu
 
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         if (!ouiDevice || puiCount == nullptr)
             return TStatus_INVALID_PARAM;
@@ -54,8 +50,7 @@ TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
 
 TStatus TBoard_GetFpgaInfo(TDevice_Handle hDev, KUINT32 uiIndex, tagTBoard_FpgaInfo* poFpgaInfo)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         if (!ouiDevice || poFpgaInfo == nullptr || poFpgaInfo->uiSize != sizeof(*poFpgaInfo))
             return TStatus_INVALID_PARAM;

@@ -6,8 +6,7 @@ using namespace SoftwareBoard;
 TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUINT32 uiWidth, KUINT32 uiHeight,
                             TBuffer_Handle* phBuffer)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         const auto ooLayout  = LayOutPlane(ePixelFormat, uiWidth, uiHeight);
         if (!ouiDevice || !ooLayout || phBuffer == nullptr)
@@ -24,8 +23,7 @@ TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUIN
 
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle hBuffer, tagTBuffer_PlaneInfo* poPlaneInfo)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const TBUFFER_OBJECT* const poBuffer = roClient.m_oBuffers.Find(hBuffer);
         if (poBuffer == nullptr || poPlaneInfo == nullptr)
             return TStatus_INVALID_PARAM;
@@ -45,8 +43,7 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle hBuffer, tagTBuffer_PlaneInfo* poPla
 
 TStatus TBuffer_BeginAccess(TBuffer_Handle hBuffer, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         TBUFFER_OBJECT* const poBuffer = roClient.m_oBuffers.Find(hBuffer);
         if (poBuffer == nullptr || poBuffer->IsInAccess() || uiMode != 0 || uiPlaneCount != 1 || auiPlanes == nullptr)
             return TStatus_INVALID_PARAM;
@@ -57,8 +54,7 @@ TStatus TBuffer_BeginAccess(TBuffer_Handle hBuffer, KUINT32 uiMode, KUINT32 uiPl
 
 TStatus TBuffer_EndAccess(TBuffer_Handle hBuffer)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         TBUFFER_OBJECT* const poBuffer = roClient.m_oBuffers.Find(hBuffer);
         if (poBuffer == nullptr || !poBuffer->IsInAccess())
             return TStatus_INVALID_PARAM;
@@ -69,8 +65,7 @@ TStatus TBuffer_EndAccess(TBuffer_Handle hBuffer)
 
 TStatus TBuffer_Destroy(TBuffer_Handle hBuffer)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         if (!roClient.m_oBuffers.Remove(hBuffer))
             return TStatus_INVALID_PARAM;
         roClient.SweepPixelFiles();

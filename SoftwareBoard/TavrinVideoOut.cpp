@@ -29,8 +29,7 @@ TStatus Show(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const SOutputRe
 
 TStatus TVideoOut_GetCount(TDevice_Handle hDev, KUINT32* puiCount)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         if (!ouiDevice || puiCount == nullptr)
             return TStatus_INVALID_PARAM;
@@ -41,8 +40,7 @@ TStatus TVideoOut_GetCount(TDevice_Handle hDev, KUINT32* puiCount)
 
 TStatus TVideoOut_GetHandle(TDevice_Handle hDev, KUINT32 uiIndex, TAccessMode eAccessMode, TVideoOut_Handle* phVideoOut)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
         if (!ouiDevice || eAccessMode != TAccessMode_READWRITE || phVideoOut == nullptr ||
             uiIndex >= roClient.OpenBoard().m_oState.ReadDevice(*ouiDevice).uiOutputCount)
@@ -55,8 +53,7 @@ TStatus TVideoOut_GetHandle(TDevice_Handle hDev, KUINT32 uiIndex, TAccessMode eA
 TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalType, const tagTVideo_VidParam* poVidParam,
                          TBuffer_Handle hBuffer, TVideoOut_PowerState ePowerState)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const TVIDEOOUT_OBJECT* const poOutput = roClient.m_oVideoOuts.Find(hVideoOut);
         const TBUFFER_OBJECT* const   poBuffer = roClient.m_oBuffers.Find(hBuffer);
         if (poOutput == nullptr || poBuffer == nullptr || poVidParam == nullptr ||
@@ -82,8 +79,7 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
 
 TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const TVIDEOOUT_OBJECT* const poOutput = roClient.m_oVideoOuts.Find(hVideoOut);
         if (poOutput == nullptr)
             return TStatus_INVALID_PARAM;
@@ -98,8 +94,7 @@ TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
 
 TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle hVideoOut)
 {
-    return Guarded(TStatus_FAIL, [&](Client& roClient)
-    {
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
         return roClient.m_oVideoOuts.Remove(hVideoOut) ? TStatus_OK : TStatus_INVALID_PARAM;
     });
 }

@@ -15,8 +15,9 @@ if(QEL_SANITIZE)
   if(QEL_SANITIZE MATCHES "undefined")
     target_compile_options(QelBuildOptions INTERFACE -fno-sanitize-recover=undefined)
   endif()
-  # Programs alone bring the sanitizer's runtime; a shared library finds it there, and a second one would not start.
-  set(QEL_SANITIZE_PROGRAM_OPTIONS -fsanitize=${QEL_SANITIZE})
+  # Programs alone bring the sanitizer's runtime, and show it to the libraries that they open, which must not bring a second.
+  set(QEL_SANITIZE_PROGRAM_OPTIONS -fsanitize=${QEL_SANITIZE}
+    "-Wl,--export-dynamic-symbol=__?san_*" "-Wl,--export-dynamic-symbol=__sanitizer_*")
   # The sanitizer's dlopen stands between a program and the loader: only inside the program does its RUNPATH still count.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     if(QEL_SANITIZE MATCHES "address")

@@ -50,8 +50,7 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
     AddNumber(roCommand, "--outputs", poPlan->uiOutputCount, 0, uiMaxOutputs, "Video outputs of every device (default 2)");
     CLI::Option* const poFpga = roCommand.add_option_function<std::vector<std::string>>(
         "--fpga",
-        [poPlan](const std::vector<std::string>& roTexts)
-        {
+        [poPlan](const std::vector<std::string>& roTexts) {
             poPlan->aoFpgas.clear();
             for (const std::string& strText : roTexts)
             {
@@ -69,8 +68,7 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
     poFpga->type_name("FPGA")->expected(1)->take_all();
     roCommand.add_flag("--no-fpga", *pbNoFpga, "No FPGA at all")->excludes(poFpga);
 
-    return [poPlan, pbNoFpga]
-    {
+    return [poPlan, pbNoFpga] {
         if (*pbNoFpga)
             poPlan->aoFpgas.clear();
         const Board oBoard = Board::Create(*poPlan);

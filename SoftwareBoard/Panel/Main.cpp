@@ -47,8 +47,7 @@ try
     CLI::App oPanel("The front panel of a board in software", "tavrin-board");
     oPanel.require_subcommand(1);
     oPanel.footer(pszFooter);
-    oPanel.failure_message([](const CLI::App*, const CLI::Error& roError)
-    {
+    oPanel.failure_message([](const CLI::App*, const CLI::Error& roError) {
         return std::string("tavrin-board: ") + roError.what() + "; --help tells the usage\n";
     });
 
@@ -58,8 +57,7 @@ try
         CLI::App* const     poCommand   = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
         const Panel::Action fThisAction = roCommand.pfAdd(*poCommand, oPassedOn);
         const bool          bSpare      = ppszMark != ppszEnd && !roCommand.bPassesOn;
-        poCommand->callback([&fAction, fThisAction, bSpare]
-        {
+        poCommand->callback([&fAction, fThisAction, bSpare] {
             if (bSpare)
                 throw CLI::ParseError("nothing is to follow \"--\" here", CLI::ExitCodes::ExtrasError);
             fAction = fThisAction;

@@ -19,8 +19,7 @@ std::optional<KUINT32> ParseNumber(std::string_view svText, int iBase, KUINT32 u
 CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,
                        const std::string& strHelp)
 {
-    const auto fTake = [&ruiValue, strName, uiMin, uiMax](const std::string& strText)
-    {
+    const auto fTake = [&ruiValue, strName, uiMin, uiMax](const std::string& strText) {
         const auto ouiValue = ParseNumber(strText, 10, uiMax);
         if (!ouiValue || *ouiValue < uiMin)
             throw CLI::ValidationError(strName, "'" + strText + "' is not a number from " + std::to_string(uiMin) + " to " +

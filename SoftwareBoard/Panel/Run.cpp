@@ -32,13 +32,11 @@ std::string FindLibraryFolder()
 Action AddRun(CLI::App& roCommand, const PassedOn& roPassedOn)
 {
     roCommand.footer("The command follows \"--\": tavrin-board run -- COMMAND [ARGUMENTS...]");
-    roCommand.parse_complete_callback([&roPassedOn]
-    {
+    roCommand.parse_complete_callback([&roPassedOn] {
         if (roPassedOn.front() == nullptr)
             throw CLI::RequiredError("COMMAND after \"--\"");
     });
-    return [&roPassedOn]
-    {
+    return [&roPassedOn] {
         std::string strPath = FindLibraryFolder();
         if (const char* pszBefore = std::getenv("LD_LIBRARY_PATH"); pszBefore != nullptr && *pszBefore != '\0')
             strPath += std::string(":") + pszBefore;

@@ -60,8 +60,7 @@ Action AddSnapshot(CLI::App& roCommand, const PassedOn&)
     roCommand.add_option("FILE", poOptions->strPath, "The PNG file to write")->required();
     AddDevice(roCommand, poOptions->uiDevice);
 
-    return [poOptions]
-    {
+    return [poOptions] {
         const auto ooPicture = ReadScreen(Board::Open(), poOptions->uiDevice, poOptions->uiOutput);
         if (!ooPicture)
             throw BoardError("output " + std::to_string(poOptions->uiOutput) + " is off: there is nothing to take");

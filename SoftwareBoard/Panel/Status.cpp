@@ -53,8 +53,7 @@ void PrintDevice(const Board& roBoard, KUINT32 uiDevice)
 
 Action AddStatus(CLI::App&, const PassedOn&)
 {
-    return []
-    {
+    return [] {
         const Board   oBoard        = Board::Open();
         const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
         std::printf("board %s\n", oBoard.m_oFolder.GetPath().c_str());

@@ -1,0 +1,140 @@
+// A world for one test: a folder of its own for the board, and processes that are its clients. The test itself never opens the
+// library, so each client begins with a fresh one.
+#ifndef BOARD_WORLD_H
+#define BOARD_WORLD_H
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "Tavrin.h"
+
+#define OPERATION(Name) decltype(&::Name) Name = reinterpret_cast<decltype(&::Name)>(dlsym(m_pLibrary, #Name));
+
+// The library as a client has it after dlopen, and what a client usually has in its hands.
+struct TestClient
+{
+    void* m_pLibrary = dlopen(TAVRIN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice)
+    OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess)
+    OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy)
+    OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable)
+    OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
+    OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount) OPERATION(TBoard_GetFpgaInfo)
+
+    TDevice_Handle hDev    = Tavrin_GetDevice(0);
+    TBuffer_Handle hBuffer = nullptr;
+
+    TBuffer_Handle MakeBuffer(KUINT32 uiWidth = 32, KUINT32 uiHeight = 8)
+    {
+        EXPECT_EQ(TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, uiWidth, uiHeight, &hBuffer), TStatus_OK);
+        return hBuffer;
+    }
+    KUINT8* Access()
+    {
+        KUINTPTR uiPlane = 0;
+        EXPECT_EQ(TBuffer_BeginAccess(hBuffer, 0, 1, &uiPlane), TStatus_OK);
+        return reinterpret_cast<KUINT8*>(uiPlane);
+    }
+    TVideoOut_Handle Output(KUINT32 uiOutput)
+    {
+        TVideoOut_Handle hVideoOut = nullptr;
+        EXPECT_EQ(TVideoOut_GetHandle(hDev, uiOutput, TAccessMode_READWRITE, &hVideoOut), TStatus_OK);
+        return hVideoOut;
+    }
+    TStatus Show(TVideoOut_Handle hVideoOut, KUINT32 uiHActive = 32, KUINT32 uiVActive = 8)
+    {
+        tagTVideo_VidParam oVidParam = {};
+        oVidParam.uiHActive          = uiHActive;
+        oVidParam.uiVActive          = uiVActive;
+        oVidParam.uiVRate_Hz         = 60;
+        return TVideoOut_Enable(hVideoOut, TVideo_SignalType_USEDEFAULT, &oVidParam, hBuffer, TVideoOut_PowerState_ON);
+    }
+    TStatus Enable(KUINT32 uiOutput) { return Show(Output(uiOutput)); }
+    TStatus Disable(KUINT32 uiOutput) { return TVideoOut_Disable(Output(uiOutput)); }
+};
+
+// A process that runs a body; expectations that fail in there make it fail. In the body Pause() stops it, Await() here waits for
+// that, and Resume() lets it go on.
+class Process
+{
+public:
+    explicit Process(const std::function<void()>& fBody)
+    {
+        std::fflush(nullptr);
+        m_iPid = fork();
+        if (m_iPid != 0)
+            return;
+        fBody();
+        std::exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    ~Process()
+    {
+        Resume();
+        Wait(0, 0);
+    }
+    Process(const Process&) = delete;
+
+    static void Pause() { raise(SIGSTOP); }
+    void Await() { Wait(WUNTRACED, W_STOPCODE(SIGSTOP)); }
+    void Resume() { kill(m_iPid, m_iPid == 0 ? 0 : SIGCONT); }
+    void Kill()
+    {
+        kill(m_iPid, SIGKILL);
+        Wait(0, SIGKILL);
+    }
+    pid_t GetPid() const { return m_iPid; }
+
+private:
+    void Wait(int iOptions, int iExpected)
+    {
+        int iStatus = 0;
+        if (m_iPid == 0)
+            return;
+        EXPECT_EQ(waitpid(m_iPid, &iStatus, iOptions), m_iPid);
+        EXPECT_EQ(iStatus, iExpected) << "the wait status of a process; what it printed stands above";
+        m_iPid = WIFSTOPPED(iStatus) ? m_iPid : 0;
+    }
+    pid_t m_iPid = 0;
+};
+
+class BoardWorld : public testing::Test
+{
+protected:
+    BoardWorld() { setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1); }
+    ~BoardWorld() override { std::filesystem::remove_all(m_oFolder); }
+
+    static void InClient(const std::function<void(TestClient&)>& fBody)
+    {
+        Process([&] { TestClient oClient; fBody(oClient); });
+    }
+    // The body of a process that shows a buffer on output 0 until it is resumed.
+    static void HoldOutput()
+    {
+        TestClient oClient;
+        oClient.MakeBuffer();
+        *oClient.Access() = 200;
+        EXPECT_EQ(oClient.Enable(0), TStatus_OK);
+        Process::Pause();
+    }
+    long CountFiles(const std::string& strPrefix) const
+    {
+        const std::filesystem::directory_iterator oFiles(m_oFolder);
+        return std::count_if(begin(oFiles), end(oFiles),
+                             [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); });
+    }
+
+    char                        m_szFolder[24] = "/tmp/board-test-XXXXXX";
+    const std::filesystem::path m_oFolder      = mkdtemp(m_szFolder);
+};
+
+#endif

@@ -1,0 +1,94 @@
+// Video buffers: their layout, their access periods, and how long their files last.
+#include <sys/mman.h>
+#include <sys/resource.h>
+
+#include "BoardWorld.h"
+
+namespace
+{
+using BufferTest = BoardWorld;
+
+TEST_F(BufferTest, RowsArePadded)
+{
+    InClient([](TestClient& ro) {
+        for (const auto& [uiFormat, uiBytes] : {std::pair{29u, 2u}, {30u, 2u}, {52u, 4u}, {54u, 4u}, {56u, 4u}, {61u, 4u}})
+            for (const KUINT32 uiWidth : {1u, 15u, 16u, 17u, 1920u})
+            {
+                tagTBuffer_PlaneInfo o = {};
+                EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat{uiFormat}, uiWidth, 3, &ro.hBuffer), TStatus_OK);
+                EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &o), TStatus_OK);
+                EXPECT_EQ(std::tuple(o.uiPlaneCount, o.aePlaneFormat[0], o.auiWidth[0], o.auiHeight[0], o.auiWidthInBytes[0]),
+                          std::tuple(1u, uiFormat, uiWidth, 3u, uiWidth * uiBytes));
+                EXPECT_TRUE(o.auiPitch[0] > uiWidth && o.auiPitchInBytes[0] == o.auiPitch[0] * uiBytes) << uiWidth;
+            }
+    });
+}
+
+TEST_F(BufferTest, EachAccessPeriodHasAnAddressOfItsOwn)
+{
+    InClient([](TestClient& ro) {
+        unsigned char ucThere = 0;
+        const KUINT8* puiLast = nullptr;
+        KUINTPTR      uiPlane = 7;
+        ro.MakeBuffer(100, 100);
+        for (KUINT8 uiPeriod = 0; uiPeriod < 8; ++uiPeriod)
+        {
+            KUINT8* const puiPlane = ro.Access();
+            EXPECT_NE(puiPlane, puiLast);
+            EXPECT_EQ((*puiPlane)++, uiPeriod) << "the pixels stay from period to period";
+            EXPECT_EQ(ro.TBuffer_BeginAccess(ro.hBuffer, 0, 1, &uiPlane), TStatus_INVALID_PARAM);
+            EXPECT_EQ(ro.TBuffer_EndAccess(ro.hBuffer), TStatus_OK);
+            EXPECT_EQ(ro.TBuffer_EndAccess(ro.hBuffer), TStatus_INVALID_PARAM);
+            EXPECT_EQ(mincore(puiPlane, 1, &ucThere), -1) << "the old address is still there";
+            puiLast = puiPlane;
+        }
+        KUINT8* const puiPlane = ro.Access();
+        EXPECT_EQ(ro.TBuffer_Destroy(ro.hBuffer), TStatus_OK);
+        EXPECT_EQ(mincore(puiPlane, 1, &ucThere), -1) << "destroyed in access";
+        EXPECT_EQ(uiPlane, 7u);
+    });
+}
+
+TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
+{
+    const auto fExpect = [&](long iFiles, const char* pszWhen) { EXPECT_EQ(CountFiles("board.pixels-"), iFiles) << pszWhen; };
+    InClient([&](TestClient& ro) {
+        const TBuffer_Handle hFirst = ro.MakeBuffer();
+        EXPECT_EQ(std::pair(ro.Enable(0), ro.Enable(1)), std::pair(TStatus_OK, TStatus_OK));
+        ro.TBuffer_Destroy(hFirst);
+        fExpect(1, "destroyed, but two outputs show it");
+        const TBuffer_Handle hSecond = ro.MakeBuffer();
+        ro.Enable(0);
+        fExpect(2, "one output still shows the first");
+        ro.Disable(1);
+        fExpect(1, "the first had no other use");
+        ro.Disable(0);
+        fExpect(1, "nothing shows the second, but its maker has it");
+        ro.TBuffer_Destroy(hSecond);
+        fExpect(0, "all gone");
+    });
+    Process oKilled([] { TestClient().MakeBuffer(); HoldOutput(); });
+    oKilled.Await();
+    InClient([](TestClient& ro) { ro.MakeBuffer(); });
+    fExpect(3, "two of a living process, and what the other one left");
+    oKilled.Kill();
+    InClient([&](TestClient& ro) {
+        ro.MakeBuffer();
+        fExpect(2, "the picture of the killed process is still shown, its other buffer went with the making of this one");
+        EXPECT_EQ(ro.Enable(0), TStatus_OK);
+        fExpect(1, "and is not shown any more");
+    });
+}
+
+TEST_F(BufferTest, NoRoomFailsAndLeavesNothing)
+{
+    InClient([&](TestClient& ro) {
+        const rlimit oLimit = {1 << 20, 1 << 20};
+        signal(SIGXFSZ, SIG_IGN);
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &oLimit), 0);
+        EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 1024, 1024, &ro.hBuffer), TStatus_FAIL);
+        EXPECT_EQ(ro.hBuffer, nullptr);
+        EXPECT_EQ(CountFiles("board.pixels-"), 0);
+    });
+}
+}
