@@ -26,9 +26,19 @@ bool Fails(const std::string& sCall)
     return sCall == s_oWorld.sFailingCall && iBefore == s_oWorld.iFailingOccurrence;
 }
 
+// Fails if it is to, and else fills in what the call gives.
+template <class FFill>
+TStatus Answer(const std::string& sCall, FFill fFill)
+{
+    if (Fails(sCall))
+        return s_oWorld.eFailure;
+    fFill();
+    return TStatus_OK;
+}
+
 TStatus Answer(const std::string& sCall)
 {
-    return Fails(sCall) ? s_oWorld.eFailure : TStatus_OK;
+    return Answer(sCall, [] {});
 }
 
 KUINT32 Pitch()
@@ -67,45 +77,38 @@ TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
 
 TStatus TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* phBuffer)
 {
-    const TStatus eStatus = Answer(CallText("TBuffer_CreateVideo", static_cast<KUINT32>(eFormat), uiWidth, uiHeight));
-    if (eStatus < 0)
-        return eStatus;
-    s_oWorld.uiWidth  = uiWidth;
-    s_oWorld.uiHeight = uiHeight;
-    s_oWorld.auiPixels.assign(std::size_t{Pitch()} * uiHeight, 0xDEADBEEF);
-    *phBuffer = HandleOf<TBuffer_Handle>(0);
-    return eStatus;
+    return Answer(CallText("TBuffer_CreateVideo", static_cast<KUINT32>(eFormat), uiWidth, uiHeight), [&] {
+        s_oWorld.uiWidth  = uiWidth;
+        s_oWorld.uiHeight = uiHeight;
+        s_oWorld.auiPixels.assign(std::size_t{Pitch()} * uiHeight, 0xDEADBEEF);
+        *phBuffer = HandleOf<TBuffer_Handle>(0);
+    });
 }
 
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle, tagTBuffer_PlaneInfo* poInfo)
 {
-    const TStatus eStatus = Answer("TBuffer_GetPlaneInfo");
-    if (eStatus >= 0)
+    return Answer("TBuffer_GetPlaneInfo", [&] {
         *poInfo = {.uiPlaneCount = s_oWorld.uiPlanes, .aePlaneFormat = {TPixelFormat_R8G8B8A8}, .auiWidth = {s_oWorld.uiWidth},
                    .auiWidthInBytes = {s_oWorld.uiWidth * 4}, .auiHeight = {s_oWorld.uiHeight}, .auiPitch = {Pitch()},
                    .auiPitchInBytes = {Pitch() * 4}};
-    return eStatus;
+    });
 }
 
 TStatus TBuffer_BeginAccess(TBuffer_Handle, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
 {
-    const TStatus eStatus = Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount));
-    if (eStatus >= 0 && uiPlaneCount > 0)
-    {
-        s_puiMapped  = std::make_unique<KUINT32[]>(s_oWorld.auiPixels.size());
+    return Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount), [&] {
+        s_puiMapped = std::make_unique<KUINT32[]>(s_oWorld.auiPixels.size());
         std::copy(s_oWorld.auiPixels.begin(), s_oWorld.auiPixels.end(), s_puiMapped.get());
-        auiPlanes[0] = reinterpret_cast<KUINTPTR>(s_puiMapped.get());
-    }
-    return eStatus;
+        std::fill_n(auiPlanes, uiPlaneCount, reinterpret_cast<KUINTPTR>(s_puiMapped.get()));
+    });
 }
 
 TStatus TBuffer_EndAccess(TBuffer_Handle)
 {
-    const TStatus eStatus = Answer("TBuffer_EndAccess");
     if (s_puiMapped)
         std::copy_n(s_puiMapped.get(), s_oWorld.auiPixels.size(), s_oWorld.auiPixels.begin());
     s_puiMapped.reset();
-    return eStatus;
+    return Answer("TBuffer_EndAccess");
 }
 
 TStatus TBuffer_Destroy(TBuffer_Handle)
@@ -116,19 +119,14 @@ TStatus TBuffer_Destroy(TBuffer_Handle)
 
 TStatus TVideoOut_GetCount(TDevice_Handle, KUINT32* puiCount)
 {
-    const TStatus eStatus = Answer("TVideoOut_GetCount");
-    if (eStatus >= 0)
-        *puiCount = s_oWorld.uiOutputs;
-    return eStatus;
+    return Answer("TVideoOut_GetCount", [&] { *puiCount = s_oWorld.uiOutputs; });
 }
 
+// A failing request leaves the handle as it is, whatever its status.
 TStatus TVideoOut_GetHandle(TDevice_Handle, KUINT32 uiIndex, TAccessMode eMode, TVideoOut_Handle* phVideoOut)
 {
-    // A failing request leaves the handle as it is, whatever its status.
-    if (Fails(CallText("TVideoOut_GetHandle", uiIndex, static_cast<KUINT32>(eMode))))
-        return s_oWorld.eFailure;
-    *phVideoOut = HandleOf<TVideoOut_Handle>(uiIndex);
-    return TStatus_OK;
+    return Answer(CallText("TVideoOut_GetHandle", uiIndex, static_cast<KUINT32>(eMode)),
+                  [&] { *phVideoOut = HandleOf<TVideoOut_Handle>(uiIndex); });
 }
 
 TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignal, const tagTVideo_VidParam* poVidParam,
@@ -155,25 +153,20 @@ TStatus TBoard_RegWrite(TDevice_Handle, KUINT32 uiRegister, KUINT32 uiValue)
 
 TStatus TBoard_RegRead(TDevice_Handle, KUINT32 uiRegister, KUINT32* puiValue)
 {
-    const TStatus eStatus = s_oWorld.bRecordsReads ? Answer(CallText("TBoard_RegRead", uiRegister)) : TStatus_OK;
-    if (eStatus >= 0)
-        *puiValue = s_oWorld.fProgress();
-    return eStatus;
+    const auto fFill = [&] { *puiValue = s_oWorld.fProgress(); };
+    if (s_oWorld.bRecordsReads)
+        return Answer(CallText("TBoard_RegRead", uiRegister), fFill);
+    fFill();
+    return TStatus_OK;
 }
 
 TStatus TBoard_GetFpgaCount(TDevice_Handle, KUINT32* puiCount)
 {
-    const TStatus eStatus = Answer("TBoard_GetFpgaCount");
-    if (eStatus >= 0)
-        *puiCount = static_cast<KUINT32>(s_oWorld.aoFpgas.size());
-    return eStatus;
+    return Answer("TBoard_GetFpgaCount", [&] { *puiCount = static_cast<KUINT32>(s_oWorld.aoFpgas.size()); });
 }
 
 TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 uiIndex, tagTBoard_FpgaInfo* poInfo)
 {
-    const TStatus eStatus = Answer(CallText("TBoard_GetFpgaInfo", uiIndex));
-    if (eStatus >= 0)
-        *poInfo = s_oWorld.aoFpgas.at(uiIndex);
-    return eStatus;
+    return Answer(CallText("TBoard_GetFpgaInfo", uiIndex), [&] { *poInfo = s_oWorld.aoFpgas.at(uiIndex); });
 }
 }
