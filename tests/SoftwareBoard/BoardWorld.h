@@ -41,9 +41,9 @@ struct TestClient
     }
     KUINT8* Access()
     {
-        KUINTPTR uiPlane = 0;
-        EXPECT_EQ(TBuffer_BeginAccess(hBuffer, 0, 1, &uiPlane), TStatus_OK);
-        return reinterpret_cast<KUINT8*>(uiPlane);
+        void* pPlane = nullptr;
+        EXPECT_EQ(TBuffer_BeginAccess(hBuffer, 0, 1, reinterpret_cast<KUINTPTR*>(&pPlane)), TStatus_OK);
+        return static_cast<KUINT8*>(pPlane);
     }
     TVideoOut_Handle Output(KUINT32 uiOutput)
     {
@@ -77,31 +77,24 @@ public:
         fBody();
         std::exit(testing::Test::HasFailure() ? 1 : 0);
     }
-    ~Process()
-    {
-        Resume();
-        Wait(0, 0);
-    }
+    ~Process() { Signal(SIGCONT, 0, 0); }
     Process(const Process&) = delete;
 
     static void Pause() { raise(SIGSTOP); }
-    void Await() { Wait(WUNTRACED, W_STOPCODE(SIGSTOP)); }
-    void Resume() { kill(m_iPid, m_iPid == 0 ? 0 : SIGCONT); }
-    void Kill()
-    {
-        kill(m_iPid, SIGKILL);
-        Wait(0, SIGKILL);
-    }
+    void Await() { Signal(0, WUNTRACED, W_STOPCODE(SIGSTOP)); }
+    void Resume() { kill(m_iPid, SIGCONT); }
+    void Kill() { Signal(SIGKILL, 0, SIGKILL); }
     pid_t GetPid() const { return m_iPid; }
 
 private:
-    void Wait(int iOptions, int iExpected)
+    void Signal(int iSignal, int iOptions, int iExpectedStatus)
     {
         int iStatus = 0;
         if (m_iPid == 0)
             return;
+        EXPECT_EQ(kill(m_iPid, iSignal), 0);
         EXPECT_EQ(waitpid(m_iPid, &iStatus, iOptions), m_iPid);
-        EXPECT_EQ(iStatus, iExpected) << "the wait status of a process; what it printed stands above";
+        EXPECT_EQ(iStatus, iExpectedStatus) << "of a process; what it printed stands above";
         m_iPid = WIFSTOPPED(iStatus) ? m_iPid : 0;
     }
     pid_t m_iPid = 0;
