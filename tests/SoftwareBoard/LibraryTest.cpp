@@ -57,7 +57,7 @@ TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
         EXPECT_EQ((oClient.MakeBuffer(), oClient.Enable(0)), TStatus_OK) << "its own output again";
         EXPECT_EQ(oClient.TVideoOut_ReleaseHandle(oClient.Output(0)), TStatus_OK);
         EXPECT_EQ(oClient.TBuffer_Destroy(oClient.hBuffer), TStatus_OK);
-        EXPECT_EQ(dlclose(oClient.m_pLibrary), 0);
+        EXPECT_EQ(dlclose(oClient.m_pLibrary) + dlclose(oClient.m_pLibrary), 0) << "opened twice";
         Process::Pause();
         EXPECT_EQ(TestClient().Disable(0), TStatus_OK);
         EXPECT_EQ(TestClient().Disable(0), TStatus_OK) << "off already";
