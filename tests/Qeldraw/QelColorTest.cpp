@@ -23,7 +23,7 @@ Four RgbToYuv(const Four& rod, bool bDeep)
 
 Four YuvToRgb(const Four& rod, bool bDeep)
 {
-    const Four dCde  = {0, rod[1] - (bDeep ? 64 : 16), rod[2] - (bDeep ? 512 : 128), rod[3] - (bDeep ? 512 : 128)};
+    const Four dCde = {0, rod[1] - (bDeep ? 64 : 16), rod[2] - (bDeep ? 512 : 128), rod[3] - (bDeep ? 512 : 128)};
     const auto Clamp = [=](double d) { return std::clamp(d, 0., bDeep ? 1023. : 255.); };
     return {rod[0], Clamp(Sum(dCde, 298, 0, 409, 256)), Clamp(Sum(dCde, 298, -100, -208, 256)), Clamp(Sum(dCde, 298, 516, 0, 256))};
 }
@@ -31,33 +31,30 @@ Four YuvToRgb(const Four& rod, bool bDeep)
 template <typename Colour>
 void CheckFormat(std::array<KUINT32, 4> auiMask, bool bYuv = false)
 {
-    const auto Split = [=](KUINT32 uiWord)
-    {
-        const auto Field = [=](KUINT32 uiMask) { return uiMask != 0 ? (uiWord & uiMask) >> std::countr_zero(uiMask) : 0; };
-        return std::array<KUINT32, 4>{Field(auiMask[0]), Field(auiMask[1]), Field(auiMask[2]), Field(auiMask[3])};
-    };
-    const auto AsFour = [](const auto& ra) { return Four{double(ra[0]), double(ra[1]), double(ra[2]), double(ra[3])}; };
-    const auto auiMax = Split(~0u);
-    EXPECT_EQ((std::array<KUINT32, 4>{Colour::GetMaxAlpha(), Colour::GetMaxRed(), Colour::GetMaxGreen(), Colour::GetMaxBlue()}), auiMax);
+    const auto Field = [](KUINT32 uiWord, KUINT32 uiMask) { return double(uiMask != 0 ? (uiWord & uiMask) >> std::countr_zero(uiMask) : 0); };
+    const auto Split = [=](KUINT32 ui) { return Four{Field(ui, auiMask[0]), Field(ui, auiMask[1]), Field(ui, auiMask[2]), Field(ui, auiMask[3])}; };
+    const Four dMax  = Split(~0u);
+    const bool bDeep = dMax[1] == 1023;
+    EXPECT_EQ((Four{double(Colour::GetMaxAlpha()), double(Colour::GetMaxRed()), double(Colour::GetMaxGreen()), double(Colour::GetMaxBlue())}), dMax);
 
     std::mt19937 oRandom(1);
     for (unsigned i = 0; i < 100000; ++i)
     {
-        std::array<KUINT16, 4> aui;
-        Four                   dWant;
+        KUINT16 aui[4];
+        Four    dWant;
         for (unsigned k = 0; k < 4; ++k)  // the corners of the range first, then anything that 16 bits hold
         {
-            aui[k]   = static_cast<KUINT16>(i >= 16 ? static_cast<KUINT32>(oRandom()) : (i >> k & 1) * auiMax[k]);
-            dWant[k] = aui[k] & auiMax[k];
+            aui[k]   = static_cast<KUINT16>(i >= 16 ? oRandom() & 0xFFFF : (i >> k & 1) != 0 ? KUINT16(dMax[k]) : 0u);
+            dWant[k] = aui[k] & KUINT16(dMax[k]);
         }
         Colour oColour = Colour::FromARGB(aui[0], aui[1], aui[2], aui[3]);
-        ASSERT_EQ(AsFour(Split(oColour.m_uiColorValue)), bYuv ? RgbToYuv(dWant, auiMax[1] == 1023) : dWant) << Colour().GetPixelFormat();
+        ASSERT_EQ(Split(oColour.m_uiColorValue), bYuv ? RgbToYuv(dWant, bDeep) : dWant) << Colour().GetPixelFormat();
         ASSERT_EQ(oColour.m_uiColorValue & ~(auiMask[0] | auiMask[1] | auiMask[2] | auiMask[3]), 0u) << "unused bits";
 
         oColour = i % 2 == 0 ? oColour : Colour(static_cast<decltype(Colour::m_uiColorValue)>(oRandom()));
+        dWant   = Split(oColour.m_uiColorValue);
         Colour::ToARGB(oColour, aui[0], aui[1], aui[2], aui[3]);
-        dWant = AsFour(Split(oColour.m_uiColorValue));
-        ASSERT_EQ(AsFour(aui), bYuv ? YuvToRgb(dWant, auiMax[1] == 1023) : dWant) << Colour().GetPixelFormat() << ' ' << oColour.m_uiColorValue;
+        ASSERT_EQ((Four{double(aui[0]), double(aui[1]), double(aui[2]), double(aui[3])}), bYuv ? YuvToRgb(dWant, bDeep) : dWant) << oColour.m_uiColorValue;
     }
 }
 }  // namespace

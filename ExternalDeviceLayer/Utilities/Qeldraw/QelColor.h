@@ -14,8 +14,8 @@
 template <TPixelFormat ePixelFormat, typename T>
 class QelColor
 {
-    static_assert(FindPixelFormatFacts(ePixelFormat) != nullptr, "no row in the table of pixel formats");
-    static constexpr SPixelFormatFacts msc_oFacts = *FindPixelFormatFacts(ePixelFormat);
+    static constexpr SPixelFormatFacts msc_oFacts = FindPixelFormatFacts(ePixelFormat);
+    static_assert(msc_oFacts.uiSizeInBytes != 0, "no row in the table of pixel formats");
     static_assert(std::is_same_v<T, std::conditional_t<msc_oFacts.uiSizeInBytes == 2, KUINT16, KUINT32>>);
 
 public:
@@ -54,9 +54,9 @@ constexpr QelColor<ePixelFormat, T> QelColor<ePixelFormat, T>::FromARGB(KUINT16 
                                                                         KUINT16 uiBlue)
 {
     KUINT32 auiColour[3] = {uiRed, uiGreen, uiBlue};
-    if constexpr (msc_oFacts.poYuv != nullptr)
+    if constexpr (msc_oFacts.IsYuv())
     {
-        constexpr SYuvFacts oYuv = *msc_oFacts.poYuv;
+        constexpr SYuvFacts oYuv = msc_oFacts.oYuv;
 
         const KINT32 iRed   = uiRed & GetMaxRed();
         const KINT32 iGreen = uiGreen & GetMaxGreen();
@@ -87,11 +87,11 @@ constexpr void QelColor<ePixelFormat, T>::ToARGB(QelColor& oColor, KUINT16& ruiA
     {
         aiColour[i] = static_cast<KINT32>(msc_oFacts.aoColour[i].Unpack(uiWord));
     }
-    if constexpr (msc_oFacts.poYuv != nullptr)
+    if constexpr (msc_oFacts.IsYuv())
     {
-        const KINT32 iC = 298 * (aiColour[0] - msc_oFacts.poYuv->iLumaOffset) + 128;
-        const KINT32 iD = aiColour[1] - msc_oFacts.poYuv->iChromaOffset;
-        const KINT32 iE = aiColour[2] - msc_oFacts.poYuv->iChromaOffset;
+        const KINT32 iC = 298 * (aiColour[0] - msc_oFacts.oYuv.iLumaOffset) + 128;
+        const KINT32 iD = aiColour[1] - msc_oFacts.oYuv.iChromaOffset;
+        const KINT32 iE = aiColour[2] - msc_oFacts.oYuv.iChromaOffset;
 
         aiColour[0] = std::clamp<KINT32>((iC + 409 * iE) >> 8, 0, GetMaxRed());
         aiColour[1] = std::clamp<KINT32>((iC - 100 * iD - 208 * iE) >> 8, 0, GetMaxGreen());

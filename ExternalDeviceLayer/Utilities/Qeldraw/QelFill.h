@@ -7,17 +7,23 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
-// Whole blocks of uiBlock pixels from pBegin on. A block's count is known to the compiler, which makes a few wide stores of
-// it. Returns where the blocks end, less than one before pEnd.
-template <KUINT32 uiBlock, typename T>
+// A count that the compiler knows becomes a few wide stores, wherever pBegin lies.
+template <KUINT32 uiCount, typename T>
+inline void QelFillBlock(T* pBegin, T uiValue)
+{
+    for (KUINT32 i = 0; i < uiCount; ++i)
+    {
+        pBegin[i] = uiValue;
+    }
+}
+
+// Whole blocks from pBegin on. Returns where they end, less than one before pEnd.
+template <KUINT32 uiCount, typename T>
 inline T* QelFillBlocks(T* pBegin, const T* pEnd, T uiValue)
 {
-    for (; pEnd - pBegin >= static_cast<KINT64>(uiBlock); pBegin += uiBlock)
+    for (; pEnd - pBegin >= static_cast<KINT64>(uiCount); pBegin += uiCount)
     {
-        for (KUINT32 i = 0; i < uiBlock; ++i)
-        {
-            pBegin[i] = uiValue;
-        }
+        QelFillBlock<uiCount>(pBegin, uiValue);
     }
     return pBegin;
 }
@@ -26,29 +32,33 @@ template <typename T>
 inline void QelFill(T* pBegin, KUINT32 uiCount, T uiValue)
 {
     constexpr KUINT32 uiVectorInBytes = 16;
-    constexpr KUINT32 uiLineInBytes   = 64;
+    constexpr KUINT32 uiVector        = uiVectorInBytes / sizeof(T);
+    constexpr KUINT32 uiLine          = 64 / sizeof(T);
     constexpr KUINT32 uiLongInBytes   = 4096;  // from here on the C library's knowledge of the machine outweighs its call
 
-    const KUINT64 uiInBytes = KUINT64{uiCount} * sizeof(T);
+    const KUINT64 uiInBytes  = KUINT64{uiCount} * sizeof(T);
     const auto    uiRepeated = static_cast<T>((uiValue & 0xFFu) * (std::numeric_limits<T>::max() / 0xFFu));
-    if (uiValue == uiRepeated && uiInBytes >= uiLongInBytes && uiInBytes <= std::numeric_limits<KUINT32>::max())
+    if (uiInBytes >= uiLongInBytes && uiValue == uiRepeated && uiInBytes <= std::numeric_limits<KUINT32>::max())
     {
         QelTools_memset(pBegin, static_cast<KINT32>(uiValue & 0xFFu), static_cast<KUINT32>(uiInBytes));
         return;
     }
+    if (uiCount < uiVector)
+    {
+        for (; uiCount != 0; --uiCount)
+        {
+            *pBegin++ = uiValue;
+        }
+        return;
+    }
 
-    // Wide stores that straddle cache lines cost twice: single pixels go ahead until the rest is aligned.
-    const T* const pEnd = pBegin + uiCount;
-    while (pBegin != pEnd && reinterpret_cast<KUINTPTR>(pBegin) % uiVectorInBytes != 0)
-    {
-        *pBegin++ = uiValue;
-    }
-    pBegin = QelFillBlocks<uiLineInBytes / sizeof(T)>(pBegin, pEnd, uiValue);
-    pBegin = QelFillBlocks<uiVectorInBytes / sizeof(T)>(pBegin, pEnd, uiValue);
-    while (pBegin != pEnd)
-    {
-        *pBegin++ = uiValue;
-    }
+    // Wide stores that straddle cache lines cost twice: all are aligned but the first and the last, which overlap with them.
+    T* const pEnd = pBegin + uiCount;
+    QelFillBlock<uiVector>(pBegin, uiValue);
+    pBegin += (uiVectorInBytes - reinterpret_cast<KUINTPTR>(pBegin) % uiVectorInBytes) / sizeof(T);
+    pBegin = QelFillBlocks<uiLine>(pBegin, pEnd, uiValue);
+    QelFillBlocks<uiVector>(pBegin, pEnd, uiValue);
+    QelFillBlock<uiVector>(pEnd - uiVector, uiValue);
 }
 
 #endif

@@ -2,7 +2,6 @@
 #ifndef QEL_SURFACE_H
 #define QEL_SURFACE_H
 
-#include <algorithm>
 #include <utility>
 
 #include "QelTypes.h"
@@ -69,7 +68,7 @@ public:
 
 inline KUINTPTR QelSurface::GetSurfaceData(KUINT uiPlaneIdx) const
 {
-    return uiPlaneIdx < std::min<KUINT32>(m_uiNbPlanes, MAX_NUMBER_OF_PLANES) ? m_apuiSurfaceData[uiPlaneIdx] : 0;
+    return uiPlaneIdx < MAX_NUMBER_OF_PLANES && uiPlaneIdx < m_uiNbPlanes ? m_apuiSurfaceData[uiPlaneIdx] : 0;
 }
 
 #endif

@@ -260,11 +260,14 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
     KUINT32 uiIndex = uiTop * uiPitch + uiLeft;
     for (; uiRows != 0; --uiRows, uiIndex += uiPitch)
     {
-        const KUINT32 uiBeforeWrap = std::min(uiColumns - 1, ~uiIndex) + 1;
-        QelFill(pPixels + uiIndex, uiBeforeWrap, uiValue);
-        if (uiBeforeWrap != uiColumns)
+        if (uiColumns - 1 <= ~uiIndex)
         {
-            QelFill(pPixels, uiColumns - uiBeforeWrap, uiValue);
+            QelFill(pPixels + uiIndex, uiColumns, uiValue);
+            continue;
+        }
+        for (KUINT32 i = 0; i < uiColumns; ++i)  // the index wraps on the way
+        {
+            pPixels[uiIndex + i] = uiValue;
         }
     }
 }
