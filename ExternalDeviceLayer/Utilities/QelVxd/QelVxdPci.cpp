@@ -19,7 +19,7 @@ std::jmp_buf* s_poErrorExit = nullptr;
 
 // The PCI library reports what it cannot do, such as finding a bus at all, through this and must not get it back; its own
 // ends the process. Outside of a step somebody else called it, with a device that a lookup returned: as it would itself.
-[[noreturn, gnu::format(printf, 1, 2)]] void EndStep(char* pszMessage, ...)
+[[gnu::noreturn, gnu::format(printf, 1, 2)]] void EndStep(char* pszMessage, ...)
 {
     if (s_poErrorExit != nullptr)
         std::longjmp(*s_poErrorExit, 1);

@@ -1,0 +1,125 @@
+#include <fstream>
+#include <unistd.h>
+
+extern "C"
+{
+#include <pci/pci.h>
+}
+
+#include "QelVxd.h"
+#include "Support.h"
+
+namespace
+{
+// Bytes of the process's address space that show the file, and records of mappings, with the ring whole both ways.
+std::pair<size_t, int> Mapped()
+{
+    std::pair<size_t, int> oMapped;
+    std::ifstream          oMaps("/proc/self/maps");
+    for (std::string sLine; std::getline(oMaps, sLine);)
+        if (sLine.ends_with(g_sMemoryFile))
+            oMapped.first += std::stoull(sLine.substr(sLine.find('-') + 1), nullptr, 16) - std::stoull(sLine, nullptr, 16);
+    for (const MEMMAPINFO* po = g_oQelVxdMapList.pNext; po != &g_oQelVxdMapList; po = po->pNext, ++oMapped.second)
+        EXPECT_TRUE(po->pNext->pPrev == po && po->pPrev->pNext == po);
+    return oMapped;
+}
+
+TEST(Memory, RangesAreMappedInWholePagesAndGivenBackWhole)
+{
+    const std::tuple<KUINT64, KUINT32, size_t> aoRows[] = {  // address, size, bytes mapped (0: refused)
+        {0x1010, 16, 0x1000}, {0x1010, 16, 0x1000},     {0x2000, 0x1800, 0x2000}, {0xFFF, 2, 0x2000},
+        {0xFFF, 1, 0x1000},   {0x140000010, 1, 0x1000}, {0x3000, 0, 0},           {0x3001, 0, 0x1000},
+        {0, 0xFFFFFFFF, 0},   {5, 0xFFFFFFFF, 0x1000},  {~0ull << 12, 16, 0},     {0x100000001, 8, 0x1000}};
+    const SMemoryFile      oFile;
+    const auto             oBefore = Held();
+    std::vector<MEMHANDLE> ahMemory;
+    std::pair<size_t, int> oExpected;
+    for (const auto& [uiAddress, uiSize, uiMapped] : aoRows)
+    {
+        const MEMHANDLE hMemory = ahMemory.emplace_back(memMap64(uiAddress, uiSize, 0));
+        SCOPED_TRACE(testing::Message() << std::hex << uiAddress << " " << uiSize << " at " << hMemory);
+        oExpected = {oExpected.first + uiMapped, oExpected.second + (hMemory != 0)};
+        ASSERT_TRUE(Mapped() == oExpected && (hMemory != 0) == (uiMapped != 0)) << Mapped().first << " " << Mapped().second;
+        if (hMemory == 0)
+            continue;
+        EXPECT_TRUE(g_oQelVxdMapList.pNext->dwSize == uiSize && hMemory % 4096 == uiAddress % 4096
+                    && g_oQelVxdMapList.pNext->pvLinear == reinterpret_cast<void*>(hMemory)) << "the latest is in front";
+        auto* const pchMemory = reinterpret_cast<char*>(hMemory);
+        char        ch        = static_cast<char>(++*pchMemory + 1);
+        EXPECT_TRUE(pread(oFile.m_iFile, &ch, 1, static_cast<off_t>(uiAddress)) == 1 && ch == *pchMemory) << "shared, and there";
+    }
+    EXPECT_EQ(memUnmap(ahMemory[0] + 1), 0u);
+    for (size_t i = 0; i < 2 * std::size(aoRows); ++i)  // neither as they came nor the other way round, and each twice
+    {
+        const size_t uiRow = i * 5 % std::size(aoRows);
+        const bool   bGoes = i < std::size(aoRows) && ahMemory[uiRow] != 0;
+        oExpected          = {oExpected.first - (bGoes ? std::get<2>(aoRows[uiRow]) : 0), oExpected.second - bGoes};
+        EXPECT_TRUE(memUnmap(ahMemory[uiRow]) == bGoes && Mapped() == oExpected) << uiRow;
+    }
+    EXPECT_EQ(Held(), oBefore);
+}
+
+TEST(Memory, WhoMayAskAgainForAnotherCachingTypeDoes)
+{
+    const SMemoryFile oFile;
+    FailNext("open");
+    void* const pvCached = g_oOsServices.IoMap(0x1010, 8, 5);
+    FailNext("open");
+    const MEMHANDLE hMemory = memMap(0x1010, 8);
+    EXPECT_TRUE(HasFailed() && Mapped().second == 2 && memUnmap(hMemory) == 1);
+    g_oOsServices.IoUnMap(pvCached, 8);
+}
+
+// A PCI bus of the test's own, with the same place in two domains, whose calls may fail.
+int     s_iAccesses = 0;
+pci_dev s_aoDevices[4];
+
+void ErrorIfFailing(const char* pszCall, void (*pfnError)(char*, ...))
+{
+    if (Fails(pszCall))
+        pfnError(const_cast<char*>("no %s"), "bus");
+}
+}
+
+extern "C" pci_access* __real_pci_alloc();
+extern "C" pci_access* __wrap_pci_alloc() { return Fails("pci_alloc") ? nullptr : (++s_iAccesses, __real_pci_alloc()); }
+extern "C" void __wrap_pci_init(pci_access* po) { ErrorIfFailing("pci_init", po->error); }
+extern "C" void __wrap_pci_scan_bus(pci_access* po)
+{
+    ErrorIfFailing("pci_scan_bus", po->error);
+    po->warning(const_cast<char*>("slow %s"), "bus");
+    const KUINT8 auiPlaces[4][3] = {{0xFF, 0x1F, 7}, {3, 3, 0}, {3, 3, 0}, {3, 3, 1}};
+    for (size_t i = 0; i < 4; po->devices = &s_aoDevices[i++])
+    {
+        s_aoDevices[i].next = po->devices;
+        s_aoDevices[i].bus  = auiPlaces[i][0];
+        s_aoDevices[i].dev  = auiPlaces[i][1];
+        s_aoDevices[i].func = auiPlaces[i][2];
+    }
+}
+
+extern "C" void __real_pci_cleanup(pci_access* po);
+extern "C" void __wrap_pci_cleanup(pci_access* po)
+{
+    const auto pfnError = po->error;
+    po->devices         = nullptr;
+    __real_pci_cleanup(po);
+    --s_iAccesses;
+    ErrorIfFailing("pci_cleanup", pfnError);
+}
+
+TEST(Pci, LookupFindsTheFirstMatchAndSurvivesAMachineWithoutBus)
+{
+    for (const std::string sFailing : {"pci_alloc", "pci_init", "pci_scan_bus", "pci_cleanup"})
+    {
+        FailNext(sFailing.c_str());
+        const bool bIsFound = QelVxdPciLibConvertHandle(0xFFFF) != nullptr;
+        EXPECT_TRUE(bIsFound == (sFailing == "pci_cleanup") && s_iAccesses == bIsFound) << sFailing;
+        EXPECT_EQ(g_poQelVxdPciLibAccess != nullptr, bIsFound) << sFailing;
+
+        EXPECT_EQ(QelVxdPciLibConvertHandle(0xABCD0318), &s_aoDevices[2]) << "the first of two, by another scan if need be";
+        EXPECT_EQ(QelVxdPciLibConvertHandle(0x0319), &s_aoDevices[3]);
+        EXPECT_TRUE(QelVxdPciLibConvertHandle(0x0320) == nullptr && s_iAccesses == 1) << "one scan serves all lookups";
+        EXPECT_TRUE(ReleaseQELLibrary() == 1 && g_poQelVxdPciLibAccess == nullptr && s_iAccesses == 0 && HasFailed());
+    }
+}

@@ -1,0 +1,139 @@
+#include "QelCheck.h"
+#include "QelTools.h"
+#include "Support.h"
+
+namespace
+{
+std::string s_sAssertCalls;
+
+TEST(Messages, LinesFollowTheState)
+{
+    const auto fnWrite = [](std::string sArgument) {
+        return OutputOf([&] {
+            OsServices::WriteMsg("m%s\n", sArgument.c_str());
+            OsServices::WriteUserMsg("u%s\n", sArgument.c_str());
+            OsServices::WriteErrorMsg("e%s\n", sArgument.c_str());
+        });
+    };
+    EXPECT_EQ(fnWrite("%d"), "vesk(4.12.0.16)[0]: (Info) u%d\nvesk(4.12.0.16)[0]: (Error) e%d\n");
+    for (const size_t uiLength : {0u, 160u, 161u, 253u, 254u, 300u})
+    {
+        const std::string sArgument(uiLength, 'x');
+        OsServices::SetMsgPrefix(("%n" + std::string(99, 'p')).c_str());
+        OsServices::SetMsgReferenceId(~0ull);
+        OsServices::SetMsgLevel(FALSE, FALSE, -2);
+        const std::string sPrefix = "%n" + std::string(61, 'p') + "(4.12.0.16)[18446744073709551615]: (Debug) m";
+        EXPECT_EQ(fnWrite(sArgument), (sPrefix + sArgument + "\n").substr(0, 255));
+        OsServices::SetMsgPrefixEnable(FALSE);
+        OsServices::SetMsgLevel(3, FALSE, FALSE);
+        EXPECT_EQ(fnWrite(sArgument), ("e" + sArgument + "\n").substr(0, 255));
+        OsServices::SetMsgPrefixEnable(TRUE);
+    }
+    KBOOL32 abLevels[3] = {9, 9, 9};
+    OsServices::GetMsgLevel(nullptr, &abLevels[1], nullptr);
+    EXPECT_TRUE(abLevels[0] == 9 && abLevels[1] == FALSE && abLevels[2] == 9);
+    OsServices::SetMsgLevel(TRUE, TRUE, FALSE);
+    OsServices::SetMsgReferenceId(0);
+    OsServices::SetMsgPrefix("vesk");
+}
+
+TEST(Messages, FileNameFollowsTheLastSeparatorButOneInFrontDoesNotCount)
+{
+    const std::pair<const char*, const char*> aoRows[] = {{"a/b\\c.cpp", "c.cpp"}, {"a\\b/c", "c"}, {"c", "c"},
+                                                          {"/c.cpp", "/c.cpp"}, {"//c", "c"}, {"a/", ""}, {"/", "/"}, {"", ""}};
+    for (const auto& [pszPath, pszName] : aoRows)
+        EXPECT_STREQ(OsServices::GetFileNameOnlySubSring(pszPath), pszName) << pszPath;
+}
+
+TEST(Messages, FailedChecksAreReportedAndOnlyTheAbortFormEndsTheFunction)
+{
+    s_sAssertCalls.clear();
+    int         iSteps = 0;
+    std::string sText  = OutputOf([&] {
+        for (;; ++iSteps) { QEL_ASSERT(iSteps != 1); QEL_CHECK_OR_ABORT(iSteps < 3); }
+    Qel_Abort:
+        return;
+    });
+    const std::string sLine = "vesk(#.#.#.#)[#]: (Error) MessagesTest.cpp(#) Assertion failed\n";
+    EXPECT_TRUE(WithoutNumbers(sText) == sLine + sLine && iSteps == 3) << sText << iSteps;
+    EXPECT_EQ(WithoutNumbers(s_sAssertCalls), "#" __FILE__ "#" __FILE__ "#") << "the end of one and the start of the next";
+}
+
+// The instance of the process makes room here, so that a first and a last one can be watched.
+TEST(Messages, FirstInstanceStartsTheLibraryUnlessItIsATest)
+{
+    const int iStarts = g_iLibraryStarts;
+    EXPECT_TRUE(OsServices(nullptr).IsInitialized());
+    EXPECT_EQ(g_iLibraryStarts, iStarts) << "a second instance does not start it";
+
+    g_oOsServices.~OsServices();
+    FailNext("InitQELLibrary", 0);
+    EXPECT_EQ(WithoutNumbers(OutputOf([] { EXPECT_FALSE(OsServices(nullptr).IsInitialized()); })),
+              "vesk(#.#.#.#)[#]: (Error) OsServices.cpp(#) Assertion failed\n");
+    EXPECT_EQ(g_iLibraryStarts, iStarts + 1);
+    OsServices::SetTestMode(TRUE);
+    EXPECT_TRUE(OsServices(nullptr).IsInitialized());
+    OsServices::SetTestMode(FALSE);
+    EXPECT_EQ(g_iLibraryStarts, iStarts + 1);
+    new (&g_oOsServices) OsServices(nullptr);
+    EXPECT_EQ(g_iLibraryStarts, iStarts + 2) << "an instance that was not counted is not counted down";
+}
+
+TEST(QelTools, IntegerFunctionsMatchTheirDefinitionsAtTheEdges)
+{
+    const KUINT32 auiValues[] = {0,      1,      2,          3,          5,          7,          8,          24,        25,
+                                 65'535, 65'536, 0x7FFFFFFF, 0x80000000, 0xFFFE0000, 0xFFFE0001, 0xFFFFFFFE, 0xFFFFFFFF};
+    for (const KUINT32 uiA : auiValues)
+    {
+        const KUINT64 a = uiA, uiRoot = QelTools_SquareRoot(uiA);
+        EXPECT_TRUE(uiRoot * uiRoot <= a && a < (uiRoot + 1) * (uiRoot + 1)) << a;
+        for (const KUINT32 uiB : auiValues)
+        {
+            const KUINT64 b = uiB;
+            EXPECT_EQ(QelTools_RoundedDivision(uiA, uiB), b == 0 ? 0 : (2 * a + b) / (2 * b)) << a << " by " << b;
+            EXPECT_EQ(QelTools_RoundedDownDivision(uiA, uiB), b == 0 ? 0 : a / b) << a << " by " << b;
+            EXPECT_EQ(QelTools_RoundedUpDivision(uiA, uiB), b == 0 ? 0 : (a + b - 1) / b) << a << " by " << b;
+            EXPECT_EQ(QelTools_GCD(uiA, uiB), std::gcd(a, b)) << a << " and " << b;
+        }
+    }
+}
+
+TEST(QelTools, TextsAreComparedAndRead)
+{
+    const std::tuple<const char*, const char*, KINT32> aoPairs[] = {
+        {"abC", "ABc", 0}, {"a", "B", -1}, {"ab", "A", 98}, {"", "a", -97}, {"[", "a", -6}, {"\xE9", "a", -120}};
+    for (const auto& [pszA, pszB, iResult] : aoPairs)
+        EXPECT_EQ(QelTools_stricmp(pszA, pszB), iResult) << pszA << " and " << pszB;
+    const std::pair<const char*, KINT32> aoNumbers[] = {{" \t-7x", -7}, {"+3", 3},           {"x", 0},
+                                                        {"0x10", 0},    {"4294967298", 2}, {"99999999999999999999", -1}};
+    for (const auto& [pszText, iValue] : aoNumbers)
+        EXPECT_EQ(QelTools_atoi(pszText), iValue) << pszText;
+    for (KINT32 ch = -1; ch < 256; ++ch)
+        EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);
+    EXPECT_TRUE(QelTools_strncmp("ab", "ac", 1) == 0 && QelTools_strncmp("ab", "ac", 2) < 0 && QelTools_wcslen(L"ab") == 2);
+}
+
+TEST(QelTools, TextsAreChangedWithinTheirBounds)
+{
+    for (KUINT32 uiSize = 0; uiSize < 12; ++uiSize)
+    {
+        std::string sUpper = "aZ[@9`{\xE9z", sLower = sUpper, sCopy = "#######", sExpected = sCopy;
+        EXPECT_EQ(QelTools_strupr_s(sUpper.data(), uiSize), std::string(uiSize > 0 ? "AZ[@9`{\xE9" : "aZ[@9`{\xE9")
+                                                                + (uiSize > 8 ? "Z" : "z"));
+        EXPECT_EQ(QelTools_strlwr_s(sLower.data(), uiSize), std::string(uiSize > 1 ? "az[@9`{\xE9z" : "aZ[@9`{\xE9z"));
+        if (uiSize > 0)
+            sExpected.replace(0, std::min(uiSize, 4u), std::string("%d7").substr(0, uiSize - 1) + '\0');
+        QelTools_strcpy_s(sCopy.data(), uiSize, "%d7");
+        EXPECT_EQ(sCopy, sExpected);
+    }
+    for (const std::string sText : {"", "a", "ab", "abc"})
+        EXPECT_EQ(QelTools_strrev(std::string(sText).data()), std::string(sText.rbegin(), sText.rend()));
+    EXPECT_TRUE(!QelTools_strrev(nullptr) && !QelTools_strupr_s(nullptr, 4) && !QelTools_strlwr_s(nullptr, 4));
+}
+}
+
+// In place of the library's own, which does nothing.
+void QelTools_Assert(KBOOL32 bCond, const KCHAR8* pszFilename, KINT32 iLine)
+{
+    s_sAssertCalls.append(std::to_string(bCond)).append(pszFilename).append(std::to_string(iLine));
+}
