@@ -30,7 +30,7 @@ endif()
 
 # qel_folder(<name> SOURCES <file>... [USES <library>...] [INCLUDES <dir>...])
 # One folder of the house as one static library, whose public headers stand in the folder itself unless INCLUDES says
-# where. It is linked to the folders that it uses and to no other, so the linker holds the floors too.
+# where. It names the folders that it uses; those above it are neither found nor linked, which holds the floors.
 function(qel_folder NAME)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES;INCLUDES" ${ARGN})
   if(NOT ARG_INCLUDES)

@@ -135,7 +135,6 @@ struct tagTBuffer_PlaneInfo
     KUINT32      auiPitch[3];         // from one row to the next, in pixels
     KUINT32      auiPitchInBytes[3];  // the same in bytes
 };
-using TBuffer_PlaneInfo = tagTBuffer_PlaneInfo;
 
 // One FPGA of a board. The caller sets uiSize to the size of the record as it knows it.
 struct tagTBoard_FpgaInfo
@@ -150,7 +149,6 @@ struct tagTBoard_FpgaInfo
     KUINT8  uiVersionMinor;
     KUINT16 uiVersionBuild;
 };
-using TBoard_FpgaInfo = tagTBoard_FpgaInfo;
 
 static_assert(sizeof(tagTVideo_VidParam) == 56 && offsetof(tagTVideo_VidParam, uiReserved2) == 48);
 static_assert(sizeof(tagTBuffer_PlaneInfo) == 76);

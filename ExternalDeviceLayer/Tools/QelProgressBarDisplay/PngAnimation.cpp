@@ -21,9 +21,8 @@ SFrameSequence* s_poFrameSequences = nullptr;
 
 KUINT8** NewFrameSequence(KUINT32 uiFrameCount)
 {
-    auto* poSequence       = new SFrameSequence{new KUINT8*[uiFrameCount](), s_poFrameSequences};
-    s_poFrameSequences     = poSequence;
-    return poSequence->ppuiFrames;
+    s_poFrameSequences = new SFrameSequence{new KUINT8*[uiFrameCount](), s_poFrameSequences};
+    return s_poFrameSequences->ppuiFrames;
 }
 
 KUINT32 WidthOf(const TRECT& roRegion)

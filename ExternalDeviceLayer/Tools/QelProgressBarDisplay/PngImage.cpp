@@ -66,6 +66,7 @@ KBOOL32 DecodeImage(png_structp poPng, png_infop poInfo, std::FILE* poPngFile, K
         return FALSE;
 
     png_init_io(poPng, poPngFile);
+    png_set_crc_action(poPng, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);  // transparency that is lost is damage as well
     png_read_info(poPng, poInfo);
 
     const png_uint_32 uiImageWidth  = png_get_image_width(poPng, poInfo);

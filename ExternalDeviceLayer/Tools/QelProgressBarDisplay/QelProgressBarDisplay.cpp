@@ -1,8 +1,10 @@
 // QelProgressBarDisplay: the command line, turned into plain values and one display run.
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <iterator>
 #include <span>
+#include <unistd.h>
 
 #include "DisplayRun.h"
 #include "OsServices.h"
@@ -283,10 +285,23 @@ void PrintUsage(const char* pszProgram)
         std::printf("   %-6s | %-16s %s\n", roOption.pszShort, roOption.pszLong, roOption.pszHelp);
     std::printf("\nUsage : \n   %s -d 0 \n", pszProgram);
 }
+
+// A standard stream that the caller closed would be the next file that is opened, the device library's included, and the
+// messages would be written into that.
+void KeepStandardStreamsTaken()
+{
+    int iFile = 0;
+    do
+        iFile = open("/dev/null", O_RDWR);
+    while (iFile >= 0 && iFile <= STDERR_FILENO);
+    if (iFile >= 0)
+        close(iFile);
+}
 }
 
 int main(int argc, char** argv)
 {
+    KeepStandardStreamsTaken();
     // Whoever reads the messages may go away; the display stays.
     std::signal(SIGPIPE, SIG_IGN);
 

@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <cstdio>
+#include <poll.h>
 #include <unistd.h>
 
 #include "DisplayRun.h"
@@ -9,6 +10,9 @@ std::atomic<KBOOL32> g_bStopSignal{FALSE};
 
 namespace
 {
+// How long the handler waits for a reader that has stopped reading: it must not keep the run from ending.
+constexpr int READER_TIMEOUT_MS = 100;
+
 // Writes text and number by means that a signal handler may use: no stream, no formatter, no heap.
 void WriteSignalLine(int iSignal)
 {
@@ -27,6 +31,10 @@ void WriteSignalLine(int iSignal)
         *--pchBegin = '-';
     for (int i = TEXT_LENGTH; i-- > 0;)
         *--pchBegin = TEXT[i];
+
+    pollfd oStdout = {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+    if (poll(&oStdout, 1, READER_TIMEOUT_MS) <= 0)
+        return;
 
     while (pchBegin < pchEnd)
     {
@@ -63,9 +71,9 @@ void SignalHandler(int iSignal, siginfo_t*, void*)
 {
     const int iErrno = errno;  // the interrupted code's
 
-    WriteSignalLine(iSignal);
     if (iSignal == SIGTERM || iSignal == SIGINT)
         g_bStopSignal = TRUE;
+    WriteSignalLine(iSignal);
 
     errno = iErrno;
 }
