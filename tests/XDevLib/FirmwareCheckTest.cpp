@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include "FpgaFirmwareCheck.h"
@@ -18,75 +17,66 @@ struct ScriptedFpga
     TStatus eStatus = TStatus_OK;
 };
 
-struct ScriptedBoard
-{
-    std::vector<ScriptedFpga> aoFpgas;
-    TStatus                   eCountStatus = TStatus_OK;
-    KUINT32                   uiAsked      = 0;
-} g_oBoard;
-
-TDEVICE_OBJECT* const DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_oBoard);
+std::vector<ScriptedFpga> g_aoFpgas;
+TStatus                   g_eCountStatus;
+KUINT32                   g_uiAsked;
+TDEVICE_OBJECT* const     DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_aoFpgas);
 }
 
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
 {
     EXPECT_EQ(hDev, DEVICE);
-    *puiCount = static_cast<KUINT32>(g_oBoard.aoFpgas.size());
-    return g_oBoard.eCountStatus;
+    *puiCount = static_cast<KUINT32>(g_aoFpgas.size());
+    return g_eCountStatus;
 }
 
 TStatus TBoard_GetFpgaInfo(TDevice_Handle hDev, KUINT32 uiIndex, tagTBoard_FpgaInfo* poFpgaInfo)
 {
-    tagTBoard_FpgaInfo oFresh = {};
-    oFresh.uiSize = 84;
-    EXPECT_EQ(hDev, DEVICE);
-    EXPECT_EQ(uiIndex, g_oBoard.uiAsked++);
+    const tagTBoard_FpgaInfo oFresh = {84, {}, 0, 0, 0, 0, 0, 0, 0};
     EXPECT_EQ(std::memcmp(poFpgaInfo, &oFresh, sizeof(oFresh)), 0) << "each record starts as zeros and its size";
-
-    const ScriptedFpga& roFpga = g_oBoard.aoFpgas.at(uiIndex);
+    EXPECT_EQ(hDev, DEVICE);
+    EXPECT_EQ(uiIndex, g_uiAsked++);
+    const auto& [uiDevId, uiVendorId, uiAddress, uiMajor, uiMinor, uiBuild, eStatus] = g_aoFpgas.at(uiIndex);
+    *poFpgaInfo = {84, {}, uiDevId, uiVendorId, 0, uiAddress, uiMajor, uiMinor, uiBuild};
     std::memset(poFpgaInfo->szName, 'n', sizeof(poFpgaInfo->szName));  // no terminator
-    poFpgaInfo->ui16DevID      = roFpga.uiDevId;
-    poFpgaInfo->ui16VendorID   = roFpga.uiVendorId;
-    poFpgaInfo->uiI2cAddress   = roFpga.uiAddress;
-    poFpgaInfo->uiVersionMajor = roFpga.uiMajor;
-    poFpgaInfo->uiVersionMinor = roFpga.uiMinor;
-    poFpgaInfo->uiVersionBuild = roFpga.uiBuild;
-    return roFpga.eStatus;
+    return eStatus;
 }
 
 TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
 {
-    const ScriptedFpga SUPPORTED = {3, 0xc3e7, 0xd0, 1, 33, 0}, KNOWN = {5, 0xc3e7, 0xd0, 2, 1, 33}, UNKNOWN = {3, 0xc3e7, 0xd0, 1, 33, 7},
-                       OTHER_ADDRESS = {3, 0xc3e7, 0xd2, 1, 33, 7}, OTHER_VENDOR = {3, 0x1234, 0xd0, 1, 33, 7},
-                       FAILING = {3, 0xc3e7, 0xd0, 1, 33, 0, TStatus_FAIL}, POSITIVE = {3, 0xc3e7, 0xd0, 1, 33, 0, TStatus{1}};
+    const ScriptedFpga GOOD = {3, 0xc3e7, 0xd0, 1, 33, 0}, KNOWN = {5, 0xc3e7, 0xd0, 2, 1, 33};
+    const ScriptedFpga UNKNOWN = {3, 0xc3e7, 0xd0, 1, 33, 7}, FAILING = {3, 0xc3e7, 0xd0, 1, 33, 0, TStatus_FAIL};
+    const ScriptedFpga OTHER_ADDRESS = {3, 0xc3e7, 0xd2, 1, 33, 7}, OTHER_VENDOR = {3, 0x1234, 0xd0, 1, 33, 7};
     const struct
     {
-        const char*   pszCase;
-        ScriptedBoard oBoard;
-        KBOOL32       bExpected;
-        KUINT32       uiAsked;
-        const char*   pszOutput = "";
+        const char*               pszCase;
+        std::vector<ScriptedFpga> aoFpgas;
+        KBOOL32                   bExpected;
+        KUINT32                   uiAsked;
+        TStatus                   eCountStatus = TStatus_OK;
+        const char*               pszOutput    = "";
     } aoRows[] = {
-        {"no count", {{SUPPORTED}, TStatus_FAIL}, FALSE, 0},
-        {"none", {}, FALSE, 0, "No FPGA detected!\n"},
-        {"supported", {{SUPPORTED}}, TRUE, 1},
-        {"unknown", {{UNKNOWN}}, FALSE, 1},
-        {"known as not supported: true, and the rest is not examined", {{KNOWN, UNKNOWN}}, TRUE, 1},
-        {"supported, then unknown", {{SUPPORTED, UNKNOWN, SUPPORTED}}, FALSE, 2},
-        {"others are skipped and leave the answer", {{SUPPORTED, OTHER_ADDRESS, OTHER_VENDOR}}, TRUE, 3},
-        {"only others", {{OTHER_ADDRESS, OTHER_VENDOR}}, FALSE, 2},
-        {"a failing record keeps the answer so far", {{SUPPORTED, FAILING, UNKNOWN}}, TRUE, 2},
-        {"a failing record at once", {{FAILING, SUPPORTED}}, FALSE, 1},
-        {"what is not negative is no failure", {{POSITIVE}, TStatus{1}}, TRUE, 1},
-        {"8 bits of the build count", {{{3, 0xc3e7, 0xd0, 1, 24, 0x0105}}}, TRUE, 1},
-        {"every firmware of two devices", {{{0xf, 0xc3e7, 0xd0, 9, 9, 9}, {0x4000, 0xc3e7, 0xd0, 9, 9, 9}}}, TRUE, 2},
+        {"no count", {GOOD}, FALSE, 0, TStatus_FAIL},
+        {"none", {}, FALSE, 0, TStatus_OK, "No FPGA detected!\n"},
+        {"supported", {GOOD}, TRUE, 1},
+        {"unknown", {UNKNOWN}, FALSE, 1},
+        {"known as not supported: true, and the rest is not examined", {KNOWN, UNKNOWN}, TRUE, 1},
+        {"supported, then unknown", {GOOD, UNKNOWN, GOOD}, FALSE, 2},
+        {"others are skipped and leave the answer", {GOOD, OTHER_ADDRESS, OTHER_VENDOR}, TRUE, 3},
+        {"only others", {OTHER_ADDRESS, OTHER_VENDOR}, FALSE, 2},
+        {"a failing record keeps the answer so far", {GOOD, FAILING, UNKNOWN}, TRUE, 2},
+        {"a failing record at once", {FAILING, GOOD}, FALSE, 1},
+        {"positive is no failure", {{3, 0xc3e7, 0xd0, 1, 33, 0, TStatus{1}}}, TRUE, 1, TStatus{1}},
+        {"8 bits of the build count", {{3, 0xc3e7, 0xd0, 1, 24, 0x0105}}, TRUE, 1},
     };
     for (const auto& roRow : aoRows)
     {
-        g_oBoard = roRow.oBoard;
+        g_aoFpgas      = roRow.aoFpgas;
+        g_eCountStatus = roRow.eCountStatus;
+        g_uiAsked      = 0;
         testing::internal::CaptureStdout();
         EXPECT_EQ(IsFpgaFirmwareSupported(DEVICE), roRow.bExpected) << roRow.pszCase;
         EXPECT_EQ(testing::internal::GetCapturedStdout(), roRow.pszOutput) << roRow.pszCase;
-        EXPECT_EQ(g_oBoard.uiAsked, roRow.uiAsked) << roRow.pszCase;
+        EXPECT_EQ(g_uiAsked, roRow.uiAsked) << roRow.pszCase;
     }
 }
