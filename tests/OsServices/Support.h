@@ -2,9 +2,9 @@
 #pragma once
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <functional>
 #include <future>
 #include <numeric>
 #include <random>
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "OsServices.h"
 
@@ -21,27 +22,42 @@ constexpr KUINT32 NO_LIMIT = 0xFFFFFFFF;
 const std::string INVALID_DEADLINE = " returned # INVALID\nTimeOut occurs Req timespec.tv_sec=#,timespec.tv_nsec=#, Now "
                                      "timespec.tv_sec=#,timespec.tv_nsec=#\n";  // after the call's name, without numbers
 
-// What fnWrite puts on standard output, and a text with every number in it replaced by '#'.
-std::string OutputOf(const std::function<void()>& fnWrite);
-std::string WithoutNumbers(const std::string& rsText);
+inline std::atomic<int> g_iWaitsBegun{0};       // on conditions, counted with the mutex held: whoever locks it next finds them
+inline std::atomic<int> g_iSpuriousWakeUps{0};  // so many of the next timed waits end at once, without a reason
 
-// Makes the next call of that name fail, once, with iError where the call reports one; null: none.
-void FailNext(const char* pszCall, int iError = 0);
-bool Fails(const char* pszCall);  // asked by the call
-bool HasFailed();                 // the call came
+// The next call of that name fails, once, with iError where it reports one; null: none.
+inline const char* g_pszFailing = nullptr;
+inline int         g_iError     = 0;
+inline void FailNext(const char* pszCall, int iError = 0) { g_pszFailing = pszCall, g_iError = iError; }
+inline bool HasFailed() { return g_pszFailing == nullptr; }
+bool        Fails(const char* pszCall);  // asked by the call itself
 
-// Blocks of handles that live, and files that the process has open; to be alike before and after.
-std::pair<int, long> Held();
+int MemoryFile();  // stands in for /dev/mem: a sparse file of 6 GiB
 
-// A sparse file of 6 GiB that is opened for /dev/mem while it lives; without one nothing is.
-struct SMemoryFile
+std::pair<int, long> Held();  // blocks of handles that live, and open files; to be alike before and after
+
+// What fnWrite puts on standard output.
+template <typename FnWrite>
+std::string OutputOf(FnWrite fnWrite)
 {
-    SMemoryFile();
-    ~SMemoryFile();
-    int m_iFile;
-};
-extern std::string g_sMemoryFile;
+    testing::internal::CaptureStdout();
+    fnWrite();
+    return testing::internal::GetCapturedStdout();
+}
 
-extern int              g_iLibraryStarts;    // of the hardware-access library
-extern std::atomic<int> g_iWaitsBegun;       // on conditions, counted with the mutex held: whoever locks it next finds them
-extern std::atomic<int> g_iSpuriousWakeUps;  // so many of the next timed waits end at once, without a reason
+// What a buffer of '#' holds when a text was cut to its first uiSize characters, the terminator included.
+inline std::string CutTo(size_t uiSize, const std::string& rsText, size_t uiBufferSize)
+{
+    const std::string sCut = uiSize > 0 ? rsText.substr(0, uiSize - 1) + '\0' : "";
+    return sCut + std::string(uiBufferSize - sCut.size(), '#');
+}
+
+// The text with every number in it replaced by '#'.
+inline std::string WithoutNumbers(const std::string& rsText)
+{
+    std::string sResult;
+    for (const char ch : rsText)
+        if (!std::isdigit(ch) || !sResult.ends_with('#'))
+            sResult += std::isdigit(ch) ? '#' : ch;
+    return sResult;
+}
