@@ -158,6 +158,7 @@ private:
     static KINT32        ToSigned(KUINT32 uiValue);
     static KINT32        AddLengths(KINT32 iA, KINT32 iB);
     static const KCHAR8* OrEmpty(const KCHAR8* pszText) { return pszText != nullptr ? pszText : m_pszNil; }
+    static KINT32        LengthOf(const KCHAR8* pszText);  // more than a string holds for a text of 2 GiB
 
     bool             IsNil() const        { return m_pchData == m_pszNil; }
     bool             IsLocked() const     { return !IsNil() && GetMetaData()->iRefs < 0; }
@@ -221,6 +222,11 @@ inline KINT32 CKString::ToSigned(KUINT32 uiValue)
 {
     constexpr KUINT32 uiMax = std::numeric_limits<KINT32>::max();
     return static_cast<KINT32>(uiValue < uiMax ? uiValue : uiMax);
+}
+
+inline KINT32 CKString::LengthOf(const KCHAR8* pszText)
+{
+    return ToSigned(static_cast<KUINT32>(QelTools_strlen(OrEmpty(pszText))));
 }
 
 inline KINT32 CKString::AddLengths(KINT32 iA, KINT32 iB)

@@ -60,7 +60,7 @@ CKString& CKString::operator=(const CKString& roSource)
 
 CKString& CKString::operator=(const KCHAR8* pszText)
 {
-    AssignCopy(QelTools_strlen(OrEmpty(pszText)), pszText);
+    AssignCopy(LengthOf(pszText), pszText);
     return *this;
 }
 
@@ -78,7 +78,7 @@ CKString& CKString::operator+=(const CKString& roAdded)
 
 CKString& CKString::operator+=(const KCHAR8* pszAdded)
 {
-    ConcatInPlace(QelTools_strlen(OrEmpty(pszAdded)), pszAdded);
+    ConcatInPlace(LengthOf(pszAdded), pszAdded);
     return *this;
 }
 
@@ -98,14 +98,14 @@ CKString operator+(const CKString& roA, const CKString& roB)
 CKString operator+(const CKString& roA, const KCHAR8* pszB)
 {
     CKString oResult;
-    oResult.ConcatCopy(roA.GetLength(), roA, QelTools_strlen(CKString::OrEmpty(pszB)), pszB);
+    oResult.ConcatCopy(roA.GetLength(), roA, CKString::LengthOf(pszB), pszB);
     return oResult;
 }
 
 CKString operator+(const KCHAR8* pszA, const CKString& roB)
 {
     CKString oResult;
-    oResult.ConcatCopy(QelTools_strlen(CKString::OrEmpty(pszA)), pszA, roB.GetLength(), roB);
+    oResult.ConcatCopy(CKString::LengthOf(pszA), pszA, roB.GetLength(), roB);
     return oResult;
 }
 

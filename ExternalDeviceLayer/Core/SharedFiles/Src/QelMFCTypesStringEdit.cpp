@@ -144,7 +144,8 @@ CKString& CKString::TrimRight(const KCHAR8* pszSet)
 
 CKString& CKString::Trim(const KCHAR8* pszSet)
 {
-    return TrimLeft(pszSet).TrimRight(pszSet);
+    const CKString oSet(pszSet);  // the set may lie in the part that moves
+    return TrimLeft(oSet).TrimRight(oSet);
 }
 
 KINT32 CKString::Insert(KINT32 iIndex, KCHAR8 ch)
@@ -161,7 +162,7 @@ KINT32 CKString::Insert(KINT32 iIndex, const KCHAR8* pszText)
     const std::less<const KCHAR8*> oIsBefore;
     if (!oIsBefore(pszText, m_pchData) && !oIsBefore(m_pchData + GetAllocLength(), pszText))
         return Insert(iIndex, CKString(pszText));
-    return InsertText(iIndex, QelTools_strlen(pszText), pszText);
+    return InsertText(iIndex, LengthOf(pszText), pszText);
 }
 
 KINT32 CKString::InsertText(KINT32 iIndex, KINT32 iLength, const KCHAR8* pszText)

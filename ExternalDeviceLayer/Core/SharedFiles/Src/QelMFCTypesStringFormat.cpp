@@ -133,7 +133,15 @@ KCHAR8 ReadSize(const KCHAR8*& rpszFormat)
         return LONG_LONG;
     }
 
+    if (rpszFormat[0] == 'h' && rpszFormat[1] == 'h')
+        ++rpszFormat;
+
     const KCHAR8 ch = *rpszFormat;
+    if (ch == 'z' || ch == 'j' || ch == 't')
+    {
+        ++rpszFormat;
+        return 'l';  // as wide here
+    }
     if (ch != 'h' && ch != 'l' && ch != 'F' && ch != 'L' && ch != 'N')
         return 0;
     ++rpszFormat;
