@@ -152,7 +152,7 @@ TEST(QelSurface, ThreePlanesAreCopiedAndWithoutAnAddressNothingIsDrawn)
     const KUINTPTR                auiData[]  = {0x10, 0x20, 0x30, 0x40, 0x50};
     const KUINT32                 auiPitch[] = {1, 2, 3, 4, 5};
     const QelSurfaceTyped<Colour> oFive(auiData, nullptr, auiPitch, 6, 7, 5), oTwo(auiData, auiPitch, nullptr, 6, 7, 2);
-    EXPECT_EQ(std::tuple(oFive.GetSurfaceData(2), oFive.GetSurfaceData(3), oFive.GetPitchPixels(2), oFive.m_uiPitchInBytes[2]), std::tuple(0x30u, 0u, 0u, 3u));
+    EXPECT_EQ(std::tuple(oFive.GetSurfaceData(2), oFive.GetSurfaceData(3), oFive.GetPitchPixels(2), oFive.m_uiPitchInBytes[2], oFive.GetHeight()), std::tuple(0x30u, 0u, 0u, 3u, 7u));
     EXPECT_EQ(std::tuple(oTwo.m_apuiSurfaceData[1], oTwo.m_apuiSurfaceData[2], oTwo.GetPitchPixels(1), oTwo.m_uiPitchInBytes[0]), std::tuple(0x20u, 0u, 2u, 0u));
 
     for (const KUINT32 uiNbPlanes : {1u, 0u})

@@ -28,7 +28,8 @@ public:
     constexpr QelColor& operator=(T uiColorValue) { return m_uiColorValue = uiColorValue, *this; }
 
     static constexpr QelColor FromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue);
-    static constexpr void     ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen, KUINT16& ruiBlue);
+    static constexpr void     ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen,
+                                     KUINT16& ruiBlue);
 
     static constexpr KUINT16 GetMaxAlpha() { return static_cast<KUINT16>(msc_oFacts.oAlpha.Max()); }
     static constexpr KUINT16 GetMaxRed() { return static_cast<KUINT16>(msc_oFacts.aoColour[0].Max()); }

@@ -18,30 +18,31 @@ public:
         MAX_NUMBER_OF_PLANES = 3
     };
 
-    // The arrays hold uiNbPlanes entries each and are copied; a null one leaves zeros. Planes beyond the third are left out.
+    // The arrays hold uiNbPlanes entries each and are copied; a null one leaves zeros, planes beyond the third are left out.
     QelSurface(const KUINTPTR* pauiSurfaceData, const KUINT32* auiPitchPixels, const KUINT32* auiPitchInBytes,
                KUINT32 uiWitdh, KUINT32 uiHeight, KUINT32 uiNbPlanes);
 
     QelSurface(const QelSurface&)            = delete;
     QelSurface& operator=(const QelSurface&) = delete;
 
-    // Components are in the range of the pixel format, which GetMax...() tells. A point to be read must lie inside.
+    // Components are in the range of the pixel format, which GetMax...() tells. Only Dot and what is drawn with it is clipped
+    // to the surface: the point to be read and the rectangle, whose right and bottom edges are left out, must lie inside.
     virtual ~QelSurface();
-    virtual void    ReadColorToARGB(KUINT32 uiPosX, KUINT32 uiPosY, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen,
-                                    KUINT16& ruiBlue) = 0;
+    virtual void    ReadColorToARGB(KUINT32 uiPosX, KUINT32 uiPosY, KUINT16& ruiAlpha, KUINT16& ruiRed,
+                                    KUINT16& ruiGreen, KUINT16& ruiBlue) = 0;
     virtual void    SetFgColorFromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue) = 0;
     virtual void    SetBgColourFromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue) = 0;
-    virtual void    Clr() = 0;                                                             // everything, to the background
-    virtual void    Dot(KUINT32 uiXPos, KUINT32 uiYPos) = 0;                               // outside: nothing
-    virtual void    LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos) = 0;                      // from the position, which follows
-    virtual void    Circle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;        // the centre becomes the position
+    virtual void    Clr() = 0;                                                    // everything, to the background
+    virtual void    Dot(KUINT32 uiXPos, KUINT32 uiYPos) = 0;                      // outside: nothing
+    virtual void    LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos) = 0;             // from the position, which follows
+    virtual void    Circle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;  // the centre becomes the position
     virtual void    FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;
-    virtual void    Rectangle(KINT32 iLeft, KINT32 iTop, KINT32 iRight, KINT32 iBottom) = 0;  // not clipped: keep it inside
+    virtual void    Rectangle(KINT32 iLeft, KINT32 iTop, KINT32 iRight, KINT32 iBottom) = 0;
     virtual KUINT16 GetMaxAlpha() = 0;
     virtual KUINT16 GetMaxRed() = 0;
     virtual KUINT16 GetMaxGreen() = 0;
     virtual KUINT16 GetMaxBlue() = 0;
-    virtual KUINT16 GetMaxAlpha(KUINT16 uiAlphaValue) = 0;                                 // the value, at most the maximum
+    virtual KUINT16 GetMaxAlpha(KUINT16 uiAlphaValue) = 0;                        // the value, at most the maximum
     virtual KUINT16 GetMaxRed(KUINT16 uiRedValue) = 0;
     virtual KUINT16 GetMaxGreen(KUINT16 uiGreenValue) = 0;
     virtual KUINT16 GetMaxBlue(KUINT16 uiBlueValue) = 0;

@@ -11,7 +11,7 @@
 
 // Draws pixels of ColourType (a QelColor) into the memory that QelSurface describes; both colours start at the value 0.
 // Lines and circles set every point, also those outside, through the virtual Dot, which alone clips: a class that replaces
-// Dot sees each point in the order told here. Clr and Rectangle write straight into the rows.
+// Dot sees each point, and always in the same order. Clr and Rectangle write straight into the rows.
 // Coordinates are 32-bit words that wrap, so a point left of column 0 or above row 0 is one far outside.
 template <typename ColourType>
 class QelSurfaceTyped : public QelSurface
@@ -127,7 +127,8 @@ void QelSurfaceTyped<ColourType>::LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos)
     }
     else
     {
-        const KFLOAT32 fSlope = static_cast<KFLOAT32>(static_cast<KINT32>(uiY2 - uiY1)) / static_cast<KFLOAT32>(iX2 - iX1);
+        const auto     iRise  = static_cast<KINT32>(uiY2 - uiY1);
+        const KFLOAT32 fSlope = static_cast<KFLOAT32>(iRise) / static_cast<KFLOAT32>(iX2 - iX1);
         const auto     fY1    = static_cast<KFLOAT32>(iY1);
         ForEach(uiX1, uiX2,
                 [=, this](KUINT32 uiX)
