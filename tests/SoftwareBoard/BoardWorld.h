@@ -77,27 +77,40 @@ public:
         fBody();
         std::exit(testing::Test::HasFailure() ? 1 : 0);
     }
-    ~Process() { Signal(SIGCONT, 0, 0); }
+    ~Process()
+    {
+        Resume();
+        Wait(0, 0);
+    }
     Process(const Process&) = delete;
 
     static void Pause() { raise(SIGSTOP); }
-    void Await() { Signal(0, WUNTRACED, W_STOPCODE(SIGSTOP)); }
-    void Resume() { kill(m_iPid, SIGCONT); }
-    void Kill() { Signal(SIGKILL, 0, SIGKILL); }
+    void Await() { Wait(WUNTRACED, W_STOPCODE(SIGSTOP)); }
+    void Resume()  // never a process that runs: the signal would take a stop away that is on its way
+    {
+        if (std::exchange(m_bStopped, false))
+            kill(m_iPid, SIGCONT);
+    }
+    void Kill()
+    {
+        kill(m_iPid, SIGKILL);
+        Wait(0, SIGKILL);
+    }
     pid_t GetPid() const { return m_iPid; }
 
 private:
-    void Signal(int iSignal, int iOptions, int iExpectedStatus)
+    void Wait(int iOptions, int iExpectedStatus)
     {
         int iStatus = 0;
         if (m_iPid == 0)
             return;
-        EXPECT_EQ(kill(m_iPid, iSignal), 0);
         EXPECT_EQ(waitpid(m_iPid, &iStatus, iOptions), m_iPid);
         EXPECT_EQ(iStatus, iExpectedStatus) << "of a process; what it printed stands above";
-        m_iPid = WIFSTOPPED(iStatus) ? m_iPid : 0;
+        m_bStopped = WIFSTOPPED(iStatus);
+        m_iPid     = m_bStopped ? m_iPid : 0;
     }
-    pid_t m_iPid = 0;
+    pid_t m_iPid     = 0;
+    bool  m_bStopped = false;
 };
 
 class BoardWorld : public testing::Test
