@@ -165,6 +165,7 @@ private:
     SMetaData*       GetWritableMetaData() { return reinterpret_cast<SMetaData*>(m_pchData) - 1; }
     std::string_view View() const         { return {m_pchData, GetLengthU()}; }
 
+    void    Share(const CKString& roSource);
     bool    AllocData(KINT32 iLength);
     void    ReleaseData();
     void    Release();
@@ -211,6 +212,26 @@ private:
     KCHAR8*       m_pszContext    = nullptr;  // where the next token is looked for
     KCHAR8*       m_pszToken      = nullptr;
 };
+
+inline CKString::CKString(const CKString& roSource) : CKString()
+{
+    if (roSource.GetMetaData()->iRefs >= 0)
+        Share(roSource);
+    else
+        *this = roSource;
+}
+
+inline CKString::~CKString()
+{
+    if (!IsNil())
+        ReleaseData();
+}
+
+inline void CKString::Share(const CKString& roSource)
+{
+    m_pchData = roSource.m_pchData;
+    ++GetWritableMetaData()->iRefs;
+}
 
 inline KCHAR8 CKString::GetAt(KINT32 iIndex) const
 {

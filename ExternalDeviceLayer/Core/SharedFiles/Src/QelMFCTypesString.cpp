@@ -16,11 +16,6 @@ const CKString* const CKString::m_poEmptyString = reinterpret_cast<const CKStrin
 
 static_assert(sizeof(CKString) == sizeof(KCHAR8*) && sizeof(CKString::SMetaData) == 12);
 
-CKString::CKString(const CKString& roSource) : CKString()
-{
-    *this = roSource;
-}
-
 CKString::CKString(const KCHAR8* pszText) : CKString()
 {
     *this = pszText;
@@ -36,11 +31,6 @@ CKString::CKString(KCHAR8 ch, KUINT32 uiCount) : CKString(ch, ToSigned(uiCount))
 {
 }
 
-CKString::~CKString()
-{
-    ReleaseData();
-}
-
 CKString& CKString::operator=(const CKString& roSource)
 {
     if (m_pchData == roSource.m_pchData)
@@ -52,9 +42,8 @@ CKString& CKString::operator=(const CKString& roSource)
         return *this;
     }
 
-    Release();
-    m_pchData = roSource.m_pchData;
-    ++GetWritableMetaData()->iRefs;
+    ReleaseData();
+    Share(roSource);
     return *this;
 }
 
