@@ -159,7 +159,7 @@ TEST_F(StringTest, EstimatesByTable)
         {42, Estimate("%#-+0 40d%s", 1, "end")}, {50, Estimate("%30.20d%s", 1, "end")},
         {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., "end")}, {200, Estimate("%100.100e%s", 1., "end")},
         {314, Estimate("%.2f%s", 1., "end")}, {312, Estimate("%500f%s", 1., "end")},
-        {312 + 64, Estimate("%Lf%Nd%Fd%s", 1.L, 1, 1, "end")}, {0, Estimate("%n%s", &n, "end")},
+        {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, "end")}, {0, Estimate("%n%s", &n, "end")},
     };
     for (const auto& [iExpected, iActual] : aaiRows)
         EXPECT_EQ(iActual, iExpected + 3) << "row " << (&iExpected - aaiRows[0]) / 2;
