@@ -113,6 +113,8 @@ const SCommandLine COMMAND_LINES[] = {
      "0 " + DEFAULT_BAR + " (null) (null) 1000 " + DEFAULT_ANIM + " 0 0 0" + Timing(1 | 4 | 16 | (5 << 5) | (2 << 9) | (3 << 11))},
     {NUMBERS + "no yes - + no RGB_LIMITED 420 10", RUN_STATUS, "", false,
      "0 " + DEFAULT_BAR + " (null) (null) 1000 " + DEFAULT_ANIM + " 0 0 0" + Timing(2 | 8 | (1 << 5) | (1 << 9) | (1 << 11))},
+    {NUMBERS + "yes yes + i yes YUV_709 444 12 -v 1024 768 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8", RUN_STATUS, "", false,
+     DEFAULT_RUN},
     {"-h " + NUMBERS + "no no - - no RGB_FULL 444", -1, "[-v] missing video parameters.\n", false, ""},
     {NUMBERS + "No no - - no RGB_FULL 444 8", -1, "[-v] invalid Interlaced value No.\n", false, ""},
     {NUMBERS + "no 1 - - no RGB_FULL 444 8", -1, "[-v] invalid BottomFieldFirst value 1.\n", false, ""},

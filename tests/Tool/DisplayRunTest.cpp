@@ -1,11 +1,19 @@
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <regex>
+#include <tuple>
+#include <unistd.h>
 
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "DisplayRun.h"
+#include "FakeTavrin.h"
 #include "OsServices.h"
-#include "RunFixture.h"
+#include "PngFile.h"
 
 OsServices g_oOsServices(nullptr);
 
@@ -99,8 +107,55 @@ const SFault FAULTS[] = {
     {"TBuffer_EndAccess", 1, TStatus_TIMEOUT, TStatus_TIMEOUT, REPORT, {}, &UNDO_OUTPUTS},
 };
 
-class DisplayRun : public CRunFixture
+// A world for one display run: the fake board fresh, the run's arguments at their defaults, standard output captured.
+class DisplayRun : public testing::Test
 {
+protected:
+    DisplayRun() : m_roBoard(World())
+    {
+        m_roBoard = SFakeTavrin();
+        m_roBoard.aoFpgas.push_back({.uiSize = 84, .szName = "in", .ui16DevID = 3, .ui16VendorID = 0xc3e7, .uiI2cBusIndex = 0,
+                                     .uiI2cAddress = 0xd0, .uiVersionMajor = 1, .uiVersionMinor = 33, .uiVersionBuild = 0});
+        g_bStopSignal = FALSE;
+    }
+
+    TStatus Run()
+    {
+        testing::internal::CaptureStdout();
+        const TStatus eStatus =
+            DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim, m_uiEnableTime,
+                               m_bProgressBar, m_bAnimation, m_oVidParam);
+        fflush(stdout);
+        m_sOutput = testing::internal::GetCapturedStdout();
+        return eStatus;
+    }
+
+    KUINT32 PixelAt(KUINT32 x, KUINT32 y) const
+    {
+        return m_roBoard.auiPixels.at(std::size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x);
+    }
+
+    SFakeTavrin&       m_roBoard;
+    std::string        m_sOutput;
+    KUINT32            m_uiDevIndex   = 0;
+    tagTRECT           m_oBar         = {20, 40, 60, 50};
+    const char*        m_pszImage     = nullptr;
+    const char*        m_pszFrames    = nullptr;
+    KUINT32            m_uiStepMs     = 1;
+    tagTRECT           m_oAnim        = {10, 5, 30, 15};
+    KUINT32            m_uiEnableTime = 0;
+    KBOOL32            m_bProgressBar = TRUE;
+    KBOOL32            m_bAnimation   = FALSE;
+    tagTVideo_VidParam m_oVidParam    = {.uiHActive = 80, .uiVActive = 60};
+
+private:
+    // The tool unloads its library at the end of a run; the world must stay to be read.
+    static SFakeTavrin& World()
+    {
+        static void* s_pvLibrary = dlopen("libTavrin.so.1", RTLD_NOW);
+        static auto  s_pfnWorld  = reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"));
+        return *s_pfnWorld();
+    }
 };
 
 TEST_F(DisplayRun, AnyFailingCallEndsTheRunAndUndoesJustWhatWasDone)
@@ -202,15 +257,26 @@ TEST_F(DisplayRun, StopSignalAtAnyCallEndsItWell)
             asForward.erase(asForward.end() - 2);  // the loop is skipped
         EXPECT_EQ(m_roBoard.asCalls, Joined({asForward, UNDO_OUTPUTS}));
     }
+
+    struct sigaction oInstalled;
+    sigaction(SIGTERM, nullptr, &oInstalled);
+    EXPECT_EQ(oInstalled.sa_flags & (SA_SIGINFO | SA_RESTART | SA_NODEFER), SA_SIGINFO);
+    EXPECT_TRUE(sigismember(&oInstalled.sa_mask, SIGUSR1));
 }
 
 TEST_F(DisplayRun, LoopHasOneMoreWaitAfterCompletionAndIgnoresTheUpperBits)
 {
-    int iReads          = 0;
+    using Clock = std::chrono::system_clock;  // the one that waits are measured on
+    Clock::time_point oLastRead, oEnded;
+    int               iReads = 0;
+
+    m_uiStepMs          = 50;
+    m_roBoard.fOnCall   = [&](const std::string& s) { s == "TBoard_RegRead 7932" ? oLastRead = Clock::now() : oEnded = Clock::now(); };
     m_roBoard.fProgress = [&iReads] { return ++iReads < 3 ? 0xABCDEF00u + 99 : 0xFF000064u; };
     EXPECT_EQ(Run(), TStatus_OK);
     EXPECT_EQ(iReads, 3);
     EXPECT_EQ(PixelAt(59, 45), 0x00FFFFFFu);
+    EXPECT_GE(oEnded - oLastRead, std::chrono::milliseconds(m_uiStepMs)) << "the full bar was not left on screen";
 }
 
 TEST_F(DisplayRun, EnableTimeEndsItAndLeavesTheOutputsOn)
@@ -280,6 +346,39 @@ TEST_F(DisplayRun, PictureIsClearedAnimatedAndDrawnThroughTheSecondMapping)
         }
         ASSERT_EQ(PixelAt(80, y), 0xDEADBEEFu) << "the gap between rows was written";
     }
+}
+
+// The frames carry the background but not the bar, and the bar is drawn over them.
+TEST_F(DisplayRun, PicturesAreShownInTheirOrder)
+{
+    const std::string sBase = std::filesystem::temp_directory_path() / ("display-run-" + std::to_string(getpid()) + "-");
+    for (const auto& [pszName, uiWidth, uiHeight, uiByte] : {std::tuple{"back", 80u, 60u, 40}, {"01", 20u, 10u, 0}, {"02", 20u, 10u, 128}})
+        WritePng(sBase + pszName + ".png", uiWidth, uiHeight, {}, std::vector<png_byte>(uiWidth * uiHeight * 4, static_cast<png_byte>(uiByte)));
+    const std::string sBack = sBase + "back.png";
+    m_pszImage   = sBack.c_str();
+    m_pszFrames  = sBase.c_str();
+    m_bAnimation = TRUE;
+    m_oBar       = {20, 10, 60, 50};  // over the right half of the frames
+
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(m_sOutput, "");
+    EXPECT_EQ(PixelAt(79, 59), 0x28282828u);
+    EXPECT_EQ(PixelAt(10, 5), 0xFF545454u) << "128 * 128 / 255 + 40 * 127 / 255";
+    EXPECT_EQ(PixelAt(29, 9), 0xFF545454u);
+    EXPECT_EQ(PixelAt(29, 12), 0x00FFFFFFu);
+    for (const char* pszName : {"back.png", "01.png", "02.png"})
+        std::filesystem::remove(sBase + pszName);
+}
+
+TEST_F(DisplayRun, WithoutBarAndAnimationThePictureStaysBlack)
+{
+    m_bProgressBar      = FALSE;
+    m_pszFrames         = "/nonexistent";
+    m_roBoard.uiOutputs = 0;
+    m_roBoard.fOnCall   = [](const std::string& s) { s == "TBoard_RegWrite 6908 1" ? raise(SIGINT) : 0; };
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(m_sOutput, "Received signal: 2\n");
+    EXPECT_EQ(PixelAt(20, 40) | PixelAt(60, 50) | PixelAt(10, 5), 0u);
 }
 
 TEST_F(DisplayRun, UnreadablePicturesAreNoFailure)

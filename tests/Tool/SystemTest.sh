@@ -84,6 +84,12 @@ done <<TABLE
 255 --fpga 3:1.33.7 --fpga 3:1.33.0
 TABLE
 
+# Streams that were closed: no message may land in the board's own files.
+board create >/dev/null && board progress 100
+tool -l 16 -p 10 10 50 50 -a 10 10 50 50 -f "$work/none" -i "$0" <&- >&- 2>&-
+expect 'status with closed streams' 0 "$?"
+expect 'board after closed streams' 'off;off;' "$(outputs)"
+
 # A machine without a library, and any command line at all.
 cp "$bin/QelProgressBarDisplay" "$work/alone"
 expect 'help without a library' 'Arguments:' "$("$work/alone" -h | sed -n 2p)"

@@ -1,7 +1,7 @@
 // Is a snapshot of the demo the picture that it should be? Computes it anew from the demo's sources: the background, one of
 // the frames over it, and the bar at one of the percentages that it may show. Exit status 0 when one fits exactly.
 //
-//   DemoPictureCheck DEMO_FOLDER SNAPSHOT.png PERCENT
+//   PictureCheck DEMO_FOLDER SNAPSHOT.png PERCENT
 #include <png.h>
 
 #include <cstdio>
@@ -72,7 +72,7 @@ int main(int argc, char** argv)
 {
     if (argc != 4)
     {
-        std::fprintf(stderr, "Usage: DemoPictureCheck DEMO_FOLDER SNAPSHOT.png PERCENT\n");
+        std::fprintf(stderr, "Usage: PictureCheck DEMO_FOLDER SNAPSHOT.png PERCENT\n");
         return 2;
     }
     const std::string sDemo         = argv[1];
