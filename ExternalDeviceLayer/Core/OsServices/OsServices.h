@@ -18,14 +18,15 @@ public:
     // The level at which the caller runs; an OsServices keeps its low 8 bits.
     virtual KUINT32 GetIrql() = 0;
 
-    virtual KBOOL32 Event_Create(HEvent& rhEvent)     = 0;
-    virtual KBOOL32 Event_Trigger(HEvent hEvent)      = 0;
-    virtual KBOOL32 Signal_Create(HSignal& rhSignal)  = 0;
-    virtual KBOOL32 Signal_Trigger(HSignal hSignal)   = 0;
+    virtual KBOOL32 Event_Create(HEvent& rhEvent)    = 0;
+    virtual KBOOL32 Event_Trigger(HEvent hEvent)     = 0;
+    virtual KBOOL32 Signal_Create(HSignal& rhSignal) = 0;
+    virtual KBOOL32 Signal_Trigger(HSignal hSignal)  = 0;
 };
 
 // One process holds one of these, g_oOsServices; the first that is constructed starts the hardware-access library, the
-// last that is destroyed releases it. Construction and destruction belong to the main thread, everything else to any.
+// last that is destroyed releases it. Construction and destruction belong to the main thread, IoMap and IoUnMap to one
+// thread at a time, everything else to any.
 //
 // What a Create makes its caller owns, until Destroy; a Create that fails leaves a null handle, and an operation on a
 // null handle is refused (FALSE, a wait TStatus_FAIL). Time-outs are milliseconds on the real-time clock; all bits set
