@@ -25,7 +25,7 @@ bool LockByte(int iFd, off_t iByte, short sType, bool bWait)
         if (!bWait && (errno == EAGAIN || errno == EACCES))
             return false;
         if (errno != EINTR)  // a client's signal handler may well run here
-            ThrowSystemError("the board's lock file", "fcntl(F_OFD_SETLK)");
+            ThrowSystemError("a lock of the board", "fcntl(F_OFD_SETLK)");
     }
     return true;
 }
@@ -40,7 +40,7 @@ bool BoardLocks::IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     struct flock oLock = OneByte(OutputByte(uiDevice, uiOutput), F_WRLCK);
     if (fcntl(m_oFile.Get(), F_OFD_GETLK, &oLock) != 0)
-        ThrowSystemError("the board's lock file", "fcntl(F_OFD_GETLK)");
+        ThrowSystemError("a lock of the board", "fcntl(F_OFD_GETLK)");
     return oLock.l_type != F_UNLCK;
 }
 }

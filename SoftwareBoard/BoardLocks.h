@@ -36,7 +36,7 @@ public:
     }
     bool IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const;
 
-    // While one exists, no other process reads or changes outputs and pixel files. Short, and never two at once in a process.
+    // While one exists, no other process reads or changes outputs and pixel files. Short; one at a time in a process.
     class Transaction
     {
     public:

@@ -126,7 +126,7 @@ BoardState BoardState::WriteNew(const BoardFolder& roFolder, const SBoardPlan& r
     return oNew;
 }
 
-void BoardState::CheckIsOurs() const
+KUINT32 BoardState::CheckIsOurs() const
 {
     const SHeader oHeader = Read<SHeader>(0);
     if (oHeader.acMagic != acOurMagic)
@@ -134,12 +134,12 @@ void BoardState::CheckIsOurs() const
     if (oHeader.uiLayout != uiOurLayout)
         throw BoardError(m_strPath + ": a board of layout " + std::to_string(oHeader.uiLayout) + ", where " +
                          std::to_string(uiOurLayout) + " is known; remove it, or set TAVRIN_BOARD to another folder");
+    return oHeader.uiDeviceCount;
 }
 
 KUINT32 BoardState::GetDeviceCount() const
 {
-    CheckIsOurs();
-    const KUINT32 uiCount = Read<SHeader>(0).uiDeviceCount;
+    const KUINT32 uiCount = CheckIsOurs();
     struct stat   oStat   = {};
     if (fstat(m_oFile.Get(), &oStat) != 0)
         ThrowSystemError(m_strPath, "fstat");

@@ -80,8 +80,9 @@ private:
 
     static BoardState WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan);
 
-    void CheckIsOurs() const;
-    void CheckDevice(KUINT32 uiDevice) const;
+    // The number of devices as it stands in the file, once that is known to be a board's of this layout.
+    KUINT32 CheckIsOurs() const;
+    void    CheckDevice(KUINT32 uiDevice) const;
     template <class T> T    Read(off_t iOffset) const;
     template <class T> void Write(off_t iOffset, const T& roRecord);
 

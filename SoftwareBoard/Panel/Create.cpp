@@ -20,20 +20,22 @@ std::optional<std::string> TakeTail(std::string& rstrText, char cMark)
     return strTail;
 }
 
-// DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR], taken apart from the end.
+constexpr char pszFpgaForm[] = "DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR]";
+
+// Taken apart from the end.
 std::optional<tagTBoard_FpgaInfo> ParseFpga(std::string strText)
 {
-    const auto ouiVendor  = ParseNumber(TakeTail(strText, '/').value_or("c3e7"), 16, 0xFFFF);
-    const auto ouiAddress = ParseNumber(TakeTail(strText, '@').value_or("d0"), 16, 0xFFFFFFFF);
-    const auto ostrBuild  = TakeTail(strText, ':');
-    const auto ouiDevId   = ParseNumber(strText, 16, 0xFFFF);
-    if (!ostrBuild)
+    const auto ouiVendor   = ParseNumber(TakeTail(strText, '/').value_or("c3e7"), 16, 0xFFFF);
+    const auto ouiAddress  = ParseNumber(TakeTail(strText, '@').value_or("d0"), 16, 0xFFFFFFFF);
+    const auto ostrVersion = TakeTail(strText, ':');
+    const auto ouiDevId    = ParseNumber(strText, 16, 0xFFFF);
+    if (!ostrVersion)
         return std::nullopt;
-    std::string strMajor  = *ostrBuild;
-    std::string strMinor  = TakeTail(strMajor, '.').value_or("");
-    const auto  ouiBuild  = ParseNumber(TakeTail(strMinor, '.').value_or(""), 10, 0xFFFF);
-    const auto  ouiMinor  = ParseNumber(strMinor, 10, 0xFF);
-    const auto  ouiMajor  = ParseNumber(strMajor, 10, 0xFF);
+    std::string strMajor = *ostrVersion;
+    std::string strMinor = TakeTail(strMajor, '.').value_or("");
+    const auto  ouiBuild = ParseNumber(TakeTail(strMinor, '.').value_or(""), 10, 0xFFFF);
+    const auto  ouiMinor = ParseNumber(strMinor, 10, 0xFF);
+    const auto  ouiMajor = ParseNumber(strMajor, 10, 0xFF);
     if (!ouiDevId || !ouiMajor || !ouiMinor || !ouiBuild || !ouiAddress || !ouiVendor)
         return std::nullopt;
     return MakeFpga(static_cast<KUINT16>(*ouiDevId), static_cast<KUINT8>(*ouiMajor), static_cast<KUINT8>(*ouiMinor),
@@ -56,15 +58,15 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
             {
                 const auto ooFpga = ParseFpga(strText);
                 if (!ooFpga)
-                    throw CLI::ValidationError("--fpga", "'" + strText + "' is not DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR]");
+                    throw CLI::ValidationError("--fpga", "'" + strText + "' is not " + pszFpgaForm);
                 poPlan->aoFpgas.push_back(*ooFpga);
             }
             if (poPlan->aoFpgas.size() > uiMaxFpgas)
                 throw CLI::ValidationError("--fpga", "at most " + std::to_string(uiMaxFpgas) + " of them");
         },
-        "An FPGA of every device, as DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR]: device code, address and vendor in\n"
-        "hexadecimal (address d0 and vendor c3e7 unless given), the version in decimal. May be repeated. Without any there\n"
-        "is one, 3:1.33.0");
+        std::string("An FPGA of every device, as ") + pszFpgaForm +
+            ":\ndevice code, address and vendor in hexadecimal (address d0 and vendor c3e7\n"
+            "unless given), the version in decimal. May be repeated; without any there is\none, 3:1.33.0");
     poFpga->type_name("FPGA")->expected(1)->take_all();
     roCommand.add_flag("--no-fpga", *pbNoFpga, "No FPGA at all")->excludes(poFpga);
 
