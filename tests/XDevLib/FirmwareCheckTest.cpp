@@ -65,7 +65,6 @@ TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
         {"others are skipped and leave the answer", {GOOD, OTHER_ADDRESS, OTHER_VENDOR}, TRUE, 3},
         {"only others", {OTHER_ADDRESS, OTHER_VENDOR}, FALSE, 2},
         {"a failing record keeps the answer so far", {GOOD, FAILING, UNKNOWN}, TRUE, 2},
-        {"a failing record at once", {FAILING, GOOD}, FALSE, 1},
         {"positive is no failure", {{3, 0xc3e7, 0xd0, 1, 33, 0, TStatus{1}}}, TRUE, 1, TStatus{1}},
         {"8 bits of the build count", {{3, 0xc3e7, 0xd0, 1, 24, 0x0105}}, TRUE, 1},
     };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "XDevFpgaInfo.h"
@@ -11,49 +12,61 @@ namespace
 using X       = XDevFpgaInfo;
 using Numbers = std::vector<KUINT32>;
 
-X Fpga(KUINT32 uiDevId, KUINT32 uiVersion, KUINT32 uiBridge = 0)
+constexpr KUINT32 VENDOR = 0xc3e70000, UNKNOWN = 0x13, TOP = 0xffffffff;
+const Numbers     QUADHI = {0xc10, 0, 6, 1}, QUADDO = {7, 4}, DVO = {0xc00, 2};  // device codes of the vendor's, as below
+
+X Fpga(KUINT32 uiCode, KUINT32 uiVersion, KUINT32 uiBridge = 0)
 {
-    return X(uiDevId, uiVersion, uiBridge, FALSE, 0, 0, "");
+    return X(VENDOR | uiCode, uiVersion, uiBridge, FALSE, 0, 0, "");
 }
 
-const Numbers     QUADHI = {0xc3e70c10, 0xc3e70000, 0xc3e70006, 0xc3e70001}, QUADDO = {0xc3e70007, 0xc3e70004};
-const Numbers     DVO = {0xc3e70c00, 0xc3e70002};
-constexpr KUINT32 UNKNOWN = 0xc3e70013, TOP = 0xffffffff;
+// In the sum every row and its place count: one that is missing, moved or mistyped changes it.
+KUINT32 RegistrySum(const X& roFpga)
+{
+    KUINT32 uiSum = 0;
+    for (const auto& roData : std::span(roFpga.GetFpgaVersionData().Begin(), roFpga.GetFpgaVersionData().End()))
+    {
+        EXPECT_EQ(roData.bIsKnown, TRUE);
+        uiSum = uiSum * 31 + roData.uiFpgaVersion * 2 + (roData.bIsSupported ? 1 : 0);
+    }
+    return uiSum;
+}
 }
 
 TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
 {
     const struct
     {
-        KUINT32     uiDevId, uiVersion;
+        KUINT32     uiCode, uiVersion;
         bool        bIsSupported, bIsKnown;
         const char* pszCase;
     } aoRows[] = {
-        {0xc3e70003, 0x12100, true, true, "registered"},
-        {0xc3e70003, 0x12107, false, false, "the build counts, and is another"},
-        {0xc3e70003, 0x10e99, true, true, "the build does not count: an earlier row of 1.14"},
-        {0xc3e70005, 0x20208, true, true, "2.2.27 before 2.2.8"},
-        {0xc3e70005, 0x20121, false, true, "known as not supported"},
-        {0xc3e70005, 0x20534, false, false, "named, not registered"},
-        {0xc3e70010, 0x1000463, true, true, "no build, and nothing above the major number"},
-        {0xc3e74000, 0x50505, true, true, "not registered, passes"},
-        {0xc3e7000f, 0x11407, true, true, "passes whatever it is"},
+        {3, 0x12100, true, true, "registered"},
+        {3, 0x12107, false, false, "the build counts, and is another"},
+        {3, 0x10e99, true, true, "the build does not count: an earlier row of 1.14"},
+        {5, 0x20208, true, true, "2.2.27 before 2.2.8"},
+        {5, 0x20121, false, true, "known as not supported"},
+        {5, 0x20534, false, false, "named, not registered"},
+        {0x10, 0x1000463, true, true, "no build, and nothing above the major number"},
+        {0x4000, 0x50505, true, true, "not registered, passes"},
+        {0xf, 0x11407, true, true, "passes whatever it is"},
         {UNKNOWN, 0x10000, false, false, "no registry"},
         {UNKNOWN, 0x10529, false, true, "but the DVO list"},
     };
-    const std::string MESSAGE = " (Bridge 002-005-009) is not known, but the configuration has been set to allow it.\n";
     for (const auto& roRow : aoRows)
     {
+        const X        oFpga = Fpga(roRow.uiCode, roRow.uiVersion, 0x20509);
+        const CKString oLine = "vesk(4.12.0.16)[0]: (Info) The FPGA version " + oFpga.GetVersionStr()
+            + " (Bridge 002-005-009) is not known, but the configuration has been set to allow it.\n";
         for (bool bIsForced : {true, false})
         {
+            SCOPED_TRACE(testing::Message() << roRow.pszCase << (bIsForced ? ", forced" : ""));
             KBOOL32 bIsKnown        = -7;
             X::m_sbForceFpgaSupport = bIsForced;
             testing::internal::CaptureStdout();
-            const bool        bIsSupported = Fpga(roRow.uiDevId, roRow.uiVersion, 0x20509).IsSupported(bIsKnown);
-            const std::string oOutput      = testing::internal::GetCapturedStdout();
-            EXPECT_EQ(bIsSupported, bIsForced || roRow.bIsSupported) << roRow.pszCase;
-            EXPECT_EQ(bIsKnown, roRow.bIsKnown) << roRow.pszCase;
-            EXPECT_EQ(oOutput.ends_with(MESSAGE), bIsForced && !roRow.bIsSupported) << roRow.pszCase;
+            EXPECT_EQ(oFpga.IsSupported(bIsKnown), bIsForced || roRow.bIsSupported);
+            EXPECT_EQ(testing::internal::GetCapturedStdout(), bIsForced && !roRow.bIsSupported ? oLine.c_str() : "");
+            EXPECT_EQ(bIsKnown, roRow.bIsKnown);
         }
     }
 }
@@ -63,55 +76,51 @@ TEST(FpgaInfo, CapabilitiesChangeAtTheirVersions)
     const struct
     {
         KBOOL32 (X::*Holds)() const;
-        Numbers auiDevIds, auiWithout, auiWith;  // versions
+        Numbers auiCodes, auiWithout, auiWith;  // versions
     } aoRows[] = {
-        {&X::IsBuildRequired, {0xc3e70008}, {0, 0x301}, {0x302, 0x10529, TOP}},
+        {&X::IsBuildRequired, {8}, {0, 0x301}, {0x302, 0x10529, TOP}},
         {&X::IsBuildRequired, QUADHI, {0, 0x1034d}, {0x1034e, TOP}},
         {&X::IsBuildRequired, QUADDO, {0, 0x629}, {0x62a, TOP}},
-        {&X::IsBuildRequired, {0xc3e70003}, {0x11205}, {0x11206, TOP}},
-        {&X::IsBuildRequired, {0xc3e70005}, {0x2032f}, {0x20330, TOP}},
-        {&X::IsBuildRequired, {0xc3e70009}, {0x102}, {0x103, TOP}},
-        {&X::IsBuildRequired, {0xc3e7000a, 0xc3e7000b, 0xc3e7000c, 0xc3e7000d}, {0, TOP}, {}},
-        {&X::IsBuildRequired, {0xc3e7000e, 0xc3e7000f, 0xc3e70010}, {0, TOP}, {}},
-        {&X::IsBuildRequired, {0xc3e74000, 0xc3e70c00, 0xc3e70002, 0xc3e70011, 0xc3e70012, UNKNOWN}, {}, {0, TOP}},
-        {&X::IsGenLockSupported, {0xc3e70005}, {0x10172, 0x1019f}, {0x10173, 0x1019e, 0x101a0, TOP}},
+        {&X::IsBuildRequired, {3}, {0x11205}, {0x11206, TOP}},
+        {&X::IsBuildRequired, {5}, {0x2032f}, {0x20330, TOP}},
+        {&X::IsBuildRequired, {9}, {0x102}, {0x103, TOP}},
+        {&X::IsBuildRequired, {0xa, 0xb, 0xc, 0xd, 0xe, 0xf, 0x10}, {0, TOP}, {}},
+        {&X::IsBuildRequired, {0x4000, 0xc00, 2, 0x11, 0x12, UNKNOWN}, {}, {0, TOP}},
+        {&X::IsGenLockSupported, {5}, {0x10172, 0x1019f}, {0x10173, 0x1019e, 0x101a0, TOP}},
         {&X::IsGenLockSupported, QUADDO, {0x34c, 0x3be, 0x3db}, {0x34d, 0x3bd, 0x3bf, 0x3da, 0x3dc, TOP}},
-        {&X::IsGenLockSupported, {0xc3e70003, 0xc3e7000f, UNKNOWN}, {0, TOP}, {}},
-        {&X::IsFrameLockSupported, {0xc3e70005}, {0x2070f}, {0x20710}},
-        {&X::IsFrameLockSupported, {0xc3e70003}, {0x11962}, {0x11963}},
-        {&X::IsFrameLockSupported, {0xc3e70011}, {0x4ff}, {0x500}},
-        {&X::IsFrameLockSupported, {0xc3e7000e}, {0xb14}, {0xb15}},
-        {&X::IsFrameLockSupported, {0xc3e70010}, {}, {0, TOP}},
+        {&X::IsGenLockSupported, {3, 0xf, UNKNOWN}, {0, TOP}, {}},
+        {&X::IsFrameLockSupported, {5}, {0x2070f}, {0x20710}},
+        {&X::IsFrameLockSupported, {3}, {0x11962}, {0x11963}},
+        {&X::IsFrameLockSupported, {0x11}, {0x4ff}, {0x500}},
+        {&X::IsFrameLockSupported, {0xe}, {0xb14}, {0xb15}},
+        {&X::IsFrameLockSupported, {0x10}, {}, {0, TOP}},
         {&X::IsFrameLockSupported, QUADDO, {0, TOP}, {}},
-        {&X::IsLvdsJeidaSupported, {0xc3e70012}, {0x500}, {0x501}},
-        {&X::IsLvdsJeidaSupported, {0xc3e70010}, {TOP}, {}},
-        {&X::GetHdcpSupport, QUADHI, {}, {0, TOP}},
-        {&X::GetHdcpSupport, QUADDO, {}, {0, TOP}},
-        {&X::GetHdcpSupport, {0xc3e70003, 0xc3e70008, 0xc3e70010, 0xc3e70012, 0xc3e70c00, 0xc3e70002}, {}, {0, TOP}},
-        {&X::GetHdcpSupport, {0xc3e70009}, {0x1062a}, {0x1062b}},
-        {&X::GetHdcpSupport, {0xc3e70005, 0xc3e7000a, 0xc3e7000b, 0xc3e7000c, 0xc3e7000d}, {0, TOP}, {0x10529}},
-        {&X::GetHdcpSupport, {0xc3e7000e, 0xc3e7000f, 0xc3e70011, 0xc3e74000, UNKNOWN}, {0, TOP}, {0x107ad}},
+        {&X::IsLvdsJeidaSupported, {0x12}, {0x500}, {0x501}},
+        {&X::IsLvdsJeidaSupported, {0x10}, {TOP}, {}},
+        {&X::GetHdcpSupport, {0xc10, 0, 6, 1, 7, 4, 3, 8, 0x10, 0x12, 0xc00, 2}, {}, {0, TOP}},
+        {&X::GetHdcpSupport, {9}, {0x1062a}, {0x1062b}},
+        {&X::GetHdcpSupport, {5, 0xa, 0xb, 0xc, 0xd, 0xe, 0xf, 0x11, 0x4000, UNKNOWN}, {0, TOP}, {0x10529, 0x107ad}},
         {&X::IsOldBrgModel, QUADHI, {0x1001b}, {0x1001a, 0x10529}},
         {&X::IsOldBrgModel, DVO, {0x2006b}, {0x2006a}},
-        {&X::IsOldBrgModel, {0xc3e70007, 0xc3e70008}, {0}, {0x1093d}},
+        {&X::IsOldBrgModel, {7, 8}, {0}, {0x1093d}},
     };
     for (const auto& roRow : aoRows)
     {
-        for (KUINT32 uiDevId : roRow.auiDevIds)
+        for (KUINT32 uiCode : roRow.auiCodes)
         {
-            SCOPED_TRACE(testing::Message() << "row " << &roRow - aoRows << std::hex << ", device " << uiDevId);
+            SCOPED_TRACE(testing::Message() << "row " << &roRow - aoRows << std::hex << ", device " << uiCode);
             for (KUINT32 uiVersion : roRow.auiWithout)
-                EXPECT_FALSE((Fpga(uiDevId, uiVersion).*roRow.Holds)()) << std::hex << uiVersion;
+                EXPECT_FALSE((Fpga(uiCode, uiVersion).*roRow.Holds)()) << std::hex << uiVersion;
             for (KUINT32 uiVersion : roRow.auiWith)
-                EXPECT_TRUE((Fpga(uiDevId, uiVersion).*roRow.Holds)()) << std::hex << uiVersion;
+                EXPECT_TRUE((Fpga(uiCode, uiVersion).*roRow.Holds)()) << std::hex << uiVersion;
         }
     }
     EXPECT_FALSE(Fpga(0, TOP, 0x20508).IsSubFieldModeSupported() || Fpga(0, TOP, 0x20700).IsInterruptStatusSupported());
     EXPECT_TRUE(Fpga(0, 0, 0x20509).IsSubFieldModeSupported() && Fpga(0, 0, 0x20701).IsInterruptStatusSupported());
-    EXPECT_EQ(Fpga(0xc3e70011, 0x10100).IsCableLockDriveValueSupported(5), FALSE);
-    EXPECT_EQ(Fpga(0xc3e70011, 0x10100).IsCableLockDriveValueSupported(0), TRUE);
-    EXPECT_EQ(Fpga(0xc3e70011, 0x10101).IsCableLockDriveValueSupported(5), TRUE);
-    EXPECT_EQ(Fpga(0xc3e70010, 0x10101).IsCableLockDriveValueSupported(5), 5);
+    EXPECT_EQ(Fpga(0x11, 0x10100).IsCableLockDriveValueSupported(5), FALSE);
+    EXPECT_EQ(Fpga(0x11, 0x10100).IsCableLockDriveValueSupported(0), TRUE);
+    EXPECT_EQ(Fpga(0x11, 0x10101).IsCableLockDriveValueSupported(5), TRUE);
+    EXPECT_EQ(Fpga(0x10, 0x10101).IsCableLockDriveValueSupported(5), 5);
 }
 
 TEST(FpgaInfo, TellsDevicesApart)
@@ -120,43 +129,44 @@ TEST(FpgaInfo, TellsDevicesApart)
     {
         KBOOL32 (X::*Is)() const;
         KBOOL32 (*IsId)(KUINT32);
-        Numbers auiDevIds;
-        KUINT32 uiBandwidth = 0x41a00000, uiHdcpKeys = 0, uiHdcpValue = 0;
+        Numbers auiCodes;
+        KUINT32 uiRegistrySum, uiBandwidth = 0x41a00000, uiHdcpKeys = 0, uiHdcpValue = 0;
     } aoRows[] = {
-        {&X::IsProto1Dvo, &X::IsProto1Dvo, DVO, 0x5dc00000},
-        {&X::IsProto1FpgaPort, &X::IsProto1FpgaPort, {0xc3e70008}, 0x5dc00000},
-        {&X::IsQuadHdmiIn, &X::IsQuadHdmiIn, QUADHI, 0x5dc00000},
-        {&X::IsQuadDPOut, &X::IsQuadDPOut, QUADDO, 0x5dc00000},
-        {&X::IsTarnIn, &X::IsTarnIn, {0xc3e70003}},
-        {&X::IsTarnOut, &X::IsTarnOut, {0xc3e70005}},
-        {&X::IsOpalUHD, &X::IsOpalUHD, {0xc3e74000}},
-        {&X::IsSorrel1, &X::IsSorrel1, {0xc3e70009}},
-        {&X::IsIpKvmInF0, &X::IsIpKvmInF0, {0xc3e7000a}, 0x41a00000, 1, 0x7ff000},
-        {&X::IsIpKvmInF1, &X::IsIpKvmInF1, {0xc3e7000b}},
-        {&X::IsIpKvmOutF0, &X::IsIpKvmOutF0, {0xc3e7000c}, 0x41a00000, 1, 0x7ff000},
-        {&X::IsIpKvmOutF1, &X::IsIpKvmOutF1, {0xc3e7000d}},
-        {&X::IsTarnInDp12, &X::IsTarnInDp12, {0xc3e7000e}, 0x41a00000, 2, 0x7ff000},
-        {&X::IsHeron, &X::IsHeron, {0xc3e7000f}},
-        {&X::IsSorrel1Dec, &X::IsSorrel1Dec, {0xc3e70010}, 0x41a00000, 6, 0xff0000},
-        {&X::IsTarnSdi, &X::IsTarnSdi, {0xc3e70011}},
-        {&X::IsSorrel2Enc, &X::IsSorrel2Enc, {0xc3e70012}},
+        {&X::IsProto1Dvo, &X::IsProto1Dvo, DVO, 0xe6d68ee8, 0x5dc00000},
+        {&X::IsProto1FpgaPort, &X::IsProto1FpgaPort, {8}, 0x3d6adcaf, 0x5dc00000},
+        {&X::IsQuadHdmiIn, &X::IsQuadHdmiIn, QUADHI, 0x1bb3b2cb, 0x5dc00000},
+        {&X::IsQuadDPOut, &X::IsQuadDPOut, QUADDO, 0xfe956c38, 0x5dc00000},
+        {&X::IsTarnIn, &X::IsTarnIn, {3}, 0x2d7d7f30},
+        {&X::IsTarnOut, &X::IsTarnOut, {5}, 0x6749275c},
+        {&X::IsOpalUHD, &X::IsOpalUHD, {0x4000}, 0x000400d7},
+        {&X::IsSorrel1, &X::IsSorrel1, {9}, 0x8429f7dc},
+        {&X::IsIpKvmInF0, &X::IsIpKvmInF0, {0xa}, 0x01a0f409, 0x41a00000, 1, 0x7ff000},
+        {&X::IsIpKvmInF1, &X::IsIpKvmInF1, {0xb}, 0xe290913c},
+        {&X::IsIpKvmOutF0, &X::IsIpKvmOutF0, {0xc}, 0x93aec43c, 0x41a00000, 1, 0x7ff000},
+        {&X::IsIpKvmOutF1, &X::IsIpKvmOutF1, {0xd}, 0x7c646a2a},
+        {&X::IsTarnInDp12, &X::IsTarnInDp12, {0xe}, 0xcf899740, 0x41a00000, 2, 0x7ff000},
+        {&X::IsHeron, &X::IsHeron, {0xf}, 0x87ed3d66},
+        {&X::IsSorrel1Dec, &X::IsSorrel1Dec, {0x10}, 0xf80b0df6, 0x41a00000, 6, 0xff0000},
+        {&X::IsTarnSdi, &X::IsTarnSdi, {0x11}, 0x2039a6fa},
+        {&X::IsSorrel2Enc, &X::IsSorrel2Enc, {0x12}, 0x002693a9},
     };
     constexpr unsigned short aui16Keys[] = {0x170, 0x170, 0x170, 0x170, 0x30, 0x30};
     for (const auto& roDevice : aoRows)
     {
-        for (KUINT32 uiDevId : roDevice.auiDevIds)
+        for (KUINT32 uiCode : roDevice.auiCodes)
         {
-            SCOPED_TRACE(testing::Message() << std::hex << uiDevId);
-            const X oFpga = Fpga(uiDevId, 0);
+            SCOPED_TRACE(testing::Message() << std::hex << uiCode);
+            const X oFpga = Fpga(uiCode, 0);
             for (const auto& roRow : aoRows)
             {
                 EXPECT_EQ((oFpga.*roRow.Is)(), &roRow == &roDevice) << "row " << &roRow - aoRows;
-                EXPECT_EQ(roRow.IsId(uiDevId), &roRow == &roDevice) << "row " << &roRow - aoRows;
+                EXPECT_EQ(roRow.IsId(VENDOR | uiCode), &roRow == &roDevice) << "row " << &roRow - aoRows;
             }
-            EXPECT_EQ(oFpga.IsMultiBoardsSyncSupported(), uiDevId == 0xc3e7000f);
+            EXPECT_EQ(RegistrySum(oFpga), roDevice.uiRegistrySum);
+            EXPECT_EQ(oFpga.IsMultiBoardsSyncSupported(), uiCode == 0xf);
             EXPECT_EQ(oFpga.IsProto1(), &roDevice < aoRows + 2);
             EXPECT_EQ(oFpga.GetPortBandwidth(), roDevice.uiBandwidth);
-            EXPECT_EQ(Fpga(uiDevId, 0x10529).GetPortBandwidth(), 0x5dc00000u);
+            EXPECT_EQ(Fpga(uiCode, 0x10529).GetPortBandwidth(), 0x5dc00000u);
             X::AddressArray aui16Found;
             aui16Found.Add(1);
             EXPECT_EQ(oFpga.GetHdcpKeyAddress(aui16Found), roDevice.uiHdcpValue);
@@ -164,6 +174,23 @@ TEST(FpgaInfo, TellsDevicesApart)
             EXPECT_TRUE(std::equal(aui16Found.Begin(), aui16Found.End(), aui16Keys));
         }
     }
+
+    // Four versions add the DVO's list to that of any device.
+    for (KUINT32 uiVersion : Numbers{0x1093d, 0x107ad, 0x105a7, 0x10529})
+        EXPECT_EQ(RegistrySum(Fpga(UNKNOWN, uiVersion)), aoRows[0].uiRegistrySum) << std::hex << uiVersion;
+    EXPECT_EQ(RegistrySum(Fpga(2, 0x1093d)), aoRows[0].uiRegistrySum) << "once";
+    EXPECT_EQ(RegistrySum(Fpga(8, 0x1093d)), 0xefba3ed9) << "behind its own";
+    EXPECT_EQ(RegistrySum(Fpga(3, 0x10529)), 0xc8bcba18) << "before its own";
+    EXPECT_EQ(Fpga(UNKNOWN, 0x10528).GetFpgaVersionData().GetSize() + X().GetFpgaVersionData().GetSize(), 0);
+}
+
+// Nothing registers these.
+TEST(FpgaInfo, NamesOfUnregisteredVersionsHaveTheirValues)
+{
+    EXPECT_EQ((Numbers{E_FPGA_TARNOUT_02_05_052, E_FPGA_IP_KVM_IN_F1_00_11_021, E_FPGA_IP_KVM_IN_F1_00_18_064,
+                       E_FPGA_HERON_01_18_005, E_FPGA_HERON_01_19_002, E_FPGA_HERON_01_20_007, E_FPGA_HERON_01_21_002,
+                       E_FPGA_HERON_01_22_006, E_FPGA_HERON_01_23_003}),
+              (Numbers{0x20534, 0xb15, 0x1240, 0x11205, 0x11302, 0x11407, 0x11502, 0x11606, 0x11703}));
 }
 
 TEST(FpgaInfo, ReturnsWhatItWasMadeOf)
