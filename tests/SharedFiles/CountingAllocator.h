@@ -4,15 +4,24 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
 #include <map>
-#include <memory>
+#include <utility>
+#include <vector>
 
 #include "QelMFCTypes.h"
 
+inline int g_iReports = 0;
+
+inline int TakeReports() { return std::exchange(g_iReports, 0); }  // the checks reported since the last call
+
+// It holds, and its evaluation reported one check.
+inline void ExpectReport(bool bHeld, int iLine = __builtin_LINE())
+{
+    EXPECT_TRUE(bHeld && TakeReports() == 1) << "line " << iLine;
+}
+
 // Installed while it lives. It knows the exact size of every block, and notices a write beyond one, a block that is
-// given back twice or was never out, and one that never comes back.
+// given back twice or was never out, one that never comes back, and a report that no one expected.
 class CountingAllocator : public CKAllocator
 {
 public:
@@ -21,41 +30,38 @@ public:
     {
         SetGlobalAllocator(nullptr);
         EXPECT_TRUE(m_oBlocks.empty()) << m_oBlocks.size() << " blocks were never given back";
+        EXPECT_EQ(TakeReports(), 0);
     }
 
     void* Alloc(std::size_t uiSize) override
     {
-        auto auiBytes = std::make_unique<unsigned char[]>(uiSize + 2 * GUARD);
-        std::memset(auiBytes.get(), FILL, uiSize + 2 * GUARD);
-        void* pvBlock = auiBytes.get() + GUARD;
-        m_oBlocks[pvBlock] = {std::move(auiBytes), uiSize};
+        std::vector<unsigned char> oBytes(uiSize + 2 * GUARD, FILL);
+        void* pvBlock = oBytes.data() + GUARD;
+        m_oBlocks[pvBlock].swap(oBytes);
         return pvBlock;
     }
 
     void Free(void* pvBlock) override
     {
-        ASSERT_TRUE(m_oBlocks.contains(pvBlock)) << "a block that is not out was given back";
-        const auto& [auiBytes, uiSize] = m_oBlocks[pvBlock];
+        const auto oBlock = m_oBlocks.extract(pvBlock);
+        ASSERT_FALSE(oBlock.empty()) << "a block that is not out was given back";
+        const std::vector<unsigned char>& oBytes = oBlock.mapped();
         for (std::size_t i = 0; i < GUARD; ++i)
-            EXPECT_TRUE(auiBytes[i] == FILL && auiBytes[GUARD + uiSize + i] == FILL) << "written outside a block";
-        m_oBlocks.erase(pvBlock);
+            EXPECT_TRUE(oBytes[i] == FILL && oBytes[oBytes.size() - 1 - i] == FILL) << "written outside a block";
     }
 
     std::size_t GetCount() const { return m_oBlocks.size(); }
     std::size_t GetSize(const void* pvBlock) const
     {
-        const auto itBlock = m_oBlocks.find(const_cast<void*>(pvBlock));
-        return itBlock != m_oBlocks.end() ? itBlock->second.second : 0;
+        const auto itBlock = m_oBlocks.find(pvBlock);
+        return itBlock != m_oBlocks.end() ? itBlock->second.size() - 2 * GUARD : 0;
     }
 
 private:
     static constexpr std::size_t   GUARD = 16;
     static constexpr unsigned char FILL  = 0xa5;
 
-    std::map<void*, std::pair<std::unique_ptr<unsigned char[]>, std::size_t>> m_oBlocks;
+    std::map<const void*, std::vector<unsigned char>> m_oBlocks;
 };
-
-int  TakeReports();                                           // the checks reported since the last call
-void ExpectReport(bool bHeld, int iLine = __builtin_LINE());  // it holds, and its evaluation reported one check
 
 #endif
