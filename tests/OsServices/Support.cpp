@@ -39,6 +39,7 @@ STAND_BEFORE(int, pthread_mutex_timedlock, g_iError, (pthread_mutex_t* po, const
 STAND_BEFORE(int, pthread_cond_init, g_iError, (pthread_cond_t* po, const pthread_condattr_t* poAttr), (po, poAttr))
 STAND_BEFORE(int, pthread_cond_signal, g_iError, (pthread_cond_t* po), (po))
 STAND_BEFORE(int, pthread_cond_broadcast, g_iError, (pthread_cond_t* po), (po))
+STAND_BEFORE(int, pthread_cond_wait, g_iError, (pthread_cond_t* po, pthread_mutex_t* poMutex), ((++g_iWaitsBegun, po), poMutex))
 STAND_BEFORE(int, pthread_spin_init, g_iError, (pthread_spinlock_t* po, int iShared), (po, iShared))
 STAND_BEFORE(int, pthread_create, g_iError,
              (pthread_t* po, const pthread_attr_t* poAttr, void* (*pfn)(void*), void* pv), (po, poAttr, pfn, pv))
@@ -56,14 +57,6 @@ extern "C" int __wrap_open(const char* pszPath, int iFlags, mode_t uiMode)
         return -1;
     const bool bIsMemory = std::strcmp(pszPath, "/dev/mem") == 0 && (iFlags & O_ACCMODE) == O_RDWR;
     return bIsMemory ? fcntl(MemoryFile(), F_DUPFD_CLOEXEC, 0) : __real_open(pszPath, iFlags, uiMode);
-}
-
-extern "C" int __real_pthread_cond_wait(pthread_cond_t* poCond, pthread_mutex_t* poMutex);
-extern "C" int __wrap_pthread_cond_wait(pthread_cond_t* poCond, pthread_mutex_t* poMutex)
-{
-    const bool bFails = Fails("pthread_cond_wait");
-    ++g_iWaitsBegun;
-    return bFails ? g_iError : __real_pthread_cond_wait(poCond, poMutex);
 }
 
 extern "C" int __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* poEnd);

@@ -45,11 +45,17 @@ std::string OutputOf(FnWrite fnWrite)
     return testing::internal::GetCapturedStdout();
 }
 
-// What a buffer of '#' holds when a text was cut to its first uiSize characters, the terminator included.
-inline std::string CutTo(size_t uiSize, const std::string& rsText, size_t uiBufferSize)
+// Expects fnWrite(buffer, size) to leave the text cut to each size, its terminator included, and what is behind untouched.
+template <typename FnWrite>
+void ExpectCut(const std::string& rsText, FnWrite fnWrite)
 {
-    const std::string sCut = uiSize > 0 ? rsText.substr(0, uiSize - 1) + '\0' : "";
-    return sCut + std::string(uiBufferSize - sCut.size(), '#');
+    for (KUINT32 uiSize = 0; uiSize < rsText.size() + 2; ++uiSize)
+    {
+        std::string       sBuffer(rsText.size() + 3, '#');
+        const std::string sCut = uiSize > 0 ? rsText.substr(0, uiSize - 1) + '\0' : "";
+        fnWrite(sBuffer.data(), uiSize);
+        EXPECT_EQ(sBuffer, sCut + std::string(sBuffer.size() - sCut.size(), '#')) << uiSize;
+    }
 }
 
 // The text with every number in it replaced by '#'.

@@ -24,11 +24,9 @@
 struct TestClient
 {
     void* m_pLibrary = dlopen(TAVRIN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice)
-    OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess)
-    OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy)
-    OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable)
-    OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
+    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo)
+    OPERATION(TBuffer_BeginAccess) OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount)
+    OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
     OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount) OPERATION(TBoard_GetFpgaInfo)
 
     TDevice_Handle hDev    = Tavrin_GetDevice(0);
@@ -51,13 +49,14 @@ struct TestClient
         EXPECT_EQ(TVideoOut_GetHandle(hDev, uiOutput, TAccessMode_READWRITE, &hVideoOut), TStatus_OK);
         return hVideoOut;
     }
-    TStatus Show(TVideoOut_Handle hVideoOut, KUINT32 uiHActive = 32, KUINT32 uiVActive = 8)
+    TStatus Show(TVideoOut_Handle hVideoOut, KUINT32 uiHActive = 32, KUINT32 uiVActive = 8, KUINT32 uiSignal = 0,
+                 KUINT32 uiPower = TVideoOut_PowerState_ON)
     {
         tagTVideo_VidParam oVidParam = {};
         oVidParam.uiHActive          = uiHActive;
         oVidParam.uiVActive          = uiVActive;
         oVidParam.uiVRate_Hz         = 60;
-        return TVideoOut_Enable(hVideoOut, TVideo_SignalType_USEDEFAULT, &oVidParam, hBuffer, TVideoOut_PowerState_ON);
+        return TVideoOut_Enable(hVideoOut, TVideo_SignalType{uiSignal}, &oVidParam, hBuffer, TVideoOut_PowerState{uiPower});
     }
     TStatus Enable(KUINT32 uiOutput) { return Show(Output(uiOutput)); }
     TStatus Disable(KUINT32 uiOutput) { return TVideoOut_Disable(Output(uiOutput)); }
@@ -71,8 +70,7 @@ public:
     explicit Process(const std::function<void()>& fBody)
     {
         std::fflush(nullptr);
-        m_iPid = fork();
-        if (m_iPid != 0)
+        if ((m_iPid = fork()) != 0)
             return;
         fBody();
         std::exit(testing::Test::HasFailure() ? 1 : 0);
