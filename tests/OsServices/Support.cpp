@@ -39,7 +39,7 @@ STAND_BEFORE(int, pthread_mutex_timedlock, g_iError, (pthread_mutex_t* po, const
 STAND_BEFORE(int, pthread_cond_init, g_iError, (pthread_cond_t* po, const pthread_condattr_t* poAttr), (po, poAttr))
 STAND_BEFORE(int, pthread_cond_signal, g_iError, (pthread_cond_t* po), (po))
 STAND_BEFORE(int, pthread_cond_broadcast, g_iError, (pthread_cond_t* po), (po))
-STAND_BEFORE(int, pthread_cond_wait, g_iError, (pthread_cond_t* po, pthread_mutex_t* poMutex), ((++g_iWaitsBegun, po), poMutex))
+STAND_BEFORE(int, pthread_cond_wait, g_iError, (pthread_cond_t* po, pthread_mutex_t* pm), ((++g_iWaitsBegun, po), pm))
 STAND_BEFORE(int, pthread_spin_init, g_iError, (pthread_spinlock_t* po, int iShared), (po, iShared))
 STAND_BEFORE(int, pthread_create, g_iError,
              (pthread_t* po, const pthread_attr_t* poAttr, void* (*pfn)(void*), void* pv), (po, poAttr, pfn, pv))

@@ -24,9 +24,10 @@
 struct TestClient
 {
     void* m_pLibrary = dlopen(TAVRIN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo)
-    OPERATION(TBuffer_BeginAccess) OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount)
-    OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
+    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo)
+    OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess) OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy)
+    OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable)
+    OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
     OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount) OPERATION(TBoard_GetFpgaInfo)
 
     TDevice_Handle hDev    = Tavrin_GetDevice(0);
