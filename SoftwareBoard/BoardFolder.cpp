@@ -1,6 +1,7 @@
 #include "BoardFolder.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -12,8 +13,8 @@ namespace SoftwareBoard
 {
 BoardFolder::BoardFolder(std::string strPath) : m_strPath(std::move(strPath))
 {
-    // With a slash at its end a symbolic link would be followed after all.
-    while (m_strPath.size() > 1 && m_strPath.back() == '/')
+    // With a slash at its end, or the dot behind it, a symbolic link would be followed after all.
+    while (m_strPath.size() > 1 && (m_strPath.back() == '/' || m_strPath.ends_with("/.")))
         m_strPath.pop_back();
 
     if (mkdir(m_strPath.c_str(), 0700) != 0 && errno != EEXIST)
@@ -48,7 +49,8 @@ FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) con
     FileDescriptor oFile(openat(m_oFd.Get(), strName.c_str(), iFlags | iAlways, 0600));
     if (!oFile)
     {
-        if (errno == ENOENT || (errno == EEXIST && (iFlags & O_EXCL) != 0))
+        // A file that was to be made and is not there: the folder itself is gone, and no other name would help.
+        if ((errno == ENOENT && (iFlags & O_CREAT) == 0) || (errno == EEXIST && (iFlags & O_EXCL) != 0))
             return {};
         ThrowSystemError(PathOf(strName), errno == ELOOP ? "open (a symbolic link is refused)" : "open");
     }
@@ -58,6 +60,12 @@ FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) con
     if (!S_ISREG(oStat.st_mode) || oStat.st_uid != geteuid())
         throw BoardError(PathOf(strName) + ": not a plain file of this user; it is left alone");
     return oFile;
+}
+
+bool BoardFolder::IsFileSizeAllowed(off_t iSize)
+{
+    rlimit oLimit = {};
+    return getrlimit(RLIMIT_FSIZE, &oLimit) != 0 || static_cast<rlim_t>(iSize) <= oLimit.rlim_cur;
 }
 
 void BoardFolder::Remove(const std::string& strName) const

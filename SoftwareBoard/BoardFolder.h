@@ -3,6 +3,8 @@
 #ifndef BOARD_FOLDER_H
 #define BOARD_FOLDER_H
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "FileDescriptor.h"
@@ -18,8 +20,11 @@ public:
     // $TAVRIN_BOARD, otherwise a folder in $XDG_RUNTIME_DIR, otherwise one of this user's in /tmp.
     static std::string DefaultPath();
 
-    // Empty when there is no such file or, with O_EXCL, when there is one already.
+    // Empty when there is no such file and none is to be made or, with O_EXCL, when there is one already.
     FileDescriptor OpenFile(const std::string& strName, int iFlags) const;
+
+    // A file beyond the process's limit would be answered with a signal: ask before one is made that long.
+    static bool IsFileSizeAllowed(off_t iSize);
 
     void Remove(const std::string& strName) const;
     void Rename(const std::string& strFrom, const std::string& strTo) const;

@@ -32,8 +32,6 @@ bool LockByte(int iFd, off_t iByte, short sType, bool bWait)
 
 BoardLocks::BoardLocks(const BoardFolder& roFolder) : m_oFile(roFolder.OpenFile("board.lock", O_RDWR | O_CREAT))
 {
-    if (!m_oFile)  // the folder went away in between
-        throw BoardError(roFolder.PathOf("board.lock") + ": cannot be made");
 }
 
 bool BoardLocks::IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const

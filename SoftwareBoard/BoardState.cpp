@@ -98,10 +98,13 @@ BoardState BoardState::Replace(const BoardFolder& roFolder, const SBoardPlan& ro
 
 BoardState BoardState::WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan)
 {
-    roFolder.Remove(pszNewName);
+    if (roFolder.OpenFile(pszNewName, O_RDWR))  // throws for what is not a plain file of the user's
+        roFolder.Remove(pszNewName);
     BoardState oNew(roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT | O_EXCL), roFolder.PathOf(pszNewName));
     try
     {
+        if (!BoardFolder::IsFileSizeAllowed(DeviceOffset(roPlan.uiDeviceCount)))
+            ThrowSystemError(oNew.m_strPath, "ftruncate", EFBIG);
         if (!oNew.m_oFile || ftruncate(oNew.m_oFile.Get(), DeviceOffset(roPlan.uiDeviceCount)) != 0)
             ThrowSystemError(oNew.m_strPath, "open or ftruncate");
 

@@ -54,12 +54,15 @@ bool IsKept(const FileDescriptor& roFile)
 
 SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes)
 {
-    SPixelFile oPixels;
-    while (!(oPixels.oFile = roBoard.m_oFolder.OpenFile(NameOf(oPixels.uiNumber), O_RDWR | O_CREAT | O_EXCL)))
+    // A number that an output still shows is not given out again, also when somebody took its file away.
+    const std::set<KUINT32> oShown = FindShown(roBoard.m_oState);
+    SPixelFile              oPixels;
+    while (oShown.contains(oPixels.uiNumber) ||
+           !(oPixels.oFile = roBoard.m_oFolder.OpenFile(NameOf(oPixels.uiNumber), O_RDWR | O_CREAT | O_EXCL)))
         ++oPixels.uiNumber;
 
     LockByte(oPixels.oFile.Get(), 0, F_WRLCK, false);
-    int iError = EINTR;
+    int iError = BoardFolder::IsFileSizeAllowed(uiSizeInBytes) ? EINTR : EFBIG;
     while (iError == EINTR)
         iError = posix_fallocate(oPixels.oFile.Get(), 0, off_t{uiSizeInBytes});
     if (iError != 0)

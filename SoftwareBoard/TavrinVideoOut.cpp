@@ -5,16 +5,17 @@ using namespace SoftwareBoard;
 
 namespace
 {
-// What the output shows from now on, held by this process; a failure leaves what was held before.
+// What the output shows from now on, held by this process while it shows something. Others see it change at once, with
+// its holder; a failure leaves what was held before.
 TStatus Show(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const SOutputRecord& roRecord)
 {
-    const bool bWasHeld = roClient.IsHolding(roOutput);
+    Board&                        roBoard = roClient.OpenBoard();
+    const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
+    const bool                    bWasHeld = roClient.IsHolding(roOutput);
     if (!roClient.HoldOutput(roOutput))
         return TStatus_RESOURCES_BUSY;
     try
     {
-        Board&                        roBoard = roClient.OpenBoard();
-        const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
         roBoard.m_oState.WriteOutput(roOutput.uiDevice, roOutput.uiOutput, roRecord);
     }
     catch (...)
@@ -23,6 +24,8 @@ TStatus Show(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const SOutputRe
             roClient.ReleaseOutput(roOutput);
         throw;
     }
+    if (roRecord.bEnabled == FALSE)
+        roClient.ReleaseOutput(roOutput);
     return TStatus_OK;
 }
 }
@@ -72,7 +75,8 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
         oRecord.uiBufferWidth  = poBuffer->m_oLayout.uiWidth;
         oRecord.uiBufferHeight = poBuffer->m_oLayout.uiHeight;
         const TStatus eStatus  = Show(roClient, *poOutput, oRecord);
-        roClient.SweepPixelFiles();  // what it showed before may be needless now
+        if (eStatus == TStatus_OK)
+            roClient.SweepPixelFiles();  // what it showed before may be needless now
         return eStatus;
     });
 }
@@ -84,11 +88,9 @@ TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
         if (poOutput == nullptr)
             return TStatus_INVALID_PARAM;
         const TStatus eStatus = Show(roClient, *poOutput, SOutputRecord());
-        if (eStatus != TStatus_OK)
-            return eStatus;
-        roClient.ReleaseOutput(*poOutput);
-        roClient.SweepPixelFiles();
-        return TStatus_OK;
+        if (eStatus == TStatus_OK)
+            roClient.SweepPixelFiles();
+        return eStatus;
     });
 }
 

@@ -69,7 +69,9 @@ try
     }
     catch (const CLI::ParseError& roError)
     {
-        return oPanel.exit(roError, std::cout, std::cerr) == 0 ? 0 : 2;
+        if (oPanel.exit(roError, std::cout, std::cerr) != 0)
+            return 2;
+        return std::cout.flush() ? 0 : Fail("standard output: cannot be written");
     }
 
     fAction();

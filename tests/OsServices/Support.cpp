@@ -46,7 +46,7 @@ STAND_BEFORE(int, pthread_create, g_iError,
 STAND_BEFORE(int, clock_gettime, -1, (clockid_t iClock, timespec* poNow), (iClock, poNow))
 STAND_BEFORE(FILE*, fopen, nullptr, (const char* pszPath, const char* pszMode), (pszPath, pszMode))
 STAND_BEFORE(void*, _ZnwmRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), (uiSize, ro))
-STAND_BEFORE(void*, _Znam, throw std::bad_alloc(), (size_t uiSize), ((++s_iBlocks, uiSize)))
+STAND_BEFORE(void*, _ZnamRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), ((++s_iBlocks, uiSize), ro))
 STAND_BEFORE(void, _ZdaPv, static_cast<void>(0), (void* pv), ((s_iBlocks -= pv != nullptr, pv)))
 STAND_BEFORE(KUINT32, InitQELLibrary, 0, (), ())
 

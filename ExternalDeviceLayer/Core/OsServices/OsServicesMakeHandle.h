@@ -2,17 +2,18 @@
 #ifndef OS_SERVICES_MAKE_HANDLE_H
 #define OS_SERVICES_MAKE_HANDLE_H
 
+#include <new>
+
 #include "QelTypes.h"
 
-// Allocates a block of that size and has fnCreate make an object in it; TRUE when it did. On every failure the block is
-// freed and the handle null, also when the heap refuses the block and the exception passes through.
+// Allocates a block of that size and has fnCreate make an object in it; TRUE when it did. On every failure, the heap's
+// among them, no block is left and the handle is null.
 template <typename Handle, typename FnCreate>
 KBOOL32 MakeHandle(Handle& rhHandle, KUINT32 uiSizeInBytes, FnCreate fnCreate)
 {
-    rhHandle = nullptr;
-    auto* const pBlock = new KUINT8[uiSizeInBytes];
-    rhHandle = reinterpret_cast<Handle>(pBlock);
-    if (fnCreate(rhHandle))
+    auto* const pBlock = new (std::nothrow) KUINT8[uiSizeInBytes];
+    rhHandle           = reinterpret_cast<Handle>(pBlock);
+    if (pBlock != nullptr && fnCreate(rhHandle))
         return TRUE;
 
     delete[] pBlock;

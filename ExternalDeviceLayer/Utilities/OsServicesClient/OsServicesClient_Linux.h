@@ -96,7 +96,7 @@ KBOOL32 OsServices_StackTrace_Save(HStackTrace hStackTrace);
 void    OsServices_StackTrace_Print(HStackTrace hStackTrace);
 void    OsServices_StackTrace_Dump(void);
 
-// Processes, as /proc has them. The parent is 0 when it cannot be told, also for a name with white space in it. The name
+// Processes, as /proc has them. The parent is 0 when it cannot be told, as for most names with white space in them. The name
 // is the command line, each argument followed by a space, empty when it cannot be read. The stack is a line with the
 // name of this process and one for each ancestor, cut to the buffer. Texts are always terminated.
 pid_t   OsServices_GetParentPid(pid_t pPid);
