@@ -30,7 +30,7 @@ constexpr std::array<char, 8> acOurMagic = {'T', 'A', 'V', 'R', 'I', 'N', 'B', '
 constexpr KUINT32             uiOurLayout = 1;
 
 // In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
-// No record crosses a page, so none is ever seen half written.
+// No record crosses a page, so a writer that is killed leaves it whole; the lock keeps readers off while it is written.
 constexpr off_t iPage         = 4096;
 constexpr off_t iOutputStride = iPage / off_t{uiMaxOutputs};
 constexpr off_t iDeviceStride = 2 * iPage + off_t{uiRegisterCount} * 4;
