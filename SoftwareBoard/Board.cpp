@@ -11,7 +11,7 @@ Board Board::Open()
     BoardLocks  oLocks(oFolder);
     oLocks.JoinClients();
     const BoardLocks::Transaction oTransaction(oLocks);
-    BoardState oState = BoardState::OpenOrMake(oFolder);
+    BoardState                    oState = BoardState::OpenOrMake(oFolder);
     return {std::move(oFolder), std::move(oLocks), std::move(oState)};
 }
 
@@ -22,8 +22,8 @@ Board Board::Create(const SBoardPlan& roPlan)
     if (!oLocks.TryShutOutClients())
         throw BoardError(oFolder.GetPath() + ": the board is in use; end the processes that use it first");
     const BoardLocks::Transaction oTransaction(oLocks);
-    BoardState oState = BoardState::Replace(oFolder, roPlan);
-    Board      oBoard{std::move(oFolder), std::move(oLocks), std::move(oState)};
+    BoardState                    oState = BoardState::Replace(oFolder, roPlan);
+    Board                         oBoard{std::move(oFolder), std::move(oLocks), std::move(oState)};
     SweepPixelFiles(oBoard);
     return oBoard;
 }

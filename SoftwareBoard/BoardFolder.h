@@ -29,9 +29,9 @@ public:
     void Remove(const std::string& strName) const;
     void Rename(const std::string& strFrom, const std::string& strTo) const;
 
-    std::string PathOf(const std::string& strName) const { return m_strPath + "/" + strName; }
+    std::string        PathOf(const std::string& strName) const { return m_strPath + "/" + strName; }
     const std::string& GetPath() const { return m_strPath; }
-    int GetDescriptor() const { return m_oFd.Get(); }
+    int                GetDescriptor() const { return m_oFd.Get(); }
 
 private:
     std::string    m_strPath;

@@ -30,9 +30,7 @@ bool LockByte(int iFd, off_t iByte, short sType, bool bWait)
     return true;
 }
 
-BoardLocks::BoardLocks(const BoardFolder& roFolder) : m_oFile(roFolder.OpenFile("board.lock", O_RDWR | O_CREAT))
-{
-}
+BoardLocks::BoardLocks(const BoardFolder& roFolder) : m_oFile(roFolder.OpenFile("board.lock", O_RDWR | O_CREAT)) {}
 
 bool BoardLocks::IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const
 {

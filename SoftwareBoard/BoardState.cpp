@@ -26,7 +26,7 @@ struct SHeader
     KUINT32             uiLayout;
     KUINT32             uiDeviceCount;
 };
-constexpr std::array<char, 8> acOurMagic = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
+constexpr std::array<char, 8> acOurMagic  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
 constexpr KUINT32             uiOurLayout = 1;
 
 // In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
@@ -165,16 +165,15 @@ SDeviceRecord BoardState::ReadDevice(KUINT32 uiDevice) const
     if (oDevice.uiOutputCount > uiMaxOutputs || oDevice.uiFpgaCount > uiMaxFpgas ||
         !std::all_of(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount,
                      [](const tagTBoard_FpgaInfo& ro) { return ro.uiSize == sizeof(ro) && IsName(ro.szName); }))
-        throw BoardError(m_strPath + ": damaged (record of device " + std::to_string(uiDevice) +
-                         "); make the board anew");
+        throw BoardError(m_strPath + ": damaged (record of device " + std::to_string(uiDevice) + "); make the board anew");
     return oDevice;
 }
 
 SOutputRecord BoardState::ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     if (const KUINT32 uiCount = ReadDevice(uiDevice).uiOutputCount; uiOutput >= uiCount)
-        throw BoardError(m_strPath + ": device " + std::to_string(uiDevice) + " has no output " +
-                         std::to_string(uiOutput) + ", it has " + std::to_string(uiCount) + ", numbered from 0");
+        throw BoardError(m_strPath + ": device " + std::to_string(uiDevice) + " has no output " + std::to_string(uiOutput) +
+                         ", it has " + std::to_string(uiCount) + ", numbered from 0");
     const auto oOutput = Read<SOutputRecord>(OutputOffset(uiDevice, uiOutput));
     const bool bShows  = LayOutPlane(TPixelFormat_R8G8B8A8, oOutput.uiBufferWidth, oOutput.uiBufferHeight) &&
                         LayOutPlane(TPixelFormat_R8G8B8A8, oOutput.oVidParam.uiHActive, oOutput.oVidParam.uiVActive);

@@ -32,8 +32,8 @@ struct SBoardPlan
     std::vector<tagTBoard_FpgaInfo> aoFpgas;
 };
 
-tagTBoard_FpgaInfo MakeFpga(KUINT16 ui16DevID, KUINT8 uiMajor, KUINT8 uiMinor, KUINT16 uiBuild,
-                            KUINT32 uiI2cAddress = 0xd0, KUINT16 ui16VendorID = 0xc3e7);
+tagTBoard_FpgaInfo MakeFpga(KUINT16 ui16DevID, KUINT8 uiMajor, KUINT8 uiMinor, KUINT16 uiBuild, KUINT32 uiI2cAddress = 0xd0,
+                            KUINT16 ui16VendorID = 0xc3e7);
 
 // One device, two outputs, and an FPGA whose firmware passes the tool's check.
 SBoardPlan DefaultPlan();
@@ -47,13 +47,13 @@ struct SDeviceRecord
 
 struct SOutputRecord
 {
-    KUINT32            bEnabled   = FALSE;
-    KINT32             iHolderPid = 0;  // counts only while the output's lock is held
-    tagTVideo_VidParam oVidParam  = {};
-    KUINT32            uiPixelFile     = 0;  // the number of the file that it shows,
-    KUINT32            uiBufferWidth   = 0;  // laid out as R8G8B8A8 of this size
-    KUINT32            uiBufferHeight  = 0;
-    KUINT32            uiReserved      = 0;
+    KUINT32            bEnabled       = FALSE;
+    KINT32             iHolderPid     = 0;  // counts only while the output's lock is held
+    tagTVideo_VidParam oVidParam      = {};
+    KUINT32            uiPixelFile    = 0;  // the number of the file that it shows,
+    KUINT32            uiBufferWidth  = 0;  // laid out as R8G8B8A8 of this size
+    KUINT32            uiBufferHeight = 0;
+    KUINT32            uiReserved     = 0;
 };
 
 class BoardState
@@ -81,8 +81,8 @@ private:
     static BoardState WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan);
 
     // The number of devices as it stands in the file, once that is known to be a board's of this layout.
-    KUINT32 CheckIsOurs() const;
-    void    CheckDevice(KUINT32 uiDevice) const;
+    KUINT32                 CheckIsOurs() const;
+    void                    CheckDevice(KUINT32 uiDevice) const;
     template <class T> T    Read(off_t iOffset) const;
     template <class T> void Write(off_t iOffset, const T& roRecord);
 

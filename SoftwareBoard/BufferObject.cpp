@@ -17,8 +17,8 @@ void* TBUFFER_OBJECT::BeginAccess()
     // client that goes on using an old address would never notice.
     void* pGuard = MAP_FAILED;
     if (m_pBefore != nullptr)
-        pGuard = mmap(m_pBefore, uiSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE,
-                      -1, 0);
+        pGuard =
+            mmap(m_pBefore, uiSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED_NOREPLACE, -1, 0);
     void* const pMapped = mmap(nullptr, uiSize, PROT_READ | PROT_WRITE, MAP_SHARED, iFd, 0);
     const int   iError  = errno;
     if (pGuard != MAP_FAILED)

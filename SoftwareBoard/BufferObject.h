@@ -11,8 +11,7 @@ struct TBUFFER_OBJECT
 public:
     TBUFFER_OBJECT(KUINT32 uiDevice, const SoftwareBoard::SPlaneLayout& roLayout, SoftwareBoard::SPixelFile oPixels)
         : m_uiDevice(uiDevice), m_oLayout(roLayout), m_oPixels(std::move(oPixels))
-    {
-    }
+    {}
     ~TBUFFER_OBJECT() { EndAccess(); }
     TBUFFER_OBJECT(const TBUFFER_OBJECT&)            = delete;
     TBUFFER_OBJECT& operator=(const TBUFFER_OBJECT&) = delete;

@@ -76,7 +76,6 @@ void Client::SweepPixelFiles() noexcept
         SoftwareBoard::SweepPixelFiles(roBoard);
     }
     catch (...)
-    {
-    }
+    {}
 }
 }

@@ -62,10 +62,7 @@ public:
     // FALSE when another process holds the output. What was held before stays held; the kernel releases it at the end.
     bool HoldOutput(const TVIDEOOUT_OBJECT& roOutput);
     void ReleaseOutput(const TVIDEOOUT_OBJECT& roOutput);
-    bool IsHolding(const TVIDEOOUT_OBJECT& roOutput) const
-    {
-        return m_aabHeld[roOutput.uiDevice][roOutput.uiOutput];
-    }
+    bool IsHolding(const TVIDEOOUT_OBJECT& roOutput) const { return m_aabHeld[roOutput.uiDevice][roOutput.uiOutput]; }
 
     // After what may have made a pixel file needless. What it misses, the next one finds.
     void SweepPixelFiles() noexcept;
@@ -80,7 +77,7 @@ private:
 
     std::optional<Board>                                     m_oBoard;
     std::array<TDEVICE_OBJECT, uiMaxDevices>                 m_aoDevices = {};
-    std::array<std::array<bool, uiMaxOutputs>, uiMaxDevices> m_aabHeld = {};
+    std::array<std::array<bool, uiMaxOutputs>, uiMaxDevices> m_aabHeld   = {};
 };
 
 // The body of an operation: what it returns, or tFailed when anything is thrown on the way.

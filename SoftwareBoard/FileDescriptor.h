@@ -26,7 +26,7 @@ public:
     }
 
     explicit operator bool() const { return m_iFd >= 0; }
-    int Get() const { return m_iFd; }
+    int      Get() const { return m_iFd; }
 
 private:
     int m_iFd = -1;

@@ -83,7 +83,7 @@ FileDescriptor OpenPixelFile(const Board& roBoard, KUINT32 uiNumber)
 
 void SweepPixelFiles(const Board& roBoard)
 {
-    const std::set<KUINT32> oShown = FindShown(roBoard.m_oState);
+    const std::set<KUINT32> oShown  = FindShown(roBoard.m_oState);
     const std::string&      strPath = roBoard.m_oFolder.GetPath();
 
     const int iFd = openat(roBoard.m_oFolder.GetDescriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -93,7 +93,7 @@ void SweepPixelFiles(const Board& roBoard)
 
     while (const dirent* poEntry = readdir(poDir.get()))
     {
-        const std::string strName = poEntry->d_name;
+        const std::string strName   = poEntry->d_name;
         const auto        ouiNumber = NumberOf(strName);
         if (!ouiNumber || oShown.contains(*ouiNumber))
             continue;

@@ -36,12 +36,30 @@ void* Take(std::size_t uiSize)
 }
 }
 
-void* operator new(std::size_t uiSize) { return Take(uiSize); }
-void* operator new[](std::size_t uiSize) { return Take(uiSize); }
-void  operator delete(void* pvBlock) noexcept { std::free(pvBlock); }
-void  operator delete[](void* pvBlock) noexcept { std::free(pvBlock); }
-void  operator delete(void* pvBlock, std::size_t) noexcept { std::free(pvBlock); }
-void  operator delete[](void* pvBlock, std::size_t) noexcept { std::free(pvBlock); }
+void* operator new(std::size_t uiSize)
+{
+    return Take(uiSize);
+}
+void* operator new[](std::size_t uiSize)
+{
+    return Take(uiSize);
+}
+void operator delete(void* pvBlock) noexcept
+{
+    std::free(pvBlock);
+}
+void operator delete[](void* pvBlock) noexcept
+{
+    std::free(pvBlock);
+}
+void operator delete(void* pvBlock, std::size_t) noexcept
+{
+    std::free(pvBlock);
+}
+void operator delete[](void* pvBlock, std::size_t) noexcept
+{
+    std::free(pvBlock);
+}
 
 namespace
 {
@@ -53,14 +71,12 @@ constexpr KUINT32 VERSION = E_FPGA_IP_KVM_IN_F0_01_27_001;
 constexpr KCHAR8 TEXT[] = "A name that fits in no small buffer, as boards have";
 
 // Keeps a result alive without writing it anywhere.
-template <class T>
-void Keep(const T& roValue)
+template <class T> void Keep(const T& roValue)
 {
     asm volatile("" : : "g"(&roValue) : "memory");
 }
 
-template <class T>
-void CopyOften(const T& roText)
+template <class T> void CopyOften(const T& roText)
 {
     for (int i = 0; i < REPEATS; ++i)
     {
@@ -70,8 +86,7 @@ void CopyOften(const T& roText)
 }
 
 // A vector that grows as the arrays do: an exact first element, then by four.
-template <class T>
-void Append(std::vector<T>& roVector, const T& roValue)
+template <class T> void Append(std::vector<T>& roVector, const T& roValue)
 {
     if (roVector.size() == roVector.capacity())
         roVector.reserve(roVector.empty() ? 1 : roVector.capacity() + 4);
@@ -131,20 +146,19 @@ void PrintStorageOfTheLongestList()
     g_oHeap = {true, 0, 0};
     {
         const XDevFpgaInfo oFpga = MakeFpga(oName);
-        g_oHeap.bIsOn = false;
+        g_oHeap.bIsOn            = false;
         std::printf("\none XDevFpgaInfo with %d versions: %zu bytes itself, %zu in its registry\n",
                     oFpga.GetFpgaVersionData().GetSize(), sizeof(oFpga),
                     oFpga.GetFpgaVersionData().GetAllocCount() * sizeof(XDevFpgaInfo::SFpgaVersionData));
     }
-    std::printf("  from the heap while it is built: %zu blocks, %zu bytes together\n", g_oHeap.uiBlocks,
-                g_oHeap.uiBytes);
+    std::printf("  from the heap while it is built: %zu blocks, %zu bytes together\n", g_oHeap.uiBlocks, g_oHeap.uiBytes);
 
     CountingAllocator oAllocator;
     CKAllocator::SetGlobalAllocator(&oAllocator);
     g_oHeap = {true, 0, 0};
     {
         const XDevFpgaInfo oFpga = MakeFpga(CKString());
-        g_oHeap.bIsOn = false;
+        g_oHeap.bIsOn            = false;
         std::printf("  through the allocation hook: %zu blocks, of which %zu stay with %zu usable bytes (peak %zu); "
                     "%zu blocks beside it\n",
                     oAllocator.m_uiTaken, oAllocator.m_uiBlocks, oAllocator.m_uiUsable, oAllocator.m_uiPeakUsable,
@@ -182,15 +196,13 @@ int main()
     const XDevFpgaInfo::SFpgaVersionData oRow = {VERSION, TRUE, TRUE};
     oTimer.Compare(
         "10000 appends to an array, peer std::vector",
-        [&]
-        {
+        [&] {
             XDevFpgaInfo::FpgaVersionArray oArray;
             for (int i = 0; i < APPENDS; ++i)
                 oArray.SetAtGrow(oArray.GetSize(), oRow);
             Keep(oArray);
         },
-        [&]
-        {
+        [&] {
             std::vector<XDevFpgaInfo::SFpgaVersionData> oVector;
             for (int i = 0; i < APPENDS; ++i)
                 Append(oVector, oRow);
@@ -199,12 +211,12 @@ int main()
 
     const XDevFpgaInfo oLongest = MakeFpga(oText);
     const auto&        roRows   = oLongest.GetFpgaVersionData();
-    oTimer.Compare("XDevFpgaInfo of the longest list, peer std::vector", [&] { Keep(MakeFpga(oText)); },
-                   [&] { Keep(PlainFpga(roRows, TEXT)); });
+    oTimer.Compare(
+        "XDevFpgaInfo of the longest list, peer std::vector", [&] { Keep(MakeFpga(oText)); },
+        [&] { Keep(PlainFpga(roRows, TEXT)); });
     oTimer.Compare(
         "check of 16 FPGAs, peer std::vector and std::string", [] { Keep(IsFpgaFirmwareSupported(nullptr)); },
-        [&]
-        {
+        [&] {
             for (KUINT32 i = 0; i < FPGAS; ++i)
             {
                 tagTBoard_FpgaInfo oInfo = {};

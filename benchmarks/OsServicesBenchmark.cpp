@@ -15,11 +15,11 @@ OsServices g_oOsServices(nullptr);
 
 namespace
 {
-constexpr int     CALLS_A_WORK  = 100;
-constexpr int     WAITS         = 61;
-constexpr KUINT32 WAIT_MS       = 16;
-constexpr KUINT32 NO_LIMIT      = 0xFFFFFFFF;
-constexpr KUINT64 NS_A_SECOND   = 1'000'000'000;
+constexpr int     CALLS_A_WORK = 100;
+constexpr int     WAITS        = 61;
+constexpr KUINT32 WAIT_MS      = 16;
+constexpr KUINT32 NO_LIMIT     = 0xFFFFFFFF;
+constexpr KUINT64 NS_A_SECOND  = 1'000'000'000;
 
 timespec DeadlineAfter(KUINT32 uiMs)
 {
@@ -85,7 +85,8 @@ void CompareLateness(HEvent hEvent, BareEvent& roBare)
     }
     for (std::vector<double>& roLate : adLateUs)
         std::nth_element(roLate.begin(), roLate.begin() + WAITS / 2, roLate.end());
-    std::printf("%-52s %11.2f us %11.2f us\n", "lateness of a wait of 16 ms", adLateUs[0][WAITS / 2], adLateUs[1][WAITS / 2]);
+    std::printf("%-52s %11.2f us %11.2f us\n", "lateness of a wait of 16 ms", adLateUs[0][WAITS / 2],
+                adLateUs[1][WAITS / 2]);
 }
 }
 

@@ -14,7 +14,7 @@ using Surface = QelSurfaceTyped<QelColor<TPixelFormat_R8G8B8A8, unsigned int>>;
 
 constexpr KUINT32 WIDTH = 3840, HEIGHT = 2160, PITCH = 3904;
 
-std::vector<KUINT32> g_oPixels(PITCH * HEIGHT);
+std::vector<KUINT32> g_oPixels(PITCH* HEIGHT);
 
 // Made out of sight, as the callers of a surface get it: they know the base class only.
 [[gnu::noinline]] std::unique_ptr<QelSurface> MakeSurface()
@@ -82,7 +82,8 @@ void PlainDisc(QelSurface& ro, KUINT32 x0, KUINT32 y0, KINT32 d)
     KINT32       ix = d % 2 != 0 ? iRay : iRay - 2, iy = 2;
     for (;; iy += 4)
     {
-        for (; iRay * iRay >= (iRay - ix) * (iRay - ix) + (iRay - iy) * (iRay - iy); ix -= 4) {}
+        for (; iRay * iRay >= (iRay - ix) * (iRay - ix) + (iRay - iy) * (iRay - iy); ix -= 4)
+        {}
         if (iy > ix)
         {
             break;
@@ -106,7 +107,7 @@ void PlainDisc(QelSurface& ro, KUINT32 x0, KUINT32 y0, KINT32 d)
 
 int main()
 {
-    const std::unique_ptr<QelSurface> poOwner = MakeSurface();
+    const std::unique_ptr<QelSurface> poOwner   = MakeSurface();
     QelSurface&                       roSurface = *poOwner;
     PairedTimer                       oTimer;
 
@@ -116,11 +117,13 @@ int main()
         roSurface.SetBgColourFromARGB(0, 0, 0, uiBlue);
         roSurface.SetFgColorFromARGB(0, 0, 0, uiBlue);
         const std::string sColour = uiBlue == 0 ? "black" : "a colour";
-        oTimer.Compare("Clr 3840x2160, " + sColour + " : memset", [&] { roSurface.Clr(); }, [&] { MemsetRows(oAll); });
-        oTimer.Compare("Rectangle 3638x2058, " + sColour + " : memset", [&] { oLarge.Draw(roSurface); },
-                       [&] { MemsetRows(oLarge); });
-        oTimer.Compare("Rectangle 26x64, " + sColour + " : std::fill_n", [&] { oStrip.Draw(roSurface); },
-                       [&] { FillRows(oStrip, KUINT32{uiBlue} << 16); });
+        oTimer.Compare(
+            "Clr 3840x2160, " + sColour + " : memset", [&] { roSurface.Clr(); }, [&] { MemsetRows(oAll); });
+        oTimer.Compare(
+            "Rectangle 3638x2058, " + sColour + " : memset", [&] { oLarge.Draw(roSurface); }, [&] { MemsetRows(oLarge); });
+        oTimer.Compare(
+            "Rectangle 26x64, " + sColour + " : std::fill_n", [&] { oStrip.Draw(roSurface); },
+            [&] { FillRows(oStrip, KUINT32{uiBlue} << 16); });
     }
 
     struct Shape
@@ -145,8 +148,9 @@ int main()
     };
     for (const Shape& roShape : aoShapes)
     {
-        oTimer.Compare(std::string(roShape.szWhat) + " : the same Dot calls", [&] { roShape.pfnDraw(roSurface); },
-                       [&] { roShape.pfnPlain(roSurface); });
+        oTimer.Compare(
+            std::string(roShape.szWhat) + " : the same Dot calls", [&] { roShape.pfnDraw(roSurface); },
+            [&] { roShape.pfnPlain(roSurface); });
     }
     return 0;
 }

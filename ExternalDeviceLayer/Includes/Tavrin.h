@@ -10,6 +10,9 @@
 
 #include "QelTypes.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // Status of an operation; negative values are failures.
 enum TStatus : KINT32
 {

@@ -13,7 +13,7 @@ namespace
 // The library lies beside the panel where both were built, and in its private folder where they are installed.
 std::string FindLibraryFolder()
 {
-    const std::filesystem::path oPanel = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    const std::filesystem::path oPanel      = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     const std::filesystem::path aoFolders[] = {oPanel, oPanel.parent_path() / "lib" / "tavrin-board"};
     for (const std::filesystem::path& roFolder : aoFolders)
     {

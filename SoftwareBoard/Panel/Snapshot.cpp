@@ -27,7 +27,7 @@ void WritePng(const SPicture& roPicture, std::FILE* poFile, const std::string& s
 // A complete file or none: written beside its place and moved there.
 void WriteSnapshot(const SPicture& roPicture, const std::string& strPath)
 {
-    const std::string strNew = strPath + "." + std::to_string(getpid()) + ".new";
+    const std::string                                     strNew = strPath + "." + std::to_string(getpid()) + ".new";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> poFile(std::fopen(strNew.c_str(), "wbxe"), std::fclose);
     if (poFile == nullptr)
         ThrowSystemError(strNew, "open");

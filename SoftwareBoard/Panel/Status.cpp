@@ -18,7 +18,8 @@ std::string DescribeHolder(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOut
     std::string strName = "?";
     std::getline(std::ifstream("/proc/" + std::to_string(iHolderPid) + "/comm"), strName);
     // Its owner chose the name: none of it may command the terminal.
-    std::replace_if(strName.begin(), strName.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    std::replace_if(
+        strName.begin(), strName.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return std::to_string(iHolderPid) + " (" + strName + ")";
 }
 

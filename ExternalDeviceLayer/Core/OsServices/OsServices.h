@@ -8,6 +8,9 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // Services from outside that the one who constructs an OsServices may offer; the operations named like its own are
 // called in place of them.
 class IOsServices

@@ -8,8 +8,7 @@
 
 // Allocates a block of that size and has fnCreate make an object in it; TRUE when it did. On every failure, the heap's
 // among them, no block is left and the handle is null.
-template <typename Handle, typename FnCreate>
-KBOOL32 MakeHandle(Handle& rhHandle, KUINT32 uiSizeInBytes, FnCreate fnCreate)
+template <typename Handle, typename FnCreate> KBOOL32 MakeHandle(Handle& rhHandle, KUINT32 uiSizeInBytes, FnCreate fnCreate)
 {
     auto* const pBlock = new (std::nothrow) KUINT8[uiSizeInBytes];
     rhHandle           = reinterpret_cast<Handle>(pBlock);
@@ -22,8 +21,7 @@ KBOOL32 MakeHandle(Handle& rhHandle, KUINT32 uiSizeInBytes, FnCreate fnCreate)
 }
 
 // Has fnDestroy unmake the object, and frees the block when it did: an object that cannot be unmade keeps its block.
-template <typename Handle, typename FnDestroy>
-KBOOL32 UnmakeHandle(Handle hHandle, FnDestroy fnDestroy)
+template <typename Handle, typename FnDestroy> KBOOL32 UnmakeHandle(Handle hHandle, FnDestroy fnDestroy)
 {
     if (!fnDestroy(hHandle))
         return FALSE;

@@ -61,8 +61,8 @@ void OsServices::WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg
     KCHAR8 acLine[LINE_BUFFER_SIZE] = {};
 
     if (ms_bIsMessagePrefixEnabled)
-        FormatString(acLine, LINE_BUFFER_SIZE, "%s(%d.%d.%d.%d)[%llu]: %s", ms_szMsgPrefix, msc_uiMajorVer,
-                     msc_uiMinorVer, msc_uiPatchVer, msc_uiBuildVer, ms_uiReferenceId, pszLevelTag);
+        FormatString(acLine, LINE_BUFFER_SIZE, "%s(%d.%d.%d.%d)[%llu]: %s", ms_szMsgPrefix, msc_uiMajorVer, msc_uiMinorVer,
+                     msc_uiPatchVer, msc_uiBuildVer, ms_uiReferenceId, pszLevelTag);
 
     const auto uiPrefixLength = static_cast<KUINT32>(QelTools_strlen(acLine));
     QelTools_vsprintf_s(acLine + uiPrefixLength, LINE_BUFFER_SIZE - uiPrefixLength, pszMsg, argList);

@@ -31,9 +31,8 @@ KBOOL32 OsServices::CpuThread_Destroy(HCpuThread hCpuThread)
 
 KBOOL32 OsServices::SpinLock_Create(HSpinLock& rhSpinLock)
 {
-    return MakeHandle(rhSpinLock, OsServices_SpinLock_GetHandleSize(), [this](HSpinLock hSpinLock) {
-        return OsServices_SpinLock_Create(hSpinLock, m_uiIrql);
-    });
+    return MakeHandle(rhSpinLock, OsServices_SpinLock_GetHandleSize(),
+                      [this](HSpinLock hSpinLock) { return OsServices_SpinLock_Create(hSpinLock, m_uiIrql); });
 }
 
 KBOOL32 OsServices::SpinLock_Destroy(HSpinLock hSpinLock)

@@ -6,6 +6,9 @@
 
 #include "QelTypes.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // Reports a failed check of that source file and line; pszFile is the path as the compiler was given it.
 void QelCheckReport(const KCHAR8* pszFile, KINT32 iLine);
 

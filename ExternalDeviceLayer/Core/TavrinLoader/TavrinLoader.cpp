@@ -6,6 +6,9 @@
 #include "OsServices.h"
 #include "Tavrin.h"
 
+// Set in columns by hand.
+// clang-format off
+
 namespace
 {
 constexpr KCHAR8 LIBRARY_NAME[] = "libTavrin.so.1";

@@ -4,11 +4,10 @@
 namespace
 {
 // Gets the handle of an output, does with it what fOperate does, and releases it. The first failure is the result.
-template <class FOperate>
-TStatus WithOutput(TDevice_Handle hDev, KUINT32 uiVideoOutIndex, FOperate fOperate)
+template <class FOperate> TStatus WithOutput(TDevice_Handle hDev, KUINT32 uiVideoOutIndex, FOperate fOperate)
 {
     TVideoOut_Handle hVideoOut = nullptr;
-    TStatus eStatus = TVideoOut_GetHandle(hDev, uiVideoOutIndex, TAccessMode_READWRITE, &hVideoOut);
+    TStatus          eStatus   = TVideoOut_GetHandle(hDev, uiVideoOutIndex, TAccessMode_READWRITE, &hVideoOut);
     if (hVideoOut == nullptr)
         return eStatus;
 
@@ -27,12 +26,10 @@ Qel_Abort:
 }
 }
 
-TStatus EnableDisplay(TDevice_Handle hDev, TBuffer_Handle hBuffer, tagTVideo_VidParam& roVidParam,
-                      KUINT32 uiVideoOutIndex)
+TStatus EnableDisplay(TDevice_Handle hDev, TBuffer_Handle hBuffer, tagTVideo_VidParam& roVidParam, KUINT32 uiVideoOutIndex)
 {
     return WithOutput(hDev, uiVideoOutIndex, [&](TVideoOut_Handle hVideoOut) {
-        return TVideoOut_Enable(hVideoOut, TVideo_SignalType_USEDEFAULT, &roVidParam, hBuffer,
-                                TVideoOut_PowerState_ON);
+        return TVideoOut_Enable(hVideoOut, TVideo_SignalType_USEDEFAULT, &roVidParam, hBuffer, TVideoOut_PowerState_ON);
     });
 }
 

@@ -164,8 +164,7 @@ void CRun::PaintBackground()
 
     if (std::FILE* poPngFile = std::fopen(m_roRequest.pszImageFileName, "rb"))
     {
-        LoadImage(poPngFile, m_oPlaneInfo.auiWidth[0], m_oPlaneInfo.auiPitchInBytes[0], m_oPlaneInfo.auiHeight[0],
-                  Pixels());
+        LoadImage(poPngFile, m_oPlaneInfo.auiWidth[0], m_oPlaneInfo.auiPitchInBytes[0], m_oPlaneInfo.auiHeight[0], Pixels());
         std::fclose(poPngFile);
     }
 }
@@ -174,9 +173,9 @@ void CRun::StartAnimation(QelSurface* poDrawSurface)
 {
     if (m_roRequest.pszAnimBaseFileName != nullptr)
     {
-        m_bUsePngAnimation = InitAnimationPng(
-            Pixels(), m_oPlaneInfo.auiWidth[0], m_oPlaneInfo.auiPitchInBytes[0], m_oPlaneInfo.auiHeight[0],
-            m_roRequest.pszAnimBaseFileName, m_roRequest.roAnimRect, m_oAnimationPngData);
+        m_bUsePngAnimation =
+            InitAnimationPng(Pixels(), m_oPlaneInfo.auiWidth[0], m_oPlaneInfo.auiPitchInBytes[0], m_oPlaneInfo.auiHeight[0],
+                             m_roRequest.pszAnimBaseFileName, m_roRequest.roAnimRect, m_oAnimationPngData);
         if (!m_bUsePngAnimation)
             std::printf("Animation Png failed to load fall back on rectangle animation\n");
     }
@@ -258,8 +257,7 @@ void CRun::StepAnimation(QelSurface* poDrawSurface)
 void CRun::StepProgressBar(QelSurface* poDrawSurface)
 {
     TBoard_RegRead(m_hDev, REG_PROGRESS_UPDATE, &m_oProgressReg.dwValue);
-    ProgressDrawingUpdate(m_roRequest.roProgressBarRect, m_oProgressReg.f.uUpdatePct, m_oProgressBarData,
-                          poDrawSurface);
+    ProgressDrawingUpdate(m_roRequest.roProgressBarRect, m_oProgressReg.f.uUpdatePct, m_oProgressBarData, poDrawSurface);
 }
 
 void CRun::TakeBack()
@@ -281,11 +279,10 @@ void CRun::TakeBack()
 
 TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect, const char* pszImageFileName,
                            const char* pszAnimBaseFileName, KUINT32 uiAnimStepLoopTimeMs, const tagTRECT& roAnimRect,
-                           KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation,
-                           tagTVideo_VidParam& oVidParam)
+                           KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation, tagTVideo_VidParam& oVidParam)
 {
-    const SRequest oRequest{uiDevIndex,   roProgressBarRect, pszImageFileName, pszAnimBaseFileName, uiAnimStepLoopTimeMs,
-                            roAnimRect,   uiEnableTime,      bProgressBar,     bAnimation,          oVidParam};
+    const SRequest oRequest{uiDevIndex, roProgressBarRect, pszImageFileName, pszAnimBaseFileName, uiAnimStepLoopTimeMs,
+                            roAnimRect, uiEnableTime,      bProgressBar,     bAnimation,          oVidParam};
     CRun           oRun(oRequest);
 
     SetupSignalHandler();

@@ -22,13 +22,11 @@
 // Returns TStatus_OK, TStatus_FAIL, or the status of the library's call that failed.
 TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect, const char* pszImageFileName,
                            const char* pszAnimBaseFileName, KUINT32 uiAnimStepLoopTimeMs, const tagTRECT& roAnimRect,
-                           KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation,
-                           tagTVideo_VidParam& oVidParam);
+                           KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation, tagTVideo_VidParam& oVidParam);
 
 // Show the buffer on one output, or turn the output off. Both release the output's handle on every path; an output for
 // which the library has no handle is left out, with the status of that call.
-TStatus EnableDisplay(TDevice_Handle hDev, TBuffer_Handle hBuffer, tagTVideo_VidParam& roVidParam,
-                      KUINT32 uiVideoOutIndex);
+TStatus EnableDisplay(TDevice_Handle hDev, TBuffer_Handle hBuffer, tagTVideo_VidParam& roVidParam, KUINT32 uiVideoOutIndex);
 TStatus DisableDisplay(TDevice_Handle hDev, KUINT32 uiVideoOutIndex);
 
 // Set by the first SIGTERM or SIGINT, and never cleared.

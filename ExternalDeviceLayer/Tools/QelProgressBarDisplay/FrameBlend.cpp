@@ -22,8 +22,7 @@ inline KUINT32 BlendPixel(KUINT32 uiPixel, KUINT32 uiGround)
     return 0xFF000000u | LanesDividedBy255(uiRedBlue) | (LanesDividedBy255(uiGreen) << 8);
 }
 
-[[gnu::always_inline]] inline void BlendRow(KUINT8* __restrict puiRow, const KUINT8* __restrict puiGround,
-                                            KUINT32 uiPixels)
+[[gnu::always_inline]] inline void BlendRow(KUINT8* __restrict puiRow, const KUINT8* __restrict puiGround, KUINT32 uiPixels)
 {
     for (std::size_t i = 0; i < uiPixels; ++i)
     {

@@ -78,9 +78,9 @@ KBOOL32 LoadFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber, const TRECT
 }
 }
 
-KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgroundWidth,
-                         KUINT32 uiBackgroundPitchInBytes, KUINT32 uiBackgroundHeight, const char* pszAnimBaseFileName,
-                         const TRECT& roAnimRegion, SAnimationPngData& roAnimationData)
+KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgroundWidth, KUINT32 uiBackgroundPitchInBytes,
+                         KUINT32 uiBackgroundHeight, const char* pszAnimBaseFileName, const TRECT& roAnimRegion,
+                         SAnimationPngData& roAnimationData)
 {
     KBOOL32       bLoaded      = FALSE;
     KUINT32       uiFrameCount = 0;
@@ -104,15 +104,14 @@ KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgrou
     for (KUINT32 i = 0; i < uiFrameCount; ++i)
     {
         // A frame smaller than the region leaves the rest as it is here: transparent.
-        auto* puiFrame = new KUINT8[std::size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL]();
+        auto* puiFrame                          = new KUINT8[std::size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL]();
         roAnimationData.ppuiAnimationSurface[i] = puiFrame;
 
         QEL_CHECK_OR_ABORT(LoadFrame(pszAnimBaseFileName, i + 1, roAnimRegion, puiFrame));
 
         for (KUINT32 y = 0; y < uiHeight; ++y)
             BlendRowOverGround(puiFrame + std::size_t{y} * uiWidth * BYTES_PER_PIXEL,
-                               puiBackgroundARGBData + RegionRowOffset(roAnimRegion, y, uiBackgroundPitchInBytes),
-                               uiWidth);
+                               puiBackgroundARGBData + RegionRowOffset(roAnimRegion, y, uiBackgroundPitchInBytes), uiWidth);
     }
 
     roAnimationData.uiCurrentIndex = 0;
@@ -122,8 +121,7 @@ Qel_Abort:
     return bLoaded;
 }
 
-void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackgroundPitchInBytes,
-                        KUINT8* puiBackgroundARGBData)
+void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackgroundPitchInBytes, KUINT8* puiBackgroundARGBData)
 {
     if (roAnimationData.uiNbOfAnimation == 0 || puiBackgroundARGBData == nullptr)
         return;

@@ -16,7 +16,7 @@ struct SAnimationPngData
     KUINT8** ppuiAnimationSurface;  // uiNbOfAnimation frames of the region's size, rows without gaps, alpha 255
     KUINT32  uiNbOfAnimation;
     TRECT    oRegion;
-    KUINT32  uiCurrentIndex;        // the frame shown last
+    KUINT32  uiCurrentIndex;  // the frame shown last
 };
 
 // Reads a PNG picture into uiHeight rows of uiWidth pixels, uiPitchInBytes apart. The file is the caller's to open ("rb")
@@ -27,12 +27,11 @@ KBOOL32 LoadImage(std::FILE* poPngFile, KUINT32 uiWidth, KUINT32 uiPitchInBytes,
 
 // Loads base01.png, base02.png, ... up to the first number that does not open, each blended over the background under the
 // region. FALSE when the region is not inside the background, no frame is there, or one cannot be read.
-KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgroundWidth,
-                         KUINT32 uiBackgroundPitchInBytes, KUINT32 uiBackgroundHeight, const char* pszAnimBaseFileName,
-                         const TRECT& roAnimRegion, SAnimationPngData& roAnimationData);
+KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgroundWidth, KUINT32 uiBackgroundPitchInBytes,
+                         KUINT32 uiBackgroundHeight, const char* pszAnimBaseFileName, const TRECT& roAnimRegion,
+                         SAnimationPngData& roAnimationData);
 
 // Copies the next frame into its region of the plane.
-void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackgroundPitchInBytes,
-                        KUINT8* puiBackgroundARGBData);
+void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackgroundPitchInBytes, KUINT8* puiBackgroundARGBData);
 
 #endif

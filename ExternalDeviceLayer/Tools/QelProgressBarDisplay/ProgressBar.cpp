@@ -19,8 +19,8 @@ KBOOL32 IsRectangleValidInsideVidParam(const TRECT& roRect, const TVideo_VidPara
     const auto iHActive = static_cast<KINT32>(roVidParam.uiHActive);
     const auto iVActive = static_cast<KINT32>(roVidParam.uiVActive);
 
-    return 0 <= roRect.iLeft && roRect.iLeft < roRect.iRight && roRect.iRight < iHActive &&
-                   0 <= roRect.iTop && roRect.iTop < roRect.iBottom && roRect.iBottom < iVActive
+    return 0 <= roRect.iLeft && roRect.iLeft < roRect.iRight && roRect.iRight < iHActive && 0 <= roRect.iTop &&
+                   roRect.iTop < roRect.iBottom && roRect.iBottom < iVActive
                ? TRUE
                : FALSE;
 }
@@ -45,8 +45,8 @@ void InitProgressDrawing(const TRECT& roProgessBarWindow, QelSurface* poDrawSurf
     poDrawSurface->LineTo(uiLeft, uiTop);
 }
 
-void ProgressDrawingUpdate(const TRECT& roProgessBarWindow, KUINT32 uiCurProgressPct,
-                           SProgressBarData& roProgressBarData, QelSurface* poDrawSurface)
+void ProgressDrawingUpdate(const TRECT& roProgessBarWindow, KUINT32 uiCurProgressPct, SProgressBarData& roProgressBarData,
+                           QelSurface* poDrawSurface)
 {
     if (roProgressBarData.uiPrevProgressPct > uiCurProgressPct)
         InitProgressDrawing(roProgessBarWindow, poDrawSurface);

@@ -34,7 +34,7 @@ KBOOL32 IsRectangleValidInsideVidParam(const TRECT& roRect, const TVideo_VidPara
 void InitProgressDrawing(const TRECT& roProgessBarWindow, QelSurface* poDrawSurface);
 
 // Draws the bar at a percentage; what exceeds 100 is drawn as 100. A percentage that went back empties the bar first.
-void ProgressDrawingUpdate(const TRECT& roProgessBarWindow, KUINT32 uiCurProgressPct,
-                           SProgressBarData& roProgressBarData, QelSurface* poDrawSurface);
+void ProgressDrawingUpdate(const TRECT& roProgessBarWindow, KUINT32 uiCurProgressPct, SProgressBarData& roProgressBarData,
+                           QelSurface* poDrawSurface);
 
 #endif

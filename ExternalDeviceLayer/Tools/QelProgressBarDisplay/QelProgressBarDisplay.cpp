@@ -58,12 +58,14 @@ KUINT32 NumberOf(const char* pszText)
 
 // ---- The video timing: eleven numbers, then eight words.
 
+// clang-format off
 constexpr KUINT32 tagTVideo_VidParam::* const TIMING_NUMBERS[] = {
     &tagTVideo_VidParam::uiHActive,   &tagTVideo_VidParam::uiVActive,        &tagTVideo_VidParam::uiVRate_Hz,
     &tagTVideo_VidParam::uiHRate_kHz, &tagTVideo_VidParam::uiPixelClock_kHz, &tagTVideo_VidParam::uiHFPorch,
     &tagTVideo_VidParam::uiHSync,     &tagTVideo_VidParam::uiHBPorch,        &tagTVideo_VidParam::uiVFPorch,
     &tagTVideo_VidParam::uiVSync,     &tagTVideo_VidParam::uiVBPorch,
 };
+// clang-format on
 
 struct SWord
 {
@@ -71,6 +73,7 @@ struct SWord
     KUINT32     uiValue;
 };
 
+// clang-format off
 constexpr SWord YES_NO[]      = {{"yes", 1}, {"no", 0}};
 constexpr SWord POLARITY[]    = {{"+", 1}, {"-", 0}, {"i", 1}};
 constexpr SWord COLOR_SPACE[] = {
@@ -106,6 +109,7 @@ constexpr STimingWord TIMING_WORDS[] = {
 };
 
 constexpr int TIMING_VALUES = static_cast<int>(std::size(TIMING_NUMBERS) + std::size(TIMING_WORDS));
+// clang-format on
 
 KBOOL32 StoreTimingWord(const STimingWord& roField, const char* pszWord, tagTVideo_VidParam& roVidParam)
 {
@@ -146,21 +150,19 @@ KBOOL32 TakeHelp(SArguments& roArguments, const char*, char**)
     return TRUE;
 }
 
-template <KUINT32 SArguments::* puiNumber>
-KBOOL32 TakeNumber(SArguments& roArguments, const char*, char** ppszValues)
+template <KUINT32 SArguments::*puiNumber> KBOOL32 TakeNumber(SArguments& roArguments, const char*, char** ppszValues)
 {
     roArguments.*puiNumber = NumberOf(ppszValues[0]);
     return TRUE;
 }
 
-template <const char* SArguments::* ppszText>
-KBOOL32 TakeText(SArguments& roArguments, const char*, char** ppszValues)
+template <const char* SArguments::*ppszText> KBOOL32 TakeText(SArguments& roArguments, const char*, char** ppszValues)
 {
     roArguments.*ppszText = ppszValues[0];
     return TRUE;
 }
 
-template <tagTRECT SArguments::* poRect, KBOOL32 SArguments::* pbDraw>
+template <tagTRECT SArguments::*poRect, KBOOL32 SArguments::*pbDraw>
 KBOOL32 TakeRectangle(SArguments& roArguments, const char*, char** ppszValues)
 {
     roArguments.*poRect = {.iLeft   = QelTools_atoi(ppszValues[0]),
@@ -202,6 +204,7 @@ struct SOption
     const char* pszHelp;
 };
 
+// clang-format off
 constexpr SOption OPTIONS[] = {
     {"-h", "--Help", 0, TakeHelp, nullptr, EMissing::FAIL, nullptr,
      "Show this help."},
@@ -231,6 +234,7 @@ constexpr SOption OPTIONS[] = {
      "missing enable time", EMissing::STOP_PARSING, nullptr,
      "Specify time required to display image"},
 };
+// clang-format on
 
 const SOption* FindOption(const char* pszArgument)
 {
@@ -317,6 +321,5 @@ int main(int argc, char** argv)
 
     return DisplayProgressBar(oArguments.uiDevIndex, oArguments.oProgressBarRect, oArguments.pszImageFileName,
                               oArguments.pszAnimBaseFileName, oArguments.uiAnimStepLoopTimeMs, oArguments.oAnimBarRect,
-                              oArguments.uiEnableTime, oArguments.bProgressBar, oArguments.bAnimation,
-                              oArguments.oVidParam);
+                              oArguments.uiEnableTime, oArguments.bProgressBar, oArguments.bAnimation, oArguments.oVidParam);
 }

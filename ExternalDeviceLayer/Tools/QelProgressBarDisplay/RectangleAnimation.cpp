@@ -29,14 +29,13 @@ void FillStrip(const TRECT& roWindow, KUINT32 uiLastPct, KUINT32 uiPct, QelSurfa
 }
 }
 
-void InitAnimationDrawing(const TRECT& roAnimBarWindow, KUINT32 uiPctBegin, KUINT32 uiPctEnd,
-                          SAnimationData& roAnimData, QelSurface* poDrawSurface)
+void InitAnimationDrawing(const TRECT& roAnimBarWindow, KUINT32 uiPctBegin, KUINT32 uiPctEnd, SAnimationData& roAnimData,
+                          QelSurface* poDrawSurface)
 {
     poDrawSurface->SetFgColorFromARGB(0, 0, 0, 0);
     FillColumns(roAnimBarWindow, roAnimBarWindow.iLeft, roAnimBarWindow.iRight, poDrawSurface);
     poDrawSurface->SetFgColorFromARGB(0, 255, 255, 255);
-    FillColumns(roAnimBarWindow, ColumnAt(roAnimBarWindow, uiPctBegin), ColumnAt(roAnimBarWindow, uiPctEnd),
-                poDrawSurface);
+    FillColumns(roAnimBarWindow, ColumnAt(roAnimBarWindow, uiPctBegin), ColumnAt(roAnimBarWindow, uiPctEnd), poDrawSurface);
 
     roAnimData.uiPctBegin     = uiPctBegin;
     roAnimData.uiPctEnd       = uiPctEnd;

@@ -18,8 +18,8 @@ struct SAnimationData
 };
 
 // Paints the ground and the block from uiPctBegin to uiPctEnd, and fills the record.
-void InitAnimationDrawing(const TRECT& roAnimBarWindow, KUINT32 uiPctBegin, KUINT32 uiPctEnd,
-                          SAnimationData& roAnimData, QelSurface* poDrawSurface);
+void InitAnimationDrawing(const TRECT& roAnimBarWindow, KUINT32 uiPctBegin, KUINT32 uiPctEnd, SAnimationData& roAnimData,
+                          QelSurface* poDrawSurface);
 
 // Moves the block by uiPctStep percent. The rectangle is the one given at the start.
 void AnimationDrawingUpdate(const TRECT& roAnimBarWindow, KUINT32 uiPctStep, SAnimationData& roAnimData,

@@ -22,7 +22,7 @@ void WriteSignalLine(int iSignal)
     char*          pchEnd   = acLine + sizeof(acLine);
     char*          pchBegin = pchEnd;
 
-    *--pchBegin = '\n';
+    *--pchBegin     = '\n';
     unsigned uiRest = iSignal < 0 ? 0u - static_cast<unsigned>(iSignal) : static_cast<unsigned>(iSignal);
     do
         *--pchBegin = static_cast<char>('0' + uiRest % 10);

@@ -57,8 +57,8 @@ KBOOL32 OsServices_CpuThread_Create(PfnCpuThreadFunction pfnThreadFunction, void
         return FALSE;
 
     std::unique_ptr<SThreadStart> poThreadStart(new (std::nothrow) SThreadStart{pfnThreadFunction, pvUserData});
-    if (poThreadStart == nullptr
-        || pthread_create(&RecordOf(hCpuThread).oThread, nullptr, RunThread, poThreadStart.get()) != 0)
+    if (poThreadStart == nullptr ||
+        pthread_create(&RecordOf(hCpuThread).oThread, nullptr, RunThread, poThreadStart.get()) != 0)
         return FALSE;
 
     static_cast<void>(poThreadStart.release());

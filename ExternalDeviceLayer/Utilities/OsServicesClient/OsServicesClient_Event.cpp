@@ -37,8 +37,8 @@ void TakeBack(SEventHandle& roEvent, KUINT32 uiCount)
 TStatus WaitUntilGranted(SEventHandle& roEvent, KUINT32 uiTimeOutMilliSeconds)
 {
     ++roEvent.uiBlocked;
-    const TStatus eStatus = WaitOnCondition(roEvent.oMutex, roEvent.oCond, uiTimeOutMilliSeconds,
-                                            [&roEvent] { return roEvent.uiGranted > 0; });
+    const TStatus eStatus =
+        WaitOnCondition(roEvent.oMutex, roEvent.oCond, uiTimeOutMilliSeconds, [&roEvent] { return roEvent.uiGranted > 0; });
 
     // Whoever leaves without a grant gives up a place among the blocked; when all were granted meanwhile, a grant.
     if (eStatus == TStatus_OK || roEvent.uiBlocked == 0)

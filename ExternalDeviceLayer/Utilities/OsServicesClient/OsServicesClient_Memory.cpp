@@ -24,9 +24,7 @@ KUINT64 OsServices_NonPagedMemory_GetPhysicalAddress(HNonPagedMem)
     return 0;
 }
 
-void OsServices_NonPagedMemory_Free(HNonPagedMem)
-{
-}
+void OsServices_NonPagedMemory_Free(HNonPagedMem) {}
 
 void* OsServices_IoMap(KUINT64 uiPhysicalAddress, KUINT32 uiSize, KBOOL32 bIsCacheable)
 {

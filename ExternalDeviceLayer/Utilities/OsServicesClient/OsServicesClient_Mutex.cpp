@@ -28,8 +28,8 @@ KBOOL32 OsServices_Mutex_Create(HMutex hMutex)
     if (pthread_mutexattr_init(&oAttributes) != 0)
         return FALSE;
 
-    const bool bIsMade = pthread_mutexattr_settype(&oAttributes, PTHREAD_MUTEX_RECURSIVE) == 0
-                      && pthread_mutex_init(RecordOf(hMutex), &oAttributes) == 0;
+    const bool bIsMade = pthread_mutexattr_settype(&oAttributes, PTHREAD_MUTEX_RECURSIVE) == 0 &&
+                         pthread_mutex_init(RecordOf(hMutex), &oAttributes) == 0;
     pthread_mutexattr_destroy(&oAttributes);
     return bIsMade ? TRUE : FALSE;
 }

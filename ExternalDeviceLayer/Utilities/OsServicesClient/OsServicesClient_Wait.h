@@ -42,8 +42,7 @@ private:
 // Blocks until fnIsOver says so: TStatus_OK. It is asked with the mutex held, after every wake-up, as a condition may
 // wake a thread without any reason; the deadline stays where it was.
 template <typename FnIsOver>
-TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds,
-                        FnIsOver fnIsOver)
+TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds, FnIsOver fnIsOver)
 {
     int iResult = 0;
     if (uiTimeOutMilliSeconds == WAIT_WITHOUT_LIMIT)
@@ -61,15 +60,10 @@ TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT3
 
     switch (iResult)
     {
-    case 0:
-        return TStatus_OK;
-    case ETIMEDOUT:
-        return TStatus_TIMEOUT;
-    case EINVAL:
-        PrintInvalidDeadline("pthread_cond_timedwait", oDeadline);
-        return TStatus_TIMEOUT;
-    default:
-        return TStatus_FAIL;
+    case 0: return TStatus_OK;
+    case ETIMEDOUT: return TStatus_TIMEOUT;
+    case EINVAL: PrintInvalidDeadline("pthread_cond_timedwait", oDeadline); return TStatus_TIMEOUT;
+    default: return TStatus_FAIL;
     }
 }
 

@@ -21,8 +21,7 @@ constexpr KCHAR8 ToUpperAscii(KCHAR8 ch)
     return ch >= 'a' && ch <= 'z' ? static_cast<KCHAR8>(ch - ('a' - 'A')) : ch;
 }
 
-template <KCHAR8 (*ConvertOne)(KCHAR8)>
-KCHAR8* ConvertInPlace(KCHAR8* pszString, KUINT32 uiSize)
+template <KCHAR8 (*ConvertOne)(KCHAR8)> KCHAR8* ConvertInPlace(KCHAR8* pszString, KUINT32 uiSize)
 {
     if (pszString == nullptr)
         return pszString;

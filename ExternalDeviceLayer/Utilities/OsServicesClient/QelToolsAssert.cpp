@@ -1,5 +1,3 @@
 #include "QelTools.h"
 
-void QelTools_Assert(KBOOL32, const KCHAR8*, KINT32)
-{
-}
+void QelTools_Assert(KBOOL32, const KCHAR8*, KINT32) {}

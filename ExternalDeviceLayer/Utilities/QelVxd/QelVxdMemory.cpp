@@ -4,8 +4,8 @@
 
 MEMHANDLE memMap64(KUINT64 ullPhysical, KUINT32 uiSize, KUINT32 uiCachingType)
 {
-    return reinterpret_cast<MEMHANDLE>(QelVxdMapMemoryLinux(
-        static_cast<KUINT32>(ullPhysical), static_cast<KUINT32>(ullPhysical >> 32), uiSize, uiCachingType));
+    return reinterpret_cast<MEMHANDLE>(QelVxdMapMemoryLinux(static_cast<KUINT32>(ullPhysical),
+                                                            static_cast<KUINT32>(ullPhysical >> 32), uiSize, uiCachingType));
 }
 
 MEMHANDLE memMapEx(KUINT32 ullPhysical, KUINT32 ulSize, KUINT32 ulCachingType)

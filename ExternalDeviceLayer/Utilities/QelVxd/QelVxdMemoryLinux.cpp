@@ -31,8 +31,8 @@ void* MapPages(KUINT64 uiPageAddress, KUINT32 uiLength)
     if (iMemoryFile < 0)
         return MAP_FAILED;
 
-    void* const pvPages = mmap(nullptr, uiLength, PROT_READ | PROT_WRITE, MAP_SHARED, iMemoryFile,
-                               static_cast<off_t>(uiPageAddress));
+    void* const pvPages =
+        mmap(nullptr, uiLength, PROT_READ | PROT_WRITE, MAP_SHARED, iMemoryFile, static_cast<off_t>(uiPageAddress));
     close(iMemoryFile);  // the mapping stays
     return pvPages;
 }
@@ -50,7 +50,7 @@ void* QelVxdMapMemoryLinux(KUINT32 uiAddressLow, KUINT32 uiAddressHigh, KUINT32 
     if (pvPages == MAP_FAILED)
         return nullptr;
 
-    *poInfo = {g_oQelVxdMapList.pNext, &g_oQelVxdMapList, static_cast<KUINT8*>(pvPages) + uiOffset, uiLength};
+    *poInfo                = {g_oQelVxdMapList.pNext, &g_oQelVxdMapList, static_cast<KUINT8*>(pvPages) + uiOffset, uiLength};
     poInfo->pNext->pPrev   = poInfo.get();
     g_oQelVxdMapList.pNext = poInfo.get();
     return poInfo.release()->pvLinear;

@@ -31,9 +31,7 @@ std::jmp_buf* s_poErrorExit = nullptr;
     std::exit(EXIT_FAILURE);
 }
 
-[[gnu::format(printf, 1, 2)]] void IgnoreWarning(char*, ...)
-{
-}
+[[gnu::format(printf, 1, 2)]] void IgnoreWarning(char*, ...) {}
 
 // Runs one call of the PCI library; false when it ended with an error. Nothing with a destructor may live in here.
 bool Succeeds(void (*pfnStep)(pci_access*), pci_access* poAccess)
@@ -76,8 +74,8 @@ pci_dev* QelVxdPciLibConvertHandle(PCIHANDLE hDevice)
 
     for (pci_dev* poDevice = g_poQelVxdPciLibAccess->devices; poDevice != nullptr; poDevice = poDevice->next)
     {
-        if (poDevice->bus == (hDevice >> 8 & 0xFF) && poDevice->dev == (hDevice >> 3 & 0x1F)
-            && poDevice->func == (hDevice & 0x7))
+        if (poDevice->bus == (hDevice >> 8 & 0xFF) && poDevice->dev == (hDevice >> 3 & 0x1F) &&
+            poDevice->func == (hDevice & 0x7))
             return poDevice;
     }
     return nullptr;

@@ -26,7 +26,7 @@ KUINT32 QelVxdPrivateLinuxTimer_Delay(KUINT32 dwDelay)
         return 1;
 
     timespec oEnd = oNow;
-    oEnd.tv_sec  += dwDelay / MICROSECONDS_PER_SECOND;
+    oEnd.tv_sec += dwDelay / MICROSECONDS_PER_SECOND;
     oEnd.tv_nsec += dwDelay % MICROSECONDS_PER_SECOND * NANOSECONDS_PER_MICROSECOND;
     if (oEnd.tv_nsec >= NANOSECONDS_PER_SECOND)
     {
@@ -47,8 +47,8 @@ KUINT32 QelVxdPrivateLinuxTimer_Counter(void* pvCounter64)
     if (!ReadClock(oNow))
         return 0;
 
-    *static_cast<KUINT64*>(pvCounter64) = static_cast<KUINT64>(oNow.tv_sec) * MICROSECONDS_PER_SECOND
-                                        + static_cast<KUINT64>(oNow.tv_nsec / NANOSECONDS_PER_MICROSECOND);
+    *static_cast<KUINT64*>(pvCounter64) = static_cast<KUINT64>(oNow.tv_sec) * MICROSECONDS_PER_SECOND +
+                                          static_cast<KUINT64>(oNow.tv_nsec / NANOSECONDS_PER_MICROSECOND);
     return 1;
 }
 

@@ -11,8 +11,7 @@
 // A colour as it lies in the pixel memory of a format, a plain value that owns nothing; T is the format's word, KUINT16 or
 // KUINT32. Components are in the format's own range, 0 to GetMax...(), and are not scaled: their higher bits are dropped.
 // For a YUV format they are those of the RGB colour, converted in integer arithmetic.
-template <TPixelFormat ePixelFormat, typename T>
-class QelColor
+template <TPixelFormat ePixelFormat, typename T> class QelColor
 {
     static constexpr SPixelFormatFacts msc_oFacts = FindPixelFormatFacts(ePixelFormat);
     static_assert(msc_oFacts.uiSizeInBytes != 0, "no row in the table of pixel formats");
@@ -28,8 +27,7 @@ public:
     constexpr QelColor& operator=(T uiColorValue) { return m_uiColorValue = uiColorValue, *this; }
 
     static constexpr QelColor FromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue);
-    static constexpr void     ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen,
-                                     KUINT16& ruiBlue);
+    static constexpr void ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen, KUINT16& ruiBlue);
 
     static constexpr KUINT16 GetMaxAlpha() { return static_cast<KUINT16>(msc_oFacts.oAlpha.Max()); }
     static constexpr KUINT16 GetMaxRed() { return static_cast<KUINT16>(msc_oFacts.aoColour[0].Max()); }
@@ -63,8 +61,7 @@ constexpr QelColor<ePixelFormat, T> QelColor<ePixelFormat, T>::FromARGB(KUINT16 
         const KINT32 iGreen = uiGreen & GetMaxGreen();
         const KINT32 iBlue  = uiBlue & GetMaxBlue();
 
-        const auto Weigh = [=](const KINT32 (&raiParts)[3], KINT32 iOffset)
-        {
+        const auto Weigh = [=](const KINT32(&raiParts)[3], KINT32 iOffset) {
             const KINT32 iHalf = 1 << (oYuv.iFromRgbShift - 1);
             const KINT32 iSum  = raiParts[0] * iRed + raiParts[1] * iGreen + raiParts[2] * iBlue;
             return static_cast<KUINT32>(((iSum + iHalf) >> oYuv.iFromRgbShift) + iOffset);

@@ -8,8 +8,7 @@
 #include "QelTypes.h"
 
 // A count that the compiler knows becomes a few wide stores, wherever pBegin lies.
-template <KUINT32 uiCount, typename T>
-inline void QelFillBlock(T* pBegin, T uiValue)
+template <KUINT32 uiCount, typename T> inline void QelFillBlock(T* pBegin, T uiValue)
 {
     for (KUINT32 i = 0; i < uiCount; ++i)
     {
@@ -18,8 +17,7 @@ inline void QelFillBlock(T* pBegin, T uiValue)
 }
 
 // Whole blocks from pBegin on. Returns where they end, less than one before pEnd.
-template <KUINT32 uiCount, typename T>
-inline T* QelFillBlocks(T* pBegin, const T* pEnd, T uiValue)
+template <KUINT32 uiCount, typename T> inline T* QelFillBlocks(T* pBegin, const T* pEnd, T uiValue)
 {
     for (; pEnd - pBegin >= static_cast<KINT64>(uiCount); pBegin += uiCount)
     {
@@ -28,8 +26,7 @@ inline T* QelFillBlocks(T* pBegin, const T* pEnd, T uiValue)
     return pBegin;
 }
 
-template <typename T>
-inline void QelFill(T* pBegin, KUINT32 uiCount, T uiValue)
+template <typename T> inline void QelFill(T* pBegin, KUINT32 uiCount, T uiValue)
 {
     constexpr KUINT32 uiVectorInBytes = 16;
     constexpr KUINT32 uiVector        = uiVectorInBytes / sizeof(T);

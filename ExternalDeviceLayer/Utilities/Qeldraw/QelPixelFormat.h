@@ -5,6 +5,9 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // Where a component stands in the pixel's word. One that a format lacks is 0 bits wide.
 struct SPixelField
 {

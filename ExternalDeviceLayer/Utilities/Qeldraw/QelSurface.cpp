@@ -6,8 +6,7 @@
 
 namespace
 {
-template <typename TEntry>
-void CopyPlaneEntries(TEntry* pDest, const TEntry* pSrc, KUINT32 uiNbPlanes)
+template <typename TEntry> void CopyPlaneEntries(TEntry* pDest, const TEntry* pSrc, KUINT32 uiNbPlanes)
 {
     QelTools_memset(pDest, 0, QelSurface::MAX_NUMBER_OF_PLANES * sizeof(TEntry));
     if (pSrc != nullptr)
@@ -19,11 +18,8 @@ void CopyPlaneEntries(TEntry* pDest, const TEntry* pSrc, KUINT32 uiNbPlanes)
 
 QelSurface::QelSurface(const KUINTPTR* pauiSurfaceData, const KUINT32* auiPitchPixels, const KUINT32* auiPitchInBytes,
                        KUINT32 uiWitdh, KUINT32 uiHeight, KUINT32 uiNbPlanes)
-    : m_uiCurrentXPos(0)
-    , m_uiCurrentYPos(0)
-    , m_uiWitdh(uiWitdh)
-    , m_uiHeight(uiHeight)
-    , m_uiNbPlanes(std::min<KUINT32>(uiNbPlanes, MAX_NUMBER_OF_PLANES))
+    : m_uiCurrentXPos(0), m_uiCurrentYPos(0), m_uiWitdh(uiWitdh), m_uiHeight(uiHeight),
+      m_uiNbPlanes(std::min<KUINT32>(uiNbPlanes, MAX_NUMBER_OF_PLANES))
 {
     CopyPlaneEntries(m_apuiSurfaceData, pauiSurfaceData, m_uiNbPlanes);
     CopyPlaneEntries(m_uiPitchPixels, auiPitchPixels, m_uiNbPlanes);

@@ -6,6 +6,9 @@
 
 #include "QelTypes.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // A drawing surface: the geometry of a mapped picture, a current position and, through QelSurfaceTyped, the shapes that
 // are drawn into it. The pixel memory belongs to whoever mapped it: make the surface after mapping and delete it before
 // unmapping, for it only reads and writes through the addresses that it was given. All drawing goes to plane 0; without

@@ -13,15 +13,13 @@
 // Lines and circles set every point, also those outside, through the virtual Dot, which alone clips: a class that replaces
 // Dot sees each point, and always in the same order. Clr and Rectangle write straight into the rows.
 // Coordinates are 32-bit words that wrap, so a point left of column 0 or above row 0 is one far outside.
-template <typename ColourType>
-class QelSurfaceTyped : public QelSurface
+template <typename ColourType> class QelSurfaceTyped : public QelSurface
 {
 public:
     QelSurfaceTyped(const KUINTPTR* pauiSurfaceData, const KUINT32* auiPitchPixels, const KUINT32* auiPitchInBytes,
                     KUINT32 uiWitdh, KUINT32 uiHeight, KUINT32 uiNbPlanes)
         : QelSurface(pauiSurfaceData, auiPitchPixels, auiPitchInBytes, uiWitdh, uiHeight, uiNbPlanes)
-    {
-    }
+    {}
 
     ~QelSurfaceTyped() override = default;
     void    ReadColorToARGB(KUINT32 uiPosX, KUINT32 uiPosY, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen,
@@ -71,14 +69,12 @@ void QelSurfaceTyped<ColourType>::SetBgColourFromARGB(KUINT16 uiAlpha, KUINT16 u
     m_oBgColour = ColourType::FromARGB(uiAlpha, uiRed, uiGreen, uiBlue);
 }
 
-template <typename ColourType>
-void QelSurfaceTyped<ColourType>::Clr()
+template <typename ColourType> void QelSurfaceTyped<ColourType>::Clr()
 {
     FillRows(0, 0, m_uiWitdh, m_uiHeight, m_oBgColour);
 }
 
-template <typename ColourType>
-void QelSurfaceTyped<ColourType>::Dot(KUINT32 uiXPos, KUINT32 uiYPos)
+template <typename ColourType> void QelSurfaceTyped<ColourType>::Dot(KUINT32 uiXPos, KUINT32 uiYPos)
 {
     if (uiXPos < m_uiWitdh && uiYPos < m_uiHeight)
     {
@@ -86,11 +82,10 @@ void QelSurfaceTyped<ColourType>::Dot(KUINT32 uiXPos, KUINT32 uiYPos)
     }
 }
 
-template <typename ColourType>
-void QelSurfaceTyped<ColourType>::LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos)
+template <typename ColourType> void QelSurfaceTyped<ColourType>::LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos)
 {
     KUINT32 uiX1 = m_uiCurrentXPos, uiY1 = m_uiCurrentYPos;
-    KUINT32 uiX2 = uiXEndPos,       uiY2 = uiYEndPos;
+    KUINT32 uiX2 = uiXEndPos, uiY2 = uiYEndPos;
     if (uiX1 > uiX2)
     {
         std::swap(uiX1, uiX2);
@@ -98,8 +93,7 @@ void QelSurfaceTyped<ColourType>::LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos)
     }
 
     // Both ends included. They meet on the way up, also past the largest integer, because the count wraps as they do.
-    const auto ForEach = [](KUINT32 uiFirst, KUINT32 uiLast, auto SetPoint)
-    {
+    const auto ForEach = [](KUINT32 uiFirst, KUINT32 uiLast, auto SetPoint) {
         for (;; ++uiFirst)
         {
             SetPoint(uiFirst);
@@ -130,20 +124,17 @@ void QelSurfaceTyped<ColourType>::LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos)
         const auto     iRise  = static_cast<KINT32>(uiY2 - uiY1);
         const KFLOAT32 fSlope = static_cast<KFLOAT32>(iRise) / static_cast<KFLOAT32>(iX2 - iX1);
         const auto     fY1    = static_cast<KFLOAT32>(iY1);
-        ForEach(uiX1, uiX2,
-                [=, this](KUINT32 uiX)
-                {
-                    // Cut in 64 bits, since a wrapped difference may lead past the 32 of a row, and the row wraps as well.
-                    const KFLOAT32 fY = static_cast<KFLOAT32>(static_cast<KINT32>(uiX - uiX1)) * fSlope + fY1;
-                    Dot(uiX, static_cast<KUINT32>(static_cast<KINT64>(fY)));
-                });
+        ForEach(uiX1, uiX2, [=, this](KUINT32 uiX) {
+            // Cut in 64 bits, since a wrapped difference may lead past the 32 of a row, and the row wraps as well.
+            const KFLOAT32 fY = static_cast<KFLOAT32>(static_cast<KINT32>(uiX - uiX1)) * fSlope + fY1;
+            Dot(uiX, static_cast<KUINT32>(static_cast<KINT64>(fY)));
+        });
     }
     SetPos(uiXEndPos, uiYEndPos);
 }
 
 // The midpoint algorithm. The error term of a huge circle outgrows 32 bits.
-template <typename ColourType>
-void QelSurfaceTyped<ColourType>::Circle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter)
+template <typename ColourType> void QelSurfaceTyped<ColourType>::Circle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter)
 {
     KINT64 iX           = uiDiameter / 2;
     KINT64 iY           = 0;

@@ -12,6 +12,9 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // A growable, contiguous array of elements of type T, which are passed in as ARG.
 //
 //  - It holds no storage until the first element. The first storage is exact; later growth adds the stored step, which

@@ -11,8 +11,7 @@
 
 // How an array makes elements out of raw storage and unmakes them, one pair per element type. These two serve plain
 // records, which begin as zero bytes and need no unmaking; a type that owns something brings its own specialization.
-template <class T>
-void KConstructElements(T* poFirst, int iCount)
+template <class T> void KConstructElements(T* poFirst, int iCount)
 {
     static_assert(std::is_trivially_copyable_v<T>, "a type that owns something needs its own pair of element helpers");
     QEL_ASSERT(poFirst != nullptr);
@@ -20,23 +19,20 @@ void KConstructElements(T* poFirst, int iCount)
         QelTools_memset(poFirst, 0, static_cast<KUINT32>(sizeof(T) * static_cast<KUINT32>(iCount)));
 }
 
-template <class T>
-void KDestructElements(T* poFirst, int)
+template <class T> void KDestructElements(T* poFirst, int)
 {
     static_assert(std::is_trivially_copyable_v<T>, "a type that owns something needs its own pair of element helpers");
     QEL_ASSERT(poFirst != nullptr);
 }
 
-template <>
-inline void KConstructElements<CKString>(CKString* poFirst, int iCount)
+template <> inline void KConstructElements<CKString>(CKString* poFirst, int iCount)
 {
     QEL_ASSERT(poFirst != nullptr);
     for (int i = 0; poFirst != nullptr && i < iCount; ++i)
         ::new (static_cast<void*>(poFirst + i)) CKString;
 }
 
-template <>
-inline void KDestructElements<CKString>(CKString* poFirst, int iCount)
+template <> inline void KDestructElements<CKString>(CKString* poFirst, int iCount)
 {
     QEL_ASSERT(poFirst != nullptr);
     for (int i = 0; poFirst != nullptr && i < iCount; ++i)

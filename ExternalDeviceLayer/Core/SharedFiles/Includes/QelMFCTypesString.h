@@ -10,6 +10,9 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // A text of 8-bit characters, always terminated, whose buffer is shared between copies until one of them writes.
 //
 //  - A buffer is one block, exactly as large as asked for: a header, the characters, a terminator. The empty string

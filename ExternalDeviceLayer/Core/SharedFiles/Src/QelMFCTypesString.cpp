@@ -8,8 +8,8 @@
 #include "QelMFCTypesAllocator.h"
 
 const KINT32                     CKString::m_aiInitData[4] = {-1, 0, 0, 0};
-const CKString::SMetaData* const CKString::m_poDataNil = reinterpret_cast<const SMetaData*>(m_aiInitData);
-const KCHAR8* const              CKString::m_pszNil = reinterpret_cast<const KCHAR8*>(m_aiInitData + 3);
+const CKString::SMetaData* const CKString::m_poDataNil     = reinterpret_cast<const SMetaData*>(m_aiInitData);
+const KCHAR8* const              CKString::m_pszNil        = reinterpret_cast<const KCHAR8*>(m_aiInitData + 3);
 
 // A string is one pointer to its characters, so the pointer to the empty text is an empty string as it stands.
 const CKString* const CKString::m_poEmptyString = reinterpret_cast<const CKString*>(&m_pszNil);
@@ -27,9 +27,7 @@ CKString::CKString(KCHAR8 ch, KINT32 iCount) : CKString()
         QelTools_memset(m_pchData, ch, GetLengthU());
 }
 
-CKString::CKString(KCHAR8 ch, KUINT32 uiCount) : CKString(ch, ToSigned(uiCount))
-{
-}
+CKString::CKString(KCHAR8 ch, KUINT32 uiCount) : CKString(ch, ToSigned(uiCount)) {}
 
 CKString& CKString::operator=(const CKString& roSource)
 {
@@ -155,7 +153,7 @@ void CKString::ReleaseBuffer(KINT32 iLength)
     {
         // The caller may have filled the buffer up to its end, which then has no terminator before the block's own.
         const auto oWritten = std::string_view(m_pchData, GetAllocLengthU());
-        iLength = static_cast<KINT32>(std::min(oWritten.find('\0'), oWritten.size()));
+        iLength             = static_cast<KINT32>(std::min(oWritten.find('\0'), oWritten.size()));
     }
     QEL_ASSERT(iLength >= 0 && iLength <= GetAllocLength());
     SetLength(iLength);
@@ -192,9 +190,9 @@ bool CKString::AllocData(KINT32 iLength)
         return bIsPossible;
 
     const std::size_t uiSizeInBytes = sizeof(SMetaData) + static_cast<std::size_t>(iLength) + 1;
-    auto* poMetaData = ::new (CKAllocator::AllocBlock(uiSizeInBytes)) SMetaData{1, iLength, iLength};
-    m_pchData = poMetaData->GetStrData();
-    m_pchData[iLength] = '\0';
+    auto*             poMetaData    = ::new (CKAllocator::AllocBlock(uiSizeInBytes)) SMetaData{1, iLength, iLength};
+    m_pchData                       = poMetaData->GetStrData();
+    m_pchData[iLength]              = '\0';
     return true;
 }
 
@@ -313,7 +311,7 @@ void CKString::SetLength(KINT32 iLength)
     if (IsNil())
         return;
 
-    iLength = std::clamp(iLength, 0, GetAllocLength());
+    iLength                            = std::clamp(iLength, 0, GetAllocLength());
     GetWritableMetaData()->iDataLength = iLength;
-    m_pchData[iLength] = '\0';
+    m_pchData[iLength]                 = '\0';
 }

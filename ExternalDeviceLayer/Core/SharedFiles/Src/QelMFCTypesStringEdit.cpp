@@ -64,8 +64,8 @@ KINT32 CKString::CountOf(KCHAR8 ch) const
 
 KINT32 CKString::CountOfNoCase(KCHAR8 ch) const
 {
-    return static_cast<KINT32>(std::count_if(m_pchData, m_pchData + GetLength(),
-                                             [ch](KCHAR8 chMine) { return ToUpper(chMine) == ToUpper(ch); }));
+    return static_cast<KINT32>(
+        std::count_if(m_pchData, m_pchData + GetLength(), [ch](KCHAR8 chMine) { return ToUpper(chMine) == ToUpper(ch); }));
 }
 
 CKString CKString::Mid(KINT32 iFirst, KINT32 iCount) const
@@ -172,7 +172,7 @@ KINT32 CKString::InsertText(KINT32 iIndex, KINT32 iLength, const KCHAR8* pszText
     if (iNewLength > GetAllocLength() && !Reallocate(iNewLength))
         return GetLength();
 
-    iIndex = std::clamp(iIndex, 0, GetLength());
+    iIndex         = std::clamp(iIndex, 0, GetLength());
     KCHAR8* pchGap = m_pchData + iIndex;
     QelTools_memmove(pchGap + iLength, pchGap, static_cast<KUINT32>(GetLength() - iIndex));
     QelTools_memcpy(pchGap, pszText, static_cast<KUINT32>(iLength));

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 
+// Set in columns by hand.
+// clang-format off
+
 namespace
 {
 // A conversion without its letter: "%8.3l" is width 8, precision 3, size 'l'.

@@ -59,8 +59,8 @@ CKString::CIterator& CKString::CIterator::operator++()
     // The splitter ends the next token with a NUL: an iterator that shares the text takes its own first.
     const KCHAR8* pchShared = m_poSource->c_str();
     KCHAR8*       pchOwn    = m_poSource->GetBuffer(0);
-    m_pszContext = pchOwn + (m_pszContext - pchShared);
-    m_pszToken   = pchOwn + (m_pszToken - pchShared);
+    m_pszContext            = pchOwn + (m_pszContext - pchShared);
+    m_pszToken              = pchOwn + (m_pszToken - pchShared);
 
     Advance(nullptr);
     return *this;
@@ -77,8 +77,8 @@ bool CKString::CIterator::operator==(const CIterator& roOther) const
 {
     const KCHAR8* pszMine   = m_poSource != nullptr ? m_poSource->c_str() : nullptr;
     const KCHAR8* pszOthers = roOther.m_poSource != nullptr ? roOther.m_poSource->c_str() : nullptr;
-    return IsSameText(pszMine, pszOthers) && IsSameText(m_pszDelimiters, roOther.m_pszDelimiters)
-        && IsSameText(m_pszContext, roOther.m_pszContext) && IsSameText(m_pszToken, roOther.m_pszToken);
+    return IsSameText(pszMine, pszOthers) && IsSameText(m_pszDelimiters, roOther.m_pszDelimiters) &&
+           IsSameText(m_pszContext, roOther.m_pszContext) && IsSameText(m_pszToken, roOther.m_pszToken);
 }
 
 void CKString::CIterator::Reset()

@@ -4,6 +4,9 @@
 
 #include "XDevFpgaInfo.h"
 
+// Set in columns by hand.
+// clang-format off
+
 namespace
 {
 constexpr KUINT64 ALWAYS = 0;

@@ -33,16 +33,14 @@ struct SHdcpKeyRow
 };
 
 constexpr SHdcpKeyRow g_aoHdcpKeys[] = {
-    {E_FPGA_DEVID_IP_KVM_IN_F0,  0x7ff000, g_aui16OneKey},
+    {E_FPGA_DEVID_IP_KVM_IN_F0, 0x7ff000, g_aui16OneKey},
     {E_FPGA_DEVID_IP_KVM_OUT_F0, 0x7ff000, g_aui16OneKey},
-    {E_FPGA_DEVID_TARN_IN_DP12,  0x7ff000, g_aui16TwoKeys},
-    {E_FPGA_DEVID_SORREL1_DEC,   0xff0000, g_aui16SixKeys},
+    {E_FPGA_DEVID_TARN_IN_DP12, 0x7ff000, g_aui16TwoKeys},
+    {E_FPGA_DEVID_SORREL1_DEC, 0xff0000, g_aui16SixKeys},
 };
 }
 
-XDevFpgaInfo::XDevFpgaInfo() : XDevFpgaInfo(0, 0, 0, FALSE, 0, 0, CKString())
-{
-}
+XDevFpgaInfo::XDevFpgaInfo() : XDevFpgaInfo(0, 0, 0, FALSE, 0, 0, CKString()) {}
 
 XDevFpgaInfo::XDevFpgaInfo(KUINT32 uiFpgaDevId, KUINT32 uiFpgaVersion, KUINT32 uiBridgeVersion,
                            KBOOL32 bIsTimeConversionSupported, KUINT32 uiBusIndex, KUINT32 uiI2cAddress,
@@ -68,8 +66,9 @@ KBOOL32 XDevFpgaInfo::IsSupported(KBOOL32& rbIsKnown) const
     const KUINT32 uiCompared = IsBuildRequired() ? ~KUINT32{0} : MAJOR_AND_MINOR;
     const auto*   poFirst    = m_daoFpgaVersionData.Begin();
     const auto*   poEnd      = m_daoFpgaVersionData.End();
-    const auto*   poMatch    = std::find_if(poFirst, poEnd, [this, uiCompared](const SFpgaVersionData& roData)
-                                            { return ((roData.uiFpgaVersion ^ m_uiFpgaVersion) & uiCompared) == 0; });
+    const auto*   poMatch    = std::find_if(poFirst, poEnd, [this, uiCompared](const SFpgaVersionData& roData) {
+        return ((roData.uiFpgaVersion ^ m_uiFpgaVersion) & uiCompared) == 0;
+    });
 
     // A firmware that is not in this one's registry is trusted.
     KBOOL32 bIsSupported = IsOpalUHD();

@@ -7,6 +7,9 @@
 #include "Tavrin.h"
 #include "XDevFpgaVersions.h"
 
+// Set in columns by hand.
+// clang-format off
+
 // Device ids: the vendor in the upper 16 bits, its device code in the lower.
 enum ESupportedFpgaDevId : KUINT32
 {

@@ -3,6 +3,9 @@
 
 #include "XDevFpgaInfo.h"
 
+// Set in columns by hand.
+// clang-format off
+
 namespace
 {
 enum EMark : KBOOL32
