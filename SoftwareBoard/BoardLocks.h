@@ -12,9 +12,11 @@
 
 namespace SoftwareBoard
 {
-// One lock on one byte of an open file, of type F_RDLCK (shared), F_WRLCK or F_UNLCK. FALSE only when bWait is not set and
-// somebody else has it.
+// One lock on one byte of an open file, of type F_RDLCK (shared) or F_WRLCK. FALSE only when bWait is not set and somebody
+// else has it.
 bool LockByte(int iFd, off_t iByte, short sType, bool bWait);
+// What is refused here the kernel undoes at the latest when the file is closed.
+void UnlockByte(int iFd, off_t iByte) noexcept;
 
 class BoardLocks
 {
@@ -30,10 +32,7 @@ public:
     {
         return LockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput), F_WRLCK, false);
     }
-    void ReleaseOutput(KUINT32 uiDevice, KUINT32 uiOutput)
-    {
-        LockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput), F_UNLCK, false);
-    }
+    void ReleaseOutput(KUINT32 uiDevice, KUINT32 uiOutput) { UnlockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput)); }
     bool IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const;
 
     // While one exists, no other process reads or changes outputs and pixel files. Short; one at a time in a process.
@@ -44,7 +43,7 @@ public:
         {
             LockByte(m_iFd, msc_iTransaction, F_WRLCK, true);
         }
-        ~Transaction() { LockByte(m_iFd, msc_iTransaction, F_UNLCK, false); }
+        ~Transaction() { UnlockByte(m_iFd, msc_iTransaction); }
         Transaction(const Transaction&)            = delete;
         Transaction& operator=(const Transaction&) = delete;
 
