@@ -5,14 +5,29 @@
 
 namespace SoftwareBoard
 {
+namespace
+{
+Board OpenIn(BoardFolder oFolder, BoardLocks oLocks)
+{
+    const BoardLocks::Transaction oTransaction(oLocks);
+    BoardState                    oState = BoardState::OpenOrMake(oFolder);
+    return {std::move(oFolder), std::move(oLocks), std::move(oState)};
+}
+}
+
 Board Board::Open()
 {
     BoardFolder oFolder(BoardFolder::DefaultPath());
     BoardLocks  oLocks(oFolder);
     oLocks.JoinClients();
-    const BoardLocks::Transaction oTransaction(oLocks);
-    BoardState                    oState = BoardState::OpenOrMake(oFolder);
-    return {std::move(oFolder), std::move(oLocks), std::move(oState)};
+    return OpenIn(std::move(oFolder), std::move(oLocks));
+}
+
+Board Board::Observe()
+{
+    BoardFolder oFolder(BoardFolder::DefaultPath());
+    BoardLocks  oLocks(oFolder);
+    return OpenIn(std::move(oFolder), std::move(oLocks));
 }
 
 Board Board::Create(const SBoardPlan& roPlan)

@@ -17,6 +17,8 @@ struct Board
 
     // The board where DefaultPath says; the process is its client from now on.
     static Board Open();
+    // The same without being a client: it stands in the way of no new board, and must follow when there is one.
+    static Board Observe();
     // A new board in its place; refused while the one there has clients.
     static Board Create(const SBoardPlan& roPlan);
 };

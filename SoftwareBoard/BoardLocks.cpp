@@ -38,9 +38,9 @@ void UnlockByte(int iFd, off_t iByte) noexcept
 
 BoardLocks::BoardLocks(const BoardFolder& roFolder) : m_oFile(roFolder.OpenFile("board.lock", O_RDWR | O_CREAT)) {}
 
-bool BoardLocks::IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const
+bool BoardLocks::IsByteHeldByAnother(off_t iByte) const
 {
-    struct flock oLock = OneByte(OutputByte(uiDevice, uiOutput), F_WRLCK);
+    struct flock oLock = OneByte(iByte, F_WRLCK);
     if (fcntl(m_oFile.Get(), F_OFD_GETLK, &oLock) != 0)
         ThrowSystemError("a lock of the board", "fcntl(F_OFD_GETLK)");
     return oLock.l_type != F_UNLCK;

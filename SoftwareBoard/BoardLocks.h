@@ -33,7 +33,17 @@ public:
         return LockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput), F_WRLCK, false);
     }
     void ReleaseOutput(KUINT32 uiDevice, KUINT32 uiOutput) { UnlockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput)); }
-    bool IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const;
+    bool IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const
+    {
+        return IsByteHeldByAnother(OutputByte(uiDevice, uiOutput));
+    }
+
+    // The process that puts a device's outputs on real displays; one at a time.
+    bool TryServeDevice(KUINT32 uiDevice) { return LockByte(m_oFile.Get(), DisplayByte(uiDevice), F_WRLCK, false); }
+    bool IsDeviceServedByAnother(KUINT32 uiDevice) const { return IsByteHeldByAnother(DisplayByte(uiDevice)); }
+
+    // Somebody removed the file: who opens the board now has other locks.
+    bool IsRemoved() const { return m_oFile.IsRemoved(); }
 
     // While one exists, no other process reads or changes outputs and pixel files. Short; one at a time in a process.
     class Transaction
@@ -54,13 +64,17 @@ public:
 private:
     static constexpr off_t msc_iTransaction  = 0;
     static constexpr off_t msc_iClients      = 1;
+    static constexpr off_t msc_iFirstDisplay = 512;
     static constexpr off_t msc_iFirstOutput  = 1024;
     static constexpr off_t msc_iDeviceStride = 1024;
 
+    static off_t DisplayByte(KUINT32 uiDevice) { return msc_iFirstDisplay + off_t{uiDevice}; }
     static off_t OutputByte(KUINT32 uiDevice, KUINT32 uiOutput)
     {
         return msc_iFirstOutput + msc_iDeviceStride * off_t{uiDevice} + off_t{uiOutput};
     }
+
+    bool IsByteHeldByAnother(off_t iByte) const;
 
     FileDescriptor m_oFile;
 };

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cctype>
+#include <cstddef>
 #include <cstdio>
 #include <type_traits>
 
@@ -27,14 +28,16 @@ struct SHeader
     KUINT32             uiDeviceCount;
 };
 constexpr std::array<char, 8> acOurMagic  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
-constexpr KUINT32             uiOurLayout = 1;
+constexpr KUINT32             uiOurLayout = 2;
 
 // In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
 // No record crosses a page, so a writer that is killed leaves it whole; the lock keeps readers off while it is written.
 constexpr off_t iPage         = 4096;
 constexpr off_t iOutputStride = iPage / off_t{uiMaxOutputs};
+constexpr off_t iVerdictAt    = iOutputStride / 2;  // in the place of an output, behind its record
 constexpr off_t iDeviceStride = 2 * iPage + off_t{uiRegisterCount} * 4;
-static_assert(sizeof(SHeader) <= iPage && sizeof(SDeviceRecord) <= iPage && sizeof(SOutputRecord) <= iOutputStride);
+static_assert(sizeof(SHeader) <= iPage && sizeof(SDeviceRecord) <= iPage && sizeof(SOutputRecord) <= iVerdictAt &&
+              iVerdictAt + sizeof(SVerdict) <= iOutputStride);
 static_assert(sizeof(SOutputRecord) == 80 && std::endian::native == std::endian::little);
 
 constexpr off_t DeviceOffset(KUINT32 uiDevice)
@@ -44,6 +47,14 @@ constexpr off_t DeviceOffset(KUINT32 uiDevice)
 constexpr off_t OutputOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
     return DeviceOffset(uiDevice) + iPage + iOutputStride * off_t{uiOutput};
+}
+constexpr off_t GenerationOffset(KUINT32 uiDevice, KUINT32 uiOutput)
+{
+    return OutputOffset(uiDevice, uiOutput) + off_t{offsetof(SOutputRecord, uiGeneration)};
+}
+constexpr off_t VerdictOffset(KUINT32 uiDevice, KUINT32 uiOutput)
+{
+    return OutputOffset(uiDevice, uiOutput) + iVerdictAt;
 }
 constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
 {
@@ -183,10 +194,38 @@ SOutputRecord BoardState::ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const
     return oOutput;
 }
 
-void BoardState::WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
+KUINT32 BoardState::WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
+{
+    SOutputRecord oOutput = roOutput;
+    oOutput.uiGeneration  = ReadGeneration(uiDevice, uiOutput) + 1;
+    Write(OutputOffset(uiDevice, uiOutput), oOutput);
+    return oOutput.uiGeneration;
+}
+
+KUINT32 BoardState::ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     CheckDevice(uiDevice);
-    Write(OutputOffset(uiDevice, uiOutput), roOutput);
+    return Read<KUINT32>(GenerationOffset(uiDevice, uiOutput));
+}
+
+SVerdict BoardState::ReadVerdict(KUINT32 uiDevice, KUINT32 uiOutput) const
+{
+    CheckDevice(uiDevice);
+    auto oVerdict = Read<SVerdict>(VerdictOffset(uiDevice, uiOutput));
+    // It is shown to people: none of it may command their terminal.
+    std::replace_if(
+        oVerdict.acText.begin(), oVerdict.acText.end(), [](char c) { return c != '\0' && (c < ' ' || c > '~'); }, '?');
+    oVerdict.acText.back() = '\0';
+    return oVerdict;
+}
+
+void BoardState::WriteVerdict(KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
+                              const std::string& strText)
+{
+    CheckDevice(uiDevice);
+    SVerdict oVerdict{uiGeneration, eVerdict};
+    strText.copy(oVerdict.acText.data(), oVerdict.acText.size() - 1);
+    Write(VerdictOffset(uiDevice, uiOutput), oVerdict);
 }
 
 KUINT32 BoardState::ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const

@@ -53,7 +53,22 @@ struct SOutputRecord
     KUINT32            uiPixelFile    = 0;  // the number of the file that it shows,
     KUINT32            uiBufferWidth  = 0;  // laid out as R8G8B8A8 of this size
     KUINT32            uiBufferHeight = 0;
-    KUINT32            uiReserved     = 0;
+    KUINT32            uiGeneration   = 0;  // one more at every write, which counts it itself
+};
+
+enum class EVerdict : KUINT32
+{
+    Awaited,
+    Shown,
+    Refused,
+};
+
+// What the display process says of an output, as of one generation of it; of another it says nothing.
+struct SVerdict
+{
+    KUINT32               uiGeneration = 0;
+    EVerdict              eVerdict     = EVerdict::Awaited;
+    std::array<char, 112> acText       = {};  // the connector, or why not; cut where it is too long, with an end in any case
 };
 
 class BoardState
@@ -69,7 +84,15 @@ public:
     SDeviceRecord ReadDevice(KUINT32 uiDevice) const;
 
     SOutputRecord ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const;
-    void          WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);
+    KUINT32       WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);  // the new generation
+    KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word, which needs no transaction
+
+    SVerdict ReadVerdict(KUINT32 uiDevice, KUINT32 uiOutput) const;
+    void     WriteVerdict(KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
+                          const std::string& strText);
+
+    // Another board was made in its place.
+    bool IsReplaced() const { return m_oFile.IsRemoved(); }
 
     KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;
     void    WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue);

@@ -2,6 +2,7 @@
 #ifndef FILE_DESCRIPTOR_H
 #define FILE_DESCRIPTOR_H
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <utility>
@@ -27,6 +28,13 @@ public:
 
     explicit operator bool() const { return m_iFd >= 0; }
     int      Get() const { return m_iFd; }
+
+    // No name leads to the file any more.
+    bool IsRemoved() const
+    {
+        struct stat oStat = {};
+        return fstat(m_iFd, &oStat) == 0 && oStat.st_nlink == 0;
+    }
 
 private:
     int m_iFd = -1;

@@ -21,6 +21,9 @@ constexpr SCommand aoCommands[] = {
     {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false},
     {"progress", "Set the update progress that the board reports", Panel::AddProgress, false},
     {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true},
+#ifdef TAVRIN_BOARD_DISPLAY
+    {"display", "Show the outputs on the displays of this machine", Panel::AddDisplay, false},
+#endif
     {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false},
 };
 

@@ -20,6 +20,7 @@ using PassedOn = std::vector<char*>;
 using Action = std::function<void()>;
 
 Action AddCreate(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddDisplay(CLI::App& roCommand, const PassedOn& roPassedOn);  // only where libdrm is
 Action AddProgress(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddRun(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddSnapshot(CLI::App& roCommand, const PassedOn& roPassedOn);

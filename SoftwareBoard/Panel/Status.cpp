@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "DescribeDisplay.h"
 #include "Panel.h"
 
 using namespace SoftwareBoard;
@@ -26,13 +27,15 @@ std::string DescribeHolder(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOut
 void PrintOutput(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput)
 {
     const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-    const SOutputRecord           oOutput = roBoard.m_oState.ReadOutput(uiDevice, uiOutput);
+    const SOutputRecord           oOutput    = roBoard.m_oState.ReadOutput(uiDevice, uiOutput);
+    const std::string             strDisplay = DescribeDisplay(roBoard, uiDevice, uiOutput);
     if (oOutput.bEnabled == FALSE)
-        std::printf("  output %u: off\n", uiOutput);
+        std::printf("  output %u: off", uiOutput);
     else
-        std::printf("  output %u: %ux%u, %u Hz, held by %s\n", uiOutput, oOutput.oVidParam.uiHActive,
+        std::printf("  output %u: %ux%u, %u Hz, held by %s", uiOutput, oOutput.oVidParam.uiHActive,
                     oOutput.oVidParam.uiVActive, oOutput.oVidParam.uiVRate_Hz,
                     DescribeHolder(roBoard, uiDevice, uiOutput, oOutput.iHolderPid).c_str());
+    std::printf(strDisplay.empty() ? "\n" : ", %s\n", strDisplay.c_str());
 }
 
 void PrintDevice(const Board& roBoard, KUINT32 uiDevice)

@@ -1,0 +1,212 @@
+#include "Card.h"
+
+#include <fcntl.h>
+#include <sys/sysmacros.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+using namespace SoftwareBoard;
+
+namespace Display
+{
+namespace
+{
+constexpr char pszFolder[] = "/dev/dri";
+constexpr char pszPrefix[] = "card";
+
+FileDescriptor OpenCard(const std::string& strPath)
+{
+    FileDescriptor oFd(open(strPath.c_str(), O_RDWR | O_CLOEXEC));
+    if (!oFd)
+    {
+        const char* const pszHint = errno == EACCES ? "open (the group video may, as a rule)" : "open";
+        ThrowSystemError(strPath, pszHint);
+    }
+    return oFd;
+}
+}
+
+std::vector<std::string> Card::FindPaths()
+{
+    std::map<unsigned long, std::string> oPaths;
+    std::error_code                      oError;
+    for (const auto& roEntry : std::filesystem::directory_iterator(pszFolder, oError))
+    {
+        const std::string strName = roEntry.path().filename().string();
+        if (strName.starts_with(pszPrefix))
+            oPaths[std::strtoul(strName.c_str() + sizeof(pszPrefix) - 1, nullptr, 10)] = roEntry.path().string();
+    }
+    std::vector<std::string> oInOrder;
+    for (const auto& [uiNumber, strPath] : oPaths)
+        oInOrder.push_back(strPath);
+    return oInOrder;
+}
+
+Card Card::Open(const std::string& strPath)
+{
+    if (!strPath.empty())
+        return Card(strPath, OpenCard(strPath));
+    const std::vector<std::string> oPaths = FindPaths();
+    for (const std::string& strCandidate : oPaths)
+    {
+        FileDescriptor oFd = OpenCard(strCandidate);
+        if (DrmResources(drmModeGetResources(oFd.Get())) || strCandidate == oPaths.back())
+            return Card(strCandidate, std::move(oFd));
+    }
+    throw BoardError(std::string(pszFolder) + ": this machine has no display controller, or no driver for it");
+}
+
+Card::Card(std::string strPath, FileDescriptor oFd)
+    : m_strPath(std::move(strPath)), m_oFd(std::move(oFd)), m_poResources(drmModeGetResources(m_oFd.Get()))
+{
+    uint64_t uiDumbBuffers = 0;
+    if (m_poResources == nullptr || m_poResources->count_crtcs == 0)
+        throw BoardError(m_strPath + ": a card without mode setting");
+    if (drmGetCap(m_oFd.Get(), DRM_CAP_DUMB_BUFFER, &uiDumbBuffers) != 0 || uiDumbBuffers == 0)
+        throw BoardError(m_strPath + ": a card without buffers that the processor can fill");
+
+    // Being atomic includes being told of all planes.
+    m_bAtomic = drmSetClientCap(m_oFd.Get(), DRM_CLIENT_CAP_ATOMIC, 1) == 0;
+    drmSetClientCap(m_oFd.Get(), DRM_CLIENT_CAP_UNIVERSAL_PLANES, 1);
+    const DrmPlanes poPlanes(drmModeGetPlaneResources(m_oFd.Get()));
+    for (uint32_t uiAt = 0; poPlanes != nullptr && uiAt < poPlanes->count_planes; ++uiAt)
+    {
+        const DrmPlane poPlane(drmModeGetPlane(m_oFd.Get(), poPlanes->planes[uiAt]));
+        uint64_t       uiType = DRM_PLANE_TYPE_OVERLAY;
+        if (poPlane == nullptr)
+            continue;
+        FindProperty(poPlane->plane_id, DRM_MODE_OBJECT_PLANE, "type", &uiType);
+        if (uiType == DRM_PLANE_TYPE_PRIMARY)
+            m_oPlanes.push_back({poPlane->plane_id,
+                                 poPlane->possible_crtcs,
+                                 poPlane->crtc_id,
+                                 {poPlane->formats, poPlane->formats + poPlane->count_formats}});
+    }
+}
+
+Card::~Card() = default;
+
+void Card::BecomeMaster()
+{
+    // Who opens a card that nobody holds is its master at once; asking again tells the two cases apart.
+    if (drmIsMaster(m_oFd.Get()) == 0 && drmSetMaster(m_oFd.Get()) != 0)
+        ThrowSystemError(m_strPath, "another program, such as a desktop, holds the card");
+
+    const std::vector<SConnector> oConnectors = ReadConnectors();
+    for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
+    {
+        SFound oFound{DrmCrtc(drmModeGetCrtc(m_oFd.Get(), m_poResources->crtcs[iCrtc])), {}};
+        for (const SConnector& roConnector : oConnectors)
+        {
+            if (oFound.poCrtc != nullptr && roConnector.uiCrtc == oFound.poCrtc->crtc_id)
+                oFound.auiConnectors.push_back(roConnector.uiId);
+        }
+        if (oFound.poCrtc != nullptr)
+            m_oFound.push_back(std::move(oFound));
+    }
+    TurnAllOff();
+}
+
+std::vector<SConnector> Card::ReadConnectors() const
+{
+    std::vector<SConnector> oConnectors;
+    for (int iAt = 0; iAt < m_poResources->count_connectors; ++iAt)
+    {
+        const DrmConnector poConnector(drmModeGetConnector(m_oFd.Get(), m_poResources->connectors[iAt]));
+        if (poConnector == nullptr)
+            continue;
+        const char* const pszType = drmModeGetConnectorTypeName(poConnector->connector_type);
+        SConnector        oConnector{poConnector->connector_id,
+                              std::string(pszType != nullptr ? pszType : "Unknown") + "-" +
+                                  std::to_string(poConnector->connector_type_id),
+                              poConnector->connection == DRM_MODE_CONNECTED, 0, 0};
+        for (int iEncoder = 0; iEncoder < poConnector->count_encoders; ++iEncoder)
+        {
+            const DrmEncoder poEncoder(drmModeGetEncoder(m_oFd.Get(), poConnector->encoders[iEncoder]));
+            if (poEncoder == nullptr)
+                continue;
+            oConnector.uiPossibleCrtcs |= poEncoder->possible_crtcs;
+            if (poEncoder->encoder_id == poConnector->encoder_id)
+                oConnector.uiCrtc = poEncoder->crtc_id;
+        }
+        oConnectors.push_back(std::move(oConnector));
+    }
+    return oConnectors;
+}
+
+uint32_t Card::ChooseCrtc(const SConnector& roConnector, const std::vector<SConnector>& roAll,
+                          const std::vector<uint32_t>& roTaken) const
+{
+    uint32_t uiChosen   = 0;
+    auto     iFewestUse = std::ptrdiff_t{PTRDIFF_MAX};
+    for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
+    {
+        const uint32_t uiCrtc    = m_poResources->crtcs[iCrtc];
+        const auto     fCouldUse = [&](const SConnector& ro) { return (ro.uiPossibleCrtcs >> iCrtc & 1) != 0; };
+        const auto     iUse      = std::count_if(roAll.begin(), roAll.end(), fCouldUse);
+        if (!fCouldUse(roConnector) || std::find(roTaken.begin(), roTaken.end(), uiCrtc) != roTaken.end() ||
+            iUse >= iFewestUse)
+            continue;
+        uiChosen   = uiCrtc;
+        iFewestUse = iUse;
+    }
+    return uiChosen;
+}
+
+const SPlane* Card::FindPlane(uint32_t uiCrtc) const
+{
+    const SPlane* poFound = nullptr;
+    for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
+    {
+        for (const SPlane& roPlane : m_oPlanes)
+        {
+            if (m_poResources->crtcs[iCrtc] == uiCrtc && (roPlane.uiPossibleCrtcs >> iCrtc & 1) != 0 &&
+                (roPlane.uiCrtc == uiCrtc || (poFound == nullptr && roPlane.uiCrtc == 0)))
+                poFound = &roPlane;
+        }
+    }
+    return poFound;
+}
+
+uint32_t Card::FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue) const
+{
+    const DrmProperties poAll(drmModeObjectGetProperties(m_oFd.Get(), uiObject, uiType));
+    for (uint32_t uiAt = 0; poAll != nullptr && uiAt < poAll->count_props; ++uiAt)
+    {
+        const DrmProperty poProperty(drmModeGetProperty(m_oFd.Get(), poAll->props[uiAt]));
+        if (poProperty == nullptr || std::string_view(poProperty->name) != pszName)
+            continue;
+        if (puiValue != nullptr)
+            *puiValue = poAll->prop_values[uiAt];
+        return poProperty->prop_id;
+    }
+    return 0;
+}
+
+void Card::TurnOff(uint32_t uiCrtc) const
+{
+    drmModeSetCrtc(m_oFd.Get(), uiCrtc, 0, 0, 0, nullptr, 0, nullptr);
+}
+
+void Card::TurnAllOff() const
+{
+    for (const SFound& ro : m_oFound)
+        TurnOff(ro.poCrtc->crtc_id);
+}
+
+void Card::Restore() const
+{
+    TurnAllOff();  // first, so that no connector is still fed by another
+    for (const SFound& ro : m_oFound)
+    {
+        drmModeCrtc& roCrtc = *ro.poCrtc;
+        if (roCrtc.mode_valid == 0 || roCrtc.buffer_id == 0)
+            continue;
+        std::vector<uint32_t> auiConnectors = ro.auiConnectors;
+        drmModeSetCrtc(m_oFd.Get(), roCrtc.crtc_id, roCrtc.buffer_id, roCrtc.x, roCrtc.y, auiConnectors.data(),
+                       static_cast<int>(auiConnectors.size()), &roCrtc.mode);
+    }
+}
+}

@@ -1,0 +1,78 @@
+// A display controller of the machine, as the one program that may set its modes has it: connectors, what feeds them, and
+// the state in which it was found, which it gets back.
+#ifndef CARD_H
+#define CARD_H
+
+#include <optional>
+
+#include "Connectors.h"
+#include "Drm.h"
+#include "FileDescriptor.h"
+
+namespace Display
+{
+// A plane that can be the whole picture of a CRTC.
+struct SPlane
+{
+    uint32_t              uiId;
+    uint32_t              uiPossibleCrtcs;
+    uint32_t              uiCrtc;  // on which it was found, or 0
+    std::vector<uint32_t> auiFourCcs;
+};
+
+class Card
+{
+public:
+    // Cards in the order of their numbers.
+    static std::vector<std::string> FindPaths();
+    // The card of that path, the first one with mode setting when it is empty. Throws what a person should read.
+    static Card Open(const std::string& strPath);
+
+    Card(Card&&) = default;
+    ~Card();
+
+    // To be called once, before modes are set: keeps what it finds and turns everything off. Fails when another program
+    // holds the card.
+    void BecomeMaster();
+
+    const std::string&         GetPath() const { return m_strPath; }
+    int                        GetFd() const { return m_oFd.Get(); }
+    bool                       IsAtomic() const { return m_bAtomic; }
+    void                       UseLegacyCalls() { m_bAtomic = false; }
+    const std::vector<SPlane>& GetPlanes() const { return m_oPlanes; }
+
+    // Looks at the connectors anew.
+    std::vector<SConnector> ReadConnectors() const;
+
+    // A CRTC for the connector that is not among those taken, the one that the fewest others could use; 0 for none.
+    uint32_t ChooseCrtc(const SConnector& roConnector, const std::vector<SConnector>& roAll,
+                        const std::vector<uint32_t>& roTaken) const;
+    // The plane of a CRTC, the one that it was found with if possible.
+    const SPlane* FindPlane(uint32_t uiCrtc) const;
+
+    uint32_t FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue = nullptr) const;
+
+    void TurnOff(uint32_t uiCrtc) const;
+    void TurnAllOff() const;
+    // Every CRTC as it was found.
+    void Restore() const;
+
+private:
+    Card(std::string strPath, SoftwareBoard::FileDescriptor oFd);
+
+    struct SFound
+    {
+        DrmCrtc               poCrtc;
+        std::vector<uint32_t> auiConnectors;
+    };
+
+    std::string                   m_strPath;
+    SoftwareBoard::FileDescriptor m_oFd;
+    DrmResources                  m_poResources;
+    std::vector<SPlane>           m_oPlanes;
+    std::vector<SFound>           m_oFound;
+    bool                          m_bAtomic = false;
+};
+}
+
+#endif

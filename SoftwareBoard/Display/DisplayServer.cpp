@@ -1,0 +1,315 @@
+#include "DisplayServer.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <sys/timerfd.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "PixelFiles.h"
+
+using namespace SoftwareBoard;
+
+namespace Display
+{
+namespace
+{
+constexpr uint64_t uiIdleNs    = 10'000'000;  // between looks at a board whose outputs are off
+constexpr uint64_t uiFastestNs = 2'000'000;   // and at any
+
+FileDescriptor BlockSignals()
+{
+    sigset_t oSignals;
+    sigemptyset(&oSignals);
+    for (const int iSignal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGUSR1, SIGUSR2, SIGVTALRM, SIGPROF, SIGXCPU})
+        sigaddset(&oSignals, iSignal);
+    signal(SIGPIPE, SIG_IGN);  // nobody reads what it says: no reason to go dark
+    FileDescriptor oFd(sigprocmask(SIG_BLOCK, &oSignals, nullptr) == 0 ? signalfd(-1, &oSignals, SFD_CLOEXEC) : -1);
+    if (!oFd)
+        ThrowSystemError("signals", "signalfd");
+    return oFd;
+}
+}
+
+DisplayServer::SFollowed::SFollowed(const SOutputRecord& roOutput, FileDescriptor oPixels)
+    : oPicture(roOutput, std::move(oPixels)), oDrawer(oPicture.GetFile().Get(), roOutput.iHolderPid)
+{
+    oPicture.Update();
+}
+
+void DisplayServer::SFollowed::Update()
+try
+{
+    if (strTrouble.empty() && oDrawer.MayHaveDrawn(oPicture.GetFile().Get()))
+        oPicture.Update();
+}
+catch (const BoardError& roError)
+{
+    strTrouble = roError.what();  // the display goes on showing what it showed
+}
+
+DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
+    : m_oPlan(roPlan), m_oCard(Card::Open(roPlan.strCard)), m_oSignals(BlockSignals()),
+      m_oTimer(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK))
+{
+    if (!m_oTimer)
+        ThrowSystemError("a timer", "timerfd_create");
+    OpenBoard();
+    m_oCard.BecomeMaster();
+    if (roPlan.bLegacy)
+        m_oCard.UseLegacyCalls();
+    Assign();
+}
+
+DisplayServer::~DisplayServer()
+{
+    m_oCard.Restore();
+}
+
+void DisplayServer::OpenBoard()
+{
+    m_ooBoard.reset();  // with its lock, which otherwise stood in the way of the new one
+    m_ooBoard.emplace(Board::Observe());
+    const BoardLocks::Transaction oTransaction(m_ooBoard->m_oLocks);
+    const KUINT32                 uiOutputCount = m_ooBoard->m_oState.ReadDevice(m_oPlan.uiDevice).uiOutputCount;
+    if (!m_ooBoard->m_oLocks.TryServeDevice(m_oPlan.uiDevice))
+        throw BoardError(m_ooBoard->m_oFolder.GetPath() + ": another display process shows device " +
+                         std::to_string(m_oPlan.uiDevice));
+    // What the last display process said is true no more.
+    for (KUINT32 uiOutput = 0; uiOutput < uiOutputCount; ++uiOutput)
+        m_ooBoard->m_oState.WriteVerdict(m_oPlan.uiDevice, uiOutput, 0, EVerdict::Awaited, "");
+    for (SOutput& roOutput : m_oOutputs)
+        roOutput.bTaken = false;
+    while (m_oOutputs.size() > uiOutputCount)
+    {
+        Darken(m_oOutputs.back());
+        m_oOutputs.pop_back();
+    }
+    m_oOutputs.resize(uiOutputCount);
+}
+
+const SConnector* DisplayServer::FindConnector(uint32_t uiId) const
+{
+    const auto oFound =
+        std::find_if(m_oConnectors.begin(), m_oConnectors.end(), [&](const SConnector& ro) { return ro.uiId == uiId; });
+    return oFound == m_oConnectors.end() ? nullptr : &*oFound;
+}
+
+void DisplayServer::Assign()
+{
+    m_oConnectors = m_oCard.ReadConnectors();
+    for (const std::string& strName : m_oPlan.oConnectors)
+    {
+        if (std::none_of(m_oConnectors.begin(), m_oConnectors.end(), [&](const auto& ro) { return ro.strName == strName; }))
+            throw BoardError(m_oCard.GetPath() + ": there is no connector " + strName + "; --list shows them");
+    }
+    std::vector<uint32_t> oBefore;
+    for (const SOutput& roOutput : m_oOutputs)
+        oBefore.push_back(roOutput.uiConnector);
+    const std::vector<uint32_t> oNow = AssignConnectors(m_oConnectors, m_oPlan.oConnectors, oBefore);
+    // First those that are let go, for their CRTCs may be needed.
+    for (size_t uiOutput = 0; uiOutput < oNow.size(); ++uiOutput)
+    {
+        SOutput& roOutput = m_oOutputs[uiOutput];
+        if (oNow[uiOutput] == roOutput.uiConnector)
+            continue;
+        Darken(roOutput);
+        roOutput.uiConnector = oNow[uiOutput];
+        roOutput.bTaken      = false;
+    }
+}
+
+void DisplayServer::Darken(SOutput& roOutput) const
+{
+    if (roOutput.poScanout != nullptr)
+        m_oCard.TurnOff(roOutput.poScanout->GetCrtc());
+    roOutput.poScanout.reset();
+    roOutput.poFollowed.reset();
+}
+
+void DisplayServer::Say(KUINT32 uiOutput, EVerdict eVerdict, const std::string& strText)
+{
+    const BoardLocks::Transaction oTransaction(m_ooBoard->m_oLocks);
+    m_ooBoard->m_oState.WriteVerdict(m_oPlan.uiDevice, uiOutput, m_oOutputs[uiOutput].uiGeneration, eVerdict, strText);
+}
+
+std::vector<uint32_t> DisplayServer::FindTaken(const SOutput& roButOf) const
+{
+    std::vector<uint32_t> oTaken;
+    for (const SOutput& roOutput : m_oOutputs)
+    {
+        if (&roOutput != &roButOf && roOutput.poScanout != nullptr)
+            oTaken.push_back(roOutput.poScanout->GetCrtc());
+    }
+    return oTaken;
+}
+
+std::shared_ptr<DisplayServer::SFollowed> DisplayServer::Follow(const SOutputRecord& roRecord, FileDescriptor oPixels) const
+{
+    // Outputs that show one buffer at one size, as a run's do, look at it once.
+    for (const SOutput& roOutput : m_oOutputs)
+    {
+        if (roOutput.poFollowed != nullptr && roOutput.poFollowed->strTrouble.empty() &&
+            roOutput.poFollowed->oPicture.IsOf(roRecord, oPixels))
+        {
+            roOutput.poFollowed->oPicture.Update();
+            return roOutput.poFollowed;
+        }
+    }
+    return std::make_shared<SFollowed>(roRecord, std::move(oPixels));
+}
+
+std::string DisplayServer::Light(KUINT32 uiOutput, const SOutputRecord& roRecord, FileDescriptor oPixels,
+                                 const SConnector& roConnector)
+{
+    SOutput&   roOutput = m_oOutputs[uiOutput];
+    const auto ooMode   = MakeMode(roRecord.oVidParam);
+    try
+    {
+        if (!ooMode)
+            throw BoardError("has no mode of such timings, which take more than 16 bits");
+        const uint32_t uiCrtc = roOutput.poScanout != nullptr
+                                    ? roOutput.poScanout->GetCrtc()
+                                    : m_oCard.ChooseCrtc(roConnector, m_oConnectors, FindTaken(roOutput));
+        if (uiCrtc == 0)
+            throw BoardError("has nothing left on the card to feed it");
+        const auto poFollowed = Follow(roRecord, std::move(oPixels));
+        const auto fLight     = [&] {
+            return std::make_unique<Scanout>(m_oCard, roConnector, uiCrtc, *ooMode, poFollowed->oPicture);
+        };
+        try
+        {
+            roOutput.poScanout = fLight();
+        }
+        catch (const NoMemoryOnCard&)
+        {
+            if (roOutput.poScanout == nullptr)
+                throw;
+            Darken(roOutput);  // what it shows takes the place
+            roOutput.poScanout = fLight();
+        }
+        roOutput.poFollowed = poFollowed;
+        return "";
+    }
+    catch (const BoardError& roError)
+    {
+        const std::string strMode = ooMode ? std::to_string(roConnector.uiId) + ":" + DescribeMode(*ooMode) : "too large";
+        std::fprintf(stderr, "tavrin-board: output %u: %s %s; the mode: -s %s\n", uiOutput, roConnector.strName.c_str(),
+                     roError.what(), strMode.c_str());
+        return roError.what();
+    }
+}
+
+void DisplayServer::TakeUp(KUINT32 uiOutput)
+{
+    SOutput&       roOutput = m_oOutputs[uiOutput];
+    SOutputRecord  oRecord;
+    FileDescriptor oPixels;
+    std::string    strTrouble;
+    {
+        const BoardLocks::Transaction oTransaction(m_ooBoard->m_oLocks);
+        oRecord = m_ooBoard->m_oState.ReadOutput(m_oPlan.uiDevice, uiOutput);
+        try
+        {
+            if (oRecord.bEnabled == TRUE)
+                oPixels = OpenPixelFile(*m_ooBoard, oRecord.uiPixelFile);
+        }
+        catch (const BoardError& roError)
+        {
+            strTrouble = roError.what();
+        }
+    }
+    roOutput.bTaken       = true;
+    roOutput.uiGeneration = oRecord.uiGeneration;
+
+    const SConnector* const poConnector = FindConnector(roOutput.uiConnector);
+    if (oRecord.bEnabled == FALSE || poConnector == nullptr)
+        Darken(roOutput);
+    if (poConnector == nullptr)
+    {
+        const std::string strWhy = "no display is connected for it";
+        if (oRecord.bEnabled == TRUE)
+            std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strWhy.c_str());
+        return Say(uiOutput, EVerdict::Refused, strWhy);
+    }
+    if (oRecord.bEnabled == TRUE && strTrouble.empty())
+        strTrouble = Light(uiOutput, oRecord, std::move(oPixels), *poConnector);
+    if (strTrouble.empty())
+        return Say(uiOutput, EVerdict::Shown, poConnector->strName);
+    Say(uiOutput, EVerdict::Refused, poConnector->strName + " " + strTrouble);
+}
+
+void DisplayServer::Step()
+{
+    if (m_ooBoard->m_oLocks.IsRemoved() || m_ooBoard->m_oState.IsReplaced())
+    {
+        OpenBoard();
+        Assign();
+    }
+    bool bChanged = false;
+    for (KUINT32 uiOutput = 0; uiOutput < m_oOutputs.size(); ++uiOutput)
+    {
+        const SOutput& ro = m_oOutputs[uiOutput];
+        if (ro.bTaken && ro.uiGeneration == m_ooBoard->m_oState.ReadGeneration(m_oPlan.uiDevice, uiOutput))
+            continue;
+        TakeUp(uiOutput);
+        bChanged = true;
+    }
+    if (bChanged)
+        SetPace();
+
+    for (KUINT32 uiOutput = 0; uiOutput < m_oOutputs.size(); ++uiOutput)
+    {
+        SOutput& roOutput = m_oOutputs[uiOutput];
+        if (roOutput.poScanout == nullptr)
+            continue;
+        roOutput.poFollowed->Update();
+        if (!std::exchange(roOutput.bInTrouble, !roOutput.poFollowed->strTrouble.empty()) && roOutput.bInTrouble)
+        {
+            const std::string& strWhy = roOutput.poFollowed->strTrouble;
+            std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strWhy.c_str());
+            Say(uiOutput, EVerdict::Refused, strWhy);
+        }
+        roOutput.poScanout->Show(roOutput.poFollowed->oPicture);
+    }
+}
+
+void DisplayServer::SetPace()
+{
+    uint64_t uiPeriodNs = uiIdleNs;
+    for (const SOutput& roOutput : m_oOutputs)
+    {
+        if (roOutput.poScanout != nullptr)
+            uiPeriodNs = std::min(uiPeriodNs == uiIdleNs ? UINT64_MAX : uiPeriodNs, roOutput.poScanout->GetRefreshNs());
+    }
+    uiPeriodNs               = std::clamp(uiPeriodNs, uiFastestNs, 2 * uiIdleNs);
+    const timespec   oPeriod = {0, static_cast<long>(uiPeriodNs)};
+    const itimerspec oTimes  = {oPeriod, oPeriod};
+    timerfd_settime(m_oTimer.Get(), 0, &oTimes, nullptr);
+}
+
+void DisplayServer::Serve()
+{
+    SetPace();
+    pollfd aoWaits[] = {{m_oSignals.Get(), POLLIN, 0},
+                        {m_oTimer.Get(), POLLIN, 0},
+                        {m_oCard.GetFd(), POLLIN, 0},
+                        {m_oHotPlug.GetFd(), POLLIN, 0}};
+    for (;;)
+    {
+        if (poll(aoWaits, std::size(aoWaits), -1) < 0 && errno != EINTR)
+            ThrowSystemError("waiting", "poll");
+        if (aoWaits[0].revents != 0)
+            return;
+        if (aoWaits[2].revents != 0)
+            Scanout::TakeFlips(m_oCard);
+        if (aoWaits[3].revents != 0 && m_oHotPlug.Take())
+            Assign();
+        uint64_t uiTimes = 0;
+        if (aoWaits[1].revents != 0 && read(m_oTimer.Get(), &uiTimes, sizeof(uiTimes)) > 0)
+            Step();
+    }
+}
+}

@@ -1,0 +1,86 @@
+// The display process: keeps a card showing what the outputs of one device of the board show, and tells the board what
+// became of each. It is no client of the board: a new one may be made underneath, which it follows.
+//
+// While it serves, it holds the device's display lock, by which the library knows that an enable has to wait for a verdict;
+// with the process the lock goes, and the outputs are outputs in software again.
+#ifndef DISPLAY_SERVER_H
+#define DISPLAY_SERVER_H
+
+#include <map>
+
+#include "Board.h"
+#include "Drawer.h"
+#include "HotPlug.h"
+#include "Scanout.h"
+
+namespace Display
+{
+struct SDisplayPlan
+{
+    std::string              strCard;      // empty: the first with mode setting
+    std::vector<std::string> oConnectors;  // empty: those that are connected, in the card's order
+    KUINT32                  uiDevice = 0;
+    bool                     bLegacy  = false;
+};
+
+class DisplayServer
+{
+public:
+    explicit DisplayServer(const SDisplayPlan& roPlan);
+    ~DisplayServer();
+
+    // Until a signal that ends processes comes.
+    void Serve();
+
+private:
+    // A picture that outputs show, and who draws it.
+    struct SFollowed
+    {
+        SFollowed(const SoftwareBoard::SOutputRecord& roOutput, SoftwareBoard::FileDescriptor oPixels);
+
+        void Update();
+
+        Picture     oPicture;
+        Drawer      oDrawer;
+        std::string strTrouble;  // why it cannot be read any more
+    };
+
+    struct SOutput
+    {
+        bool                       bTaken       = false;
+        bool                       bInTrouble   = false;
+        KUINT32                    uiGeneration = 0;
+        uint32_t                   uiConnector  = 0;
+        std::shared_ptr<SFollowed> poFollowed;
+        std::unique_ptr<Scanout>   poScanout;
+    };
+
+    void        OpenBoard();
+    void        Step();
+    void        TakeUp(KUINT32 uiOutput);
+    std::string Light(KUINT32 uiOutput, const SoftwareBoard::SOutputRecord& roRecord, SoftwareBoard::FileDescriptor oPixels,
+                      const SConnector& roConnector);
+    void        Darken(SOutput& roOutput) const;
+    std::shared_ptr<SFollowed> Follow(const SoftwareBoard::SOutputRecord& roRecord,
+                                      SoftwareBoard::FileDescriptor       oPixels) const;
+    std::vector<uint32_t>      FindTaken(const SOutput& roButOf) const;
+    void                       Assign();
+    void                       SetPace();
+    void                       Say(KUINT32 uiOutput, SoftwareBoard::EVerdict eVerdict, const std::string& strText);
+    const SConnector*          FindConnector(uint32_t uiId) const;
+
+    const SDisplayPlan                  m_oPlan;
+    Card                                m_oCard;
+    HotPlug                             m_oHotPlug;
+    std::optional<SoftwareBoard::Board> m_ooBoard;
+    std::vector<SConnector>             m_oConnectors;
+    std::vector<SOutput>                m_oOutputs;
+    SoftwareBoard::FileDescriptor       m_oSignals;
+    SoftwareBoard::FileDescriptor       m_oTimer;
+};
+
+// Cards, connectors, formats, and which output each would show, on standard output.
+void ListDisplays(const SDisplayPlan& roPlan);
+}
+
+#endif

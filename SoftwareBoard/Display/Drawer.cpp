@@ -1,0 +1,73 @@
+#include "Drawer.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <memory>
+#include <string>
+
+namespace Display
+{
+namespace
+{
+bool IsSame(const timespec& roLeft, const timespec& roRight)
+{
+    return roLeft.tv_sec == roRight.tv_sec && roLeft.tv_nsec == roRight.tv_nsec;
+}
+
+// A number may mean another process than it did to who wrote it down, as in a container.
+bool HasOpen(KINT32 iPid, const struct stat& roFile)
+{
+    const std::string                         strPath = "/proc/" + std::to_string(iPid) + "/fd";
+    const std::unique_ptr<DIR, int (*)(DIR*)> poDir(opendir(strPath.c_str()), closedir);
+    while (const dirent* const poEntry = poDir != nullptr ? readdir(poDir.get()) : nullptr)
+    {
+        struct stat oStat = {};
+        if (fstatat(dirfd(poDir.get()), poEntry->d_name, &oStat, 0) == 0 && oStat.st_ino == roFile.st_ino &&
+            oStat.st_dev == roFile.st_dev)
+            return true;
+    }
+    return false;
+}
+
+// Its maker holds a lock on it as long as it can be drawn into.
+bool IsKept(int iPixels)
+{
+    struct flock oLock = {};
+    oLock.l_type       = F_RDLCK;
+    oLock.l_whence     = SEEK_SET;
+    oLock.l_len        = 1;
+    return fcntl(iPixels, F_OFD_GETLK, &oLock) != 0 || oLock.l_type != F_UNLCK;
+}
+}
+
+Drawer::Drawer(int iPixels, KINT32 iPid)
+{
+    struct stat oStat  = {};
+    clockid_t   oClock = {};
+    if (iPid > 0 && fstat(iPixels, &oStat) == 0 && HasOpen(iPid, oStat) && clock_getcpuclockid(iPid, &oClock) == 0)
+        m_oClock = oClock;
+}
+
+bool Drawer::MayHaveDrawn(int iPixels)
+{
+    timespec oNow = {};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &oNow);
+    if (oNow.tv_sec == m_oLooked.tv_sec)
+    {
+        struct stat oStat    = {};
+        timespec    oRan     = {};
+        const bool  bWritten = fstat(iPixels, &oStat) != 0 || !IsSame(oStat.st_mtim, m_oWritten);
+        const bool  bGone    = m_bGone || !IsKept(iPixels);
+        // What it drew before it ended is still to be seen, once.
+        const bool bRan = bGone ? !m_bGone : !m_oClock || clock_gettime(*m_oClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
+        m_oWritten      = oStat.st_mtim;
+        m_oRan          = oRan;
+        m_bGone         = bGone;
+        return bWritten || bRan;
+    }
+    m_oLooked = oNow;
+    return true;
+}
+}

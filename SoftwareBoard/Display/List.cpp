@@ -1,0 +1,64 @@
+// What there is to show outputs on.
+#include <algorithm>
+#include <cstdio>
+
+#include "DisplayServer.h"
+
+using namespace SoftwareBoard;
+
+namespace Display
+{
+namespace
+{
+std::string NameFormats(const SPlane& roPlane)
+{
+    const SScanFormat* const poChosen = ChooseFormat(roPlane.auiFourCcs);
+    std::string              strNames;
+    for (const uint32_t uiFourCc : roPlane.auiFourCcs)
+    {
+        char szName[5];
+        NameFourCc(uiFourCc, szName);
+        strNames += std::string(" ") + szName + (poChosen != nullptr && poChosen->uiFourCc == uiFourCc ? "*" : "");
+    }
+    return strNames;
+}
+
+void ListCard(const Card& roCard, const std::vector<std::string>& roNames)
+{
+    const std::vector<SConnector> oConnectors = roCard.ReadConnectors();
+    const std::vector<uint32_t>   oShown      = AssignConnectors(oConnectors, roNames, std::vector<uint32_t>(uiMaxOutputs));
+    std::printf("card %s: %s\n", roCard.GetPath().c_str(), roCard.IsAtomic() ? "atomic" : "legacy");
+    for (const SConnector& roConnector : oConnectors)
+    {
+        const auto oFound = std::find(oShown.begin(), oShown.end(), roConnector.uiId);
+        std::printf("  connector %s (%u): %s", roConnector.strName.c_str(), roConnector.uiId,
+                    roConnector.bConnected ? "connected" : "nothing connected");
+        if (oFound != oShown.end())
+            std::printf(", shows output %td", oFound - oShown.begin());
+        std::printf("\n");
+    }
+    for (const SPlane& roPlane : roCard.GetPlanes())
+        std::printf("  plane %u:%s\n", roPlane.uiId, NameFormats(roPlane).c_str());
+}
+}
+
+void ListDisplays(const SDisplayPlan& roPlan)
+{
+    if (!roPlan.strCard.empty())
+        return ListCard(Card::Open(roPlan.strCard), roPlan.oConnectors);
+    const std::vector<std::string> oPaths = Card::FindPaths();
+    if (oPaths.empty())
+        Card::Open("");  // throws that there is none
+    for (const std::string& strPath : oPaths)
+    {
+        try
+        {
+            ListCard(Card::Open(strPath), roPlan.oConnectors);
+        }
+        catch (const BoardError& roError)
+        {
+            std::printf("card %s\n", roError.what());  // its path is in the words
+        }
+    }
+}
+}
