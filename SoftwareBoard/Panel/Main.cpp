@@ -5,6 +5,7 @@
 #include <new>
 
 #include "Panel.h"
+#include "Signals.h"
 
 namespace
 {
@@ -13,16 +14,26 @@ struct SCommand
     const char* pszName;
     const char* pszHelp;
     Panel::Action (*pfAdd)(CLI::App& roCommand, const Panel::PassedOn& roPassedOn);
-    bool bPassesOn;
+    bool        bPassesOn;
+    const char* pszExample;
 };
 
+// clang-format off
 constexpr SCommand aoCommands[] = {
-    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false},
-    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false},
-    {"progress", "Set the update progress that the board reports", Panel::AddProgress, false},
-    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true},
-    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false},
+    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false,
+     "tavrin-board create --outputs 4 --fpga 5:2.13.45"},
+    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false,
+     "tavrin-board status --json"},
+    {"progress", "Set the update progress that the board reports, once or as an update would", Panel::AddProgress, false,
+     "tavrin-board progress 40\n  tavrin-board progress --ramp 30"},
+    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true,
+     "tavrin-board run -- QelProgressBarDisplay -p 100 300 900 340"},
+    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false,
+     "tavrin-board snapshot 0 output0.png"},
+    {"watch", "Show the outputs live: in the terminal, in a window, or as plain lines", Panel::AddWatch, false,
+     "tavrin-board watch\n  tavrin-board watch --window"},
 };
+// clang-format on
 
 constexpr char pszFooter[] =
     "The board lives in the folder $TAVRIN_BOARD, otherwise in tavrin-board in $XDG_RUNTIME_DIR,\n"
@@ -57,6 +68,7 @@ try
         CLI::App* const     poCommand   = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
         const Panel::Action fThisAction = roCommand.pfAdd(*poCommand, oPassedOn);
         const bool          bSpare      = ppszMark != ppszEnd && !roCommand.bPassesOn;
+        poCommand->footer(std::string("Example:\n  ") + roCommand.pszExample);
         poCommand->callback([&fAction, fThisAction, bSpare] {
             if (bSpare)
                 throw CLI::ParseError("nothing is to follow \"--\" here", CLI::ExitCodes::ExtrasError);
@@ -76,6 +88,11 @@ try
 
     fAction();
     return std::fflush(stdout) == 0 ? 0 : Fail("standard output: cannot be written");
+}
+catch (const Panel::EndedBySignal& roEnd)
+{
+    std::fflush(stdout);
+    Panel::EndProcessBy(roEnd.iSignal);
 }
 catch (const std::bad_alloc&)
 {

@@ -24,6 +24,7 @@ Action AddProgress(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddRun(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddSnapshot(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddStatus(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddWatch(CLI::App& roCommand, const PassedOn& roPassedOn);
 
 // All of the text, digits only (with 0x before them if they are hexadecimal and the writer likes it), at most uiMax.
 std::optional<KUINT32> ParseNumber(std::string_view svText, int iBase, KUINT32 uiMax);

@@ -31,7 +31,6 @@ std::string FindLibraryFolder()
 
 Action AddRun(CLI::App& roCommand, const PassedOn& roPassedOn)
 {
-    roCommand.footer("The command follows \"--\": tavrin-board run -- COMMAND [ARGUMENTS...]");
     roCommand.parse_complete_callback([&roPassedOn] {
         if (roPassedOn.front() == nullptr)
             throw CLI::RequiredError("COMMAND after \"--\"");
