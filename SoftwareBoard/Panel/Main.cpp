@@ -32,6 +32,8 @@ constexpr SCommand aoCommands[] = {
      "tavrin-board snapshot 0 output0.png"},
     {"watch", "Show the outputs live: in the terminal, in a window, or as plain lines", Panel::AddWatch, false,
      "tavrin-board watch\n  tavrin-board watch --window"},
+    {"preview", "Show what the tool would show: tavrin-board preview FILE.png [--at PERCENT]... -- ARGUMENTS", Panel::AddPreview, true,
+     "tavrin-board preview sheet.png --at 10 --at 90 -- -i background.png -p 192 560 832 584"},
 };
 // clang-format on
 
@@ -93,6 +95,10 @@ catch (const Panel::EndedBySignal& roEnd)
 {
     std::fflush(stdout);
     Panel::EndProcessBy(roEnd.iSignal);
+}
+catch (const Panel::EndedWithStatus& roEnd)
+{
+    return roEnd.iStatus;
 }
 catch (const std::bad_alloc&)
 {
