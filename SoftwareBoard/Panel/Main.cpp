@@ -5,6 +5,7 @@
 #include <new>
 
 #include "Panel.h"
+#include "Signals.h"
 
 namespace
 {
@@ -13,19 +14,32 @@ struct SCommand
     const char* pszName;
     const char* pszHelp;
     Panel::Action (*pfAdd)(CLI::App& roCommand, const Panel::PassedOn& roPassedOn);
-    bool bPassesOn;
+    bool        bPassesOn;
+    const char* pszExample;
 };
 
+// clang-format off
 constexpr SCommand aoCommands[] = {
-    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false},
-    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false},
-    {"progress", "Set the update progress that the board reports", Panel::AddProgress, false},
-    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true},
+    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false,
+     "tavrin-board create --outputs 4 --fpga 5:2.13.45"},
+    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false,
+     "tavrin-board status --json"},
+    {"progress", "Set the update progress that the board reports, once or as an update would", Panel::AddProgress, false,
+     "tavrin-board progress 40\n  tavrin-board progress --ramp 30"},
+    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true,
+     "tavrin-board run -- QelProgressBarDisplay -p 100 300 900 340"},
+    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false,
+     "tavrin-board snapshot 0 output0.png"},
 #ifdef TAVRIN_BOARD_DISPLAY
-    {"display", "Show the outputs on the displays of this machine", Panel::AddDisplay, false},
+    {"display", "Show the outputs on the displays of this machine", Panel::AddDisplay, false,
+     "tavrin-board display --list\n  tavrin-board display --connector HDMI-A-1"},
 #endif
-    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false},
+    {"watch", "Show the outputs live: in the terminal, in a window, or as plain lines", Panel::AddWatch, false,
+     "tavrin-board watch\n  tavrin-board watch --window"},
+    {"preview", "Show what the tool would show: tavrin-board preview FILE.png [--at PERCENT]... -- ARGUMENTS", Panel::AddPreview, true,
+     "tavrin-board preview sheet.png --at 10 --at 90 -- -i background.png -p 192 560 832 584"},
 };
+// clang-format on
 
 constexpr char pszFooter[] =
     "The board lives in the folder $TAVRIN_BOARD, otherwise in tavrin-board in $XDG_RUNTIME_DIR,\n"
@@ -60,6 +74,7 @@ try
         CLI::App* const     poCommand   = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
         const Panel::Action fThisAction = roCommand.pfAdd(*poCommand, oPassedOn);
         const bool          bSpare      = ppszMark != ppszEnd && !roCommand.bPassesOn;
+        poCommand->footer(std::string("Example:\n  ") + roCommand.pszExample);
         poCommand->callback([&fAction, fThisAction, bSpare] {
             if (bSpare)
                 throw CLI::ParseError("nothing is to follow \"--\" here", CLI::ExitCodes::ExtrasError);
@@ -79,6 +94,15 @@ try
 
     fAction();
     return std::fflush(stdout) == 0 ? 0 : Fail("standard output: cannot be written");
+}
+catch (const Panel::EndedBySignal& roEnd)
+{
+    std::fflush(stdout);
+    Panel::EndProcessBy(roEnd.iSignal);
+}
+catch (const Panel::EndedWithStatus& roEnd)
+{
+    return roEnd.iStatus;
 }
 catch (const std::bad_alloc&)
 {

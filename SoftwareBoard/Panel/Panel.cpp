@@ -16,15 +16,20 @@ std::optional<KUINT32> ParseNumber(std::string_view svText, int iBase, KUINT32 u
     return uiValue;
 }
 
+KUINT32 TakeNumber(const std::string& strName, const std::string& strText, KUINT32 uiMin, KUINT32 uiMax)
+{
+    const auto ouiValue = ParseNumber(strText, 10, uiMax);
+    if (!ouiValue || *ouiValue < uiMin)
+        throw CLI::ValidationError(strName, "'" + strText + "' is not a number from " + std::to_string(uiMin) + " to " +
+                                                std::to_string(uiMax));
+    return *ouiValue;
+}
+
 CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,
                        const std::string& strHelp)
 {
     const auto fTake = [&ruiValue, strName, uiMin, uiMax](const std::string& strText) {
-        const auto ouiValue = ParseNumber(strText, 10, uiMax);
-        if (!ouiValue || *ouiValue < uiMin)
-            throw CLI::ValidationError(strName, "'" + strText + "' is not a number from " + std::to_string(uiMin) + " to " +
-                                                    std::to_string(uiMax));
-        ruiValue = *ouiValue;
+        ruiValue = TakeNumber(strName, strText, uiMin, uiMax);
     };
     return roCommand.add_option_function<std::string>(strName, fTake, strHelp)->type_name("NUMBER");
 }

@@ -1,26 +1,152 @@
+#include <sys/ioctl.h>
+
+#include <charconv>
+#include <chrono>
+#include <cstdio>
 #include <memory>
 
 #include "Panel.h"
+#include "Ramp.h"
+#include "Signals.h"
 
 using namespace SoftwareBoard;
 
 namespace Panel
 {
+namespace
+{
+using Clock   = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+struct SOptions
+{
+    KUINT32 uiPercent = 0;
+    KUINT32 uiDevice  = 0;
+    double  fSeconds  = 0;
+    KUINT32 uiTo      = 100;
+    bool    bLinear   = false;
+};
+
+constexpr double fMaxSeconds = 86400;
+
+double ParseSeconds(const std::string& strText)
+{
+    double            fSeconds = 0;
+    const char* const pszEnd   = strText.data() + strText.size();
+    const auto        oResult  = std::from_chars(strText.data(), pszEnd, fSeconds, std::chars_format::fixed);
+    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || !(fSeconds >= 0 && fSeconds <= fMaxSeconds))
+        throw CLI::ValidationError("--ramp", "'" + strText + "' is not a number of seconds from 0 to 86400");
+    return fSeconds;
+}
+
+// Only the low byte: whoever writes the rest of the register at the same time loses nothing. The board is opened anew each
+// time, so that one that is made anew meanwhile is followed.
+void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
+{
+    Board::Open().m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+}
+
+KUINT32 ReadProgress(KUINT32 uiDevice)
+{
+    return Board::Open().m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+}
+
+// The ramp's own line on a terminal; nothing elsewhere. However the ramp ends, what follows begins on a line of its own.
+class ProgressLine
+{
+public:
+    ProgressLine() = default;
+    ~ProgressLine()
+    {
+        if (m_bTerminal)
+            std::puts("");
+    }
+    ProgressLine(const ProgressLine&)            = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    void Show(KUINT32 uiPercent, Seconds oLeft) const
+    {
+        winsize oSize = {};
+        if (!m_bTerminal || ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) != 0)
+            return;
+        char      acFigures[64];
+        const int iFigures = std::snprintf(acFigures, sizeof(acFigures), "%3u %%  %.0f s left  ", uiPercent, oLeft.count());
+        const int iBar     = std::min(oSize.ws_col - iFigures - 3, 50);  // 0 columns is a terminal that does not know
+        if (iBar > 0)
+        {
+            const auto uiDone = static_cast<size_t>(iBar) * uiPercent / 100;
+            std::printf("\r[%s%s] ", std::string(uiDone, '#').c_str(),
+                        std::string(static_cast<size_t>(iBar) - uiDone, '-').c_str());
+        }
+        std::printf("%s%s", iBar > 0 ? "" : "\r", acFigures);
+        std::fflush(stdout);
+    }
+
+private:
+    bool m_bTerminal = isatty(STDOUT_FILENO) == 1;
+};
+
+void PlayRamp(const SOptions& roOptions)
+{
+    const KUINT32           uiNow  = ReadProgress(roOptions.uiDevice);
+    const KUINT32           uiFrom = uiNow < roOptions.uiTo ? uiNow : 0;
+    const Signals           oSignals;
+    const ProgressLine      oLine;
+    const Clock::time_point oStart = Clock::now();
+    const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds));
+
+    for (KUINT32 uiPercent = uiFrom;; ++uiPercent)
+    {
+        WriteProgress(roOptions.uiDevice, uiPercent);
+        const bool   bLast = uiPercent >= roOptions.uiTo;
+        const double fWork = double{uiPercent + 1.0 - uiFrom} / (roOptions.uiTo - uiFrom);
+        const double fTime = bLast ? 1 : RampTimeOf(fWork, roOptions.bLinear);
+        const auto   oDue  = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds * fTime));
+        while (true)
+        {
+            const Clock::time_point oNow = Clock::now();
+            oLine.Show(uiPercent, oEnd - oNow > Seconds(0) ? oEnd - oNow : Seconds(0));
+            if (oNow >= oDue)
+                break;
+            constexpr std::chrono::milliseconds oLineEvery(200);
+            const auto                          oLeft = std::chrono::ceil<std::chrono::milliseconds>(oDue - oNow);
+            if (const int iSignal = oSignals.Wait(std::min(oLeft, oLineEvery)))
+                throw EndedBySignal{iSignal};
+        }
+        if (bLast)
+            return;
+    }
+}
+}
+
 Action AddProgress(CLI::App& roCommand, const PassedOn&)
 {
-    struct SOptions
-    {
-        KUINT32 uiPercent = 0;
-        KUINT32 uiDevice  = 0;
-    };
-    const auto poOptions = std::make_shared<SOptions>();
-    AddNumber(roCommand, "PERCENT", poOptions->uiPercent, 0, 100, "The progress, 0 to 100")->required();
+    const auto         poOptions = std::make_shared<SOptions>();
+    CLI::Option* const poPercent = AddNumber(roCommand, "PERCENT", poOptions->uiPercent, 0, 100, "The progress, 0 to 100");
+    CLI::Option* const poRamp =
+        roCommand
+            .add_option_function<std::string>(
+                "--ramp", [poOptions](const std::string& strText) { poOptions->fSeconds = ParseSeconds(strText); },
+                "Play a firmware update that takes this time: it starts slowly, halts, runs,\nand never falls. It goes on "
+                "from the "
+                "percentage that the board reports, and\nstarts at 0 where that is already reached. Ctrl-C ends it by that "
+                "signal\n"
+                "(status 130 in a shell) and leaves the register as it is")
+            ->type_name("SECONDS")
+            ->excludes(poPercent);
+    AddNumber(roCommand, "--to", poOptions->uiTo, 0, 100, "Where the ramp stops (default 100)")->needs(poRamp);
+    roCommand.add_flag("--linear", poOptions->bLinear, "The ramp runs evenly")->needs(poRamp);
     AddDevice(roCommand, poOptions->uiDevice);
+    roCommand.parse_complete_callback([poPercent, poRamp] {
+        if (poPercent->count() + poRamp->count() == 0)
+            throw CLI::RequiredError("PERCENT or --ramp");
+    });
 
-    return [poOptions] {
-        // Only the low byte: whoever writes the rest of the register at the same time loses nothing.
-        Board::Open().m_oState.WriteRegisterLowByte(poOptions->uiDevice, uiProgressReg,
-                                                    static_cast<KUINT8>(poOptions->uiPercent));
+    return [poOptions, poRamp] {
+        if (poRamp->count() != 0)
+            PlayRamp(*poOptions);
+        else
+            WriteProgress(poOptions->uiDevice, poOptions->uiPercent);
     };
 }
 }

@@ -10,35 +10,41 @@ using namespace SoftwareBoard;
 
 namespace Panel
 {
-std::optional<SPicture> ReadScreen(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput)
+namespace
 {
-    SOutputRecord  oOutput;
-    FileDescriptor oPixels;
-    {
-        const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-        oOutput = roBoard.m_oState.ReadOutput(uiDevice, uiOutput);
-        if (oOutput.bEnabled == FALSE)
-            return std::nullopt;
-        oPixels = OpenPixelFile(roBoard, oOutput.uiPixelFile);
-    }
-    const auto ooLayout = LayOutPlane(TPixelFormat_R8G8B8A8, oOutput.uiBufferWidth, oOutput.uiBufferHeight);
+// A timing may name far more pixels than any screen has; nobody should need this much memory to look at it.
+constexpr size_t uiMaxBytes = size_t{1} << 30;
+}
 
-    SPicture oPicture{oOutput.oVidParam.uiHActive, oOutput.oVidParam.uiVActive, {}};
-    oPicture.auiRgb.resize(size_t{oPicture.uiWidth} * oPicture.uiHeight * 3);
+SScreen OpenScreen(const Board& roBoard, const SOutputRecord& roOutput)
+{
+    return {roOutput, OpenPixelFile(roBoard, roOutput.uiPixelFile)};
+}
 
-    const KUINT32       uiWidth  = std::min(oPicture.uiWidth, ooLayout->uiWidth);
-    const KUINT32       uiHeight = std::min(oPicture.uiHeight, ooLayout->uiHeight);
-    std::vector<KUINT8> auiRow(size_t{uiWidth} * 4);
+SPicture ReadScreen(const SScreen& roScreen)
+{
+    const SOutputRecord& roOutput = roScreen.oOutput;
+    const auto           ooLayout = LayOutPlane(TPixelFormat_R8G8B8A8, roOutput.uiBufferWidth, roOutput.uiBufferHeight);
+
+    SPicture     oPicture{roOutput.oVidParam.uiHActive, roOutput.oVidParam.uiVActive, {}};
+    const size_t uiPitch = oPicture.GetPitchInBytes();
+    if (!ooLayout || oPicture.uiHeight > uiMaxBytes / std::max<size_t>(uiPitch, 1))
+        throw BoardError("a picture of " + std::to_string(oPicture.uiWidth) + "x" + std::to_string(oPicture.uiHeight) +
+                         " is too large to be taken");
+    oPicture.auiRgba.resize(uiPitch * oPicture.uiHeight);
+
+    const KUINT32 uiHeight  = std::min(oPicture.uiHeight, ooLayout->uiHeight);
+    const size_t  uiInBytes = size_t{std::min(oPicture.uiWidth, ooLayout->uiWidth)} * 4;
     for (KUINT32 uiY = 0; uiY < uiHeight; ++uiY)
     {
         // Read, not mapped: a file that is cut meanwhile is an error here and would be a signal there.
-        if (pread(oPixels.Get(), auiRow.data(), auiRow.size(), off_t{uiY} * ooLayout->uiPitchInBytes) !=
-            static_cast<ssize_t>(auiRow.size()))
-            throw BoardError("the pixels that output " + std::to_string(uiOutput) + " shows are cut short; enable it anew");
-        KUINT8* puiRgb = oPicture.auiRgb.data() + size_t{uiY} * oPicture.uiWidth * 3;
-        for (KUINT32 uiX = 0; uiX < uiWidth; ++uiX)
-            puiRgb = std::copy_n(auiRow.data() + size_t{uiX} * 4, 3, puiRgb);
+        if (pread(roScreen.oPixels.Get(), oPicture.auiRgba.data() + uiY * uiPitch, uiInBytes,
+                  off_t{uiY} * ooLayout->uiPitchInBytes) != static_cast<ssize_t>(uiInBytes))
+            throw BoardError("board.pixels-" + std::to_string(roOutput.uiPixelFile) +
+                             ": the pixels that the output shows are cut short; enable it anew");
     }
+    for (size_t uiAlpha = 3; uiAlpha < oPicture.auiRgba.size(); uiAlpha += 4)
+        oPicture.auiRgba[uiAlpha] = 255;
     return oPicture;
 }
 }

@@ -3,7 +3,6 @@
 #ifndef SCREEN_H
 #define SCREEN_H
 
-#include <optional>
 #include <vector>
 
 #include "Board.h"
@@ -14,11 +13,22 @@ struct SPicture
 {
     KUINT32             uiWidth  = 0;
     KUINT32             uiHeight = 0;
-    std::vector<KUINT8> auiRgb;  // three bytes a pixel, rows without padding
+    std::vector<KUINT8> auiRgba;  // rows without padding; every alpha is 255
+
+    size_t GetPitchInBytes() const { return size_t{uiWidth} * 4; }
 };
 
-// Nothing when the output is off.
-std::optional<SPicture> ReadScreen(const SoftwareBoard::Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput);
+// The screen of an output that is on. It can be read after the transaction, and also when the board is gone meanwhile.
+struct SScreen
+{
+    SoftwareBoard::SOutputRecord  oOutput;
+    SoftwareBoard::FileDescriptor oPixels;
+};
+
+// The caller is in a transaction, and the output is on.
+SScreen OpenScreen(const SoftwareBoard::Board& roBoard, const SoftwareBoard::SOutputRecord& roOutput);
+
+SPicture ReadScreen(const SScreen& roScreen);
 }
 
 #endif

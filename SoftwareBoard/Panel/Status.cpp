@@ -1,9 +1,10 @@
-#include <algorithm>
 #include <cstdio>
-#include <fstream>
+#include <memory>
 
-#include "DescribeDisplay.h"
+#include "BoardLook.h"
+#include "Json.h"
 #include "Panel.h"
+#include "Timing.h"
 
 using namespace SoftwareBoard;
 
@@ -11,61 +12,121 @@ namespace Panel
 {
 namespace
 {
-// The process that holds the output, as far as the system still knows it by name.
-std::string DescribeHolder(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput, KINT32 iHolderPid)
+void PrintDevice(KUINT32 uiDevice, const SDeviceLook& roDevice)
 {
-    if (!roBoard.m_oLocks.IsOutputHeldByAnother(uiDevice, uiOutput))
-        return "nobody";
-    std::string strName = "?";
-    std::getline(std::ifstream("/proc/" + std::to_string(iHolderPid) + "/comm"), strName);
-    // Its owner chose the name: none of it may command the terminal.
-    std::replace_if(
-        strName.begin(), strName.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return std::to_string(iHolderPid) + " (" + strName + ")";
-}
-
-void PrintOutput(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput)
-{
-    const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-    const SOutputRecord           oOutput    = roBoard.m_oState.ReadOutput(uiDevice, uiOutput);
-    const std::string             strDisplay = DescribeDisplay(roBoard, uiDevice, uiOutput);
-    if (oOutput.bEnabled == FALSE)
-        std::printf("  output %u: off", uiOutput);
-    else
-        std::printf("  output %u: %ux%u, %u Hz, held by %s", uiOutput, oOutput.oVidParam.uiHActive,
-                    oOutput.oVidParam.uiVActive, oOutput.oVidParam.uiVRate_Hz,
-                    DescribeHolder(roBoard, uiDevice, uiOutput, oOutput.iHolderPid).c_str());
-    std::printf(strDisplay.empty() ? "\n" : ", %s\n", strDisplay.c_str());
-}
-
-void PrintDevice(const Board& roBoard, KUINT32 uiDevice)
-{
-    const SDeviceRecord oDevice = roBoard.m_oState.ReadDevice(uiDevice);
     std::printf("device %u\n", uiDevice);
-    for (KUINT32 uiFpga = 0; uiFpga < oDevice.uiFpgaCount; ++uiFpga)
-    {
-        const tagTBoard_FpgaInfo& roFpga = oDevice.aoFpgas[uiFpga];
+    for (const tagTBoard_FpgaInfo& roFpga : roDevice.aoFpgas)
         std::printf("  %s: device code 0x%04x, version %u.%u.%u, address 0x%02x, vendor 0x%04x\n", roFpga.szName,
                     roFpga.ui16DevID, roFpga.uiVersionMajor, roFpga.uiVersionMinor, roFpga.uiVersionBuild,
                     roFpga.uiI2cAddress, roFpga.ui16VendorID);
+    std::printf("  register %u (progress bar running): 0x%08x\n", uiProgressBarRunningReg, roDevice.uiProgressBarRunning);
+    std::printf("  register %u (progress): 0x%08x (%u %%)\n", uiProgressReg, roDevice.uiProgress, roDevice.GetProgressPct());
+    for (size_t uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
+    {
+        const SOutputLook& roOutput = roDevice.aoOutputs[uiOutput];
+        std::printf("  output %zu: %s\n", uiOutput, DescribeOutput(roOutput).c_str());
+        if (roOutput.oRecord.bEnabled == TRUE)
+            std::printf("    timing: %s\n", DescribeTiming(roOutput.oRecord.oVidParam).c_str());
     }
-    const KUINT32 uiProgress = roBoard.m_oState.ReadRegister(uiDevice, uiProgressReg);
-    std::printf("  register %u (progress bar running): 0x%08x\n", uiProgressBarRunningReg,
-                roBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg));
-    std::printf("  register %u (progress): 0x%08x (%u %%)\n", uiProgressReg, uiProgress, uiProgress & 0xFF);
-    for (KUINT32 uiOutput = 0; uiOutput < oDevice.uiOutputCount; ++uiOutput)
-        PrintOutput(roBoard, uiDevice, uiOutput);
+}
+
+void WriteFpga(JsonWriter& roJson, const tagTBoard_FpgaInfo& roFpga)
+{
+    roJson.BeginObject().Key("name").String(roFpga.szName).Key("device_code").Number(roFpga.ui16DevID);
+    roJson.Key("major").Number(roFpga.uiVersionMajor).Key("minor").Number(roFpga.uiVersionMinor);
+    roJson.Key("build").Number(roFpga.uiVersionBuild);
+    roJson.Key("address").Number(roFpga.uiI2cAddress).Key("vendor").Number(roFpga.ui16VendorID).EndObject();
+}
+
+void WriteTiming(JsonWriter& roJson, const tagTVideo_VidParam& roVidParam)
+{
+    roJson.BeginObject();
+    for (const STimingField& roField : TimingFields())
+    {
+        const KUINT32 uiValue = roField.pfGet(roVidParam);
+        roJson.Key(roField.pszName);
+        if (roField.eKind == ETimingKind::NUMBER)
+            roJson.Number(uiValue);
+        else if (roField.eKind != ETimingKind::WORD)
+            roJson.Bool(uiValue != 0);
+        else if (const char* pszWord = WordOf(roField, uiValue))
+            roJson.String(pszWord);
+        else
+            roJson.Null();
+    }
+    roJson.EndObject();
+}
+
+void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputLook& roOutput)
+{
+    const tagTVideo_VidParam& roVidParam = roOutput.oRecord.oVidParam;
+    const bool                bEnabled   = roOutput.oRecord.bEnabled == TRUE;
+    roJson.BeginObject().Key("output").Number(uiOutput).Key("enabled").Bool(bEnabled);
+    if (bEnabled)
+    {
+        roJson.Key("width").Number(roVidParam.uiHActive).Key("height").Number(roVidParam.uiVActive);
+        roJson.Key("rate_hz").Number(roVidParam.uiVRate_Hz).Key("holder");
+        if (const auto& roHolder = roOutput.ooHolder)
+            roJson.BeginObject().Key("pid").Number(roHolder->iPid).Key("name").String(roHolder->strName).EndObject();
+        else
+            roJson.Null();
+        roJson.Key("timing");
+        WriteTiming(roJson, roVidParam);
+    }
+    roJson.Key("display");
+    if (roOutput.strDisplay.empty())
+        roJson.Null();
+    else
+        roJson.String(roOutput.strDisplay);
+    roJson.EndObject();
+}
+
+void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceLook& roDevice)
+{
+    roJson.BeginObject().Key("device").Number(uiDevice).Key("fpgas").BeginArray();
+    for (const tagTBoard_FpgaInfo& roFpga : roDevice.aoFpgas)
+        WriteFpga(roJson, roFpga);
+    roJson.EndArray().Key("registers").BeginObject();
+    roJson.Key(std::to_string(uiProgressBarRunningReg)).Number(roDevice.uiProgressBarRunning);
+    roJson.Key(std::to_string(uiProgressReg)).Number(roDevice.uiProgress).EndObject();
+    roJson.Key("progress").Number(roDevice.GetProgressPct()).Key("outputs").BeginArray();
+    for (KUINT32 uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
+        WriteOutput(roJson, uiOutput, roDevice.aoOutputs[uiOutput]);
+    roJson.EndArray().EndObject();
+}
+
+std::vector<SDeviceLook> LookAtAll(const Board& roBoard)
+{
+    const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
+    std::vector<SDeviceLook>      aoDevices(roBoard.m_oState.GetDeviceCount());
+    for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
+        aoDevices[uiDevice] = LookAtDevice(roBoard, uiDevice);
+    return aoDevices;
 }
 }
 
-Action AddStatus(CLI::App&, const PassedOn&)
+Action AddStatus(CLI::App& roCommand, const PassedOn&)
 {
-    return [] {
-        const Board   oBoard        = Board::Open();
-        const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
-        std::printf("board %s\n", oBoard.m_oFolder.GetPath().c_str());
-        for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
-            PrintDevice(oBoard, uiDevice);
+    const auto pbJson = std::make_shared<bool>(false);
+    roCommand.add_flag("--json", *pbJson, "As one JSON object on one line, for programs");
+
+    return [pbJson] {
+        const Board                    oBoard    = Board::Open();
+        const std::vector<SDeviceLook> aoDevices = LookAtAll(oBoard);
+        const std::string&             strPath   = oBoard.m_oFolder.GetPath();
+        if (!*pbJson)
+        {
+            std::printf("board %s\n", strPath.c_str());
+            for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
+                PrintDevice(uiDevice, aoDevices[uiDevice]);
+            return;
+        }
+        JsonWriter oJson;
+        oJson.BeginObject().Key("board").String(strPath).Key("devices").BeginArray();
+        for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
+            WriteDevice(oJson, uiDevice, aoDevices[uiDevice]);
+        oJson.EndArray().EndObject();
+        std::printf("%s\n", oJson.GetText().c_str());
     };
 }
 }

@@ -1,0 +1,14 @@
+// A picture as a PNG file: complete, or not there.
+#ifndef PNG_FILE_H
+#define PNG_FILE_H
+
+#include <string>
+
+#include "Screen.h"
+
+namespace Panel
+{
+void WritePngFile(const SPicture& roPicture, const std::string& strPath);
+}
+
+#endif

@@ -1,0 +1,168 @@
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "BoardError.h"
+#include "ContactSheet.h"
+#include "Library.h"
+#include "Panel.h"
+#include "PngFile.h"
+#include "PreviewBoard.h"
+#include "Signals.h"
+#include "ToolProcess.h"
+
+using namespace SoftwareBoard;
+
+namespace Panel
+{
+namespace
+{
+constexpr char                      pszTool[] = "QelProgressBarDisplay";
+constexpr std::chrono::milliseconds oTick(1);
+constexpr std::chrono::seconds      oLongestStep(10);  // that the tool takes
+constexpr int                       iMostRuns = 3;     // that may end before they show a percentage
+
+// The tool's failure is the command's.
+void ThrowIfFailed(const ToolProcess& roTool)
+{
+    if (roTool.GetStatus() != 0)
+        throw EndedWithStatus{roTool.GetStatus()};
+}
+
+// The tool beside the panel, otherwise the one that a shell would find.
+std::string FindTool()
+{
+    const std::filesystem::path oBeside = FindPanelFolder() / pszTool;
+    return access(oBeside.c_str(), X_OK) == 0 ? oBeside.string() : pszTool;
+}
+
+// The tool on a board of its own, from one percentage to the next. A run that ends by itself, as at 100 % or after its
+// enable time, is followed by another.
+class Preview
+{
+public:
+    explicit Preview(const PassedOn& roPassedOn) : m_oArguments(roPassedOn)
+    {
+        m_oArguments.insert(m_oArguments.begin(), m_strName.data());
+        m_bReadsProgress = std::any_of(m_oArguments.begin(), m_oArguments.end() - 1, [](const char* psz) {
+            return std::string_view(psz) == "-p" || std::string_view(psz) == "--ProgressRect";
+        });
+        UseBoardLibrary();
+    }
+
+    SPicture Show(KUINT32 uiPercent)
+    {
+        for (int iRun = 0; iRun < iMostRuns; ++iRun)
+        {
+            if (auto ooPicture = TryToShow(uiPercent))
+                return *ooPicture;
+            ThrowIfFailed(*m_poTool);
+            if (!m_bWasOn)
+                break;
+        }
+        throw BoardError(std::string(pszTool) + ": ended before it showed " + std::to_string(uiPercent) +
+                         " %; see what it said");
+    }
+
+    void End()
+    {
+        m_poTool->End();
+        ThrowIfFailed(*m_poTool);
+    }
+
+private:
+    // The picture, or nothing when the tool ended before. Stopped, it neither reads nor draws: what is read of the board
+    // after the progress was set is read by its next step, and what it has drawn when it sleeps after that is the whole
+    // step.
+    std::optional<SPicture> TryToShow(KUINT32 uiPercent)
+    {
+        if (m_poTool != nullptr && m_poTool->Stop())
+        {
+            m_oBoard.SetProgress(uiPercent);
+            m_poTool->GoOn();
+        }
+        else
+        {
+            m_oBoard.SetProgress(uiPercent);
+            m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
+            m_bWasOn = WaitUntil([this] { return m_oBoard.IsOn(); }, std::nullopt);
+            if (!m_bWasOn || !m_poTool->Stop())
+                return std::nullopt;
+            m_oBoard.TakeReads();
+            m_poTool->GoOn();
+        }
+        // An argument may look like the option and be none: a tool that has not read the progress within its longest step
+        // never does.
+        if (m_bReadsProgress)
+            m_bReadsProgress = WaitUntil([this] { return m_oBoard.TakeReads(); }, oLongestStep + oLongestStep / 2);
+        if (!WaitUntil([this] { return m_poTool->IsAsleep(); }, std::nullopt) || !m_poTool->Stop())
+            return std::nullopt;
+        auto ooPicture = m_oBoard.TakePicture();
+        m_poTool->GoOn();
+        return ooPicture;
+    }
+
+    // FALSE when the tool has ended, or after the time.
+    template <class TDone> bool WaitUntil(TDone fDone, std::optional<std::chrono::seconds> ooTime)
+    {
+        const auto oStart = std::chrono::steady_clock::now();
+        while (!fDone())
+        {
+            if (m_poTool->HasEnded() || (ooTime && std::chrono::steady_clock::now() - oStart > *ooTime))
+                return false;
+            pollfd oReads = {m_oBoard.GetReadsDescriptor(), POLLIN, 0};
+            if (const int iSignal = m_oSignals.Wait(oTick, {&oReads, 1}); iSignal != 0 && iSignal != SIGCHLD)
+                throw EndedBySignal{iSignal};
+        }
+        return true;
+    }
+
+    const Signals                m_oSignals{SIGCHLD};
+    PreviewBoard                 m_oBoard;
+    std::string                  m_strName = pszTool;
+    std::string                  m_strTool = FindTool();
+    PassedOn                     m_oArguments;
+    bool                         m_bReadsProgress = false;
+    bool                         m_bWasOn         = false;
+    std::unique_ptr<ToolProcess> m_poTool;  // after the board: it ends first
+};
+
+void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const PassedOn& roPassedOn)
+{
+    ContactSheet oSheet(roPercents.size());
+    Preview      oPreview(roPassedOn);
+    for (const KUINT32 uiPercent : roPercents)
+        oSheet.Add(oPreview.Show(uiPercent), std::to_string(uiPercent) + " %");
+    oPreview.End();
+    WritePngFile(oSheet.Draw(), strFile);
+}
+}
+
+Action AddPreview(CLI::App& roCommand, const PassedOn& roPassedOn)
+{
+    struct SOptions
+    {
+        std::string          strFile;
+        std::vector<KUINT32> auiPercents = {0, 25, 50, 75, 100};
+    };
+    const auto poOptions = std::make_shared<SOptions>();
+    roCommand
+        .add_option("FILE", poOptions->strFile,
+                    "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width")
+        ->required();
+    roCommand
+        .add_option_function<std::vector<std::string>>(
+            "--at",
+            [poOptions](const std::vector<std::string>& roTexts) {
+                poOptions->auiPercents.clear();
+                for (const std::string& strText : roTexts)
+                    poOptions->auiPercents.push_back(TakeNumber("--at", strText, 0, 100));
+            },
+            "A percentage to show. May be repeated; without any 0, 25, 50, 75 and 100")
+        ->type_name("PERCENT")
+        ->expected(1)
+        ->take_all();
+    return [poOptions, &roPassedOn] { MakePreview(poOptions->strFile, poOptions->auiPercents, roPassedOn); };
+}
+}

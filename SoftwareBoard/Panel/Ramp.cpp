@@ -1,0 +1,34 @@
+#include "Ramp.h"
+
+namespace Panel
+{
+namespace
+{
+struct SPoint
+{
+    double fTime;
+    double fWork;
+};
+
+// Straight lines from point to point; where the work stays, the update halts.
+constexpr SPoint aoPoints[] = {
+    {0.00, 0.00}, {0.15, 0.04}, {0.35, 0.20}, {0.45, 0.20}, {0.60, 0.46},
+    {0.68, 0.52}, {0.80, 0.52}, {0.92, 0.95}, {1.00, 1.00},
+};
+}
+
+double RampTimeOf(double fWork, bool bLinear)
+{
+    if (bLinear)
+        return fWork;
+    const SPoint* poFrom = aoPoints;
+    for (const SPoint& roTo : aoPoints)
+    {
+        // Work that a halt begins with is done before it.
+        if (fWork <= roTo.fWork && roTo.fWork > poFrom->fWork)
+            return poFrom->fTime + (fWork - poFrom->fWork) / (roTo.fWork - poFrom->fWork) * (roTo.fTime - poFrom->fTime);
+        poFrom = &roTo;
+    }
+    return 1.0;
+}
+}

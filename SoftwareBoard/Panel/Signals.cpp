@@ -1,0 +1,69 @@
+#include "Signals.h"
+
+#include <sys/signalfd.h>
+
+#include <cstdlib>
+#include <vector>
+
+#include "BoardError.h"
+
+using namespace SoftwareBoard;
+
+namespace Panel
+{
+namespace
+{
+bool IsIgnored(int iSignal)
+{
+    struct sigaction oAction = {};
+    return sigaction(iSignal, nullptr, &oAction) == 0 && oAction.sa_handler == SIG_IGN;
+}
+}
+
+Signals::Signals(std::initializer_list<int> aiOthers)
+{
+    sigset_t oSet = {};
+    sigemptyset(&oSet);
+    // Shells start background jobs with SIGINT and SIGQUIT ignored; a person who sends one means it all the same.
+    for (const int iSignal : {SIGINT, SIGTERM, SIGQUIT})
+        sigaddset(&oSet, iSignal);
+    if (!IsIgnored(SIGHUP))
+        sigaddset(&oSet, SIGHUP);
+    for (const int iSignal : aiOthers)
+        sigaddset(&oSet, iSignal);
+
+    m_oFile = FileDescriptor(signalfd(-1, &oSet, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!m_oFile)
+        ThrowSystemError("signals", "signalfd");
+    sigprocmask(SIG_BLOCK, &oSet, &m_oBefore);
+}
+
+Signals::~Signals()
+{
+    sigprocmask(SIG_SETMASK, &m_oBefore, nullptr);
+}
+
+int Signals::Wait(std::chrono::milliseconds oTimeout, std::span<pollfd> aoOthers) const
+{
+    std::vector<pollfd> aoFiles{{m_oFile.Get(), POLLIN, 0}};
+    aoFiles.insert(aoFiles.end(), aoOthers.begin(), aoOthers.end());
+    if (poll(aoFiles.data(), aoFiles.size(), static_cast<int>(oTimeout.count())) < 0 && errno != EINTR)
+        ThrowSystemError("signals", "poll");
+    for (size_t uiFile = 0; uiFile < aoOthers.size(); ++uiFile)
+        aoOthers[uiFile].revents = aoFiles[uiFile + 1].revents;
+
+    signalfd_siginfo oInfo = {};
+    return read(m_oFile.Get(), &oInfo, sizeof(oInfo)) == ssize_t{sizeof(oInfo)} ? static_cast<int>(oInfo.ssi_signo) : 0;
+}
+
+void EndProcessBy(int iSignal)
+{
+    signal(iSignal, SIG_DFL);
+    sigset_t oSet = {};
+    sigemptyset(&oSet);
+    sigaddset(&oSet, iSignal);
+    sigprocmask(SIG_UNBLOCK, &oSet, nullptr);
+    raise(iSignal);
+    std::_Exit(128 + iSignal);
+}
+}

@@ -1,0 +1,47 @@
+// Signals as events that a loop waits for: blocked while this exists, and read one by one. Nothing is interrupted, so
+// whatever a command made or changed is taken back by destructors on every way out.
+#ifndef SIGNALS_H
+#define SIGNALS_H
+
+#include <poll.h>
+#include <signal.h>
+
+#include <chrono>
+#include <initializer_list>
+#include <span>
+
+#include "FileDescriptor.h"
+
+namespace Panel
+{
+class Signals
+{
+public:
+    // SIGINT, SIGTERM, SIGQUIT and SIGHUP, those that a person or a system ends a program with, and the others that are
+    // named. A hang-up that the caller had ignored (nohup) stays ignored.
+    explicit Signals(std::initializer_list<int> aiOthers = {});
+    ~Signals();
+    Signals(const Signals&)            = delete;
+    Signals& operator=(const Signals&) = delete;
+
+    // The next signal, or 0 after the time or when one of the other descriptors has something to say.
+    int Wait(std::chrono::milliseconds oTimeout, std::span<pollfd> aoOthers = {}) const;
+
+    const sigset_t& GetMaskBefore() const { return m_oBefore; }
+
+private:
+    sigset_t                      m_oBefore = {};
+    SoftwareBoard::FileDescriptor m_oFile;
+};
+
+// A command that a signal ended. Thrown past the destructors; main then ends the process by that signal, as its caller
+// expects.
+struct EndedBySignal
+{
+    int iSignal;
+};
+
+[[noreturn]] void EndProcessBy(int iSignal);
+}
+
+#endif

@@ -1,0 +1,61 @@
+// The terminal while a program draws on it: its other screen, no cursor, keys unseen and read one by one. Left as it was
+// found by the destructor, and by Leave before the process is stopped.
+#ifndef TERMINAL_H
+#define TERMINAL_H
+
+#include <termios.h>
+
+#include <map>
+#include <string>
+#include <utility>
+
+namespace Panel
+{
+struct STerminalSize
+{
+    int iColumns      = 80;
+    int iRows         = 24;
+    int iCellWidthPx  = 0;  // 0 where the terminal does not say
+    int iCellHeightPx = 0;
+};
+
+class Terminal
+{
+public:
+    Terminal() { Enter(); }
+    ~Terminal() { Leave(); }
+    Terminal(const Terminal&)            = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    void Enter();
+    void Leave();
+
+    static STerminalSize GetSize();
+
+    // Puts a picture of the whole screen together; texts begin at a row and column from 0 and stay in their row, or are one
+    // of the terminal's own images. Present then writes what differs from the last one.
+    void Put(int iRow, int iColumn, std::string strText) { m_oNext[{iRow, iColumn}] = std::move(strText); }
+    void Present();
+
+    // The terminal holds nothing of what was presented any more.
+    void Forget() { m_bForgotten = true; }
+
+    // Before anything is drawn where images may stand.
+    void SetImageEraser(std::string strSequence) { m_strImageEraser = std::move(strSequence); }
+
+private:
+    using Texts = std::map<std::pair<int, int>, std::string>;
+
+    static void Write(const std::string& strText);
+
+    termios     m_oBefore    = {};
+    bool        m_bKeys      = false;  // standard input is the terminal too, and m_oBefore is to be restored
+    bool        m_bEntered   = false;
+    bool        m_bForgotten = true;
+    Texts       m_oShown;
+    Texts       m_oNext;
+    std::string m_strImageEraser;
+};
+}
+
+#endif

@@ -1,0 +1,62 @@
+#include "Watch.h"
+
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include "BoardError.h"
+#include "Panel.h"
+
+using namespace SoftwareBoard;
+
+namespace Panel
+{
+namespace
+{
+bool IsTerminal()
+{
+    const char* const pszTerm = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) == 1 && pszTerm != nullptr && *pszTerm != '\0' && std::string_view(pszTerm) != "dumb";
+}
+
+void Watch(KUINT32 uiDevice, bool bWindow)
+{
+    const bool bTerminal = !bWindow && IsTerminal();
+#ifndef PANEL_HAS_CHAFA
+    if (bTerminal)
+        throw BoardError(
+            "watch: built without libchafa, so no pictures in a terminal; \"tavrin-board watch | cat\" gives lines");
+#endif
+#ifndef PANEL_HAS_SDL2
+    if (bWindow)
+        throw BoardError("watch --window: built without SDL2, so there are no windows; \"tavrin-board watch\" needs none");
+#endif
+    Watcher oWatcher(uiDevice, bWindow || bTerminal);
+#ifdef PANEL_HAS_CHAFA
+    if (bTerminal)
+        return WatchInTerminal(oWatcher);
+#endif
+#ifdef PANEL_HAS_SDL2
+    if (bWindow)
+        return WatchInWindow(oWatcher);
+#endif
+    WatchInLines(oWatcher);
+}
+}
+
+Action AddWatch(CLI::App& roCommand, const PassedOn&)
+{
+    struct SOptions
+    {
+        KUINT32 uiDevice = 0;
+        bool    bWindow  = false;
+    };
+    const auto poOptions = std::make_shared<SOptions>();
+    roCommand.add_flag(
+        "--window", poOptions->bWindow,
+        "In a window, one tile an output; its button, Escape or q close it. Otherwise\nin the terminal, where Ctrl-C "
+        "or q end it; off a terminal one line a change");
+    AddDevice(roCommand, poOptions->uiDevice);
+    return [poOptions] { Watch(poOptions->uiDevice, poOptions->bWindow); };
+}
+}

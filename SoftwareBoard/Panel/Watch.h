@@ -1,0 +1,21 @@
+// The faces of watch. Each shows the board until a person or the system ends it.
+#ifndef WATCH_H
+#define WATCH_H
+
+#include "WatchView.h"
+
+namespace Panel
+{
+// One plain line a change, for a file or another program.
+void WatchInLines(Watcher& roWatcher);
+
+#ifdef PANEL_HAS_CHAFA
+void WatchInTerminal(Watcher& roWatcher);
+#endif
+
+#ifdef PANEL_HAS_SDL2
+void WatchInWindow(Watcher& roWatcher);
+#endif
+}
+
+#endif

@@ -1,0 +1,207 @@
+#include <algorithm>
+
+#include "BoardError.h"
+#include "Signals.h"
+#include "TerminalPicture.h"
+#include "Watch.h"
+
+using namespace SoftwareBoard;
+
+namespace Panel
+{
+namespace
+{
+// A text of just this many columns.
+std::string CutOrFill(std::string strText, int iColumns)
+{
+    const auto uiColumns = static_cast<size_t>(std::max(iColumns, 0));
+    if (strText.size() > uiColumns && uiColumns > 3)
+        strText.replace(uiColumns - 2, std::string::npos, "..");
+    strText.resize(uiColumns, ' ');
+    return strText;
+}
+
+// Where the outputs stand between the title and the progress: a grid of tiles, each with its caption under it.
+struct STiles
+{
+    int iAcross  = 1;
+    int iColumns = 0;  // of one tile
+    int iRows    = 0;  // with the caption
+};
+
+class TerminalView
+{
+public:
+    explicit TerminalView(Watcher& roWatcher) : m_roWatcher(roWatcher)
+    {
+        m_oTerminal.SetImageEraser(m_oPictures.GetImageEraser());
+    }
+
+    void Draw();
+    void Resize() { m_oTerminal.Forget(); }
+    void Leave() { m_oTerminal.Leave(); }
+    void Enter() { m_oTerminal.Enter(); }
+
+private:
+    STiles LayOut(int iRows) const;
+    void   DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles);
+    void   DrawProgress(int iRow);
+
+    // What a picture became: kept as long as neither it nor its room has changed.
+    struct SDrawn
+    {
+        std::shared_ptr<const SPicture> poPicture;
+        std::pair<int, int>             oCells;
+        std::vector<std::string>        astrTexts;
+    };
+
+    Watcher&            m_roWatcher;
+    TerminalPictures    m_oPictures;
+    Terminal            m_oTerminal;
+    STerminalSize       m_oSize;
+    std::vector<SDrawn> m_aoDrawn;
+};
+
+// As many tiles across as make the pictures largest.
+STiles TerminalView::LayOut(int iRows) const
+{
+    const auto&     roOutputs = m_roWatcher.GetView().aoOutputs;
+    const int       iOutputs  = std::max(static_cast<int>(roOutputs.size()), 1);
+    const SPicture  oUsual    = {4, 3, {}};
+    const auto      i      = std::find_if(roOutputs.begin(), roOutputs.end(), [](const auto& ro) { return ro.poPicture; });
+    const SPicture& roLike = i != roOutputs.end() ? *i->poPicture : oUsual;
+    int             iBestCells = -1;
+    STiles          oBest;
+    for (int iAcross = 1; iAcross <= iOutputs; ++iAcross)
+    {
+        const int    iDown = (iOutputs + iAcross - 1) / iAcross;
+        const STiles oTiles{iAcross, (m_oSize.iColumns - (iAcross - 1)) / iAcross, iRows / iDown};
+        if (oTiles.iColumns < 1 || oTiles.iRows < 1)
+            continue;
+        const auto oCells = oTiles.iRows > 1 ? m_oPictures.FitInto(oTiles.iColumns, oTiles.iRows - 1, roLike.uiWidth,
+                                                                   roLike.uiHeight, m_oSize)
+                                             : std::pair(0, 0);
+        if (oCells.first * oCells.second > iBestCells)
+        {
+            iBestCells = oCells.first * oCells.second;
+            oBest      = oTiles;
+        }
+    }
+    if (iBestCells < 0)
+        oBest = {1, m_oSize.iColumns, 1};
+    return oBest;
+}
+
+void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles)
+{
+    const SOutputView& roOutput = m_roWatcher.GetView().aoOutputs[uiOutput];
+    m_oTerminal.Put(iRow + roTiles.iRows - 1, iColumn,
+                    CutOrFill("output " + std::to_string(uiOutput) + ": " + roOutput.strState, roTiles.iColumns));
+    if (roOutput.poPicture == nullptr || roTiles.iRows < 2)
+        return;
+    const SPicture& roPicture = *roOutput.poPicture;
+    const auto      oCells =
+        m_oPictures.FitInto(roTiles.iColumns, roTiles.iRows - 1, roPicture.uiWidth, roPicture.uiHeight, m_oSize);
+    SDrawn& roDrawn = m_aoDrawn[uiOutput];
+    if (roDrawn.poPicture != roOutput.poPicture || roDrawn.oCells != oCells)
+        roDrawn = {roOutput.poPicture, oCells, m_oPictures.Draw(roPicture, oCells.first, oCells.second, m_oSize)};
+
+    const int iLeft = iColumn + (roTiles.iColumns - oCells.first) / 2;
+    int       iTop  = iRow + (roTiles.iRows - 1 - oCells.second) / 2;
+    for (const std::string& strText : roDrawn.astrTexts)
+        m_oTerminal.Put(iTop++, iLeft, strText);
+}
+
+// The whole row is the bar, and the words stand in it.
+void TerminalView::DrawProgress(int iRow)
+{
+    const SBoardView& roView = m_roWatcher.GetView();
+    std::string       strBar = CutOrFill(" progress " + std::to_string(roView.uiProgressPct) + " %" +
+                                             (roView.bBarRunning ? ", progress bar running" : ""),
+                                         m_oSize.iColumns);
+    strBar.insert(strBar.size() * std::min(roView.uiProgressPct, 100u) / 100, "\x1b[0;2m");
+    m_oTerminal.Put(iRow, 0, "\x1b[7m" + strBar + "\x1b[0m");
+}
+
+void TerminalView::Draw()
+{
+    m_oSize                  = Terminal::GetSize();
+    const SBoardView& roView = m_roWatcher.GetView();
+    const bool        bTitle = m_oSize.iRows >= 6;
+    const int         iTop   = bTitle ? 1 : 0;
+    const int         iRows  = m_oSize.iRows - iTop - 1;
+    if (bTitle)
+        m_oTerminal.Put(0, 0, "\x1b[1m" + CutOrFill("board " + m_roWatcher.GetTitle(), m_oSize.iColumns) + "\x1b[0m");
+    if (!roView.strProblem.empty())
+    {
+        m_oTerminal.Put(m_oSize.iRows / 2, 0, CutOrFill(roView.strProblem, m_oSize.iColumns));
+        return m_oTerminal.Present();
+    }
+    m_aoDrawn.resize(roView.aoOutputs.size());
+    const STiles oTiles = LayOut(iRows);
+    for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
+    {
+        const int iRow    = static_cast<int>(uiOutput) / oTiles.iAcross * oTiles.iRows;
+        const int iColumn = static_cast<int>(uiOutput) % oTiles.iAcross * (oTiles.iColumns + 1);
+        if (iRow + oTiles.iRows <= iRows)
+            DrawTile(uiOutput, iTop + iRow, iColumn, oTiles);
+    }
+    DrawProgress(m_oSize.iRows - 1);
+    m_oTerminal.Present();
+}
+
+// Whether q was among the keys; what else was typed is taken away, so that it does not land in the shell.
+bool ReadKeys()
+{
+    char          acKeys[64];
+    const ssize_t iRead = read(STDIN_FILENO, acKeys, sizeof(acKeys));
+    return iRead > 0 && std::find(acKeys, acKeys + iRead, 'q') != acKeys + iRead;
+}
+
+void StopProcess()
+{
+    sigset_t oSet = {};
+    sigemptyset(&oSet);
+    sigaddset(&oSet, SIGTSTP);
+    sigprocmask(SIG_UNBLOCK, &oSet, nullptr);
+    raise(SIGTSTP);
+    sigprocmask(SIG_BLOCK, &oSet, nullptr);
+}
+}
+
+void WatchInTerminal(Watcher& roWatcher)
+{
+    const Signals oSignals({SIGWINCH, SIGTSTP, SIGCONT});
+    TerminalView  oView(roWatcher);
+    const bool    bKeys   = isatty(STDIN_FILENO) == 1;
+    bool          bRedraw = true;
+    while (true)
+    {
+        const auto oLookBegan = std::chrono::steady_clock::now();
+        if (roWatcher.Look() || bRedraw)
+            oView.Draw();
+        bRedraw = false;
+
+        pollfd    oKeys   = {bKeys ? STDIN_FILENO : -1, POLLIN, 0};
+        const int iSignal = oSignals.Wait(roWatcher.GetPause(oLookBegan), {&oKeys, 1});
+        if ((oKeys.revents & POLLIN) != 0 && ReadKeys())
+            return;
+        if ((oKeys.revents & (POLLHUP | POLLERR)) != 0)
+            throw EndedBySignal{SIGHUP};
+        switch (iSignal)
+        {
+        case 0: break;
+        case SIGINT:
+        case SIGTERM: return;
+        case SIGWINCH: oView.Resize(); break;
+        case SIGTSTP:
+            oView.Leave();
+            StopProcess();
+            break;
+        case SIGCONT: oView.Enter(); break;
+        default: throw EndedBySignal{iSignal};
+        }
+        bRedraw = iSignal != 0;
+    }
+}
+}

@@ -1,0 +1,144 @@
+#include "WatchView.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "BoardError.h"
+
+using namespace SoftwareBoard;
+
+namespace Panel
+{
+namespace
+{
+constexpr std::chrono::milliseconds oBusyPause(34), oIdlePause(125);
+constexpr KUINT32                   uiLooksUntilIdle = 30;
+
+struct SScreens
+{
+    SDeviceLook                         oDevice;
+    std::vector<std::optional<SScreen>> aooScreens;
+    std::vector<std::string>            astrProblems;
+};
+
+// As short as it can be in the transaction: pixels are read after it.
+SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
+{
+    std::optional<Board>          ooBoard;  // made in the transaction, gone after it
+    BoardFolder                   oFolder(BoardFolder::DefaultPath());
+    BoardLocks                    oLocks(oFolder);
+    const BoardLocks::Transaction oTransaction(oLocks);
+    BoardState                    oState  = BoardState::OpenOrMake(oFolder);
+    const Board&                  roBoard = ooBoard.emplace(Board{std::move(oFolder), std::move(oLocks), std::move(oState)});
+
+    SScreens oScreens{LookAtDevice(roBoard, uiDevice), {}, {}};
+    for (const SOutputLook& roOutput : oScreens.oDevice.aoOutputs)
+    {
+        oScreens.aooScreens.emplace_back();
+        oScreens.astrProblems.emplace_back();
+        if (!bWithPictures || roOutput.oRecord.bEnabled == FALSE)
+            continue;
+        try
+        {
+            oScreens.aooScreens.back() = OpenScreen(roBoard, roOutput.oRecord);
+        }
+        catch (const BoardError& roError)
+        {
+            oScreens.astrProblems.back() = roError.what();
+        }
+    }
+    return oScreens;
+}
+}
+
+Watcher::Watcher(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
+{
+    const Board oBoard = Board::Open();
+    oBoard.m_oState.ReadDevice(uiDevice);
+    m_strFolder = oBoard.m_oFolder.GetPath();
+    m_strTitle  = MakePrintable(m_strFolder) + ", device " + std::to_string(uiDevice);
+}
+
+bool Watcher::Look()
+{
+    SBoardView oView;
+    try
+    {
+        oView = LookAtBoard();
+    }
+    catch (const BoardError& roError)
+    {
+        oView.strProblem = MakePrintable(roError.what());
+    }
+    const bool bChanged    = oView != m_oView;
+    m_uiLooksWithoutChange = bChanged ? 0 : m_uiLooksWithoutChange + 1;
+    m_oView                = std::move(oView);
+    return bChanged;
+}
+
+SBoardView Watcher::LookAtBoard()
+{
+    SBoardView  oView;
+    struct stat oStat = {};
+    // A board that was removed is not made again by somebody who only looks.
+    if (lstat((m_strFolder + "/board.state").c_str(), &oStat) != 0 && errno == ENOENT)
+        throw BoardError(m_strFolder + ": the board is gone; waiting for a new one");
+
+    const SScreens oScreens = OpenScreens(m_uiDevice, m_bWithPictures);
+    oView.uiBoard           = oStat.st_ino;
+    oView.uiProgressPct     = oScreens.oDevice.GetProgressPct();
+    oView.bBarRunning       = oScreens.oDevice.uiProgressBarRunning != 0;
+    Pictures oTaken;
+    for (size_t uiOutput = 0; uiOutput < oScreens.aooScreens.size(); ++uiOutput)
+    {
+        SOutputView oOutput{DescribeOutput(oScreens.oDevice.aoOutputs[uiOutput]), nullptr};
+        std::string strProblem = oScreens.astrProblems[uiOutput];
+        try
+        {
+            if (const auto& roScreen = oScreens.aooScreens[uiOutput])
+                oOutput.poPicture = Take(*roScreen, oTaken);
+        }
+        catch (const BoardError& roError)
+        {
+            strProblem = roError.what();
+        }
+        if (!strProblem.empty())
+            oOutput.strState += "; " + MakePrintable(strProblem);
+        oView.aoOutputs.push_back(std::move(oOutput));
+    }
+    m_oPictures = std::move(oTaken);
+    return oView;
+}
+
+// Outputs often show one file: it is read once a look.
+std::shared_ptr<const SPicture> Watcher::Take(const SScreen& roScreen, Pictures& roTaken) const
+{
+    const KUINT32 uiFile  = roScreen.oOutput.uiPixelFile;
+    const auto    fIsSize = [&](const auto& ro) {
+        return ro->uiWidth == roScreen.oOutput.oVidParam.uiHActive && ro->uiHeight == roScreen.oOutput.oVidParam.uiVActive;
+    };
+    auto& roOfFile = roTaken[uiFile];
+    if (const auto i = std::find_if(roOfFile.begin(), roOfFile.end(), fIsSize); i != roOfFile.end())
+        return *i;
+
+    auto poPicture = std::make_shared<const SPicture>(ReadScreen(roScreen));
+    if (const auto iBefore = m_oPictures.find(uiFile); iBefore != m_oPictures.end())
+    {
+        const auto& roBefore = iBefore->second;
+        const auto  i        = std::find_if(roBefore.begin(), roBefore.end(), fIsSize);
+        if (i != roBefore.end() && (*i)->auiRgba == poPicture->auiRgba)
+            poPicture = *i;
+    }
+    roOfFile.push_back(poPicture);
+    return poPicture;
+}
+
+std::chrono::milliseconds Watcher::GetPause(std::chrono::steady_clock::time_point oLookBegan) const
+{
+    using Milliseconds = std::chrono::milliseconds;
+    const auto oSpent  = std::chrono::ceil<Milliseconds>(std::chrono::steady_clock::now() - oLookBegan);
+    const auto oEvery  = m_uiLooksWithoutChange < uiLooksUntilIdle ? oBusyPause : oIdlePause;
+    return std::max(oEvery - oSpent, 2 * oSpent);
+}
+}
