@@ -1,3 +1,5 @@
+#include <numeric>
+
 #include "QelCheck.h"
 #include "QelTools.h"
 #include "Support.h"
