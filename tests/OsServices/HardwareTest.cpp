@@ -1,34 +1,65 @@
+#include <fcntl.h>
 #include <fstream>
+#include <sched.h>
+#include <sys/mount.h>
 
 extern "C"
 {
 #include <pci/pci.h>
 }
 
+#include "OsServicesClient_Linux.h"
 #include "QelVxd.h"
 #include "Support.h"
 
 namespace
 {
+// A folder of the test's own stands at /dev, in a mount namespace of this process. Its memory is a file of 6 GiB, all holes.
+class Devices : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_NE(mkdtemp(m_sFolder.data()), nullptr);
+        m_iMemory = open((m_sFolder + "/mem").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        ASSERT_EQ(ftruncate(m_iMemory, off_t{6} << 30), 0);
+        if ((unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+            || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+            || mount(m_sFolder.c_str(), "/dev", nullptr, MS_BIND, nullptr) != 0)
+            GTEST_SKIP() << "no private mount namespace, so no file at /dev/mem: " << std::strerror(errno);
+        m_bIsMounted = true;
+    }
+
+    void TearDown() override
+    {
+        EXPECT_TRUE(!m_bIsMounted || umount2("/dev", MNT_DETACH) == 0);
+        EXPECT_TRUE(close(m_iMemory) == 0 && std::filesystem::remove_all(m_sFolder) > 0);
+    }
+
+    std::string m_sFolder    = testing::TempDir() + "devXXXXXX";
+    int         m_iMemory    = -1;
+    bool        m_bIsMounted = false;
+};
+
 // Bytes of the process's address space that show the file, and records of mappings, with the ring whole both ways.
 std::pair<size_t, int> Mapped()
 {
     std::pair<size_t, int> oMapped;
     std::ifstream          oMaps("/proc/self/maps");
     for (std::string sLine; std::getline(oMaps, sLine);)
-        if (sLine.find("/memfd:memory") != std::string::npos)
+        if (sLine.ends_with(" /dev/mem"))
             oMapped.first += std::stoull(sLine.substr(sLine.find('-') + 1), nullptr, 16) - std::stoull(sLine, nullptr, 16);
     for (const MEMMAPINFO* po = g_oQelVxdMapList.pNext; po != &g_oQelVxdMapList; po = po->pNext, ++oMapped.second)
         EXPECT_TRUE(po->pNext->pPrev == po && po->pPrev->pNext == po);
     return oMapped;
 }
 
-TEST(Memory, RangesAreMappedInWholePagesAndGivenBackWhole)
+TEST_F(Devices, RangesOfMemoryAreMappedInWholePagesAndGivenBackWhole)
 {
     const std::tuple<KUINT64, KUINT32, size_t> aoRows[] = {  // address, size, bytes mapped (0: refused)
         {0x1010, 16, 0x1000}, {0x1010, 16, 0x1000},     {0x2000, 0x1800, 0x2000}, {0xFFF, 2, 0x2000},
         {0xFFF, 1, 0x1000},   {0x140000010, 1, 0x1000}, {0x3000, 0, 0},           {0x3001, 0, 0x1000},
-        {0, 0xFFFFFFFF, 0},   {5, 0xFFFFFFFF, 0x1000},  {~0ull << 12, 16, 0},     {0x100000001, 8, 0x1000}};
+        {0, 0xFFFFFFFF, 0},   {5, 0xFFFFFFFF, 0x1000},  {~0ull << 12, 16, 0},     {0x100000FFF, 8, 0x2000}};
     const auto             oBefore = Held();
     std::vector<MEMHANDLE> ahMemory;
     std::pair<size_t, int> oExpected;
@@ -44,7 +75,7 @@ TEST(Memory, RangesAreMappedInWholePagesAndGivenBackWhole)
                     && g_oQelVxdMapList.pNext->pvLinear == reinterpret_cast<void*>(hMemory)) << "the latest is in front";
         auto* const pchMemory = reinterpret_cast<char*>(hMemory);
         char        ch        = static_cast<char>(++*pchMemory + 1);
-        EXPECT_TRUE(pread(MemoryFile(), &ch, 1, static_cast<off_t>(uiAddress)) == 1 && ch == *pchMemory) << "shared, and there";
+        EXPECT_TRUE(pread(m_iMemory, &ch, 1, static_cast<off_t>(uiAddress)) == 1 && ch == *pchMemory) << "shared, and there";
     }
     EXPECT_EQ(memUnmap(ahMemory[0] + 1), 0u);
     for (size_t i = 0; i < 2 * std::size(aoRows); ++i)  // neither as they came nor the other way round, and each twice
@@ -54,11 +85,32 @@ TEST(Memory, RangesAreMappedInWholePagesAndGivenBackWhole)
         oExpected          = {oExpected.first - (bGoes ? std::get<2>(aoRows[uiRow]) : 0), oExpected.second - bGoes};
         EXPECT_TRUE(memUnmap(ahMemory[uiRow]) == bGoes && Mapped() == oExpected) << uiRow;
     }
+    EXPECT_EQ(Held(), oBefore);
+}
+
+TEST_F(Devices, RefusedMemoryLeavesNothingAndIsAskedForAnewWithAnotherCachingType)
+{
+    ExpectFailures({"_ZnwmRKSt9nothrow_t", "open", "mmap"},
+                   {[] { return KBOOL32{g_oOsServices.IoMap(0x1010, 8, FALSE) != nullptr || Mapped().second != 0}; }});
     FailNext("open");
-    EXPECT_EQ(memUnmap(memMap(0x1010, 8)), 1u) << "another caching type is tried";
-    FailNext("open");
-    EXPECT_EQ(memUnmap(reinterpret_cast<MEMHANDLE>(g_oOsServices.IoMap(0x1010, 8, 5))), 1u) << "as it is for a cacheable one";
-    EXPECT_TRUE(HasFailed() && Held() == oBefore);
+    EXPECT_EQ(memUnmap(memMap(0x1010, 8)), 1u);
+    FailNext("mmap");
+    void* const pvMemory = g_oOsServices.IoMap(0x1010, 8, 5);
+    EXPECT_TRUE(pvMemory != nullptr && HasFailed());
+    g_oOsServices.IoUnMap(pvMemory, 12345);
+    EXPECT_EQ(Mapped(), std::pair(size_t{0}, 0));
+}
+
+TEST_F(Devices, KernelMessagesAreWrittenWhereTheyCanBe)
+{
+    va_list oNone = {};
+    for (const char* const pszFailing : {"none", "fopen"})
+    {
+        FailNext(pszFailing);
+        OsServices_WriteKernelMsg("100 %% written\n", oNone);
+    }
+    std::string sText;
+    EXPECT_TRUE(std::getline(std::ifstream(m_sFolder + "/kmsg"), sText, '\0') && sText == "100 % written\n") << sText;
 }
 
 // A PCI bus of the test's own, with the same place in two domains, whose calls may fail.
@@ -106,6 +158,10 @@ TEST(Pci, LookupFindsTheFirstMatchAndSurvivesAMachineWithoutBus)
         EXPECT_EQ(QelVxdPciLibConvertHandle(0xABCD0318), &s_aoDevices[2]) << "the first of two, by another scan if need be";
         EXPECT_EQ(QelVxdPciLibConvertHandle(0x0319), &s_aoDevices[3]);
         EXPECT_TRUE(QelVxdPciLibConvertHandle(0x0320) == nullptr && s_iAccesses == 1) << "one scan serves all lookups";
-        EXPECT_TRUE(ReleaseQELLibrary() == 1 && g_poQelVxdPciLibAccess == nullptr && s_iAccesses == 0 && HasFailed());
+        { const OsServices oSecond(nullptr); }
+        EXPECT_NE(g_poQelVxdPciLibAccess, nullptr) << "the last instance releases, and no other";
+        g_oOsServices.~OsServices();
+        EXPECT_TRUE(g_poQelVxdPciLibAccess == nullptr && s_iAccesses == 0 && HasFailed());
+        EXPECT_TRUE((new (&g_oOsServices) OsServices(nullptr))->IsInitialized() && ReleaseQELLibrary() == 1);
     }
 }

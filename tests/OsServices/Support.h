@@ -6,12 +6,8 @@
 #include <ctime>
 #include <filesystem>
 #include <future>
-#include <numeric>
 #include <random>
-#include <string>
 #include <thread>
-#include <tuple>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -26,15 +22,16 @@ inline std::atomic<int> g_iWaitsBegun{0};       // on conditions, counted with t
 inline std::atomic<int> g_iSpuriousWakeUps{0};  // so many of the next timed waits end at once, without a reason
 
 // The next call of that name fails, once, with iError where it reports one; null: none.
-inline const char* g_pszFailing = nullptr;
-inline int         g_iError     = 0;
-inline void FailNext(const char* pszCall, int iError = 0) { g_pszFailing = pszCall, g_iError = iError; }
+inline std::atomic<const char*> g_pszFailing{nullptr};
+inline int                      g_iError = 0;
+inline void FailNext(const char* pszCall, int iError = 0) { g_iError = iError, g_pszFailing = pszCall; }
 inline bool HasFailed() { return g_pszFailing == nullptr; }
 bool        Fails(const char* pszCall);  // asked by the call itself
 
-int MemoryFile();  // stands in for /dev/mem: a sparse file of 6 GiB
-
 std::pair<int, long> Held();  // blocks of handles that live, and open files; to be alike before and after
+
+// Expects each of the works to be FALSE when one of the calls fails in it, once, and to leave nothing behind.
+void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks);
 
 // What fnWrite puts on standard output.
 template <typename FnWrite>
@@ -59,11 +56,4 @@ void ExpectCut(const std::string& rsText, FnWrite fnWrite)
 }
 
 // The text with every number in it replaced by '#'.
-inline std::string WithoutNumbers(const std::string& rsText)
-{
-    std::string sResult;
-    for (const char ch : rsText)
-        if (!std::isdigit(ch) || !sResult.ends_with('#'))
-            sResult += std::isdigit(ch) ? '#' : ch;
-    return sResult;
-}
+std::string WithoutNumbers(const std::string& rsText);

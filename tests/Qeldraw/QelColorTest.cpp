@@ -10,32 +10,36 @@
 
 namespace
 {
-using Four = std::array<double, 4>;  // A, R, G, B or A, Y, U, V
+using Four   = std::array<double, 4>;  // A, R, G, B or A, Y, U, V
+using Matrix = double[3][3];
 
-// A weighed sum as the formulas have it, in doubles: what is shifted there is divided and rounded downwards.
-double Sum(const Four& rod, double d1, double d2, double d3, double dScale) { return std::floor((d1 * rod[1] + d2 * rod[2] + d3 * rod[3] + dScale / 2) / dScale); }
+constexpr Matrix TO_YUV      = {{66, 129, 25}, {-38, -74, 112}, {112, -94, -18}};
+constexpr Matrix TO_DEEP_YUV = {{263, 516, 100}, {-152, -298, 450}, {450, -377, -73}};
+constexpr Matrix TO_RGB      = {{298, 0, 409}, {298, -100, -208}, {298, 516, 0}};
 
-Four RgbToYuv(const Four& rod, bool bDeep)
+// Weighed sums as the formulas have them, in doubles: what is shifted there is divided and rounded downwards. So often the
+// offsets of Y, U and V are taken off before, and added after.
+Four Weigh(Four d, const Matrix& raad, double dScale, double dBefore, double dAfter)
 {
-    return bDeep ? Four{rod[0], Sum(rod, 263, 516, 100, 1024) + 64, Sum(rod, -152, -298, 450, 1024) + 512, Sum(rod, 450, -377, -73, 1024) + 512}
-                 : Four{rod[0], Sum(rod, 66, 129, 25, 256) + 16, Sum(rod, -38, -74, 112, 256) + 128, Sum(rod, 112, -94, -18, 256) + 128};
-}
-
-Four YuvToRgb(const Four& rod, bool bDeep)
-{
-    const Four dCde = {0, rod[1] - (bDeep ? 64 : 16), rod[2] - (bDeep ? 512 : 128), rod[3] - (bDeep ? 512 : 128)};
-    const auto Clamp = [=](double d) { return std::clamp(d, 0., bDeep ? 1023. : 255.); };
-    return {rod[0], Clamp(Sum(dCde, 298, 0, 409, 256)), Clamp(Sum(dCde, 298, -100, -208, 256)), Clamp(Sum(dCde, 298, 516, 0, 256))};
+    const double adOffset[] = {16, 128, 128}, d1 = d[1] - 16 * dBefore, d2 = d[2] - 128 * dBefore, d3 = d[3] - 128 * dBefore;
+    for (size_t i = 0; i < 3; ++i)
+        d[i + 1] = std::floor((raad[i][0] * d1 + raad[i][1] * d2 + raad[i][2] * d3 + dScale / 2) / dScale) + adOffset[i] * dAfter;
+    return d;
 }
 
 template <typename Colour>
 void CheckFormat(std::array<KUINT32, 4> auiMask, bool bYuv = false)
 {
-    const auto Field = [](KUINT32 uiWord, KUINT32 uiMask) { return double(uiMask != 0 ? (uiWord & uiMask) >> std::countr_zero(uiMask) : 0); };
-    const auto Split = [=](KUINT32 ui) { return Four{Field(ui, auiMask[0]), Field(ui, auiMask[1]), Field(ui, auiMask[2]), Field(ui, auiMask[3])}; };
+    const auto Split = [=](KUINT32 ui) {
+        Four dFields = {};
+        for (size_t k = 0; k < 4; ++k)
+            dFields[k] = auiMask[k] != 0 ? (ui & auiMask[k]) >> std::countr_zero(auiMask[k]) : 0;
+        return dFields;
+    };
     const Four dMax  = Split(~0u);
     const bool bDeep = dMax[1] == 1023;
-    EXPECT_EQ((Four{double(Colour::GetMaxAlpha()), double(Colour::GetMaxRed()), double(Colour::GetMaxGreen()), double(Colour::GetMaxBlue())}), dMax);
+    EXPECT_TRUE(Colour::GetMaxAlpha() == dMax[0] && Colour::GetMaxRed() == dMax[1]);
+    EXPECT_TRUE(Colour::GetMaxGreen() == dMax[2] && Colour::GetMaxBlue() == dMax[3]);
 
     std::mt19937 oRandom(1);
     for (unsigned i = 0; i < 100000; ++i)
@@ -47,14 +51,17 @@ void CheckFormat(std::array<KUINT32, 4> auiMask, bool bYuv = false)
             aui[k]   = static_cast<KUINT16>(i >= 16 ? oRandom() & 0xFFFF : (i >> k & 1) != 0 ? KUINT16(dMax[k]) : 0u);
             dWant[k] = aui[k] & KUINT16(dMax[k]);
         }
+        dWant          = !bYuv ? dWant : bDeep ? Weigh(dWant, TO_DEEP_YUV, 1024, 0, 4) : Weigh(dWant, TO_YUV, 256, 0, 1);
         Colour oColour = Colour::FromARGB(aui[0], aui[1], aui[2], aui[3]);
-        ASSERT_EQ(Split(oColour.m_uiColorValue), bYuv ? RgbToYuv(dWant, bDeep) : dWant) << Colour().GetPixelFormat();
+        ASSERT_EQ(Split(oColour.m_uiColorValue), dWant) << Colour().GetPixelFormat();
         ASSERT_EQ(oColour.m_uiColorValue & ~(auiMask[0] | auiMask[1] | auiMask[2] | auiMask[3]), 0u) << "unused bits";
 
         oColour = i % 2 == 0 ? oColour : Colour(static_cast<decltype(Colour::m_uiColorValue)>(oRandom()));
         dWant   = Split(oColour.m_uiColorValue);
+        dWant   = bYuv ? Weigh(dWant, TO_RGB, 256, bDeep ? 4 : 1, 0) : dWant;
         Colour::ToARGB(oColour, aui[0], aui[1], aui[2], aui[3]);
-        ASSERT_EQ((Four{double(aui[0]), double(aui[1]), double(aui[2]), double(aui[3])}), bYuv ? YuvToRgb(dWant, bDeep) : dWant) << oColour.m_uiColorValue;
+        for (unsigned k = 0; k < 4; ++k)
+            ASSERT_EQ(aui[k], std::clamp(dWant[k], 0., dMax[k])) << oColour.m_uiColorValue << ", field " << k;
     }
 }
 }  // namespace

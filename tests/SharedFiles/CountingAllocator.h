@@ -1,12 +1,10 @@
 // What tests of the containers share: an allocator that sees every wrong move, and the number of check reports.
-#ifndef COUNTING_ALLOCATOR_H
-#define COUNTING_ALLOCATOR_H
-
-#include <gtest/gtest.h>
-
+#pragma once
 #include <map>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "QelMFCTypes.h"
 
@@ -14,14 +12,17 @@ inline int g_iReports = 0;
 
 inline int TakeReports() { return std::exchange(g_iReports, 0); }  // the checks reported since the last call
 
-// It holds, and its evaluation reported one check.
-inline void ExpectReport(bool bHeld, int iLine = __builtin_LINE())
+// All hold, and their evaluation reported one check each.
+inline void ExpectReports(std::initializer_list<bool> abHeld, int iLine = __builtin_LINE())
 {
-    EXPECT_TRUE(bHeld && TakeReports() == 1) << "line " << iLine;
+    EXPECT_EQ(TakeReports(), static_cast<int>(abHeld.size())) << "line " << iLine;
+    for (const bool& rbHeld : abHeld)
+        EXPECT_TRUE(rbHeld) << "line " << iLine << ", number " << &rbHeld - abHeld.begin();
 }
 
-// Installed while it lives. It knows the exact size of every block, and notices a write beyond one, a block that is
-// given back twice or was never out, one that never comes back, and a report that no one expected.
+// Installed while it lives. It knows the exact size of every block, and notices a write beyond one, a block that is given
+// back twice or was never out, one that never comes back, and a report that no one expected. What was given back holds
+// other bytes.
 class CountingAllocator : public CKAllocator
 {
 public:
@@ -45,9 +46,10 @@ public:
     {
         const auto oBlock = m_oBlocks.extract(pvBlock);
         ASSERT_FALSE(oBlock.empty()) << "a block that is not out was given back";
-        const std::vector<unsigned char>& oBytes = oBlock.mapped();
+        std::vector<unsigned char>& oBytes = m_aoGone.emplace_back(std::move(oBlock.mapped()));
         for (std::size_t i = 0; i < GUARD; ++i)
             EXPECT_TRUE(oBytes[i] == FILL && oBytes[oBytes.size() - 1 - i] == FILL) << "written outside a block";
+        oBytes.assign(oBytes.size(), FILL);
     }
 
     std::size_t GetCount() const { return m_oBlocks.size(); }
@@ -62,6 +64,5 @@ private:
     static constexpr unsigned char FILL  = 0xa5;
 
     std::map<const void*, std::vector<unsigned char>> m_oBlocks;
+    std::vector<std::vector<unsigned char>>           m_aoGone;
 };
-
-#endif

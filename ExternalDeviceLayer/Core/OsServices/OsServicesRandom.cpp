@@ -10,8 +10,5 @@ KUINT32 OsServices::GetRandom()
 
 KUINT32 OsServices::GetRandomNonZero()
 {
-    KUINT32 uiValue = 0;
-    while (uiValue == 0)
-        uiValue = GetRandom();
-    return uiValue;
+    return OsServices_GetNextRandomNonZero(&ms_uiOldRandomValue);
 }

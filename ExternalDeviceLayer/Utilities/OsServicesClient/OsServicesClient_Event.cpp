@@ -17,6 +17,8 @@ struct SEventHandle
 };
 static_assert(sizeof(SEventHandle) == 96);
 
+using EventHold = RecordHold<SEventHandle>;
+
 SEventHandle& RecordOf(HEvent hEvent)
 {
     return *reinterpret_cast<SEventHandle*>(hEvent);
@@ -88,83 +90,71 @@ KBOOL32 OsServices_Event_Destroy(HEvent hEvent)
 
 TStatus OsServices_Event_Wait(HEvent hEvent, KUINT32 uiTimeOutMilliSeconds)
 {
-    if (hEvent == nullptr)
+    const EventHold oEvent(hEvent);
+    if (!oEvent)
         return TStatus_FAIL;
 
-    SEventHandle&   roEvent = RecordOf(hEvent);
-    const MutexHold oHold(roEvent.oMutex);
-
     TStatus eStatus = TStatus_FAIL;
-    if (roEvent.bIsActive)
-        eStatus = roEvent.bIsSignaled ? TStatus_OK : WaitUntilGranted(roEvent, uiTimeOutMilliSeconds);
+    if (oEvent->bIsActive)
+        eStatus = oEvent->bIsSignaled ? TStatus_OK : WaitUntilGranted(*oEvent, uiTimeOutMilliSeconds);
 
     // Whatever its result, a wait consumes a pending trigger, also one that came after its own.
-    roEvent.bIsSignaled = FALSE;
-    return roEvent.bIsActive ? eStatus : TStatus_CANCELED;
+    oEvent->bIsSignaled = FALSE;
+    return oEvent->bIsActive ? eStatus : TStatus_CANCELED;
 }
 
 KBOOL32 OsServices_Event_Trigger(HEvent hEvent)
 {
-    if (hEvent == nullptr)
+    const EventHold oEvent(hEvent);
+    if (!oEvent || !oEvent->bIsActive)
         return FALSE;
 
-    SEventHandle&   roEvent = RecordOf(hEvent);
-    const MutexHold oHold(roEvent.oMutex);
-    if (!roEvent.bIsActive)
-        return FALSE;
-
-    const KUINT32 uiHandedOver = roEvent.uiBlocked > 0 ? 1 : 0;
-    Grant(roEvent, uiHandedOver);
-    roEvent.bIsSignaled = uiHandedOver == 0;
-    if (pthread_cond_signal(&roEvent.oCond) == 0)
+    const KUINT32 uiHandedOver = oEvent->uiBlocked > 0 ? 1 : 0;
+    Grant(*oEvent, uiHandedOver);
+    oEvent->bIsSignaled = uiHandedOver == 0;
+    if (pthread_cond_signal(&oEvent->oCond) == 0)
         return TRUE;
 
-    TakeBack(roEvent, uiHandedOver);
-    roEvent.bIsSignaled = FALSE;
+    TakeBack(*oEvent, uiHandedOver);
+    oEvent->bIsSignaled = FALSE;
     return FALSE;
 }
 
 KBOOL32 OsServices_Event_Reset(HEvent hEvent)
 {
-    if (hEvent == nullptr)
+    const EventHold oEvent(hEvent);
+    if (!oEvent)
         return FALSE;
 
-    SEventHandle&   roEvent = RecordOf(hEvent);
-    const MutexHold oHold(roEvent.oMutex);
-    roEvent.bIsSignaled = FALSE;
+    oEvent->bIsSignaled = FALSE;
     return TRUE;
 }
 
 KBOOL32 OsServices_Event_Cancel(HEvent hEvent)
 {
-    if (hEvent == nullptr)
+    const EventHold oEvent(hEvent);
+    if (!oEvent || !oEvent->bIsActive)
         return FALSE;
 
-    SEventHandle&   roEvent = RecordOf(hEvent);
-    const MutexHold oHold(roEvent.oMutex);
-    if (!roEvent.bIsActive)
-        return FALSE;
-
-    const KUINT32 uiHandedOver = roEvent.uiBlocked;
-    Grant(roEvent, uiHandedOver);
-    roEvent.bIsSignaled = TRUE;
-    roEvent.bIsActive   = FALSE;
-    if (pthread_cond_broadcast(&roEvent.oCond) == 0)
+    const KUINT32 uiHandedOver = oEvent->uiBlocked;
+    Grant(*oEvent, uiHandedOver);
+    oEvent->bIsSignaled = TRUE;
+    oEvent->bIsActive   = FALSE;
+    if (pthread_cond_broadcast(&oEvent->oCond) == 0)
         return TRUE;
 
     // The event stays inactive: only the wake-up failed.
-    TakeBack(roEvent, uiHandedOver);
-    roEvent.bIsSignaled = FALSE;
+    TakeBack(*oEvent, uiHandedOver);
+    oEvent->bIsSignaled = FALSE;
     return FALSE;
 }
 
 KBOOL32 OsServices_Event_Activate(HEvent hEvent)
 {
-    if (hEvent == nullptr)
+    const EventHold oEvent(hEvent);
+    if (!oEvent)
         return FALSE;
 
-    SEventHandle&   roEvent = RecordOf(hEvent);
-    const MutexHold oHold(roEvent.oMutex);
-    roEvent.bIsActive = TRUE;
+    oEvent->bIsActive = TRUE;
     return TRUE;
 }

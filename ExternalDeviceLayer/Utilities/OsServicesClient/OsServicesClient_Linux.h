@@ -88,6 +88,7 @@ KBOOL32 OsServices_CopyToUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
 // Pseudo-random numbers: each follows from the one before, which a sequence keeps in its state; 0 seeds it from the heap.
 // The functions without a state share the C layer's own, without synchronisation.
 KUINT32 OsServices_GetNextRandom(KUINT32* puiState);
+KUINT32 OsServices_GetNextRandomNonZero(KUINT32* puiState);
 KUINT32 OsServices_GetRandom(void);
 KUINT32 OsServices_GetRandomNonZero(void);
 

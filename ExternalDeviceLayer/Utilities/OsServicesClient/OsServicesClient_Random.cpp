@@ -23,6 +23,14 @@ KUINT32 OsServices_GetNextRandom(KUINT32* puiState)
     return *puiState;
 }
 
+KUINT32 OsServices_GetNextRandomNonZero(KUINT32* puiState)
+{
+    KUINT32 uiValue = 0;
+    while (uiValue == 0)
+        uiValue = OsServices_GetNextRandom(puiState);
+    return uiValue;
+}
+
 KUINT32 OsServices_GetRandom(void)
 {
     return OsServices_GetNextRandom(&s_uiOwnState);
@@ -30,8 +38,5 @@ KUINT32 OsServices_GetRandom(void)
 
 KUINT32 OsServices_GetRandomNonZero(void)
 {
-    KUINT32 uiValue = 0;
-    while (uiValue == 0)
-        uiValue = OsServices_GetRandom();
-    return uiValue;
+    return OsServices_GetNextRandomNonZero(&s_uiOwnState);
 }

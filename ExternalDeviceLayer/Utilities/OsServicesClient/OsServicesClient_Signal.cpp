@@ -12,6 +12,8 @@ struct SSignalHandle
 };
 static_assert(sizeof(SSignalHandle) == 96);
 
+using SignalHold = RecordHold<SSignalHandle>;
+
 SSignalHandle& RecordOf(HSignal hSignal)
 {
     return *reinterpret_cast<SSignalHandle*>(hSignal);
@@ -60,51 +62,40 @@ KBOOL32 OsServices_Signal_Destroy(HSignal hSignal)
 
 TStatus OsServices_Signal_Wait(HSignal hSignal, KUINT32 uiTimeOutMilliSeconds, KUINT64)
 {
-    if (hSignal == nullptr)
+    const SignalHold oSignal(hSignal);
+    if (!oSignal)
         return TStatus_FAIL;
-
-    SSignalHandle&  roSignal = RecordOf(hSignal);
-    const MutexHold oHold(roSignal.oMutex);
-    if (!roSignal.bIsActive)
+    if (!oSignal->bIsActive)
         return TStatus_CANCELED;
 
-    const KUINT32 uiPulseAtStart = roSignal.uiPulseNumber;
-    const TStatus eStatus        = WaitOnCondition(roSignal.oMutex, roSignal.oCond, uiTimeOutMilliSeconds,
-                                                   [&] { return roSignal.uiPulseNumber != uiPulseAtStart; });
-    return roSignal.bIsActive ? eStatus : TStatus_CANCELED;
+    const KUINT32 uiPulseAtStart = oSignal->uiPulseNumber;
+    const TStatus eStatus        = WaitOnCondition(oSignal->oMutex, oSignal->oCond, uiTimeOutMilliSeconds,
+                                                   [&] { return oSignal->uiPulseNumber != uiPulseAtStart; });
+    return oSignal->bIsActive ? eStatus : TStatus_CANCELED;
 }
 
 KBOOL32 OsServices_Signal_Trigger(HSignal hSignal)
 {
-    if (hSignal == nullptr)
-        return FALSE;
-
-    SSignalHandle&  roSignal = RecordOf(hSignal);
-    const MutexHold oHold(roSignal.oMutex);
-    return roSignal.bIsActive ? Pulse(roSignal) : FALSE;
+    const SignalHold oSignal(hSignal);
+    return oSignal && oSignal->bIsActive ? Pulse(*oSignal) : FALSE;
 }
 
 KBOOL32 OsServices_Signal_Cancel(HSignal hSignal)
 {
-    if (hSignal == nullptr)
+    const SignalHold oSignal(hSignal);
+    if (!oSignal || !oSignal->bIsActive)
         return FALSE;
 
-    SSignalHandle&  roSignal = RecordOf(hSignal);
-    const MutexHold oHold(roSignal.oMutex);
-    if (!roSignal.bIsActive)
-        return FALSE;
-
-    roSignal.bIsActive = FALSE;
-    return Pulse(roSignal);
+    oSignal->bIsActive = FALSE;
+    return Pulse(*oSignal);
 }
 
 KBOOL32 OsServices_Signal_Activate(HSignal hSignal)
 {
-    if (hSignal == nullptr)
+    const SignalHold oSignal(hSignal);
+    if (!oSignal)
         return FALSE;
 
-    SSignalHandle&  roSignal = RecordOf(hSignal);
-    const MutexHold oHold(roSignal.oMutex);
-    roSignal.bIsActive = TRUE;
+    oSignal->bIsActive = TRUE;
     return TRUE;
 }

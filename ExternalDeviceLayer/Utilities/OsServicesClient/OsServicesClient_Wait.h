@@ -25,18 +25,30 @@ void PrintInvalidDeadline(const KCHAR8* pszCall, const timespec& roDeadline);
 KBOOL32 CreateMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 void    DestroyMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 
-// Holds a mutex for the length of a block.
-class MutexHold
+// The record behind a handle, its mutex held for the length of a block; behind a null handle there is none.
+template <typename Record> class RecordHold
 {
 public:
-    explicit MutexHold(pthread_mutex_t& roMutex) : m_roMutex(roMutex) { pthread_mutex_lock(&m_roMutex); }
-    ~MutexHold() { pthread_mutex_unlock(&m_roMutex); }
+    template <typename Handle> explicit RecordHold(Handle hHandle) : m_poRecord(reinterpret_cast<Record*>(hHandle))
+    {
+        if (m_poRecord != nullptr)
+            pthread_mutex_lock(&m_poRecord->oMutex);
+    }
+    ~RecordHold()
+    {
+        if (m_poRecord != nullptr)
+            pthread_mutex_unlock(&m_poRecord->oMutex);
+    }
 
-    MutexHold(const MutexHold&)            = delete;
-    MutexHold& operator=(const MutexHold&) = delete;
+    RecordHold(const RecordHold&)            = delete;
+    RecordHold& operator=(const RecordHold&) = delete;
+
+    explicit operator bool() const { return m_poRecord != nullptr; }
+    Record&  operator*() const { return *m_poRecord; }
+    Record*  operator->() const { return m_poRecord; }
 
 private:
-    pthread_mutex_t& m_roMutex;
+    Record* const m_poRecord;
 };
 
 // Blocks until fnIsOver says so: TStatus_OK. It is asked with the mutex held, after every wake-up, as a condition may

@@ -33,7 +33,7 @@ public:
     CKArray& operator=(const CKArray& roOther)     { Copy(roOther); return *this; }
 
     // These seven have their places in the virtual table in this order. nGrowBy becomes the stored step, -1 leaves it.
-    virtual ~CKArray()                                             { ReturnStorage(); }
+    virtual ~CKArray()                                             { ReturnStorage(); EmptyNoElement(); }
     virtual void SetSize(int nNewSize, int nGrowBy = -1);
     virtual void SetCount(unsigned int uiNewCount, int nGrowBy = -1) { SetSize(static_cast<int>(uiNewCount), nGrowBy); }
     virtual void FreeExtra();                                      // capacity becomes size
@@ -48,7 +48,8 @@ public:
     unsigned int GetUpperBoundU() const  { return GetCount() - 1; }
     KBOOL32      IsEmpty() const         { return m_iSize == 0; }
 
-    // An index outside the array is reported and refers to an element of nobody's, in its first state.
+    // An index outside the array is reported and refers to an element of nobody's, in its first state. What is written
+    // there is gone with the array, if not before.
     const T& GetAt(int iIndex) const                 { return IsInside(iIndex) ? m_poData[iIndex] : NoElement(); }
     T&       ElementAt(int iIndex)                   { return IsInside(iIndex) ? m_poData[iIndex] : NoElement(); }
     const T& operator[](int iIndex) const            { return GetAt(iIndex); }
@@ -87,7 +88,8 @@ public:
     CKArray& operator|=(const CKArray& roOther);
 
 private:
-    static T& NoElement();
+    static T&   NoElement();
+    static void EmptyNoElement();
 
     bool IsInside(int iIndex) const;
     int  OwnIndexOf(const void* pvElement) const;
@@ -102,6 +104,8 @@ private:
     int m_iSize    = 0;        // elements in use
     int m_iMaxSize = 0;        // elements that the storage holds
     int m_iGrowBy  = 0;        // step in elements; 0: computed at the next growth
+
+    static inline constinit thread_local T* ms_poNoElement = nullptr;  // the thread's, once it asked for it
 };
 
 template <class T, class ARG>
@@ -293,17 +297,27 @@ T& CKArray<T, ARG>::NoElement()
 {
     struct SElement
     {
-        SElement() { KConstructElements<T>(Get(), 1); }
-        ~SElement() { KDestructElements<T>(Get(), 1); }
-        T* Get() { return reinterpret_cast<T*>(m_auiStorage); }
+        SElement()   { KConstructElements<T>(Get(), 1); ms_poNoElement = Get(); }
+        ~SElement()  { KDestructElements<T>(Get(), 1); ms_poNoElement = nullptr; }
+        T* Get()     { return reinterpret_cast<T*>(m_auiStorage); }
 
         alignas(T) unsigned char m_auiStorage[sizeof(T)];
     };
     static thread_local SElement s_oElement;
 
-    KDestructElements<T>(s_oElement.Get(), 1);
-    KConstructElements<T>(s_oElement.Get(), 1);
+    EmptyNoElement();
     return *s_oElement.Get();
+}
+
+// Takes back what was written there: an element that kept a block would outlive the allocator that the block is from.
+template <class T, class ARG>
+void CKArray<T, ARG>::EmptyNoElement()
+{
+    if (ms_poNoElement == nullptr)
+        return;
+
+    KDestructElements<T>(ms_poNoElement, 1);
+    KConstructElements<T>(ms_poNoElement, 1);
 }
 
 template <class T, class ARG>
