@@ -47,6 +47,8 @@ inline std::ptrdiff_t EntriesOf(const char* pszFolder)
     return std::distance(std::filesystem::directory_iterator(pszFolder), std::filesystem::directory_iterator());
 }
 
+inline bool g_bRunIsUnderWay = false;
+
 class DisplayWorld : public testing::Test
 {
 protected:
@@ -63,11 +65,11 @@ protected:
         g_bStopSignal = FALSE;
         m_roBoard.asCalls.clear();
         testing::internal::CaptureStdout();
-        s_bRunning = true;
+        g_bRunIsUnderWay = true;
         const TStatus eStatus =
             DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim, m_uiEnableTime,
                                m_bProgressBar, m_bAnimation, m_oVidParam);
-        s_bRunning = false;
+        g_bRunIsUnderWay = false;
         fflush(stdout);
         m_sOutput = testing::internal::GetCapturedStdout();
         return eStatus;
@@ -91,8 +93,6 @@ protected:
     }
 
     KUINT32 PixelAt(KUINT32 x, KUINT32 y) const { return m_roBoard.auiPixels.at(std::size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x); }
-
-    inline static bool s_bRunning = false;
 
     SFakeTavrin&       m_roBoard;
     std::string        m_sFolder      = testing::TempDir() + "display-run-" + std::to_string(getpid());

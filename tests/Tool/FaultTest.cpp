@@ -16,13 +16,14 @@ std::atomic<int>                             s_iAllocations{0};
 std::function<bool(const std::string& sName)> s_fServiceFails;            // of a call of the system while a run is under way
 KUINT64                                      s_uiFakeNs = 0;              // the clock, when it is not 0
 std::function<void(KUINT64 uiDeadlineNs)>    s_fOnWait;                   // on the fake clock
-bool ServiceFails(const char* pszName) { return s_fServiceFails && s_fServiceFails(pszName); }
 }
 
-// The linker leads the calls of the program's own objects through here.
+// The linker leads the calls of the program's own objects through here, those of a sanitizer that is not ready yet as well.
+#define EARLY [[gnu::no_sanitize("address", "undefined", "thread")]]
+EARLY static bool ServiceFails(const char* pszName) { return g_bRunIsUnderWay && s_fServiceFails && s_fServiceFails(pszName); }
 #define SERVICE(result, name, parameters, arguments, failure) \
     extern "C" result __real_##name parameters;               \
-    extern "C" result __wrap_##name parameters { return ServiceFails(#name) ? (failure) : __real_##name arguments; }
+    extern "C" EARLY result __wrap_##name parameters { return ServiceFails(#name) ? (failure) : __real_##name arguments; }
 SERVICE(int, sigaction, (int i, const struct sigaction* p, struct sigaction* q), (i, p, q), -1)
 SERVICE(int, pthread_mutex_init, (pthread_mutex_t* p, const pthread_mutexattr_t* q), (p, q), ENOMEM)
 SERVICE(int, pthread_cond_init, (pthread_cond_t* p, const pthread_condattr_t* q), (p, q), ENOMEM)
@@ -50,7 +51,7 @@ void* __wrap__ZnamRKSt9nothrow_t(std::size_t uiSize, const std::nothrow_t& ro)
 int    __real_clock_gettime(clockid_t eClock, timespec* po);
 time_t __real_time(time_t* pi);
 int    __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po);
-int    __wrap_clock_gettime(clockid_t eClock, timespec* po)
+EARLY int __wrap_clock_gettime(clockid_t eClock, timespec* po)
 {
     if (s_uiFakeNs == 0)
         return ServiceFails("clock_gettime") ? -1 : __real_clock_gettime(eClock, po);
@@ -218,8 +219,8 @@ TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
             int                        iCall = 0;
             sFailed.clear();
             s_fServiceFails = [&](const std::string& sName) {
-                const int iOfThatName = s_bRunning ? ++oCounts[sName] : 0;
-                const bool bFails = s_bRunning && (++iCall == iFailing || (bForEver && iCall > iFailing));
+                const int  iOfThatName = ++oCounts[sName];
+                const bool bFails      = ++iCall == iFailing || (bForEver && iCall > iFailing);
                 if (bFails && sFailed.empty())
                     sFailed = sName + " " + std::to_string(iOfThatName);
                 return bFails;
