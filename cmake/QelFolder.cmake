@@ -13,7 +13,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 if(QEL_SANITIZE)
   target_compile_options(QelBuildOptions INTERFACE -fsanitize=${QEL_SANITIZE} -fno-omit-frame-pointer)
   # g++ takes the standard library's own code for uninitialized when it is instrumented.
-  target_compile_options(QelBuildOptions INTERFACE -Wno-maybe-uninitialized)
+  target_compile_options(QelBuildOptions INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   if(QEL_SANITIZE MATCHES "undefined")
     target_compile_options(QelBuildOptions INTERFACE -fno-sanitize-recover=undefined)
   endif()

@@ -16,14 +16,13 @@ std::string CallText(const char* pszName, TArguments... arguments)
     return sCall;
 }
 
-// Records the call; TRUE when it is the one that fails.
+// Records the call; TRUE when it is to fail.
 bool Fails(const std::string& sCall)
 {
-    const auto iBefore = std::count(s_oWorld.asCalls.begin(), s_oWorld.asCalls.end(), sCall);
     s_oWorld.asCalls.push_back(sCall);
     if (s_oWorld.fOnCall)
         s_oWorld.fOnCall(sCall);
-    return sCall == s_oWorld.sFailingCall && iBefore == s_oWorld.iFailingOccurrence;
+    return s_oWorld.fFails && s_oWorld.fFails(sCall);
 }
 
 // Fails if it is to, and else fills in what the call gives.
@@ -99,6 +98,7 @@ TStatus TBuffer_BeginAccess(TBuffer_Handle, KUINT32 uiMode, KUINT32 uiPlaneCount
     return Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount), [&] {
         s_puiMapped = std::make_unique<KUINT32[]>(s_oWorld.auiPixels.size());
         std::copy(s_oWorld.auiPixels.begin(), s_oWorld.auiPixels.end(), s_puiMapped.get());
+        s_oWorld.puiMapped = s_puiMapped.get();
         std::fill_n(auiPlanes, uiPlaneCount, reinterpret_cast<KUINTPTR>(s_puiMapped.get()));
     });
 }

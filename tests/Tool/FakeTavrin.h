@@ -1,4 +1,4 @@
-// A device library that records every call and lets one of them fail. The tool's loader and the test open the same
+// A device library that records every call and lets those fail that a test chooses. The tool's loader and the test open the same
 // libTavrin.so.1, so the test scripts it and reads it through the one world in it.
 #ifndef FAKE_TAVRIN_H
 #define FAKE_TAVRIN_H
@@ -13,11 +13,9 @@ struct SFakeTavrin
 {
     std::vector<std::string> asCalls;  // name and arguments, in order
 
-    std::string sFailingCall;             // as it is recorded; none when empty
-    int         iFailingOccurrence = 0;   // which of them fails, from 0
-    TStatus     eFailure           = TStatus_FAIL;
-
     std::function<void(const std::string& sCall)> fOnCall;
+    std::function<bool(const std::string& sCall)> fFails;  // of the call that was recorded last
+    TStatus                                       eFailure = TStatus_FAIL;
 
     bool bRecordsReads = true;  // else a register read is quick, and not in asCalls
 
@@ -28,7 +26,8 @@ struct SFakeTavrin
     std::vector<tagTBoard_FpgaInfo> aoFpgas;
     std::function<KUINT32()>        fProgress = [] { return KUINT32{100}; };
 
-    std::vector<KUINT32> auiPixels;  // the buffer's rows, after and while it is accessed
+    std::vector<KUINT32> auiPixels;  // the buffer's rows, after its last access
+    const KUINT32*       puiMapped = nullptr;  // and while it is accessed
     KUINT32              uiWidth  = 0;
     KUINT32              uiHeight = 0;
 };

@@ -3,6 +3,7 @@
 #define PNG_FILE_H
 
 #include <png.h>
+#include <zlib.h>
 
 #include <cstdio>
 #include <stdexcept>
@@ -54,6 +55,19 @@ inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 
     png_write_end(poPng, nullptr);
     png_destroy_write_struct(&poPng, &poInfo);
     std::fclose(poFile);
+}
+
+// Writes the right sum behind every chunk that the bytes hold, so that what is rotten in it gets past the sum.
+inline void MendSums(std::vector<png_byte>& rauiFile)
+{
+    for (std::size_t i = 8; i + 12 <= rauiFile.size();)
+    {
+        const std::size_t uiLength = png_get_uint_32(&rauiFile[i]);
+        if (uiLength > rauiFile.size() - i - 12)
+            break;
+        png_save_uint_32(&rauiFile[i + 8 + uiLength], static_cast<png_uint_32>(crc32(0, &rauiFile[i + 4], static_cast<uInt>(uiLength + 4))));
+        i += 12 + uiLength;
+    }
 }
 
 #endif

@@ -1,0 +1,122 @@
+// A world for display runs: the fake board fresh, the run's arguments at their defaults, standard output captured, and the
+// calls that a run makes of the device library.
+#ifndef DISPLAY_WORLD_H
+#define DISPLAY_WORLD_H
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+
+#include "DisplayRun.h"
+#include "FakeTavrin.h"
+#include "PngFile.h"
+
+using Calls = std::vector<std::string>;
+
+const std::string REPORT    = "vesk\\(4\\.12\\.0\\.16\\)\\[0\\]: \\(Error\\) [A-Za-z]+\\.cpp\\([0-9]+\\) Assertion failed\n";
+const std::string FALL_BACK = REPORT + "Animation Png failed to load fall back on rectangle animation\n";
+
+inline Calls Joined(std::initializer_list<Calls> aasParts)
+{
+    Calls asAll;
+    for (const Calls& asPart : aasParts)
+        asAll.insert(asAll.end(), asPart.begin(), asPart.end());
+    return asAll;
+}
+
+inline Calls OutputCalls(const std::string& s, const std::string& sOperation)
+{
+    return {"TVideoOut_GetHandle " + s + " 2", sOperation, "TVideoOut_ReleaseHandle " + s};
+}
+
+// The calls of a run of one step on a board of two outputs, up to its teardown; and the teardown of a whole run.
+const Calls FORWARD = Joined(
+    {{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoard_GetFpgaCount", "TBoard_GetFpgaInfo 0",
+      "TBuffer_CreateVideo 52 80 60", "TBuffer_GetPlaneInfo", "TBuffer_BeginAccess 0 1", "TBuffer_EndAccess",
+      "TVideoOut_GetCount"},
+     OutputCalls("0", "TVideoOut_Enable 0 0 80 1"), OutputCalls("1", "TVideoOut_Enable 1 0 80 1"),
+     {"TBoard_RegWrite 6908 1", "TBuffer_BeginAccess 0 1", "TBoard_RegRead 7932", "TBuffer_EndAccess"}});
+const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
+const Calls UNDO_OUTPUTS = Joined({OutputCalls("0", "TVideoOut_Disable 0"), OutputCalls("1", "TVideoOut_Disable 1"), UNDO_BUFFER});
+
+inline std::ptrdiff_t EntriesOf(const char* pszFolder)
+{
+    return std::distance(std::filesystem::directory_iterator(pszFolder), std::filesystem::directory_iterator());
+}
+
+inline bool g_bRunIsUnderWay = false;
+
+class DisplayWorld : public testing::Test
+{
+protected:
+    DisplayWorld() : m_roBoard(World())
+    {
+        m_roBoard = SFakeTavrin();
+        m_roBoard.aoFpgas.push_back({.uiSize = 84, .szName = "in", .ui16DevID = 3, .ui16VendorID = 0xc3e7, .uiI2cBusIndex = 0,
+                                     .uiI2cAddress = 0xd0, .uiVersionMajor = 1, .uiVersionMinor = 33, .uiVersionBuild = 0});
+    }
+    ~DisplayWorld() override { std::filesystem::remove_all(m_sFolder); }
+
+    TStatus Run()
+    {
+        g_bStopSignal = FALSE;
+        m_roBoard.asCalls.clear();
+        testing::internal::CaptureStdout();
+        g_bRunIsUnderWay = true;
+        const TStatus eStatus =
+            DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim, m_uiEnableTime,
+                               m_bProgressBar, m_bAnimation, m_oVidParam);
+        g_bRunIsUnderWay = false;
+        fflush(stdout);
+        m_sOutput = testing::internal::GetCapturedStdout();
+        return eStatus;
+    }
+
+    // A background of bytes 40 and that many opaque frames of grey 10, 20, ..., which the run is told to show.
+    void MakePictures(int iFrames)
+    {
+        std::filesystem::create_directory(m_sFolder);
+        WritePng(m_sBack, 80, 60, {}, std::vector<png_byte>(80 * 60 * 4, 40));
+        for (int i = 1; i <= iFrames; ++i)
+        {
+            std::vector<png_byte> auiRows(20 * 10 * 4, static_cast<png_byte>(10 * i));
+            for (std::size_t ui = 3; ui < auiRows.size(); ui += 4)
+                auiRows[ui] = 255;
+            WritePng(m_sFrames + "0" + std::to_string(i) + ".png", 20, 10, {}, auiRows);
+        }
+        m_pszImage   = m_sBack.c_str();
+        m_pszFrames  = m_sFrames.c_str();
+        m_bAnimation = TRUE;
+    }
+
+    KUINT32 PixelAt(KUINT32 x, KUINT32 y) const { return m_roBoard.auiPixels.at(std::size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x); }
+
+    SFakeTavrin&       m_roBoard;
+    std::string        m_sFolder      = testing::TempDir() + "display-run-" + std::to_string(getpid());
+    std::string        m_sBack        = m_sFolder + "/back.png", m_sFrames = m_sFolder + "/frame";
+    std::string        m_sOutput;
+    KUINT32            m_uiDevIndex   = 0;
+    tagTRECT           m_oBar         = {20, 40, 60, 50};
+    const char*        m_pszImage     = nullptr;
+    const char*        m_pszFrames    = nullptr;
+    KUINT32            m_uiStepMs     = 1;
+    tagTRECT           m_oAnim        = {10, 5, 30, 15};
+    KUINT32            m_uiEnableTime = 0;
+    KBOOL32            m_bProgressBar = TRUE;
+    KBOOL32            m_bAnimation   = FALSE;
+    tagTVideo_VidParam m_oVidParam    = {.uiHActive = 80, .uiVActive = 60};
+
+private:
+    // The tool unloads its library at the end of a run; the world must stay to be read.
+    static SFakeTavrin& World()
+    {
+        static void* s_pvLibrary = dlopen("libTavrin.so.1", RTLD_NOW);
+        static auto  s_pfnWorld  = reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"));
+        return *s_pfnWorld();
+    }
+};
+
+#endif

@@ -1,0 +1,290 @@
+// Anything that a run calls may fail, once or from then on: what the run then does, says and answers, held against tables
+// of what each call means to it. And a run of a million steps.
+#include <csignal>
+#include <map>
+#include <png.h>
+#include <unistd.h>
+
+#include "DisplayWorld.h"
+#include "OsServices.h"
+
+OsServices g_oOsServices(nullptr);
+
+namespace
+{
+std::atomic<int>                             s_iAllocations{0};
+std::function<bool(const std::string& sName)> s_fServiceFails;            // of a call of the system while a run is under way
+KUINT64                                      s_uiFakeNs = 0;              // the clock, when it is not 0
+std::function<void(KUINT64 uiDeadlineNs)>    s_fOnWait;                   // on the fake clock
+}
+
+// The linker leads the calls of the program's own objects through here, those of a sanitizer that is not ready yet as well.
+#define EARLY [[gnu::no_sanitize("address", "undefined", "thread")]]
+EARLY static bool ServiceFails(const char* pszName) { return g_bRunIsUnderWay && s_fServiceFails && s_fServiceFails(pszName); }
+#define SERVICE(result, name, parameters, arguments, failure) \
+    extern "C" result __real_##name parameters;               \
+    extern "C" EARLY result __wrap_##name parameters { return ServiceFails(#name) ? (failure) : __real_##name arguments; }
+SERVICE(int, sigaction, (int i, const struct sigaction* p, struct sigaction* q), (i, p, q), -1)
+SERVICE(int, pthread_mutex_init, (pthread_mutex_t* p, const pthread_mutexattr_t* q), (p, q), ENOMEM)
+SERVICE(int, pthread_cond_init, (pthread_cond_t* p, const pthread_condattr_t* q), (p, q), ENOMEM)
+SERVICE(int, pthread_cond_broadcast, (pthread_cond_t* p), (p), EINVAL)
+SERVICE(std::FILE*, fopen, (const char* p, const char* q), (p, q), nullptr)
+SERVICE(void*, dlopen, (const char* p, int i), (p, i), nullptr)
+SERVICE(void*, dlsym, (void* p, const char* q), (p, q), nullptr)
+SERVICE(png_structp, png_create_read_struct, (const char* p, void* q, png_error_ptr r, png_error_ptr s), (p, q, r, s), nullptr)
+SERVICE(png_infop, png_create_info_struct, (png_const_structrp p), (p), nullptr)
+
+extern "C"
+{
+void* __real__Znwm(std::size_t uiSize);
+void* __real__Znam(std::size_t uiSize);
+void* __real_malloc(std::size_t uiSize);
+void* __real__ZnamRKSt9nothrow_t(std::size_t uiSize, const std::nothrow_t& ro);
+void* __wrap__Znwm(std::size_t uiSize) { return ++s_iAllocations, __real__Znwm(uiSize); }
+void* __wrap__Znam(std::size_t uiSize) { return ++s_iAllocations, __real__Znam(uiSize); }
+void* __wrap_malloc(std::size_t uiSize) { return ++s_iAllocations, __real_malloc(uiSize); }
+void* __wrap__ZnamRKSt9nothrow_t(std::size_t uiSize, const std::nothrow_t& ro)
+{
+    return ++s_iAllocations, ServiceFails("new") ? nullptr : __real__ZnamRKSt9nothrow_t(uiSize, ro);
+}
+
+int    __real_clock_gettime(clockid_t eClock, timespec* po);
+time_t __real_time(time_t* pi);
+int    __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po);
+EARLY int __wrap_clock_gettime(clockid_t eClock, timespec* po)
+{
+    if (s_uiFakeNs == 0)
+        return ServiceFails("clock_gettime") ? -1 : __real_clock_gettime(eClock, po);
+    *po = {static_cast<time_t>(s_uiFakeNs / 1'000'000'000), static_cast<long>(s_uiFakeNs % 1'000'000'000)};
+    return 0;
+}
+time_t __wrap_time(time_t* pi) { return s_uiFakeNs == 0 ? __real_time(pi) : static_cast<time_t>(s_uiFakeNs / 1'000'000'000); }
+int    __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po)
+{
+    if (s_uiFakeNs == 0)
+        return ServiceFails("pthread_cond_timedwait") ? EPERM : __real_pthread_cond_timedwait(poCond, poMutex, po);
+    s_fOnWait(static_cast<KUINT64>(po->tv_sec) * 1'000'000'000 + static_cast<KUINT64>(po->tv_nsec));
+    return ETIMEDOUT;
+}
+}
+
+namespace
+{
+class Fault : public DisplayWorld
+{
+protected:
+    ~Fault() override { s_fServiceFails = nullptr; s_uiFakeNs = 0; }
+};
+
+// ---- The device library.
+
+enum EThen { LOOKED_PAST, ENDS_WITH_FAIL, ENDS_WITH_ITS_STATUS };
+
+// What it means to a run that goes forward when a call fails: how it goes on, and how many check reports it writes.
+const std::map<std::string, std::pair<EThen, int>> MEANINGS = {
+    {"Tavrin_GetDeviceCount", {ENDS_WITH_FAIL, 1}},      {"Tavrin_GetDevice", {ENDS_WITH_FAIL, 1}},
+    {"TBoard_GetFpgaCount", {ENDS_WITH_FAIL, 0}},        {"TBoard_GetFpgaInfo", {ENDS_WITH_FAIL, 0}},
+    {"TBuffer_CreateVideo", {ENDS_WITH_FAIL, 1}},        {"TBuffer_GetPlaneInfo", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TBuffer_BeginAccess", {ENDS_WITH_ITS_STATUS, 1}},  {"TBuffer_EndAccess", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_GetCount", {ENDS_WITH_ITS_STATUS, 1}},   {"TVideoOut_GetHandle", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_Enable", {ENDS_WITH_ITS_STATUS, 2}},     {"TVideoOut_ReleaseHandle", {ENDS_WITH_ITS_STATUS, 2}},
+    {"TBoard_RegWrite", {LOOKED_PAST, 0}},               {"TBoard_RegRead", {LOOKED_PAST, 0}},
+};
+constexpr std::size_t GOT_DEVICE = 2, GOT_BUFFER = 5, GOT_OUTPUTS = 9;  // so many of FORWARD succeeded
+constexpr int         LAST_READ = 3;                                    // at this one a signal ends a run that reads in vain
+
+struct SOutcome
+{
+    Calls       asCalls;
+    std::string sOutput;  // a regular expression
+    TStatus     eStatus = TStatus_OK;
+};
+
+SOutcome Promised(const std::function<bool(std::size_t uiCall)>& fFails, TStatus eFailure)
+{
+    SOutcome   o;
+    const auto fCall = [&](const std::string& s) { return o.asCalls.push_back(s), !fFails(o.asCalls.size() - 1); };
+    const auto fName = [](const std::string& s) { return s.substr(0, s.find(' ')); };
+
+    std::size_t uiDone = 0;
+    for (const std::string& s : FORWARD)
+    {
+        bool bDone = fCall(s);
+        for (int iRead = 2; !bDone && fName(s) == "TBoard_RegRead" && iRead <= LAST_READ; ++iRead)
+        {
+            bDone = fCall(s);
+            o.sOutput += iRead == LAST_READ ? "Received signal: 15\n" : "";
+        }
+        if (const auto& [eThen, iReports] = MEANINGS.at(fName(s)); !bDone && eThen != LOOKED_PAST)
+        {
+            if (fName(s) == "TVideoOut_Enable")
+                fCall(std::string("TVideoOut_ReleaseHandle ") + s[17]);
+            o.eStatus = eThen == ENDS_WITH_FAIL ? TStatus_FAIL : eFailure;
+            for (int i = 1; i <= iReports; ++i)
+                o.sOutput += s.starts_with("TVideoOut_") && fName(s) != "TVideoOut_GetCount" && i == iReports && eFailure == TStatus_RESOURCES_BUSY
+                                 ? std::string("ABORTING: Cannot enable display, the resource is busy! \\(Video output:") + s[fName(s).size() + 1] + "\\) \n"
+                                 : REPORT;
+            break;
+        }
+        ++uiDone;
+    }
+
+    const auto iUndoFrom = static_cast<std::ptrdiff_t>(uiDone >= GOT_OUTPUTS ? 0 : uiDone >= GOT_BUFFER ? 6 : uiDone >= GOT_DEVICE ? 7 : 8);
+    bool       bHandle = true, bDisabled = true;
+    for (const std::string& s : Calls(UNDO_OUTPUTS.begin() + iUndoFrom, UNDO_OUTPUTS.end()))
+    {
+        const bool bNeedsHandle = fName(s) == "TVideoOut_Disable" || fName(s) == "TVideoOut_ReleaseHandle";
+        if (bNeedsHandle && !bHandle)
+            continue;
+        const bool bDone = fCall(s);
+        bHandle          = bNeedsHandle || bDone;
+        if (!bDone && bNeedsHandle && bDisabled)
+            o.sOutput += REPORT;
+        bDisabled = bDone || fName(s) != "TVideoOut_Disable";
+    }
+    return o;
+}
+
+TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
+{
+    MakePictures(2);
+    const std::ptrdiff_t iFiles = EntriesOf("/proc/self/fd");
+    int                  iTried = 0;
+    for (const TStatus eFailure : {TStatus_RESOURCES_BUSY, TStatus_FAIL, TStatus_INVALID_PARAM})
+    {
+        for (const bool bFromThenOn : {false, true})
+        {
+            bool bFailed = true;
+            for (std::size_t uiFailing = 0; bFailed; ++uiFailing)
+            {
+                SCOPED_TRACE(testing::Message() << "call " << uiFailing << (bFromThenOn ? " and all behind it = " : " = ") << eFailure);
+                int        iReads = 0;
+                const auto fFails = [&](std::size_t ui) { return ui == uiFailing || (bFromThenOn && ui > uiFailing); };
+                bFailed            = false;
+                m_roBoard.eFailure = eFailure;
+                m_roBoard.fOnCall  = [&](const std::string& s) { s == "TBoard_RegRead 7932" && ++iReads == LAST_READ ? raise(SIGTERM) : 0; };
+                m_roBoard.fFails   = [&](const std::string&) { return fFails(m_roBoard.asCalls.size() - 1) && (bFailed = true); };
+
+                const SOutcome oPromised = Promised(fFails, eFailure);
+                EXPECT_EQ(Run(), oPromised.eStatus);
+                EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(oPromised.sOutput))) << m_sOutput;
+                EXPECT_EQ(m_roBoard.asCalls, oPromised.asCalls);
+                EXPECT_EQ(Tavrin_GetDeviceCount(), 0u) << "the library is still loaded";
+                EXPECT_EQ(EntriesOf("/proc/self/fd"), iFiles);
+                ++iTried;
+            }
+        }
+    }
+    RecordProperty("Tried", iTried);
+    EXPECT_GT(iTried, 160);
+}
+
+// ---- The services: POSIX, the heap where it may refuse, libpng.
+
+const std::string NO_TERM    = "Failed to install SIGTERM handler!\n", NO_INT = "Failed to install SIGINT handler!\n";
+const std::string NO_LIBRARY = "[^\n]*Cannot load libTavrin.so.1[^\n]*\n" + REPORT, NO_OPERATION = "[^\n]*it has no T[A-Za-z_]+\n" + REPORT;
+
+// A call by its name and which one of that name it is, in the order of the run; what failing once and for ever makes it say.
+struct SLoss
+{
+    const char* pszCalls;  // a regular expression
+    std::string sOnce, sForEver;
+    TStatus     eOnce, eForEver;
+};
+const SLoss LOSSES[] = {
+    {"sigaction 1", NO_TERM, NO_TERM + NO_INT + NO_LIBRARY, TStatus_OK, TStatus_FAIL},
+    {"sigaction 2", NO_INT, NO_INT + NO_LIBRARY, TStatus_OK, TStatus_FAIL},
+    {"dlopen 1", NO_LIBRARY, NO_LIBRARY, TStatus_FAIL, TStatus_FAIL},
+    {"dlsym .*", NO_OPERATION, NO_OPERATION, TStatus_FAIL, TStatus_FAIL},
+    {"new 1|pthread_(mutex|cond)_init 1", REPORT, REPORT, TStatus_FAIL, TStatus_FAIL},
+    {"fopen 1|new [23]", "", FALL_BACK, TStatus_OK, TStatus_OK},                                    // the background
+    {"png_create_.*_struct 1", REPORT, REPORT + FALL_BACK, TStatus_OK, TStatus_OK},
+    {"fopen [34]", "", FALL_BACK, TStatus_OK, TStatus_OK},                                          // frames that are not counted
+    {"fopen .*|new .*", FALL_BACK, FALL_BACK, TStatus_OK, TStatus_OK},
+    {"png_create_.*", REPORT + FALL_BACK, REPORT + FALL_BACK, TStatus_OK, TStatus_OK},
+    {"clock_gettime .*|pthread_cond_.*", "", "", TStatus_OK, TStatus_OK},                           // the loop, and behind it
+};
+
+TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
+{
+    MakePictures(2);
+    const std::ptrdiff_t iFiles = EntriesOf("/proc/self/fd");
+    int                  iTried = 0;
+    for (const bool bForEver : {false, true})
+    {
+        std::string sFailed = "first";
+        for (int iFailing = 1; !sFailed.empty(); ++iFailing, ++iTried)
+        {
+            std::map<std::string, int> oCounts;
+            int                        iCall = 0;
+            sFailed.clear();
+            s_fServiceFails = [&](const std::string& sName) {
+                const int  iOfThatName = ++oCounts[sName];
+                const bool bFails      = ++iCall == iFailing || (bForEver && iCall > iFailing);
+                if (bFails && sFailed.empty())
+                    sFailed = sName + " " + std::to_string(iOfThatName);
+                return bFails;
+            };
+            const TStatus eStatus = Run();
+            s_fServiceFails       = nullptr;
+
+            SCOPED_TRACE(sFailed + (bForEver ? " and all behind it" : ""));
+            const auto poLoss = std::find_if(std::begin(LOSSES), std::end(LOSSES), [&](const SLoss& ro) { return sFailed.empty() || std::regex_match(sFailed, std::regex(ro.pszCalls)); });
+            ASSERT_NE(poLoss, std::end(LOSSES)) << "a call that nobody thought of";
+            const bool bLost = !sFailed.empty();
+            EXPECT_EQ(eStatus, !bLost ? TStatus_OK : bForEver ? poLoss->eForEver : poLoss->eOnce);
+            EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(!bLost ? "" : bForEver ? poLoss->sForEver : poLoss->sOnce))) << m_sOutput;
+            const Calls& asCalls = m_roBoard.asCalls;
+            EXPECT_TRUE(eStatus != TStatus_OK ? asCalls.size() <= 1
+                                              : asCalls.size() > UNDO_OUTPUTS.size() && std::equal(UNDO_OUTPUTS.rbegin(), UNDO_OUTPUTS.rend(), asCalls.rbegin()));
+            EXPECT_EQ(Tavrin_GetDeviceCount(), 0u) << "the library is still loaded";
+            EXPECT_EQ(EntriesOf("/proc/self/fd"), iFiles);
+        }
+    }
+    RecordProperty("Tried", iTried);
+    EXPECT_GT(iTried, 80);
+}
+
+// Sixteen thousand seconds on a clock that only waits move: the step neither drifts nor takes anything with it.
+TEST_F(Fault, NoneInAMillionSteps)
+{
+    constexpr KUINT64 STEP_NS = 16'000'000, STEPS = 1'000'000;
+    KUINT64           uiWaits = 0;
+    int               iAllocations = 0;
+    std::ptrdiff_t    iFiles = 0, iMappings = 0;
+    MakePictures(3);
+    m_uiStepMs              = 16;
+    m_uiEnableTime          = 16000;
+    m_roBoard.bRecordsReads = false;
+    m_roBoard.fProgress     = [&] { return static_cast<KUINT32>(uiWaits % 100); };
+    s_uiFakeNs              = 1'700'000'000'000'000'000;
+    s_fOnWait               = [&](KUINT64 uiDeadlineNs) {
+        g_bStopSignal = HasFailure();
+        EXPECT_EQ(uiDeadlineNs, s_uiFakeNs + STEP_NS);
+        s_uiFakeNs = uiDeadlineNs;
+        if (uiWaits > 0)
+        {
+            EXPECT_EQ(m_roBoard.puiMapped[5 * (80 + 16) + 10] & 0xFF, 10 * (uiWaits % 3 + 1)) << "step " << uiWaits;
+            EXPECT_EQ(m_roBoard.puiMapped[45 * (80 + 16) + 20 + std::max<KUINT64>(40 * (uiWaits % 100) / 100, 1)] & 0xFF, 0u) << "step " << uiWaits;
+        }
+        if (++uiWaits == 2)
+        {
+            iFiles       = EntriesOf("/proc/self/fd");
+            iMappings    = EntriesOf("/proc/self/map_files");
+            iAllocations = s_iAllocations;
+        }
+        else if (uiWaits == STEPS)
+        {
+            EXPECT_EQ(s_iAllocations, iAllocations);
+            EXPECT_EQ(EntriesOf("/proc/self/fd"), iFiles);
+            EXPECT_EQ(EntriesOf("/proc/self/map_files"), iMappings);
+        }
+    };
+    const int iAllocationsBefore = s_iAllocations;
+    EXPECT_EQ(Run(), TStatus_OK);
+    EXPECT_EQ(m_sOutput, "");
+    EXPECT_EQ(uiWaits, STEPS + 1) << "one more wait when the time is over";
+    EXPECT_GT(iAllocations, iAllocationsBefore) << "the count counts nothing";
+    RecordProperty("Tried", static_cast<int>(uiWaits));
+}
+}

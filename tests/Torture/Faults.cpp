@@ -1,0 +1,200 @@
+// Stands between the tool and what it calls (LD_PRELOAD). TORTURE="KIND N HOW" strikes at the N-th call of a kind: heap,
+// read (of a PNG), file (the board's) or moment (an operation of the device library, or a wait). HOW is once or on, for
+// failures, or the number of a signal. The call that was struck is written to $TORTURE_MARK. TORTURE_FAST=1 lets waits end
+// at once. TORTURE="watch FRAMES -" watches a run that plays so many frames of grey 10, 20, ... from pixel 0 on.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <tuple>
+
+#include "Tavrin.h"
+
+namespace
+{
+char           s_acKind[8];  // empty until the environment is read
+char           s_acHow[8];
+long           s_iFirst = 0, s_iCount = 0;
+bool           s_bFast   = false;
+const KUINT32* s_puiPlane = nullptr;
+
+template <class T> T Next(const char* pszName)
+{
+    static const auto s_pfnDlsym = reinterpret_cast<void* (*)(void*, const char*)>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
+    return reinterpret_cast<T>(s_pfnDlsym(RTLD_NEXT, pszName));
+}
+
+bool Strikes(const char* pszKind, const char* pszCall)
+{
+    if (std::strcmp(s_acKind, pszKind) != 0 || ++s_iCount < s_iFirst || (s_iCount > s_iFirst && std::strcmp(s_acHow, "on") != 0))
+        return false;
+    static const auto s_pfnOpen = Next<int (*)(const char*, int, ...)>("open");
+    if (const char* pszMark = std::getenv("TORTURE_MARK"); s_iCount == s_iFirst && pszMark != nullptr)
+    {
+        const int iMark = s_pfnOpen(pszMark, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (write(iMark, pszCall, std::strlen(pszCall)) < 0 || close(iMark) != 0)
+            std::abort();
+    }
+    return true;
+}
+
+// What a long run must not change, and what it did.
+struct SWatch
+{
+    long     iSteps = 0, iWrong = 0, iLong = 0;
+    timespec oStart = {};
+    std::ptrdiff_t aiBefore[3] = {};
+
+    static void Count(std::ptrdiff_t (&raiCounts)[3])
+    {
+        const auto fEntries = [](const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); };
+        raiCounts[0] = fEntries("/proc/self/fd");
+        raiCounts[1] = fEntries("/proc/self/map_files");
+        long iPages = 0, iSize = 0;
+        std::ifstream("/proc/self/statm") >> iSize >> iPages;
+        raiCounts[2] = iPages;
+    }
+    void OnWait(const timespec& roDeadline)
+    {
+        timespec oNow;
+        clock_gettime(CLOCK_REALTIME, &oNow);
+        iLong += (roDeadline.tv_sec - oNow.tv_sec) * 1'000'000'000 + roDeadline.tv_nsec - oNow.tv_nsec > 16'000'000;
+        iWrong += iSteps > 0 && (*s_puiPlane & 0xFF) != static_cast<KUINT32>(10 * (iSteps % s_iFirst + 1));
+        if (++iSteps == 100)
+            oStart = oNow, Count(aiBefore);
+    }
+    ~SWatch()
+    {
+        if (iSteps <= 100)
+            return;
+        timespec       oNow;
+        std::ptrdiff_t aiAfter[3];
+        clock_gettime(CLOCK_REALTIME, &oNow);
+        Count(aiAfter);
+        const double dUs = (static_cast<double>(oNow.tv_sec - oStart.tv_sec) * 1e9 + static_cast<double>(oNow.tv_nsec - oStart.tv_nsec)) / 1e3;
+        std::ofstream(std::getenv("TORTURE_MARK")) << iSteps << ' ' << iWrong << ' ' << iLong << ' ' << dUs / static_cast<double>(iSteps - 100) << ' '
+            << aiAfter[0] - aiBefore[0] << ' ' << aiAfter[1] - aiBefore[1] << ' ' << aiAfter[2] - aiBefore[2] << '\n';
+    }
+} s_oWatch;
+
+[[gnu::constructor]] void ReadPlan()
+{
+    const char* pszPlan = std::getenv("TORTURE");
+    s_bFast             = std::getenv("TORTURE_FAST") != nullptr;
+    if (pszPlan != nullptr && std::sscanf(pszPlan, "%7s %ld %7s", s_acKind, &s_iFirst, s_acHow) != 3)
+        std::abort();
+    unsetenv("TORTURE");
+    s_iCount = 0;
+}
+
+template <int iTag, class TFunction> struct SOperation;
+template <int iTag, class TResult, class... TArguments> struct SOperation<iTag, TResult(TArguments...)>
+{
+    static inline const char* s_pszName = nullptr;
+    static inline TResult (*s_pfnReal)(TArguments...) = nullptr;
+
+    static TResult Call(TArguments... arguments)
+    {
+        if (Strikes("moment", s_pszName))
+            raise(std::atoi(s_acHow));
+        const TResult result = s_pfnReal(arguments...);
+        if constexpr (std::is_same_v<TResult(TArguments...), decltype(TBuffer_BeginAccess)>)
+            s_puiPlane = reinterpret_cast<const KUINT32*>(*std::get<3>(std::tie(arguments...)));
+        return result;
+    }
+    static void* StandBefore(const char* pszName, void* pvReal)
+    {
+        s_pszName = pszName;
+        s_pfnReal = reinterpret_cast<TResult (*)(TArguments...)>(pvReal);
+        return reinterpret_cast<void*>(&Call);
+    }
+};
+}
+
+extern "C"
+{
+void* __libc_malloc(size_t uiSize);
+void* __libc_calloc(size_t uiCount, size_t uiSize);
+void* __libc_realloc(void* pv, size_t uiSize);
+void* malloc(size_t uiSize) { return Strikes("heap", "malloc") ? (errno = ENOMEM, nullptr) : __libc_malloc(uiSize); }
+void* calloc(size_t uiCount, size_t uiSize) { return Strikes("heap", "calloc") ? (errno = ENOMEM, nullptr) : __libc_calloc(uiCount, uiSize); }
+void* realloc(void* pv, size_t uiSize) { return Strikes("heap", "realloc") ? (errno = ENOMEM, nullptr) : __libc_realloc(pv, uiSize); }
+
+#define STRUCK(kind, result, name, parameters, arguments, failure)                          \
+    result name parameters                                                                  \
+    {                                                                                       \
+        static const auto s_pfnNext = Next<decltype(&name)>(#name);                          \
+        return Strikes(kind, #name) ? (errno = EIO, failure) : s_pfnNext arguments;          \
+    }
+STRUCK("read", size_t, fread, (void* p, size_t u, size_t n, FILE* f), (p, u, n, f), 0)
+STRUCK("file", int, mkdir, (const char* p, mode_t m), (p, m), -1)
+STRUCK("file", int, fstat, (int i, struct stat* p) noexcept, (i, p), -1)
+STRUCK("file", ssize_t, pread, (int i, void* p, size_t n, off_t o), (i, p, n, o), -1)
+STRUCK("file", ssize_t, pwrite, (int i, const void* p, size_t n, off_t o), (i, p, n, o), -1)
+STRUCK("file", int, ftruncate, (int i, off_t o) noexcept, (i, o), -1)
+STRUCK("file", int, posix_fallocate, (int i, off_t o, off_t n), (i, o, n), EIO)
+STRUCK("file", void*, mmap, (void* p, size_t n, int r, int f, int i, off_t o) noexcept, (p, n, r, f, i, o), MAP_FAILED)
+STRUCK("file", int, renameat, (int i, const char* p, int j, const char* q) noexcept, (i, p, j, q), -1)
+
+// Their last argument may be absent; it is passed on all the same.
+int openat(int iFd, const char* psz, int iFlags, ...)
+{
+    va_list argList;
+    va_start(argList, iFlags);
+    const auto uiMode = va_arg(argList, mode_t);
+    va_end(argList);
+    return Strikes("file", "openat") ? (errno = EIO, -1) : Next<int (*)(int, const char*, int, ...)>("openat")(iFd, psz, iFlags, uiMode);
+}
+int fcntl(int iFd, int iCommand, ...)
+{
+    va_list argList;
+    va_start(argList, iCommand);
+    void* pv = va_arg(argList, void*);
+    va_end(argList);
+    return Strikes("file", "fcntl") ? (errno = EIO, -1) : Next<int (*)(int, int, ...)>("fcntl")(iFd, iCommand, pv);
+}
+
+// A signal comes while the wait is under way, two milliseconds into it.
+int pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* poDeadline)
+{
+    static const auto s_pfnNext = Next<decltype(&pthread_cond_timedwait)>("pthread_cond_timedwait");
+    if (std::strcmp(s_acKind, "watch") == 0)
+        s_oWatch.OnWait(*poDeadline);
+    if (Strikes("moment", "a wait"))
+    {
+        sigevent oEvent     = {};
+        timer_t  hTimer     = nullptr;
+        oEvent.sigev_notify = SIGEV_SIGNAL;
+        oEvent.sigev_signo  = std::atoi(s_acHow);
+        const itimerspec oAfter = {.it_interval = {}, .it_value = {.tv_sec = 0, .tv_nsec = 2'000'000}};
+        if (timer_create(CLOCK_MONOTONIC, &oEvent, &hTimer) != 0 || timer_settime(hTimer, 0, &oAfter, nullptr) != 0)
+            std::abort();
+    }
+    return s_bFast ? ETIMEDOUT : s_pfnNext(poCond, poMutex, poDeadline);
+}
+
+void* dlsym(void* pvLibrary, const char* pszName)
+{
+    static const auto s_pfnNext = Next<void* (*)(void*, const char*)>("dlsym");
+    void* const       pvReal    = s_pfnNext(pvLibrary, pszName);
+#define OPERATION(name) \
+    if (pvReal != nullptr && std::strcmp(pszName, #name) == 0) return SOperation<__COUNTER__, decltype(name)>::StandBefore(#name, pvReal);
+    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo)
+    OPERATION(TBuffer_BeginAccess) OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount)
+    OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
+    OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount) OPERATION(TBoard_GetFpgaInfo)
+    return pvReal;
+}
+}

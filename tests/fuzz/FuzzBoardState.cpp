@@ -1,0 +1,51 @@
+// The board's state file: pieces (offset of three bytes, length, bytes) written over a good one, which a last piece of
+// length 0 cuts. Whatever then stands there, the board is refused or gives answers within its limits.
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "BoardError.h"
+#include "BoardState.h"
+#include "Fuzz.h"
+
+using namespace SoftwareBoard;
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
+{
+    static const std::string s_strFolder = [] {
+        char acTemplate[] = "/tmp/fuzz-board-XXXXXX";
+        static std::string s_strMade = mkdtemp(acTemplate);
+        std::atexit([] { std::filesystem::remove_all(s_strMade); });
+        return s_strMade;
+    }();
+    const BoardFolder oFolder(s_strFolder);
+    BoardState        oState = (std::filesystem::remove(s_strFolder + "/board.state"), BoardState::Replace(oFolder, DefaultPlan()));
+    std::fstream      oFile(s_strFolder + "/board.state", std::ios::in | std::ios::out | std::ios::binary);
+    while (uiSize >= 4)
+    {
+        const auto uiOffset = static_cast<unsigned>(puiData[0] | puiData[1] << 8 | (puiData[2] & 1) << 16);
+        const auto uiLength = std::min<std::size_t>(puiData[3], uiSize - 4);
+        oFile.seekp(uiOffset).write(reinterpret_cast<const char*>(puiData + 4), static_cast<std::streamsize>(uiLength)).flush();
+        if (puiData[3] == 0)
+            std::filesystem::resize_file(s_strFolder + "/board.state", uiOffset);
+        puiData += 4 + uiLength;
+        uiSize -= 4 + uiLength;
+    }
+
+    const auto fTry = [](auto fBody) { try { fBody(); } catch (const BoardError&) {} };
+    fTry([&] { BoardState::OpenOrMake(oFolder); });
+    for (KUINT32 uiDevice = 0; uiDevice <= uiMaxDevices; ++uiDevice)
+    {
+        fTry([&] {
+            const SDeviceRecord oDevice = oState.ReadDevice(uiDevice);
+            Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= uiMaxOutputs && oDevice.uiFpgaCount <= uiMaxFpgas);
+            for (KUINT32 uiOutput = 0; uiOutput <= oDevice.uiOutputCount; ++uiOutput)
+                fTry([&] { Must(oState.ReadOutput(uiDevice, uiOutput).bEnabled <= TRUE && uiOutput < oDevice.uiOutputCount); });
+        });
+        fTry([&] { oState.WriteRegister(uiDevice, uiProgressReg, 7), Must(oState.ReadRegister(uiDevice, uiProgressReg) == 7); });
+    }
+    return 0;
+}

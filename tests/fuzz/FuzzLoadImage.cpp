@@ -1,0 +1,26 @@
+// Pictures. Sums of chunks are made right, so that what is rotten gets past them: the target is the picture or untouched.
+#include <vector>
+
+#include "Fuzz.h"
+#include "OsServices.h"
+#include "PngAnimation.h"
+#include "Tool/PngFile.h"
+
+OsServices g_oOsServices(nullptr);
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
+{
+    constexpr KUINT32 WIDTH = 6, HEIGHT = 5, PITCH = WIDTH * 4 + 12;
+    std::vector<KUINT8> auiFile(puiData, puiData + uiSize), auiPlane(PITCH * HEIGHT, 0x5A);
+    MendSums(auiFile);
+    std::FILE* poFile = fmemopen(auiFile.data(), auiFile.size(), "rb");
+    if (poFile == nullptr)  // an empty one
+        return 0;
+
+    const std::vector<KUINT8> auiBefore = auiPlane;
+    const KBOOL32             bLoaded   = LoadImage(poFile, WIDTH, PITCH, HEIGHT, auiPlane.data());
+    std::fclose(poFile);
+    for (std::size_t i = 0; i < auiPlane.size(); ++i)
+        Must((bLoaded && i % PITCH < WIDTH * 4) || auiPlane[i] == auiBefore[i]);
+    return 0;
+}
