@@ -21,7 +21,7 @@ namespace
 constexpr char                      pszTool[] = "QelProgressBarDisplay";
 constexpr std::chrono::milliseconds oTick(1);
 constexpr std::chrono::seconds      oLongestStep(10);  // that the tool takes
-constexpr int                       iMostRuns = 3;     // that may end before they show a percentage
+constexpr int                       iMostRuns = 10;    // that may end before they show a percentage
 
 // The tool's failure is the command's.
 void ThrowIfFailed(const ToolProcess& roTool)
@@ -77,21 +77,16 @@ private:
     // step.
     std::optional<SPicture> TryToShow(KUINT32 uiPercent)
     {
-        if (m_poTool != nullptr && m_poTool->Stop())
+        if (m_poTool == nullptr || !m_poTool->Stop())
         {
-            m_oBoard.SetProgress(uiPercent);
-            m_poTool->GoOn();
-        }
-        else
-        {
-            m_oBoard.SetProgress(uiPercent);
+            m_oBoard.SetProgress(0);  // a run that began at 100 % might be over too soon
             m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
             m_bWasOn = WaitUntil([this] { return m_oBoard.IsOn(); }, std::nullopt);
             if (!m_bWasOn || !m_poTool->Stop())
                 return std::nullopt;
-            m_oBoard.TakeReads();
-            m_poTool->GoOn();
         }
+        m_oBoard.SetProgress(uiPercent);
+        m_poTool->GoOn();
         // An argument may look like the option and be none: a tool that has not read the progress within its longest step
         // never does.
         if (m_bReadsProgress)
@@ -130,6 +125,10 @@ private:
 
 void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const PassedOn& roPassedOn)
 {
+    // Better now than after the work.
+    const std::filesystem::path oFolder = std::filesystem::path(strFile).parent_path();
+    if (access(oFolder.empty() ? "." : oFolder.c_str(), W_OK | X_OK) != 0)
+        ThrowSystemError(oFolder.empty() ? "." : oFolder.string(), "access (to write a file there)");
     ContactSheet oSheet(roPercents.size());
     Preview      oPreview(roPassedOn);
     for (const KUINT32 uiPercent : roPercents)

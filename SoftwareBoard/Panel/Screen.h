@@ -29,6 +29,9 @@ struct SScreen
 SScreen OpenScreen(const SoftwareBoard::Board& roBoard, const SoftwareBoard::SOutputRecord& roOutput);
 
 SPicture ReadScreen(const SScreen& roScreen);
+
+// Whether the screen still shows just this picture; cheaper than to take it anew.
+bool IsShowing(const SScreen& roScreen, const SPicture& roPicture);
 }
 
 #endif

@@ -1,5 +1,6 @@
 #include "Watch.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
@@ -42,6 +43,23 @@ void Watch(KUINT32 uiDevice, bool bWindow)
 #endif
     WatchInLines(oWatcher);
 }
+}
+
+std::vector<std::string> DescribeInRows(size_t uiOutput, const SOutputView& roOutput, int iColumns, int iRows)
+{
+    std::vector<std::string> astrRows;
+    std::string              strText   = "output " + std::to_string(uiOutput) + ": " + roOutput.strState;
+    const auto               uiColumns = static_cast<size_t>(std::max(iColumns, 0));
+    while (static_cast<int>(astrRows.size()) + 1 < iRows && strText.size() > uiColumns)
+    {
+        const size_t uiSpace = strText.rfind(' ', uiColumns);
+        if (uiSpace == std::string::npos)
+            break;
+        astrRows.push_back(strText.substr(0, uiSpace));
+        strText.erase(0, uiSpace + 1);
+    }
+    astrRows.push_back(strText);
+    return astrRows;
 }
 
 Action AddWatch(CLI::App& roCommand, const PassedOn&)

@@ -27,7 +27,12 @@ struct STiles
     int iAcross  = 1;
     int iColumns = 0;  // of one tile
     int iRows    = 0;  // with the caption
+    int iCaption = 1;  // rows of it
 };
+
+// A tile narrower than most captions has two rows for them, unless it is so low that the picture needs the second.
+constexpr int iColumnsForCaption  = 60;
+constexpr int iRowsForLongCaption = 6;
 
 class TerminalView
 {
@@ -74,13 +79,15 @@ STiles TerminalView::LayOut(int iRows) const
     STiles          oBest;
     for (int iAcross = 1; iAcross <= iOutputs; ++iAcross)
     {
-        const int    iDown = (iOutputs + iAcross - 1) / iAcross;
-        const STiles oTiles{iAcross, (m_oSize.iColumns - (iAcross - 1)) / iAcross, iRows / iDown};
+        const int iDown = (iOutputs + iAcross - 1) / iAcross;
+        STiles    oTiles{iAcross, (m_oSize.iColumns - (iAcross - 1)) / iAcross, iRows / iDown, 1};
         if (oTiles.iColumns < 1 || oTiles.iRows < 1)
             continue;
-        const auto oCells = oTiles.iRows > 1 ? m_oPictures.FitInto(oTiles.iColumns, oTiles.iRows - 1, roLike.uiWidth,
-                                                                   roLike.uiHeight, m_oSize)
-                                             : std::pair(0, 0);
+        if (oTiles.iRows >= iRowsForLongCaption && oTiles.iColumns < iColumnsForCaption)
+            oTiles.iCaption = 2;
+        const int  iHigh  = oTiles.iRows - oTiles.iCaption;
+        const auto oCells = iHigh > 0 ? m_oPictures.FitInto(oTiles.iColumns, iHigh, roLike.uiWidth, roLike.uiHeight, m_oSize)
+                                      : std::pair(0, 0);
         if (oCells.first * oCells.second > iBestCells)
         {
             iBestCells = oCells.first * oCells.second;
@@ -88,28 +95,29 @@ STiles TerminalView::LayOut(int iRows) const
         }
     }
     if (iBestCells < 0)
-        oBest = {1, m_oSize.iColumns, 1};
+        oBest = {1, m_oSize.iColumns, 1, 1};
     return oBest;
 }
 
 void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles)
 {
     const SOutputView& roOutput = m_roWatcher.GetView().aoOutputs[uiOutput];
-    m_oTerminal.Put(iRow + roTiles.iRows - 1, iColumn,
-                    CutOrFill("output " + std::to_string(uiOutput) + ": " + roOutput.strState, roTiles.iColumns));
-    if (roOutput.poPicture == nullptr || roTiles.iRows < 2)
+    const int          iHigh    = roTiles.iRows - roTiles.iCaption;
+    int                iLine    = iRow + iHigh;
+    for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roTiles.iColumns, roTiles.iCaption))
+        m_oTerminal.Put(iLine++, iColumn, CutOrFill(strText, roTiles.iColumns));
+    if (roOutput.poPicture == nullptr || iHigh < 1)
         return;
     const SPicture& roPicture = *roOutput.poPicture;
-    const auto      oCells =
-        m_oPictures.FitInto(roTiles.iColumns, roTiles.iRows - 1, roPicture.uiWidth, roPicture.uiHeight, m_oSize);
-    SDrawn& roDrawn = m_aoDrawn[uiOutput];
+    const auto      oCells    = m_oPictures.FitInto(roTiles.iColumns, iHigh, roPicture.uiWidth, roPicture.uiHeight, m_oSize);
+    SDrawn&         roDrawn   = m_aoDrawn[uiOutput];
     if (roDrawn.poPicture != roOutput.poPicture || roDrawn.oCells != oCells)
         roDrawn = {roOutput.poPicture, oCells, m_oPictures.Draw(roPicture, oCells.first, oCells.second, m_oSize)};
 
     const int iLeft = iColumn + (roTiles.iColumns - oCells.first) / 2;
-    int       iTop  = iRow + (roTiles.iRows - 1 - oCells.second) / 2;
-    for (const std::string& strText : roDrawn.astrTexts)
-        m_oTerminal.Put(iTop++, iLeft, strText);
+    int       iTop  = iRow + (iHigh - oCells.second) / 2;
+    for (const std::string& strCells : roDrawn.astrTexts)
+        m_oTerminal.Put(iTop++, iLeft, strCells);
 }
 
 // The whole row is the bar, and the words stand in it.
@@ -197,8 +205,12 @@ void WatchInTerminal(Watcher& roWatcher)
         case SIGTSTP:
             oView.Leave();
             StopProcess();
+            oView.Enter();
             break;
-        case SIGCONT: oView.Enter(); break;
+        case SIGCONT:  // others had the terminal meanwhile
+            oView.Leave();
+            oView.Enter();
+            break;
         default: throw EndedBySignal{iSignal};
         }
         bRedraw = iSignal != 0;

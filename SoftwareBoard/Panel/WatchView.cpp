@@ -12,7 +12,7 @@ namespace Panel
 {
 namespace
 {
-constexpr std::chrono::milliseconds oBusyPause(34), oIdlePause(125);
+constexpr std::chrono::milliseconds oBusyPause(34), oIdlePause(150);
 constexpr KUINT32                   uiLooksUntilIdle = 30;
 
 struct SScreens
@@ -122,14 +122,16 @@ std::shared_ptr<const SPicture> Watcher::Take(const SScreen& roScreen, Pictures&
     if (const auto i = std::find_if(roOfFile.begin(), roOfFile.end(), fIsSize); i != roOfFile.end())
         return *i;
 
-    auto poPicture = std::make_shared<const SPicture>(ReadScreen(roScreen));
+    std::shared_ptr<const SPicture> poPicture;
     if (const auto iBefore = m_oPictures.find(uiFile); iBefore != m_oPictures.end())
     {
         const auto& roBefore = iBefore->second;
         const auto  i        = std::find_if(roBefore.begin(), roBefore.end(), fIsSize);
-        if (i != roBefore.end() && (*i)->auiRgba == poPicture->auiRgba)
+        if (i != roBefore.end() && IsShowing(roScreen, **i))
             poPicture = *i;
     }
+    if (poPicture == nullptr)
+        poPicture = std::make_shared<const SPicture>(ReadScreen(roScreen));
     roOfFile.push_back(poPicture);
     return poPicture;
 }

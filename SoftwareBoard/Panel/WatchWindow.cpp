@@ -1,6 +1,8 @@
 #include <SDL.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <string_view>
 
 #include "BoardError.h"
 #include "Font.h"
@@ -15,12 +17,15 @@ namespace
 {
 constexpr int iTextScale = 2;
 constexpr int iTextRow   = iGlyphHeight * iTextScale + 8;  // with the room around it
+constexpr int iCaption   = 2;                              // rows of text
 constexpr int iMargin    = 8;
 
 [[noreturn]] void ThrowSdlError(const char* pszCall, const char* pszAdvice)
 {
     throw BoardError(std::string("the window: ") + pszCall + ": " + SDL_GetError() + pszAdvice);
 }
+
+constexpr char pszAdvice[] = "; set DISPLAY or WAYLAND_DISPLAY, or watch without --window";
 
 // Everything that SDL holds, for as long as the window is there.
 class Sdl
@@ -31,7 +36,13 @@ public:
         SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
         SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
         if (SDL_Init(SDL_INIT_VIDEO) != 0)
-            ThrowSdlError("SDL_Init", "; set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
+            ThrowSdlError("SDL_Init", pszAdvice);
+        // Where there is no display it shows windows to nobody, which only those want who ask for it.
+        if (std::string_view(SDL_GetCurrentVideoDriver()) == "offscreen" && std::getenv("SDL_VIDEODRIVER") == nullptr)
+        {
+            SDL_Quit();
+            throw BoardError(std::string("the window: SDL_Init: no display") + pszAdvice);
+        }
     }
     ~Sdl() { SDL_Quit(); }
     Sdl(const Sdl&)            = delete;
@@ -85,7 +96,7 @@ private:
 Window::Window(Watcher& roWatcher) : m_roWatcher(roWatcher)
 {
     m_poWindow.reset(SDL_CreateWindow(("Board " + roWatcher.GetTitle()).c_str(), SDL_WINDOWPOS_UNDEFINED,
-                                      SDL_WINDOWPOS_UNDEFINED, 1040, 470, SDL_WINDOW_RESIZABLE));
+                                      SDL_WINDOWPOS_UNDEFINED, 1040, 490, SDL_WINDOW_RESIZABLE));
     if (m_poWindow == nullptr)
         ThrowSdlError("SDL_CreateWindow", "");
     m_poRenderer.reset(SDL_CreateRenderer(m_poWindow.get(), -1, 0));
@@ -112,9 +123,13 @@ void Window::DrawText(const std::string& strText, const SDL_Rect& roRoom) const
 void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
 {
     const SOutputView& roOutput = m_roWatcher.GetView().aoOutputs[uiOutput];
-    const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - iTextRow, 1)};
-    DrawText("output " + std::to_string(uiOutput) + ": " + roOutput.strState,
-             {roRoom.x, roRoom.y + oScreen.h, roRoom.w, iTextRow});
+    const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - iCaption * iTextRow, 1)};
+    int                iY       = oScreen.y + oScreen.h;
+    for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roRoom.w / (iGlyphWidth * iTextScale), iCaption))
+    {
+        DrawText(strText, {roRoom.x, iY, roRoom.w, iTextRow});
+        iY += iTextRow;
+    }
     Fill(oScreen, 20, 22, 26);
 
     STile& roTile = m_aoTiles[uiOutput];
