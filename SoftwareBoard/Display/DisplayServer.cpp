@@ -221,7 +221,11 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
             strTrouble = roError.what();
         }
     }
+    // Not every driver tells of what is plugged in.
+    if (roOutput.uiConnector == 0)
+        Assign();
     roOutput.bTaken       = true;
+    roOutput.bInTrouble   = false;
     roOutput.uiGeneration = oRecord.uiGeneration;
 
     const SConnector* const poConnector = FindConnector(roOutput.uiConnector);
