@@ -59,7 +59,7 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
         {"cut in the header", 0, 10, 0, ""},
         {"cut by a byte", 0, uiSize - 1, 0, ""},
         {"another magic", 0, uiSize, 0, "t"},
-        {"another layout", 0, uiSize, 8, "\x02"},
+        {"another layout", 0, uiSize, 8, "\x01"},
         {"9 devices", 0, uiSize, 12, "\x09"},
         {"17 outputs", 4, uiSize, 4096, "\x11"},
         {"17 FPGAs", 4, uiSize, 4100, "\x11"},
