@@ -16,8 +16,8 @@ namespace Display
 {
 namespace
 {
-constexpr uint64_t uiIdleNs    = 10'000'000;  // between looks at a board whose outputs are off
-constexpr uint64_t uiFastestNs = 2'000'000;   // and at any
+constexpr uint64_t uiIdleNs    = 1'000'000'000;  // between looks at what should be told without
+constexpr uint64_t uiFastestNs = 2'000'000;      // and at pictures, whatever their timings ask for
 
 FileDescriptor BlockSignals()
 {
@@ -72,6 +72,7 @@ void DisplayServer::OpenBoard()
 {
     m_ooBoard.reset();  // with its lock, which otherwise stood in the way of the new one
     m_ooBoard.emplace(Board::Observe());
+    m_ooWatch.emplace(m_ooBoard->m_oFolder.GetPath());
     const BoardLocks::Transaction oTransaction(m_ooBoard->m_oLocks);
     const KUINT32                 uiOutputCount = m_ooBoard->m_oState.ReadDevice(m_oPlan.uiDevice).uiOutputCount;
     if (!m_ooBoard->m_oLocks.TryServeDevice(m_oPlan.uiDevice))
@@ -221,7 +222,11 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
             strTrouble = roError.what();
         }
     }
+    // Not every driver tells of what is plugged in.
+    if (roOutput.uiConnector == 0)
+        Assign();
     roOutput.bTaken       = true;
+    roOutput.bInTrouble   = false;
     roOutput.uiGeneration = oRecord.uiGeneration;
 
     const SConnector* const poConnector = FindConnector(roOutput.uiConnector);
@@ -241,75 +246,86 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
     Say(uiOutput, EVerdict::Refused, poConnector->strName + " " + strTrouble);
 }
 
-void DisplayServer::Step()
+void DisplayServer::FollowBoard()
 {
     if (m_ooBoard->m_oLocks.IsRemoved() || m_ooBoard->m_oState.IsReplaced())
     {
         OpenBoard();
         Assign();
     }
-    bool bChanged = false;
     for (KUINT32 uiOutput = 0; uiOutput < m_oOutputs.size(); ++uiOutput)
     {
         const SOutput& ro = m_oOutputs[uiOutput];
-        if (ro.bTaken && ro.uiGeneration == m_ooBoard->m_oState.ReadGeneration(m_oPlan.uiDevice, uiOutput))
-            continue;
-        TakeUp(uiOutput);
-        bChanged = true;
+        if (!ro.bTaken || ro.uiGeneration != m_ooBoard->m_oState.ReadGeneration(m_oPlan.uiDevice, uiOutput))
+            TakeUp(uiOutput);
     }
-    if (bChanged)
-        SetPace();
+}
 
+void DisplayServer::FollowPictures()
+{
     for (KUINT32 uiOutput = 0; uiOutput < m_oOutputs.size(); ++uiOutput)
     {
         SOutput& roOutput = m_oOutputs[uiOutput];
         if (roOutput.poScanout == nullptr)
             continue;
         roOutput.poFollowed->Update();
-        if (!std::exchange(roOutput.bInTrouble, !roOutput.poFollowed->strTrouble.empty()) && roOutput.bInTrouble)
+        const std::string& strTrouble = roOutput.poFollowed->strTrouble;
+        if (!strTrouble.empty() && !std::exchange(roOutput.bInTrouble, true))
         {
-            const std::string& strWhy = roOutput.poFollowed->strTrouble;
-            std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strWhy.c_str());
-            Say(uiOutput, EVerdict::Refused, strWhy);
+            std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strTrouble.c_str());
+            Say(uiOutput, EVerdict::Refused, strTrouble);
         }
         roOutput.poScanout->Show(roOutput.poFollowed->oPicture);
     }
 }
 
+// As often as the fastest display refreshes while somebody draws; otherwise it is enough to wait to be told.
 void DisplayServer::SetPace()
 {
     uint64_t uiPeriodNs = uiIdleNs;
-    for (const SOutput& roOutput : m_oOutputs)
+    for (const SOutput& ro : m_oOutputs)
     {
-        if (roOutput.poScanout != nullptr)
-            uiPeriodNs = std::min(uiPeriodNs == uiIdleNs ? UINT64_MAX : uiPeriodNs, roOutput.poScanout->GetRefreshNs());
+        if (ro.poScanout != nullptr && (!ro.poFollowed->oDrawer.IsGone() || ro.poScanout->IsBehind(ro.poFollowed->oPicture)))
+            uiPeriodNs = std::min(uiPeriodNs, std::max(ro.poScanout->GetRefreshNs(), uiFastestNs));
     }
-    uiPeriodNs               = std::clamp(uiPeriodNs, uiFastestNs, 2 * uiIdleNs);
-    const timespec   oPeriod = {0, static_cast<long>(uiPeriodNs)};
-    const itimerspec oTimes  = {oPeriod, oPeriod};
+    if (std::exchange(m_uiPeriodNs, uiPeriodNs) == uiPeriodNs)
+        return;
+    constexpr uint64_t uiSecond = 1'000'000'000;
+    const timespec     oPeriod  = {static_cast<time_t>(uiPeriodNs / uiSecond), static_cast<long>(uiPeriodNs % uiSecond)};
+    const itimerspec   oTimes   = {oPeriod, oPeriod};
     timerfd_settime(m_oTimer.Get(), 0, &oTimes, nullptr);
 }
 
 void DisplayServer::Serve()
 {
-    SetPace();
-    pollfd aoWaits[] = {{m_oSignals.Get(), POLLIN, 0},
-                        {m_oTimer.Get(), POLLIN, 0},
-                        {m_oCard.GetFd(), POLLIN, 0},
-                        {m_oHotPlug.GetFd(), POLLIN, 0}};
+    time_t iSecond = -1;
+    FollowBoard();
     for (;;)
     {
+        SetPace();
+        pollfd aoWaits[] = {{m_oSignals.Get(), POLLIN, 0},
+                            {m_oCard.GetFd(), POLLIN, 0},
+                            {m_oHotPlug.GetFd(), POLLIN, 0},
+                            {m_ooWatch->GetFd(), POLLIN, 0},
+                            {m_oTimer.Get(), POLLIN, 0}};
         if (poll(aoWaits, std::size(aoWaits), -1) < 0 && errno != EINTR)
             ThrowSystemError("waiting", "poll");
         if (aoWaits[0].revents != 0)
             return;
-        if (aoWaits[2].revents != 0)
+        if (aoWaits[1].revents != 0)
             Scanout::TakeFlips(m_oCard);
-        if (aoWaits[3].revents != 0 && m_oHotPlug.Take())
+        const bool bPlugged = aoWaits[2].revents != 0 && m_oHotPlug.Take();
+        if (bPlugged)
             Assign();
-        uint64_t uiTimes = 0;
-        if (aoWaits[1].revents != 0 && read(m_oTimer.Get(), &uiTimes, sizeof(uiTimes)) > 0)
-            Step();
+        uint64_t   uiTimes = 0;
+        const bool bTold   = m_ooWatch->Take();
+        const bool bTick   = read(m_oTimer.Get(), &uiTimes, sizeof(uiTimes)) > 0;
+        timespec   oNow    = {};
+        clock_gettime(CLOCK_MONOTONIC_COARSE, &oNow);
+        if (std::exchange(iSecond, oNow.tv_sec) != oNow.tv_sec || bPlugged || bTold)
+            FollowBoard();
+        if (bTick)
+            FollowPictures();
     }
 }
 }

@@ -6,9 +6,8 @@
 #ifndef DISPLAY_SERVER_H
 #define DISPLAY_SERVER_H
 
-#include <map>
-
 #include "Board.h"
+#include "BoardWatch.h"
 #include "Drawer.h"
 #include "HotPlug.h"
 #include "Scanout.h"
@@ -56,7 +55,8 @@ private:
     };
 
     void        OpenBoard();
-    void        Step();
+    void        FollowBoard();
+    void        FollowPictures();
     void        TakeUp(KUINT32 uiOutput);
     std::string Light(KUINT32 uiOutput, const SoftwareBoard::SOutputRecord& roRecord, SoftwareBoard::FileDescriptor oPixels,
                       const SConnector& roConnector);
@@ -73,10 +73,12 @@ private:
     Card                                m_oCard;
     HotPlug                             m_oHotPlug;
     std::optional<SoftwareBoard::Board> m_ooBoard;
+    std::optional<BoardWatch>           m_ooWatch;
     std::vector<SConnector>             m_oConnectors;
     std::vector<SOutput>                m_oOutputs;
     SoftwareBoard::FileDescriptor       m_oSignals;
     SoftwareBoard::FileDescriptor       m_oTimer;
+    uint64_t                            m_uiPeriodNs = 0;
 };
 
 // Cards, connectors, formats, and which output each would show, on standard output.

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace Display
 {
@@ -53,21 +54,17 @@ Drawer::Drawer(int iPixels, KINT32 iPid)
 bool Drawer::MayHaveDrawn(int iPixels)
 {
     timespec oNow = {};
+    timespec oRan = {};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &oNow);
-    if (oNow.tv_sec == m_oLooked.tv_sec)
-    {
-        struct stat oStat    = {};
-        timespec    oRan     = {};
-        const bool  bWritten = fstat(iPixels, &oStat) != 0 || !IsSame(oStat.st_mtim, m_oWritten);
-        const bool  bGone    = m_bGone || !IsKept(iPixels);
-        // What it drew before it ended is still to be seen, once.
-        const bool bRan = bGone ? !m_bGone : !m_oClock || clock_gettime(*m_oClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
-        m_oWritten      = oStat.st_mtim;
-        m_oRan          = oRan;
-        m_bGone         = bGone;
-        return bWritten || bRan;
-    }
-    m_oLooked = oNow;
-    return true;
+    struct stat oStat    = {};
+    const bool  bWritten = fstat(iPixels, &oStat) != 0 || !IsSame(oStat.st_mtim, m_oWritten);
+    m_oWritten           = oStat.st_mtim;
+    if (m_bGone)
+        return bWritten;
+    m_bGone = !IsKept(iPixels);  // what it drew before it went is still to be seen, once
+    // Asked before the picture is looked at, so that what it draws meanwhile counts at the next time.
+    const bool bRan = !m_oClock || clock_gettime(*m_oClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
+    m_oRan          = oRan;
+    return std::exchange(m_iLooked, oNow.tv_sec) != oNow.tv_sec || bWritten || bRan || m_bGone;
 }
 }

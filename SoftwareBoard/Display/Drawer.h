@@ -18,14 +18,18 @@ public:
     // iPid made the file, if it is still seen to have it open; otherwise anything is thought possible.
     Drawer(int iPixels, KINT32 iPid);
 
-    // Since the last time that this was asked. TRUE once a second in any case, for writers that are nobody's guess.
+    // Since the last time that this was asked; TRUE at the first. While it lives, TRUE once a second in any case, for what
+    // draws behind its back.
     bool MayHaveDrawn(int iPixels);
+
+    // Nobody draws any more.
+    bool IsGone() const { return m_bGone; }
 
 private:
     std::optional<clockid_t> m_oClock;  // the processor time of the process
     timespec                 m_oRan     = {};
     timespec                 m_oWritten = {};
-    timespec                 m_oLooked  = {};
+    time_t                   m_iLooked  = 0;
     bool                     m_bGone    = false;
 };
 }

@@ -112,7 +112,7 @@ int Scanout::Flip(uint32_t uiFrameBuffer, uintptr_t uiFlip) const
 void Scanout::Show(const Picture& roPicture)
 {
     static uintptr_t s_uiLastFlip = 0;
-    if (oFlipsUnderWay.contains(m_uiFlip) || roPicture.GetTime() == m_apoBuffers[0]->GetTime())
+    if (oFlipsUnderWay.contains(m_uiFlip) || !IsBehind(roPicture))
         return;
     m_apoBuffers[1]->Fill(roPicture);
     // Refused for the moment, as when the card is still busy with the last one: the next refresh tries again.

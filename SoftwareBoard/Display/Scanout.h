@@ -22,6 +22,9 @@ public:
     uint32_t GetCrtc() const { return m_uiCrtc; }
     uint64_t GetRefreshNs() const { return m_uiRefreshNs; }
 
+    // The picture is newer than what is shown, or on its way.
+    bool IsBehind(const Picture& roPicture) const { return roPicture.GetTime() != m_apoBuffers[0]->GetTime(); }
+
     // Flips the picture in when it is newer than what is shown and no flip is under way.
     void Show(const Picture& roPicture);
 
