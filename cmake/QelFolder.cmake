@@ -9,6 +9,22 @@ target_compile_options(QelBuildOptions INTERFACE
   $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)  # programs are linked as such too, whatever the compiler's own default
+
+# What stands in the way of whoever finds a fault to exploit. Sanitizers bring their own, and see less through these; the
+# checks of FORTIFY need an optimizer.
+if(NOT QEL_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize|-O0")
+  target_compile_options(QelBuildOptions INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>
+    -fstack-protector-strong -fstack-clash-protection
+    $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection>)
+  target_link_options(QelBuildOptions INTERFACE -Wl,-z,relro,-z,now)
+endif()
+
+# A release's bytes do not tell where it was built.
+target_compile_options(QelBuildOptions INTERFACE
+  $<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=>)
 
 if(QEL_SANITIZE)
   target_compile_options(QelBuildOptions INTERFACE -fsanitize=${QEL_SANITIZE} -fno-omit-frame-pointer)

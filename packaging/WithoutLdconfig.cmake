@@ -1,0 +1,19 @@
+# CPack takes a private folder in /usr/lib for one that the dynamic linker searches, and adds scripts that run ldconfig.
+# Here they are taken out again, and the package is packed anew by Debian's own tool.
+foreach(PACKAGE IN LISTS CPACK_PACKAGE_FILES)
+  set(UNPACKED "${CPACK_TEMPORARY_DIRECTORY}.unpacked")
+  file(REMOVE_RECURSE "${UNPACKED}")
+  execute_process(COMMAND dpkg-deb --raw-extract "${PACKAGE}" "${UNPACKED}" COMMAND_ERROR_IS_FATAL ANY)
+  foreach(SCRIPT postinst postrm)
+    set(SCRIPT "${UNPACKED}/DEBIAN/${SCRIPT}")
+    if(EXISTS "${SCRIPT}")
+      file(READ "${SCRIPT}" TEXT)
+      if(TEXT MATCHES "^#!/bin/sh\n+set -e\n+if [^\n]*\n\tldconfig\nfi\n$")
+        file(REMOVE "${SCRIPT}")
+      endif()
+    endif()
+  endforeach()
+  execute_process(COMMAND dpkg-deb --root-owner-group -Zxz --build "${UNPACKED}" "${PACKAGE}"
+    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  file(REMOVE_RECURSE "${UNPACKED}")
+endforeach()
