@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "BenchmarkTable.h"
 #include "FpgaFirmwareCheck.h"
-#include "PairedTimer.h"
 #include "QelMFCTypes.h"
 #include "XDevFpgaInfo.h"
 
@@ -182,20 +182,20 @@ TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 uiIndex, tagTBoard_FpgaInfo* 
     return TStatus_OK;
 }
 
-int main()
+int main(int iArguments, char** ppszArguments)
 {
-    const PairedTimer oTimer;
+    BenchmarkTable oTable(iArguments, ppszArguments);
 
     const CKString    oText(TEXT);
     const std::string oStdText(TEXT);
     const auto        poSharedText = std::make_shared<const std::string>(TEXT);
     const auto        CopyOurs     = [&] { CopyOften(oText); };
-    oTimer.Compare("1000 copies of a string, peer std::string", CopyOurs, [&] { CopyOften(oStdText); });
-    oTimer.Compare("1000 copies of a string, peer std::shared_ptr", CopyOurs, [&] { CopyOften(poSharedText); });
+    oTable.Compare("1000 copies of a string", "std::string", {}, CopyOurs, [&] { CopyOften(oStdText); });
+    oTable.Compare("1000 copies of a string", "std::shared_ptr", {}, CopyOurs, [&] { CopyOften(poSharedText); });
 
     const XDevFpgaInfo::SFpgaVersionData oRow = {VERSION, TRUE, TRUE};
-    oTimer.Compare(
-        "10000 appends to an array, peer std::vector",
+    oTable.Compare(
+        "10000 appends to an array", "std::vector", {},
         [&] {
             XDevFpgaInfo::FpgaVersionArray oArray;
             for (int i = 0; i < APPENDS; ++i)
@@ -211,11 +211,11 @@ int main()
 
     const XDevFpgaInfo oLongest = MakeFpga(oText);
     const auto&        roRows   = oLongest.GetFpgaVersionData();
-    oTimer.Compare(
-        "XDevFpgaInfo of the longest list, peer std::vector", [&] { Keep(MakeFpga(oText)); },
+    oTable.Compare(
+        "XDevFpgaInfo of the longest list", "std::vector", {}, [&] { Keep(MakeFpga(oText)); },
         [&] { Keep(PlainFpga(roRows, TEXT)); });
-    oTimer.Compare(
-        "check of 16 FPGAs, peer std::vector and std::string", [] { Keep(IsFpgaFirmwareSupported(nullptr)); },
+    oTable.Compare(
+        "check of 16 FPGAs", "std::vector and std::string", {}, [] { Keep(IsFpgaFirmwareSupported(nullptr)); },
         [&] {
             for (KUINT32 i = 0; i < FPGAS; ++i)
             {
@@ -225,6 +225,7 @@ int main()
             }
         });
 
-    PrintStorageOfTheLongestList();
+    if (oTable.IsWhole())
+        PrintStorageOfTheLongestList();
     return 0;
 }

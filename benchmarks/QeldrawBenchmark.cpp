@@ -1,10 +1,13 @@
-// How fast surfaces are filled and shapes drawn, beside memset, std::fill_n and hand-written loops of the same Dot calls.
+// How fast surfaces are filled and shapes drawn, beside memset, pixman, std::fill_n and hand-written loops of the same Dot
+// calls.
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
 
-#include "PairedTimer.h"
+#include <pixman.h>
+
+#include "BenchmarkTable.h"
 #include "QelColor.h"
 #include "QelSurfaceTyped.h"
 
@@ -44,6 +47,12 @@ void FillRows(Area oArea, KUINT32 uiValue)
     {
         std::fill_n(&g_oPixels[KUINT32(y) * PITCH + KUINT32(oArea.iLeft)], oArea.iRight - oArea.iLeft, uiValue);
     }
+}
+
+void PixmanFill(Area oArea, KUINT32 uiValue)
+{
+    pixman_fill(g_oPixels.data(), PITCH, 32, oArea.iLeft, oArea.iTop, oArea.iRight - oArea.iLeft, oArea.iBottom - oArea.iTop,
+                uiValue);
 }
 
 // The shapes as one would write them down beside a surface, point by point.
@@ -105,25 +114,29 @@ void PlainDisc(QelSurface& ro, KUINT32 x0, KUINT32 y0, KINT32 d)
 }
 }  // namespace
 
-int main()
+int main(int iArguments, char** ppszArguments)
 {
     const std::unique_ptr<QelSurface> poOwner   = MakeSurface();
     QelSurface&                       roSurface = *poOwner;
-    PairedTimer                       oTimer;
+    BenchmarkTable                    oTable(iArguments, ppszArguments);
 
     const Area oAll = {0, 0, WIDTH, HEIGHT}, oLarge = {101, 51, 3739, 2109}, oStrip = {300, 200, 326, 264};
     for (const KUINT16 uiBlue : {KUINT16{0}, KUINT16{200}})
     {
         roSurface.SetBgColourFromARGB(0, 0, 0, uiBlue);
         roSurface.SetFgColorFromARGB(0, 0, 0, uiBlue);
-        const std::string sColour = uiBlue == 0 ? "black" : "a colour";
-        oTimer.Compare(
-            "Clr 3840x2160, " + sColour + " : memset", [&] { roSurface.Clr(); }, [&] { MemsetRows(oAll); });
-        oTimer.Compare(
-            "Rectangle 3638x2058, " + sColour + " : memset", [&] { oLarge.Draw(roSurface); }, [&] { MemsetRows(oLarge); });
-        oTimer.Compare(
-            "Rectangle 26x64, " + sColour + " : std::fill_n", [&] { oStrip.Draw(roSurface); },
-            [&] { FillRows(oStrip, KUINT32{uiBlue} << 16); });
+        const KUINT32     uiValue = KUINT32{uiBlue} << 16;
+        const std::string sColour = uiBlue == 0 ? ", black" : ", a colour";
+        const auto        Clr     = [&] { roSurface.Clr(); };
+        const auto        Large   = [&] { oLarge.Draw(roSurface); };
+        oTable.Compare("Clr 3840x2160" + sColour, "memset", SpeedAtLeast(0.95), Clr, [&] { MemsetRows(oAll); });
+        oTable.Compare("Clr 3840x2160" + sColour, "pixman_fill", SpeedAtLeast(1), Clr, [&] { PixmanFill(oAll, uiValue); });
+        oTable.Compare("Rectangle 3638x2058" + sColour, "memset", SpeedAtLeast(0.95), Large, [&] { MemsetRows(oLarge); });
+        oTable.Compare("Rectangle 3638x2058" + sColour, "pixman_fill", SpeedAtLeast(1), Large,
+                       [&] { PixmanFill(oLarge, uiValue); });
+        oTable.Compare(
+            "Rectangle 26x64 (5 % of 512x64)" + sColour, "std::fill_n", SpeedAtLeast(0.9), [&] { oStrip.Draw(roSurface); },
+            [&] { FillRows(oStrip, uiValue); });
     }
 
     struct Shape
@@ -148,8 +161,8 @@ int main()
     };
     for (const Shape& roShape : aoShapes)
     {
-        oTimer.Compare(
-            std::string(roShape.szWhat) + " : the same Dot calls", [&] { roShape.pfnDraw(roSurface); },
+        oTable.Compare(
+            roShape.szWhat, "the same Dot calls", SpeedAtLeast(0.9), [&] { roShape.pfnDraw(roSurface); },
             [&] { roShape.pfnPlain(roSurface); });
     }
     return 0;

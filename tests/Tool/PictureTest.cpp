@@ -199,11 +199,11 @@ TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
                 auiRow[4 * i]     = static_cast<KUINT8>(i);
                 auiRow[4 * i + 1] = static_cast<KUINT8>(255 - i);
                 auiRow[4 * i + 2] = static_cast<KUINT8>(i + 128);
-                auiRow[4 * i + 3] = static_cast<KUINT8>(uiAlpha);
+                auiRow[4 * i + 3] = static_cast<KUINT8>(uiAlpha + (i & 8) * i);  // eight alike, eight apart
             }
             Bytes auiExpected = auiRow;
             for (std::size_t i = 0; i < auiExpected.size(); ++i)
-                auiExpected[i] = static_cast<KUINT8>(i % 4 == 3 ? 255 : (auiRow[i] * uiAlpha + uiGround * (255 - uiAlpha)) / 255);
+                auiExpected[i] = static_cast<KUINT8>(i % 4 == 3 ? 255 : (auiRow[i] * auiRow[i | 3] + uiGround * (255 - auiRow[i | 3])) / 255);
             BlendRowOverGround(auiRow.data(), auiGround.data(), uiPixels);
             ASSERT_EQ(auiRow, auiExpected) << "alpha " << uiAlpha << " over " << uiGround;
         }
@@ -212,10 +212,16 @@ TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
 
 TEST_F(Picture, FramesPlayInOrderOverTheBackground)
 {
-    constexpr KUINT32 WIDTH = 9, HEIGHT = 7, PITCH = WIDTH * 4 + 8;
-    const TRECT       oRegion = {2, 1, 6, 4};
+    constexpr KUINT32 WIDTH = 149, HEIGHT = 7, PITCH = WIDTH * 4 + 8;
+    const TRECT       oRegion = {2, 1, 142, 4};
+    const auto        Stored  = [](int iFrame, KUINT32 i, KUINT32 y) { return static_cast<int>(60 * iFrame + (i % 4 == 3 ? 0 : (i * 7 + y) % 61)); };
     for (int i : {1, 2, 3, 5})
-        WritePng(Path("anim0" + std::to_string(i) + ".png"), 4, 3, {}, Bytes(4 * 3 * 4, static_cast<KUINT8>(60 * i)));
+    {
+        Bytes auiRows;
+        for (KUINT32 k = 0; k < 140 * 3 * 4; ++k)
+            auiRows.push_back(static_cast<KUINT8>(Stored(i, k % 560, k / 560)));
+        WritePng(Path("anim0" + std::to_string(i) + ".png"), 140, 3, {}, auiRows);
+    }
 
     const Bytes       auiBackground(PITCH * HEIGHT, 40);
     SAnimationPngData oData = {};
@@ -226,13 +232,12 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
     {
         Bytes auiPlane(PITCH * HEIGHT, 0x77);
         AnimationPngUpdate(oData, PITCH, auiPlane.data());
-        const int iStored = 60 * iFrame;
         for (KUINT32 y = 0; y < HEIGHT; ++y)
         {
             for (KUINT32 i = 0; i < PITCH; ++i)
             {
-                const bool bInside   = y >= 1 && y < 4 && i >= 8 && i < 24;
-                const int  iExpected = !bInside ? 0x77 : i % 4 == 3 ? 255 : (iStored * iStored + 40 * (255 - iStored)) / 255;
+                const bool bInside   = y >= 1 && y < 4 && i >= 8 && i < 568;
+                const int  iExpected = !bInside ? 0x77 : i % 4 == 3 ? 255 : (Stored(iFrame, i - 8, y - 1) * 60 * iFrame + 40 * (255 - 60 * iFrame)) / 255;
                 ASSERT_EQ(auiPlane[y * PITCH + i], iExpected) << "frame " << iFrame << ", row " << y << ", byte " << i;
             }
         }

@@ -1,0 +1,108 @@
+// What whole runs cost, on a board in software of their own: processor time from the start to the first picture beside
+// libpng alone decoding the same files, a step of the loop beside a bare one, and the memory taken at most beside what it
+// must hold. The tool is the watched one (RunProbe.cpp); both programs of a pair start in turns.
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "BenchmarkTable.h"
+#include "Pictures.h"
+#include "RunProbe.h"
+
+namespace
+{
+constexpr double  MIB   = 1 << 20;
+constexpr KUINT32 STEPS = 61;
+
+struct SRun
+{
+    double dFirstPictureMs, dPeakMiB, dStepUs, dBareStepUs, dStepRatio;
+};
+
+std::string FolderOfPrograms()
+{
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
+}
+
+void Shell(const std::string& sCommand)
+{
+    const int iStatus = std::system(sCommand.c_str());
+    if (!WIFEXITED(iStatus) || WEXITSTATUS(iStatus) != 0)
+        throw std::runtime_error("failed: " + sCommand);
+}
+
+class CRuns
+{
+public:
+    explicit CRuns(const Pictures& roPictures) : m_roPictures(roPictures)
+    {
+        setenv("TAVRIN_BOARD", (roPictures.GetFolder() + "/board").c_str(), 1);
+        setenv(PROBE_RESULT_VARIABLE, Result().c_str(), 1);
+        Run(0);  // makes the board
+    }
+
+    SRun Run(KUINT32 uiSteps) const
+    {
+        setenv(PROBE_STEPS_VARIABLE, std::to_string(uiSteps).c_str(), 1);
+        Shell(FolderOfPrograms() + "/RunProbe -v 1920 1080 60 67 148500 88 44 148 4 5 36 no no + + no RGB_FULL 444 8 -i " +
+              m_roPictures.Path("photograph") + " -a 832 300 1088 556 -f " + m_roPictures.GetFolder() +
+              "/frame -p 640 900 1280 924 -l " + std::to_string(PROBE_STEP_MS) + " >/dev/null");
+        SRun          oRun{};
+        std::ifstream oResult(Result());
+        if (!(oResult >> oRun.dFirstPictureMs >> oRun.dPeakMiB >> oRun.dStepUs >> oRun.dBareStepUs >> oRun.dStepRatio))
+            throw std::runtime_error("the watched tool has no result");
+        return oRun;
+    }
+
+    double DecodeByLibpngMs() const
+    {
+        std::string sCommand = FolderOfPrograms() + "/LibpngAlone " + m_roPictures.Path("photograph");
+        for (KUINT32 i = 1; i <= PROBE_FRAMES; ++i)
+            sCommand.append(" ").append(m_roPictures.Path(Pictures::FrameName(i)));
+        Shell(sCommand.append(" >").append(Result()));
+        double        dMs = 0;
+        std::ifstream oResult(Result());
+        if (!(oResult >> dMs))
+            throw std::runtime_error("no result of: " + sCommand);
+        return dMs;
+    }
+
+private:
+    std::string Result() const { return m_roPictures.GetFolder() + "/result"; }
+
+    const Pictures& m_roPictures;
+};
+}
+
+int main(int iArguments, char** ppszArguments)
+{
+    BenchmarkTable oTable(iArguments, ppszArguments);
+    const Pictures oPictures;
+    const CRuns    oRuns(oPictures);
+
+    bool bOursFirst = false;
+    oTable.Measure("start to first picture, 1920x1080, 24 frames", "libpng alone, same 25 files", CostAtMost(1.1), "ms", 31,
+                   [&] {
+                       bOursFirst          = !bOursFirst;
+                       const double dFirst = bOursFirst ? oRuns.Run(0).dFirstPictureMs : 0;
+                       const double dPeer  = oRuns.DecodeByLibpngMs();
+                       const double dOurs  = bOursFirst ? dFirst : oRuns.Run(0).dFirstPictureMs;
+                       return BenchmarkTable::SMeasured{dOurs, dPeer, dOurs / dPeer};
+                   });
+    oTable.Measure("step of 16 ms, bar and 256x256 animation", "memcpy of the rows and one wait", CostAtMost(1.25), "us", 7,
+                   [&] {
+                       const SRun oRun = oRuns.Run(STEPS);
+                       return BenchmarkTable::SMeasured{oRun.dStepUs, oRun.dBareStepUs, oRun.dStepRatio};
+                   });
+    constexpr double dBuffer  = (Pictures::WIDTH + 16) * 4. * Pictures::HEIGHT;
+    constexpr double dFrames  = PROBE_FRAMES * 4. * PROBE_FRAME_SIZE * PROBE_FRAME_SIZE;
+    constexpr double dDecoded = 4. * Pictures::WIDTH * Pictures::HEIGHT;
+    oTable.Measure("peak memory of that run", "buffer, frames, a decoded picture", SurplusAtMost(8), "MiB", 5, [&] {
+        const double dSum = (dBuffer + dFrames + dDecoded) / MIB, dPeak = oRuns.Run(0).dPeakMiB;
+        return BenchmarkTable::SMeasured{dPeak, dSum, dPeak / dSum};
+    });
+    return 0;
+}
