@@ -57,10 +57,8 @@ CKString::CIterator& CKString::CIterator::operator++()
         return *this;
 
     // The splitter ends the next token with a NUL: an iterator that shares the text takes its own first.
-    const KCHAR8* pchShared = m_poSource->c_str();
-    KCHAR8*       pchOwn    = m_poSource->GetBuffer(0);
-    m_pszContext            = pchOwn + (m_pszContext - pchShared);
-    m_pszToken              = pchOwn + (m_pszToken - pchShared);
+    const auto iDone = m_pszContext - m_poSource->c_str();
+    m_pszContext     = m_poSource->GetBuffer(0) + iDone;
 
     Advance(nullptr);
     return *this;
