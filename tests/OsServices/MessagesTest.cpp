@@ -10,43 +10,31 @@ std::string s_sAssertCalls;
 
 TEST(Messages, LinesFollowTheState)
 {
-    const auto fnWrite = [](std::string s) {
-        return OutputOf([&] {
-            OsServices::WriteMsg("m%s\n", s.c_str()), OsServices::WriteUserMsg("u%s\n", s.c_str());
-            OsServices::WriteErrorMsg("e%s\n", s.c_str());
-        });
+    const auto fnWrite = [](const std::string& s) {
+        const auto fnAll = [&](auto... pfn) { return (pfn("%s\n", s.c_str()), ...); };
+        return OutputOf([&] { fnAll(OsServices::WriteMsg, OsServices::WriteUserMsg, OsServices::WriteErrorMsg); });
     };
-    EXPECT_EQ(fnWrite("%d"), "vesk(4.12.0.16)[0]: (Info) u%d\nvesk(4.12.0.16)[0]: (Error) e%d\n");
-    OsServices::SetMsgPrefix(("%n" + std::string(99, 'p')).c_str());
-    OsServices::SetMsgReferenceId(~0ull);
-    const std::string sPrefix = "%n" + std::string(61, 'p') + "(4.12.0.16)[18446744073709551615]: (Debug) m";
-    for (const size_t uiLength : {0u, 145u, 146u, 147u, 253u, 254u, 300u})
+    EXPECT_EQ(fnWrite("%d"), "vesk(4.12.0.16)[0]: (Info) %d\nvesk(4.12.0.16)[0]: (Error) %d\n");
+    OsServices::SetMsgPrefix(("%n" + std::string(99, 'p')).c_str()), OsServices::SetMsgReferenceId(~0ull);
+    const std::string sPrefix = "%n" + std::string(61, 'p') + "(4.12.0.16)[18446744073709551615]: (Debug) ";
+    for (const size_t uiLength : {0u, 146u, 147u, 148u, 254u, 255u, 300u})
     {
         const std::string sArgument(uiLength, 'x');
         OsServices::SetMsgLevel(FALSE, FALSE, -2);
         EXPECT_EQ(fnWrite(sArgument), (sPrefix + sArgument + "\n").substr(0, 255));
-        OsServices::SetMsgPrefixEnable(FALSE);
-        OsServices::SetMsgLevel(3, FALSE, FALSE);
-        EXPECT_EQ(fnWrite(sArgument), ("e" + sArgument + "\n").substr(0, 255));
+        OsServices::SetMsgPrefixEnable(FALSE), OsServices::SetMsgLevel(3, FALSE, FALSE);
+        EXPECT_EQ(fnWrite(sArgument), (sArgument + "\n").substr(0, 255));
         OsServices::SetMsgPrefixEnable(TRUE);
     }
-    KBOOL32 abLevels[3] = {9, 9, 9};
-    OsServices::GetMsgLevel(nullptr, &abLevels[1], nullptr);
-    EXPECT_TRUE(abLevels[0] == 9 && abLevels[1] == FALSE && abLevels[2] == 9);
+    KBOOL32 bError = 9, bUser = 9, bInfo = 9;
+    OsServices::GetMsgLevel(&bError, nullptr, nullptr), OsServices::GetMsgLevel(nullptr, &bUser, nullptr);
+    OsServices::GetMsgLevel(nullptr, nullptr, &bInfo);
+    EXPECT_TRUE(bError && !bUser && !bInfo);
     OsServices::SetMsgLevel(TRUE, TRUE, FALSE), OsServices::SetMsgReferenceId(0), OsServices::SetMsgPrefix("vesk");
-}
-
-TEST(Messages, FileNameFollowsTheLastSeparatorButOneInFrontDoesNotCount)
-{
-    const std::pair<const char*, const char*> aoRows[] = {{"a/b\\c.cpp", "c.cpp"}, {"a\\b/c", "c"}, {"c", "c"},
-                                                          {"/c.cpp", "/c.cpp"}, {"//c", "c"}, {"a/", ""}, {"/", "/"}, {"", ""}};
-    for (const auto& [pszPath, pszName] : aoRows)
-        EXPECT_STREQ(OsServices::GetFileNameOnlySubSring(pszPath), pszName) << pszPath;
 }
 
 TEST(Messages, FailedChecksAreReportedAndOnlyTheAbortFormEndsTheFunction)
 {
-    s_sAssertCalls.clear();
     int         iSteps = 0;
     std::string sText  = OutputOf([&] {
         for (;; ++iSteps) { QEL_ASSERT(iSteps != 1); QEL_CHECK_OR_ABORT(iSteps < 3); }
@@ -56,6 +44,11 @@ TEST(Messages, FailedChecksAreReportedAndOnlyTheAbortFormEndsTheFunction)
     const std::string sLine = "vesk(#.#.#.#)[#]: (Error) MessagesTest.cpp(#) Assertion failed\n";
     EXPECT_TRUE(WithoutNumbers(sText) == sLine + sLine && iSteps == 3) << sText << iSteps;
     EXPECT_EQ(WithoutNumbers(s_sAssertCalls), WithoutNumbers("0" __FILE__ "1" __FILE__ "1")) << "a line, the next condition";
+
+    const std::pair<const char*, const char*> aoNames[] = {
+        {"a/b\\c.cpp", "c.cpp"}, {"a\\b/c", "c"}, {"c", "c"}, {"/c", "/c"}, {"//c", "c"}, {"a/", ""}, {"/", "/"}, {"", ""}};
+    for (const auto& [pszPath, pszName] : aoNames)
+        EXPECT_STREQ(OsServices::GetFileNameOnlySubSring(pszPath), pszName) << pszPath;
 }
 
 // The instance of the process makes room here, so that a first one can be watched.
@@ -76,44 +69,36 @@ TEST(Messages, FirstInstanceStartsTheLibraryUnlessItIsATest)
 
 TEST(QelTools, IntegerFunctionsMatchTheirDefinitionsAtTheEdges)
 {
-    const KUINT32 auiValues[] = {0,      1,      2,          3,          5,          7,          8,          24,        25,
-                                 65'535, 65'536, 0x7FFFFFFF, 0x80000000, 0xFFFE0000, 0xFFFE0001, 0xFFFFFFFE, 0xFFFFFFFF};
-    for (const KUINT32 uiA : auiValues)
-    {
-        const KUINT64 a = uiA, uiRoot = QelTools_SquareRoot(uiA);
-        EXPECT_TRUE(uiRoot * uiRoot <= a && a < (uiRoot + 1) * (uiRoot + 1)) << a;
-        for (const KUINT32 uiB : auiValues)
+    const KUINT32 auiValues[] = {0, 1, 2, 3, 5, 7, 8, 24, 25, 65'535, 65'536, 0x7FFFFFFF, 0x80000000, 0xFFFE0000, 0xFFFE0001,
+                                 0xFFFFFFFE, 0xFFFFFFFF};
+    for (const KUINT64 a : auiValues)
+        for (const KUINT64 b : auiValues)
         {
-            const KUINT64 b = uiB;
+            const auto    uiA = static_cast<KUINT32>(a), uiB = static_cast<KUINT32>(b);
+            const KUINT64 uiRoot = QelTools_SquareRoot(uiA);
+            EXPECT_TRUE(uiRoot * uiRoot <= a && a < (uiRoot + 1) * (uiRoot + 1)) << a;
             EXPECT_EQ(QelTools_RoundedDivision(uiA, uiB), b == 0 ? 0 : (2 * a + b) / (2 * b)) << a << " by " << b;
             EXPECT_EQ(QelTools_RoundedDownDivision(uiA, uiB), b == 0 ? 0 : a / b) << a << " by " << b;
             EXPECT_EQ(QelTools_RoundedUpDivision(uiA, uiB), b == 0 ? 0 : (a + b - 1) / b) << a << " by " << b;
             EXPECT_EQ(QelTools_GCD(uiA, uiB), std::gcd(a, b)) << a << " and " << b;
         }
-    }
 }
 
-TEST(QelTools, TextsAreComparedAndRead)
+TEST(QelTools, TextsAreComparedReadAndChangedWithinTheirBounds)
 {
     const std::tuple<const char*, const char*, KINT32> aoPairs[] = {
         {"abC", "ABc", 0}, {"a", "B", -1}, {"ab", "A", 98}, {"", "a", -97}, {"[", "a", -6}, {"\xE9", "a", -120}};
     for (const auto& [pszA, pszB, iResult] : aoPairs)
         EXPECT_EQ(QelTools_stricmp(pszA, pszB), iResult) << pszA << " and " << pszB;
-    const std::pair<const char*, KINT32> aoNumbers[] = {{" \t-7x", -7}, {"+3", 3},           {"x", 0},
-                                                        {"0x10", 0},    {"4294967298", 2}, {"99999999999999999999", -1}};
-    for (const auto& [pszText, iValue] : aoNumbers)
-        EXPECT_EQ(QelTools_atoi(pszText), iValue) << pszText;
+    EXPECT_TRUE(QelTools_atoi(" \t-7x") == -7 && QelTools_atoi("+3") == 3 && QelTools_atoi("0x10") == 0);
+    EXPECT_TRUE(QelTools_atoi("4294967298") == 2 && QelTools_atoi("99999999999999999999") == -1);
     for (KINT32 ch = -1; ch < 256; ++ch)
         EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);
-    EXPECT_TRUE(QelTools_strncmp("ab", "ac", 1) == 0 && QelTools_strncmp("ab", "ac", 2) < 0 && QelTools_wcslen(L"ab") == 2);
-}
-
-TEST(QelTools, TextsAreChangedWithinTheirBounds)
-{
     for (KUINT32 uiSize = 0; uiSize < 7; ++uiSize)
     {
         std::string sUpper = "aZ{@\xE9z", sLower = sUpper;
-        EXPECT_EQ(QelTools_strupr_s(sUpper.data(), uiSize), (uiSize > 0 ? "AZ{@\xE9" : "aZ{@\xE9") + std::string(uiSize > 5 ? "Z" : "z"));
+        EXPECT_EQ(QelTools_strupr_s(sUpper.data(), uiSize),
+                  (uiSize > 0 ? "AZ{@\xE9" : "aZ{@\xE9") + std::string(uiSize > 5 ? "Z" : "z"));
         EXPECT_EQ(QelTools_strlwr_s(sLower.data(), uiSize), std::string(uiSize > 1 ? "az{@\xE9z" : "aZ{@\xE9z"));
     }
     ExpectCut("%d7", [](char* pch, KUINT32 uiSize) { QelTools_strcpy_s(pch, uiSize, "%d7"); });

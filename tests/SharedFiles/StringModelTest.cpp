@@ -1,42 +1,28 @@
 // Random sequences over several strings against a model that knows text, capacity, lock and who shares.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cctype>
-#include <memory>
-#include <random>
-#include <set>
-#include <string>
-
 #include "CountingAllocator.h"
 
 namespace
 {
-struct ModelBuffer
-{
-    std::size_t uiCapacity;
-    bool        bIsLocked;
-};
-
 struct ModelString
 {
-    std::string                  oText;
-    std::shared_ptr<ModelBuffer> poBuffer;  // null: the empty string's; its use count is the number of sharers
+    using Buffer = std::pair<std::size_t, bool>;  // capacity, locked
+
+    std::string             oText;
+    std::shared_ptr<Buffer> poBuffer;  // null: the empty string's; its use count is the number of sharers
 
     explicit ModelString(const std::string& roText = {}) { AssignText(roText); }
 
-    std::size_t Capacity() const { return poBuffer ? poBuffer->uiCapacity : 0; }
-    bool        IsShared() const { return poBuffer.use_count() > 1; }
-    bool        IsLocked() const { return poBuffer && poBuffer->bIsLocked; }
+    std::size_t Capacity() const { return poBuffer ? poBuffer->first : 0; }
+    bool        IsLocked() const { return poBuffer && poBuffer->second; }
+    bool        MustMove(std::size_t uiMin) const { return poBuffer.use_count() > 1 || uiMin > Capacity(); }
 
     void Reallocate(std::size_t uiCapacity, bool bIsLocked = false)
     {
-        poBuffer = uiCapacity == 0 ? nullptr : std::make_shared<ModelBuffer>(ModelBuffer{uiCapacity, bIsLocked});
+        poBuffer = uiCapacity == 0 ? nullptr : std::make_shared<Buffer>(uiCapacity, bIsLocked);
     }
     void GetBuffer(std::size_t uiMin)
     {
-        if (IsShared() || uiMin > Capacity())
+        if (MustMove(uiMin))
             Reallocate(std::max(uiMin, oText.size()));
     }
     void ChangeInPlace(const std::string& roNew, bool bAlsoIfEqual = false)
@@ -49,9 +35,7 @@ struct ModelString
     }
     void AssignText(const std::string& roNew)
     {
-        if (roNew.empty())
-            Reallocate(0);
-        else if (IsShared() || roNew.size() > Capacity())
+        if (roNew.empty() || MustMove(roNew.size()))
             Reallocate(roNew.size(), IsLocked());
         oText = roNew;
     }
@@ -67,7 +51,7 @@ struct ModelString
     void Append(const std::string& roAdded)
     {
         oText += roAdded;
-        if (!roAdded.empty() && (IsShared() || oText.size() > Capacity()))
+        if (!roAdded.empty() && MustMove(oText.size()))
             Reallocate(oText.size());
     }
     void Format(const std::string& roNew, std::size_t uiGrown)
@@ -79,19 +63,39 @@ struct ModelString
     }
     ModelString Part(std::size_t uiFirst, std::size_t uiCount) const
     {
-        const bool  bIsWhole = uiFirst == 0 && uiCount >= oText.size();
-        ModelString oPart(bIsWhole ? "" : oText.substr(uiFirst, uiCount));
-        if (bIsWhole)
-            oPart.Assign(*this);
+        ModelString oPart(oText.substr(uiFirst, uiCount));
+        if (oPart.oText.size() == oText.size())
+            (oPart = ModelString()).Assign(*this);
         return oPart;
     }
 };
 
+std::string Mapped(std::string oText, int (*Map)(int))
+{
+    std::ranges::transform(oText, oText.begin(), Map);
+    return oText;
+}
+
+// What searches for the text, and for its first character, find from there on.
+void ExpectSearches(const CKString& s, const std::string& t, const std::string& oFor, std::size_t uiFrom)
+{
+    const std::string oUpper = Mapped(t, std::toupper), oUpperFor = Mapped(oFor, std::toupper);
+    const KINT32      iFrom  = static_cast<KINT32>(uiFrom);
+    const auto Index = [](std::size_t uiAt) { return uiAt == std::string::npos ? -1 : static_cast<KINT32>(uiAt); };
+    const char ch = oFor[0], chUpper = oUpperFor[0];
+    ASSERT_EQ(s.Find(oFor.c_str(), iFrom), Index(t.find(oFor, uiFrom)));
+    ASSERT_EQ(s.FindNoCase(oFor.c_str(), iFrom), Index(oUpper.find(oUpperFor, uiFrom)));
+    ASSERT_EQ(s.Find(ch, iFrom), Index(t.find(ch, uiFrom)));
+    ASSERT_EQ(s.FindNoCase(ch, iFrom), Index(oUpper.find(chUpper, uiFrom)));
+    ASSERT_TRUE(s.ReverseFind(ch) == Index(t.rfind(ch)) && s.ReverseFindNoCase(ch) == Index(oUpper.rfind(chUpper)));
+    ASSERT_TRUE(s.CountOf(ch) == std::ranges::count(t, ch) && s.CountOfNoCase(ch) == std::ranges::count(oUpper, chUpper));
+}
+
 void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator)
 {
-    std::mt19937               oRandom(uiSeed);
-    std::array<CKString, 4>    aoStrings;
-    std::array<ModelString, 4> aoModels;
+    std::mt19937 oRandom(uiSeed);
+    CKString     aoStrings[4];
+    ModelString  aoModels[4];
     const auto Below     = [&oRandom](std::size_t uiLimit) { return oRandom() % uiLimit; };
     const auto Character = [&Below] { return "aB ,"[Below(4)]; };
     for (int iStep = 0; iStep < 500; ++iStep)
@@ -107,9 +111,8 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
         const std::string oOwn    = t.substr(uiInside);
         const KCHAR8      ch      = Character();
         const int         iAction = static_cast<int>(Below(30));
-        std::string       oNew(Below(3) == 0 ? 0 : Below(24), ' '), oMapped(t);
+        std::string       oNew(Below(3) == 0 ? 0 : Below(24), ' ');
         std::ranges::generate(oNew, Character);
-        const auto Mapped = [&](int (*Map)(int)) { std::ranges::transform(t, oMapped.begin(), Map); return oMapped; };
         switch (iAction)
         {
             case 0: s = o; m.Assign(mo); break;
@@ -128,15 +131,15 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
             case 13: if (uiAt < t.size()) { s.SetAt(iAt, ch); m.ChangeInPlace(t, true); m.oText[uiAt] = ch; } break;
             case 14: s.TrimLeft(" ,"); m.ChangeInPlace(t.substr(std::min(t.find_first_not_of(" ,"), t.size()))); break;
             case 15: s.TrimRight(" ,"); m.ChangeInPlace(t.substr(0, t.find_last_not_of(" ,") + 1)); break;
-            case 16: s.MakeUpper(); m.ChangeInPlace(Mapped(std::toupper), true); break;
-            case 17: s.MakeLower(); m.ChangeInPlace(Mapped(std::tolower), true); break;
+            case 16: s.MakeUpper(); m.ChangeInPlace(Mapped(t, std::toupper), true); break;
+            case 17: s.MakeLower(); m.ChangeInPlace(Mapped(t, std::tolower), true); break;
             case 18: s.MakeReverse(); m.ChangeInPlace({t.rbegin(), t.rend()}, true); break;
             case 19: *s.GetBuffer(iAt + 1) = ch; s.ReleaseBuffer(1); m.GetBuffer(uiAt + 1); m.oText = ch; break;
             case 20: s.ReleaseBuffer(iAt / 2); m.GetBuffer(0); m.oText.resize(uiAt / 2); break;
             case 21: s.GetBufferSetLength(iAt / 2); m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2); break;
             case 22: s.FreeExtra(); if (m.Capacity() != t.size()) m.Reallocate(t.size()); break;
-            case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->bIsLocked = true; break;
-            case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->bIsLocked = false; } break;
+            case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->second = true; break;
+            case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->second = false; } break;
             case 25: s.Empty(); if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear(); break;
             case 26: s.Format("%s", oNew.c_str()); m.Format(oNew, 0); break;
             case 27: s.AppendFormat("%s", oNew.c_str()); m.Format(t + oNew, 2 * m.Capacity()); break;
@@ -144,19 +147,18 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
             default: s = o.Right(iAt); m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt)); break;
         }
         SCOPED_TRACE(testing::Message() << "step " << iStep << ", action " << iAction << " on string " << uiTarget);
+        ExpectSearches(s, m.oText, oNew.substr(0, 2), uiAt);
         std::set<const void*> oBuffers;
         for (std::size_t i = 0; i < 4; ++i)
         {
             const CKString&    si = aoStrings[i];
             const ModelString& mi = aoModels[i];
-            ASSERT_EQ(std::string(si.c_str(), si.GetLengthU()), mi.oText);
-            ASSERT_EQ(si.c_str()[mi.oText.size()], '\0');
+            ASSERT_TRUE(std::string(si.c_str(), si.GetLengthU()) == mi.oText && si[si.GetLength()] == '\0') << mi.oText;
             ASSERT_EQ(si.GetAllocLengthU(), mi.Capacity());
             ASSERT_EQ(si.GetMetaData()->iRefs, !mi.poBuffer || mi.IsLocked() ? -1 : mi.poBuffer.use_count());
             ASSERT_EQ(si.c_str() == CKString::m_poEmptyString->c_str(), mi.poBuffer == nullptr);
             for (std::size_t j = 0; j < i; ++j)
                 ASSERT_EQ(si.c_str() == aoStrings[j].c_str(), mi.poBuffer == aoModels[j].poBuffer) << i << ", " << j;
-
             const std::size_t uiSize = mi.poBuffer ? sizeof(CKString::SMetaData) + mi.Capacity() + 1 : 0;
             ASSERT_TRUE(poAllocator == nullptr || poAllocator->GetSize(si.GetMetaData()) == uiSize) << i;
             if (mi.poBuffer)
@@ -168,7 +170,7 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
 }
 
 // With the allocator every block is accounted for; on the heap a sanitizer sees every read beyond one.
-TEST(StringModel, SharesLocksAndAllocatesAsTheModel)
+TEST(StringModel, SharesLocksAllocatesAndFindsAsTheModel)
 {
     for (unsigned int uiSeed = 1; uiSeed <= 200 && !HasFailure(); ++uiSeed)
     {
