@@ -32,13 +32,14 @@ KBOOL32 Thread()
     };
     const auto fnStop = [&](HCpuThread h) {
         EXPECT_TRUE(g_oOsServices.CpuThread_Join(h) == (h != nullptr) && !h == !hRan);
-        return !g_oOsServices.IsThreadIdEqual(hRan, g_oOsServices.GetCurrentThreadId()) && g_oOsServices.CpuThread_Destroy(h);
+        return !g_oOsServices.IsThreadIdEqual(hRan, pthread_self()) && g_oOsServices.CpuThread_Destroy(h);
     };
     return MakeAndUnmake<HCpuThread>([&](auto& rh) { return g_oOsServices.CpuThread_Create(pfnRun, &hRan, rh); }, fnStop);
 }
 
-#define KIND(Name) KBOOL32 Name() { return MakeAndUnmake<H##Name>([](auto& rh) { return g_oOsServices.Name##_Create(rh); },   \
-                                                                  [](auto h) { return g_oOsServices.Name##_Destroy(h); }); }
+#define KIND(Name)                                                                                                     \
+    KBOOL32 Name() { return MakeAndUnmake<H##Name>([](auto& rh) { return g_oOsServices.Name##_Create(rh); },           \
+                                                   [](auto h) { return g_oOsServices.Name##_Destroy(h); }); }
 KIND(Event) KIND(Signal) KIND(SpinLock) KIND(Mutex) KIND(StackTrace)
 
 TEST(Services, FailuresUnderneathLeaveNothingBehind)
@@ -52,7 +53,8 @@ TEST(Services, FailuresUnderneathLeaveNothingBehind)
     ExpectFailures({"pthread_mutexattr_init", "pthread_mutexattr_settype"}, {Mutex});
     ExpectFailures({"_ZnwmRKSt9nothrow_t", "pthread_create"}, {Thread});
     ExpectFailures({"malloc"}, {[] { return KBOOL32{OsServices::PagedMemory_Alloc(8) != nullptr}; }});
-    ExpectFailures({"usleep"}, {[] { return g_oOsServices.SleepMilliSeconds(1); }, [] { return OsServices::WaitMicroSeconds(100'001); }});
+    ExpectFailures({"usleep"}, {[] { return g_oOsServices.SleepMilliSeconds(1); },
+                                [] { return OsServices::WaitMicroSeconds(100'001); }});
     ExpectFailures({"fopen"}, {[] { return KBOOL32{OsServices_GetParentPid(getpid()) != 0}; },
                                [] { return KBOOL32{NameOf(getpid()) != ""}; }});
     const auto fnNoFunction = [](auto& rh) { return g_oOsServices.CpuThread_Create(nullptr, nullptr, rh); };
@@ -77,12 +79,9 @@ TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)
 #endif
     EXPECT_TRUE(fnRelease() && !fnAcquireElsewhere(0));
     EXPECT_TRUE(fnRelease() && fnAcquireElsewhere(0) && fnAcquireElsewhere(NO_LIMIT));
-    for (const int iError : {EINVAL, EAGAIN})
-    {
-        FailNext("pthread_mutex_timedlock", iError);
-        const std::string sText = OutputOf([&] { EXPECT_FALSE(g_oOsServices.Mutex_Acquire(hMutex, 5)); });
-        EXPECT_EQ(WithoutNumbers(sText), iError == EINVAL ? "pthread_mutex_timedlock" + INVALID_DEADLINE : "");
-    }
+    FailNext("pthread_mutex_timedlock", EINVAL);
+    const std::string sText = OutputOf([&] { EXPECT_FALSE(g_oOsServices.Mutex_Acquire(hMutex, 5)); });
+    EXPECT_EQ(WithoutNumbers(sText), "pthread_mutex_timedlock" + INVALID_DEADLINE);
     EXPECT_TRUE(g_oOsServices.Mutex_Destroy(hMutex));
 }
 
@@ -115,8 +114,7 @@ TEST(Services, FourOperationsGoToTheServicesFromOutside)
     auto       hSignal = reinterpret_cast<HSignal>(0x20);
     EXPECT_TRUE(oServices.Event_Create(hEvent) == 2 && oServices.Event_Trigger(hEvent) == 3);
     EXPECT_TRUE(oServices.Signal_Create(hSignal) == 4 && oServices.Signal_Trigger(hSignal) == 5);
-    EXPECT_TRUE(g_oOsServices.Event_Create(hEvent) && oServices.Event_Cancel(hEvent) == TRUE);
-    EXPECT_TRUE(oServices.Event_Wait(hEvent, NO_LIMIT) == TStatus_CANCELED && oServices.Event_Destroy(hEvent) == TRUE);
+    EXPECT_TRUE(g_oOsServices.Event_Create(hEvent) && oServices.Event_Cancel(hEvent) && oServices.Event_Destroy(hEvent));
 }
 
 TEST(Services, CopiesTakeTheSourceFirstAndRandomNumbersFollowOneAnother)
@@ -127,18 +125,18 @@ TEST(Services, CopiesTakeTheSourceFirstAndRandomNumbersFollowOneAnother)
     for (KUINT32 i = 0, uiOld = OsServices::GetRandomNonZero(), uiNew; i < 1'000; ++i, uiOld = uiNew)
         EXPECT_TRUE(((uiNew = OsServices::GetRandom()) == ((uiOld >> 1 | uiOld << 31) ^ uiOld) + uiOld) || uiOld == 0);
     KUINT32 uiZeroIsNext = 0xFFFFFFFD;
-    EXPECT_TRUE(OsServices_GetNextRandomNonZero(&uiZeroIsNext) != 0 && OsServices_GetRandomNonZero() != OsServices_GetRandom());
+    EXPECT_TRUE(OsServices_GetNextRandomNonZero(&uiZeroIsNext) != 0 && OsServices_GetRandomNonZero() != 0);
 }
 
 TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
 {
+    const auto                          oBefore  = Held();
     const std::string                   sWhole   = "pr (x) -c echo; read x  -b " + std::string(20, '\0');
     const std::pair<const char*, pid_t> aoRows[] = {{"plain", getpid()}, {"a(b)[c]", getpid()}, {"a b", 0}, {"a 5 7", 7}};
     for (const auto& [pszName, iParent] : aoRows)
     {
         std::string sFolder = testing::TempDir() + "namesXXXXXX";
-        ASSERT_NE(mkdtemp(sFolder.data()), nullptr);
-        const std::string sProgram = sFolder + "/" + pszName;  // what the process is called
+        const std::string sProgram = mkdtemp(sFolder.data()) + std::string("/") + pszName;  // what the process is called
         std::filesystem::create_symlink("/bin/sh", sProgram);
         int aiEnds[2];
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, aiEnds), 0);
@@ -148,26 +146,15 @@ TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
                   + execl(sProgram.c_str(), "pr (x)", "-c", "echo; read x", "", "-b", nullptr));
         char ch;
         EXPECT_EQ(read(aiEnds[0], &ch, 1), 1) << "it runs";
-
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << pszName;
         ExpectCut(sWhole, [=](char* pch, KUINT32 uiSize) { OsServices_GetProcessName(iPid, pch, uiSize); });
-        EXPECT_TRUE(close(aiEnds[0]) + close(aiEnds[1]) == 0 && waitpid(iPid, nullptr, 0) == iPid);
-        std::filesystem::remove_all(sFolder);
-    }
-}
 
-TEST(Diagnostics, ProcessesThatEndWhileTheyAreRead)
-{
-    const auto oBefore = Held();
-    for (int i = 0; i < 50; ++i)
-    {
-        const pid_t iPid = fork();
-        if (iPid == 0)
-            _exit(0);
-        for (std::string sName = "?"; sName != "";)
-            EXPECT_TRUE((sName = NameOf(iPid)) == "" || sName == NameOf(getpid())) << sName;
-        EXPECT_EQ(OsServices_GetParentPid(iPid), getpid()) << "dead, and not yet buried";
+        EXPECT_EQ(close(aiEnds[0]) + close(aiEnds[1]), 0) << "it ends";
+        while (NameOf(iPid) != "")
+            EXPECT_EQ(OsServices_GetParentPid(iPid), iParent);
+        EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << "dead, and not yet buried";
         EXPECT_TRUE(waitpid(iPid, nullptr, 0) == iPid && NameOf(iPid) == "" && OsServices_GetParentPid(iPid) == 0);
+        std::filesystem::remove_all(sFolder);
     }
     EXPECT_EQ(Held(), oBefore);
 }

@@ -1,8 +1,8 @@
 // What tests of the containers share: an allocator that sees every wrong move, and the number of check reports.
 #pragma once
-#include <map>
-#include <utility>
-#include <vector>
+#include <algorithm>
+#include <cstring>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -30,16 +30,14 @@ public:
     ~CountingAllocator() override
     {
         SetGlobalAllocator(nullptr);
-        EXPECT_TRUE(m_oBlocks.empty()) << m_oBlocks.size() << " blocks were never given back";
-        EXPECT_EQ(TakeReports(), 0);
+        EXPECT_TRUE(m_oBlocks.empty() && TakeReports() == 0) << m_oBlocks.size() << " blocks were never given back";
     }
 
     void* Alloc(std::size_t uiSize) override
     {
         std::vector<unsigned char> oBytes(uiSize + 2 * GUARD, FILL);
-        void* pvBlock = oBytes.data() + GUARD;
-        m_oBlocks[pvBlock].swap(oBytes);
-        return pvBlock;
+        void* const pvBlock = oBytes.data() + GUARD;
+        return m_oBlocks.emplace(pvBlock, std::move(oBytes)), pvBlock;
     }
 
     void Free(void* pvBlock) override
@@ -53,11 +51,7 @@ public:
     }
 
     std::size_t GetCount() const { return m_oBlocks.size(); }
-    std::size_t GetSize(const void* pvBlock) const
-    {
-        const auto itBlock = m_oBlocks.find(pvBlock);
-        return itBlock != m_oBlocks.end() ? itBlock->second.size() - 2 * GUARD : 0;
-    }
+    std::size_t GetSize(const void* pv) const { return m_oBlocks.contains(pv) ? m_oBlocks.at(pv).size() - 2 * GUARD : 0; }
 
 private:
     static constexpr std::size_t   GUARD = 16;

@@ -1,34 +1,24 @@
 // Random sequences over several strings against a model that knows text, capacity, lock and who shares.
-#include <algorithm>
-#include <array>
-#include <memory>
-#include <random>
-#include <set>
-
 #include "CountingAllocator.h"
 
 namespace
 {
-struct ModelBuffer
-{
-    std::size_t uiCapacity;
-    bool        bIsLocked;
-};
-
 struct ModelString
 {
-    std::string                  oText;
-    std::shared_ptr<ModelBuffer> poBuffer;  // null: the empty string's; its use count is the number of sharers
+    using Buffer = std::pair<std::size_t, bool>;  // capacity, locked
+
+    std::string             oText;
+    std::shared_ptr<Buffer> poBuffer;  // null: the empty string's; its use count is the number of sharers
 
     explicit ModelString(const std::string& roText = {}) { AssignText(roText); }
 
-    std::size_t Capacity() const { return poBuffer ? poBuffer->uiCapacity : 0; }
-    bool        IsLocked() const { return poBuffer && poBuffer->bIsLocked; }
+    std::size_t Capacity() const { return poBuffer ? poBuffer->first : 0; }
+    bool        IsLocked() const { return poBuffer && poBuffer->second; }
     bool        MustMove(std::size_t uiMin) const { return poBuffer.use_count() > 1 || uiMin > Capacity(); }
 
     void Reallocate(std::size_t uiCapacity, bool bIsLocked = false)
     {
-        poBuffer = uiCapacity == 0 ? nullptr : std::make_shared<ModelBuffer>(ModelBuffer{uiCapacity, bIsLocked});
+        poBuffer = uiCapacity == 0 ? nullptr : std::make_shared<Buffer>(uiCapacity, bIsLocked);
     }
     void GetBuffer(std::size_t uiMin)
     {
@@ -73,10 +63,9 @@ struct ModelString
     }
     ModelString Part(std::size_t uiFirst, std::size_t uiCount) const
     {
-        const bool  bIsWhole = uiFirst == 0 && uiCount >= oText.size();
-        ModelString oPart(bIsWhole ? "" : oText.substr(uiFirst, uiCount));
-        if (bIsWhole)
-            oPart.Assign(*this);
+        ModelString oPart(oText.substr(uiFirst, uiCount));
+        if (oPart.oText.size() == oText.size())
+            (oPart = ModelString()).Assign(*this);
         return oPart;
     }
 };
@@ -93,20 +82,20 @@ void ExpectSearches(const CKString& s, const std::string& t, const std::string& 
     const std::string oUpper = Mapped(t, std::toupper), oUpperFor = Mapped(oFor, std::toupper);
     const KINT32      iFrom  = static_cast<KINT32>(uiFrom);
     const auto Index = [](std::size_t uiAt) { return uiAt == std::string::npos ? -1 : static_cast<KINT32>(uiAt); };
-    ASSERT_TRUE(s.Find(oFor.c_str(), iFrom) == Index(t.find(oFor, uiFrom)) && s.Find(oFor[0], iFrom) == Index(t.find(oFor[0], uiFrom)));
+    const char ch = oFor[0], chUpper = oUpperFor[0];
+    ASSERT_EQ(s.Find(oFor.c_str(), iFrom), Index(t.find(oFor, uiFrom)));
     ASSERT_EQ(s.FindNoCase(oFor.c_str(), iFrom), Index(oUpper.find(oUpperFor, uiFrom)));
-    ASSERT_EQ(s.FindNoCase(oFor[0], iFrom), Index(oUpper.find(oUpperFor[0], uiFrom)));
-    ASSERT_EQ(s.ReverseFind(oFor[0]), Index(t.rfind(oFor[0])));
-    ASSERT_EQ(s.ReverseFindNoCase(oFor[0]), Index(oUpper.rfind(oUpperFor[0])));
-    ASSERT_EQ(s.CountOf(oFor[0]), std::ranges::count(t, oFor[0]));
-    ASSERT_EQ(s.CountOfNoCase(oFor[0]), std::ranges::count(oUpper, oUpperFor[0]));
+    ASSERT_EQ(s.Find(ch, iFrom), Index(t.find(ch, uiFrom)));
+    ASSERT_EQ(s.FindNoCase(ch, iFrom), Index(oUpper.find(chUpper, uiFrom)));
+    ASSERT_TRUE(s.ReverseFind(ch) == Index(t.rfind(ch)) && s.ReverseFindNoCase(ch) == Index(oUpper.rfind(chUpper)));
+    ASSERT_TRUE(s.CountOf(ch) == std::ranges::count(t, ch) && s.CountOfNoCase(ch) == std::ranges::count(oUpper, chUpper));
 }
 
 void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator)
 {
-    std::mt19937               oRandom(uiSeed);
-    std::array<CKString, 4>    aoStrings;
-    std::array<ModelString, 4> aoModels;
+    std::mt19937 oRandom(uiSeed);
+    CKString     aoStrings[4];
+    ModelString  aoModels[4];
     const auto Below     = [&oRandom](std::size_t uiLimit) { return oRandom() % uiLimit; };
     const auto Character = [&Below] { return "aB ,"[Below(4)]; };
     for (int iStep = 0; iStep < 500; ++iStep)
@@ -149,8 +138,8 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
             case 20: s.ReleaseBuffer(iAt / 2); m.GetBuffer(0); m.oText.resize(uiAt / 2); break;
             case 21: s.GetBufferSetLength(iAt / 2); m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2); break;
             case 22: s.FreeExtra(); if (m.Capacity() != t.size()) m.Reallocate(t.size()); break;
-            case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->bIsLocked = true; break;
-            case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->bIsLocked = false; } break;
+            case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->second = true; break;
+            case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->second = false; } break;
             case 25: s.Empty(); if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear(); break;
             case 26: s.Format("%s", oNew.c_str()); m.Format(oNew, 0); break;
             case 27: s.AppendFormat("%s", oNew.c_str()); m.Format(t + oNew, 2 * m.Capacity()); break;

@@ -1,6 +1,5 @@
 // The check against a board that answers from a script.
 #include <cstring>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -8,19 +7,12 @@
 
 namespace
 {
-struct ScriptedFpga
-{
-    KUINT16 uiDevId, uiVendorId;
-    KUINT32 uiAddress;
-    KUINT8  uiMajor, uiMinor;
-    KUINT16 uiBuild;
-    TStatus eStatus = TStatus_OK;
-};
+using Script = std::vector<std::pair<tagTBoard_FpgaInfo, TStatus>>;
 
-std::vector<ScriptedFpga> g_aoFpgas;
-TStatus                   g_eCountStatus;
-KUINT32                   g_uiAsked;
-TDEVICE_OBJECT* const     DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_aoFpgas);
+Script                g_aoFpgas;
+TStatus               g_eCountStatus;
+KUINT32               g_uiAsked;
+TDEVICE_OBJECT* const DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_aoFpgas);
 }
 
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
@@ -35,18 +27,21 @@ TStatus TBoard_GetFpgaInfo(TDevice_Handle hDev, KUINT32 uiIndex, tagTBoard_FpgaI
     const tagTBoard_FpgaInfo oFresh = {84, {}, 0, 0, 0, 0, 0, 0, 0};
     EXPECT_EQ(std::memcmp(poFpgaInfo, &oFresh, sizeof(oFresh)), 0) << "each record starts as zeros and its size";
     EXPECT_TRUE(hDev == DEVICE && uiIndex == g_uiAsked++);
-    const auto& [uiDevId, uiVendorId, uiAddress, uiMajor, uiMinor, uiBuild, eStatus] = g_aoFpgas.at(uiIndex);
-    *poFpgaInfo = {84, {}, uiDevId, uiVendorId, 0, uiAddress, uiMajor, uiMinor, uiBuild};
+    *poFpgaInfo = g_aoFpgas.at(uiIndex).first;
     std::memset(poFpgaInfo->szName, 'n', sizeof(poFpgaInfo->szName));  // no terminator
-    return eStatus;
+    return g_aoFpgas.at(uiIndex).second;
 }
 
 TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
 {
-    const ScriptedFpga GOOD = {3, 0xc3e7, 0xd0, 1, 33, 0}, KNOWN = {5, 0xc3e7, 0xd0, 2, 1, 33};
-    const ScriptedFpga UNKNOWN = {3, 0xc3e7, 0xd0, 1, 33, 7}, FAILING = {3, 0xc3e7, 0xd0, 1, 33, 0, TStatus_FAIL};
-    const ScriptedFpga OTHER_ADDRESS = {3, 0xc3e7, 0xd2, 1, 33, 7}, OTHER_VENDOR = {3, 0x1234, 0xd0, 1, 33, 7};
-    const std::tuple<const char*, std::vector<ScriptedFpga>, TStatus, KBOOL32, KUINT32> aoRows[] = {  // ..., result, asked
+    const auto Fpga = [](KUINT16 uiDevId, KUINT8 uiMajor, KUINT8 uiMinor, KUINT16 uiBuild, TStatus eStatus = TStatus_OK,
+                         KUINT16 uiVendorId = 0xc3e7, KUINT32 uiAddress = 0xd0) {
+        return std::pair(tagTBoard_FpgaInfo{84, {}, uiDevId, uiVendorId, 0, uiAddress, uiMajor, uiMinor, uiBuild}, eStatus);
+    };
+    const auto GOOD = Fpga(3, 1, 33, 0), KNOWN = Fpga(5, 2, 1, 33), UNKNOWN = Fpga(3, 1, 33, 7);
+    const auto FAILING = Fpga(3, 1, 33, 0, TStatus_FAIL), POSITIVE = Fpga(3, 1, 33, 0, TStatus{1});
+    const auto OTHER_ADDRESS = Fpga(3, 1, 33, 7, TStatus_OK, 0xc3e7, 0xd2), OTHER_VENDOR = Fpga(3, 1, 33, 7, TStatus_OK, 1);
+    const std::tuple<const char*, Script, TStatus, KBOOL32, KUINT32> aoRows[] = {  // ..., result, asked
         {"no count", {GOOD}, TStatus_FAIL, FALSE, 0},
         {"none", {}, TStatus_OK, FALSE, 0},
         {"supported", {GOOD}, TStatus_OK, TRUE, 1},
@@ -56,8 +51,8 @@ TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
         {"others are skipped and leave the answer", {GOOD, OTHER_ADDRESS, OTHER_VENDOR}, TStatus_OK, TRUE, 3},
         {"only others", {OTHER_ADDRESS, OTHER_VENDOR}, TStatus_OK, FALSE, 2},
         {"a failing record keeps the answer so far", {GOOD, FAILING, UNKNOWN}, TStatus_OK, TRUE, 2},
-        {"positive is no failure", {{3, 0xc3e7, 0xd0, 1, 33, 0, TStatus{1}}}, TStatus{1}, TRUE, 1},
-        {"8 bits of the build count", {{3, 0xc3e7, 0xd0, 1, 24, 0x0105}}, TStatus_OK, TRUE, 1},
+        {"positive is no failure", {POSITIVE}, TStatus{1}, TRUE, 1},
+        {"8 bits of the build count", {Fpga(3, 1, 24, 0x0105)}, TStatus_OK, TRUE, 1},
     };
     for (const auto& [pszCase, aoFpgas, eCountStatus, bExpected, uiAsked] : aoRows)
     {

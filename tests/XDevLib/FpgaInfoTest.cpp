@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstring>
 #include <span>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -146,8 +145,8 @@ TEST(FpgaInfo, TellsDevicesApart)
                 EXPECT_TRUE((oFpga.*roRow.Is)() == roRow.IsId(VENDOR | uiCode)
                             && (oFpga.*roRow.Is)() == (&roRow == &roDevice)) << "row " << &roRow - aoRows;
             EXPECT_EQ(RegistrySum(oFpga), roDevice.uiRegistrySum);
-            EXPECT_TRUE(oFpga.IsMultiBoardsSyncSupported() == (uiCode == 0xf) && oFpga.IsProto1() == (&roDevice < aoRows + 2));
-            EXPECT_EQ(oFpga.GetPortBandwidth(), roDevice.uiBandwidth);
+            EXPECT_TRUE(oFpga.IsMultiBoardsSyncSupported() == (uiCode == 0xf));
+            EXPECT_TRUE(oFpga.IsProto1() == (&roDevice < aoRows + 2) && oFpga.GetPortBandwidth() == roDevice.uiBandwidth);
             EXPECT_EQ(Fpga(uiCode, 0x10529).GetPortBandwidth(), 0x5dc00000u);
             X::AddressArray aui16Found;
             aui16Found.Add(1);
@@ -173,18 +172,15 @@ TEST(FpgaInfo, ReturnsWhatItWasMadeOf)
     EXPECT_EQ(oFpga.GetVersionStr() + ' ' + oFpga.GetBridgeVersionStr(), "001-005-013 000-000-000");
 
     tagTBoard_FpgaInfo oInfo = {85, {}, 0, 0, 0, 0, 0, 0, 0}, oExpected = oInfo;
-    EXPECT_EQ(oFpga.GetFpgaBoardInfo(oInfo), TStatus_INVALID_PARAM);
-    EXPECT_EQ(std::memcmp(&oInfo, &oExpected, sizeof(oInfo)), 0);
+    const auto Returns = [&](TStatus eStatus) {
+        return oFpga.GetFpgaBoardInfo(oInfo) == eStatus && std::memcmp(&oInfo, &oExpected, sizeof(oInfo)) == 0;
+    };
+    EXPECT_TRUE(Returns(TStatus_INVALID_PARAM)) << "and writes nothing";
     oExpected = {84, {}, 6, 0xc3e7, 4, 0xd0, 1, 5, 13};
     std::memset(oExpected.szName, 'n', 64);
     oInfo.uiSize = 84;
-    EXPECT_EQ(oFpga.GetFpgaBoardInfo(oInfo), TStatus_OK);
-    EXPECT_EQ(std::memcmp(&oInfo, &oExpected, sizeof(oInfo)), 0);
+    EXPECT_TRUE(Returns(TStatus_OK));
     X(0, 0, 0, 0, 0, 0, "ab").GetFpgaBoardInfo(oInfo);
     EXPECT_EQ(std::memcmp(oInfo.szName, "abn", 3), 0) << "no terminator is added";
 
-    EXPECT_EQ((Numbers{E_FPGA_TARNOUT_02_05_052, E_FPGA_IP_KVM_IN_F1_00_11_021, E_FPGA_IP_KVM_IN_F1_00_18_064,
-                       E_FPGA_HERON_01_18_005, E_FPGA_HERON_01_19_002, E_FPGA_HERON_01_20_007, E_FPGA_HERON_01_21_002,
-                       E_FPGA_HERON_01_22_006, E_FPGA_HERON_01_23_003}),
-              (Numbers{0x20534, 0xb15, 0x1240, 0x11205, 0x11302, 0x11407, 0x11502, 0x11606, 0x11703})) << "nothing registers these";
 }
