@@ -2,9 +2,12 @@
 
 #include <pthread.h>
 #include <regex>
-#include <sys/mman.h>
 
 OsServices g_oOsServices(nullptr);
+
+// Under a sanitizer as without one, the heap refuses what it does not have.
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+extern "C" const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
 
 static std::atomic<int> s_iBlocks{0};
 
@@ -56,9 +59,6 @@ STAND_BEFORE(int, clock_gettime, -1, (clockid_t iClock, timespec* poNow), (iCloc
 STAND_BEFORE(int, usleep, -1, (useconds_t uiMicroSeconds), (uiMicroSeconds))
 STAND_BEFORE(FILE*, fopen, nullptr, (const char* pszPath, const char* pszMode), (pszPath, pszMode))
 STAND_BEFORE(int, open, -1, (const char* pszPath, int iFlags, mode_t uiMode), (pszPath, iFlags, uiMode))
-STAND_BEFORE(void*, mmap, MAP_FAILED, (void* pv, size_t uiSize, int iProt, int iFlags, int iFile, off_t iAt),
-             (pv, uiSize, iProt, iFlags, iFile, iAt))
-STAND_BEFORE(void*, malloc, nullptr, (size_t uiSize), (uiSize))
 STAND_BEFORE(void*, _ZnwmRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), (uiSize, ro))
 STAND_BEFORE(void*, _ZnamRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), ((++s_iBlocks, uiSize), ro))
 STAND_BEFORE(void, _ZdaPv, static_cast<void>(0), (void* pv), ((s_iBlocks -= pv != nullptr, pv)))

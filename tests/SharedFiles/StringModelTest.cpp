@@ -20,11 +20,7 @@ struct ModelString
     {
         poBuffer = uiCapacity == 0 ? nullptr : std::make_shared<Buffer>(uiCapacity, bIsLocked);
     }
-    void GetBuffer(std::size_t uiMin)
-    {
-        if (MustMove(uiMin))
-            Reallocate(std::max(uiMin, oText.size()));
-    }
+    void GetBuffer(std::size_t uiMin) { if (MustMove(uiMin)) Reallocate(std::max(uiMin, oText.size())); }
     void ChangeInPlace(const std::string& roNew, bool bAlsoIfEqual = false)
     {
         if (roNew == oText && !bAlsoIfEqual)
@@ -51,15 +47,14 @@ struct ModelString
     void Append(const std::string& roAdded)
     {
         oText += roAdded;
-        if (!roAdded.empty() && MustMove(oText.size()))
-            Reallocate(oText.size());
+        if (!roAdded.empty())
+            GetBuffer(oText.size());
     }
     void Format(const std::string& roNew, std::size_t uiGrown)
     {
         GetBuffer(Capacity());
         oText = roNew;
-        if (oText.size() >= Capacity())
-            Reallocate(std::max(oText.size() + 1, uiGrown));
+        GetBuffer(oText.size() < Capacity() ? 0 : std::max(oText.size() + 1, uiGrown));
     }
     ModelString Part(std::size_t uiFirst, std::size_t uiCount) const
     {
