@@ -53,6 +53,7 @@ TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
             const Board oBoard = Board::Observe();
             for (const bool bOn : {oBoard.m_oState.ReadOutput(0, 0).bEnabled != 0, oBoard.m_oLocks.IsOutputHeldByAnother(0, 0)})
                 EXPECT_EQ(bOn, eStatus == TStatus_OK) << strName;
+            EXPECT_EQ(ro.Disable(0), TStatus_OK);
         });
         if (strName != "dies") oDisplay.Kill();
     }
