@@ -112,9 +112,10 @@ void Card::BecomeMaster()
 std::vector<SConnector> Card::ReadConnectors() const
 {
     std::vector<SConnector> oConnectors;
-    for (int iAt = 0; iAt < m_poResources->count_connectors; ++iAt)
+    const DrmResources      poNow(drmModeGetResources(m_oFd.Get()));  // a dock brings connectors of its own
+    for (int iAt = 0; poNow != nullptr && iAt < poNow->count_connectors; ++iAt)
     {
-        const DrmConnector poConnector(drmModeGetConnector(m_oFd.Get(), m_poResources->connectors[iAt]));
+        const DrmConnector poConnector(drmModeGetConnector(m_oFd.Get(), poNow->connectors[iAt]));
         if (poConnector == nullptr)
             continue;
         const char* const pszType = drmModeGetConnectorTypeName(poConnector->connector_type);

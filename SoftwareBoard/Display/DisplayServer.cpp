@@ -61,6 +61,11 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
     if (roPlan.bLegacy)
         m_oCard.UseLegacyCalls();
     Assign();
+    for (const std::string& strName : m_oPlan.oConnectors)
+    {
+        if (std::none_of(m_oConnectors.begin(), m_oConnectors.end(), [&](const auto& ro) { return ro.strName == strName; }))
+            throw BoardError(m_oCard.GetPath() + ": there is no connector " + strName + "; --list shows them");
+    }
 }
 
 DisplayServer::~DisplayServer()
@@ -101,11 +106,6 @@ const SConnector* DisplayServer::FindConnector(uint32_t uiId) const
 void DisplayServer::Assign()
 {
     m_oConnectors = m_oCard.ReadConnectors();
-    for (const std::string& strName : m_oPlan.oConnectors)
-    {
-        if (std::none_of(m_oConnectors.begin(), m_oConnectors.end(), [&](const auto& ro) { return ro.strName == strName; }))
-            throw BoardError(m_oCard.GetPath() + ": there is no connector " + strName + "; --list shows them");
-    }
     std::vector<uint32_t> oBefore;
     for (const SOutput& roOutput : m_oOutputs)
         oBefore.push_back(roOutput.uiConnector);
