@@ -199,8 +199,8 @@ void BenchmarkTable::Measure(const std::string& roWhat, const std::string& roPee
     if (oGoal.eSense != ESense::NONE)
         std::snprintf(acGoal, sizeof(acGoal), "%s %.2f", bIsTotal || bIsCost ? "<=" : ">=", oGoal.dLimit);
 
-    std::printf("%-46s %12.2f %-5s  %-32s %12.2f %-5s  %s%.3f  %-8s %s\n", roWhat.c_str(), oRow.dOurs, pszUnit,
-                roPeer.c_str(), oRow.dPeer, pszUnit, bIsTotal ? "+" : " ", dShown, acGoal,
+    std::printf("%-46s %12.2f %-5s  %-32s %12.2f %-5s  %6.3f  %-8s %s\n", roWhat.c_str(), oRow.dOurs, pszUnit,
+                roPeer.c_str(), oRow.dPeer, pszUnit, dShown, acGoal,
                 oGoal.eSense == ESense::NONE ? "-"
                 : bIsMet                     ? "yes"
                                              : "NO");

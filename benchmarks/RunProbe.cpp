@@ -2,6 +2,7 @@
 // first picture was on the outputs, what a step of its loop costs beside a bare step, and how much memory it took at most.
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -53,20 +55,29 @@ double PeakMemoryMiB()
     return dKiB / 1024;
 }
 
-// What a step cannot do without: one wait of its time, and the rows of a frame copied from one of as many frames.
+// What a step cannot do without: one wait of its time, and the bytes of a frame and of the bar's filled part, copied into
+// shared memory from one of as many frames and from one row.
 class CBareStep
 {
 public:
-    void Take()
+    void Take(KUINT32 uiPct)
     {
+        for (KUINT32 y = 0; y < PROBE_BAR_HEIGHT; ++y)
+            std::memcpy(m_puiPlane + (y + 900) * PITCH + 640 * 4, m_auiBarRow.data(), PROBE_BAR_WIDTH * uiPct / 100 * 4);
         Wait();
         m_uiIndex              = (m_uiIndex + 1) % PROBE_FRAMES;
         const KUINT8* puiFrame = m_aauiFrames[m_uiIndex].data();
         for (KUINT32 y = 0; y < PROBE_FRAME_SIZE; ++y)
-            std::memcpy(&m_auiPlane[(y + 100) * PITCH + 400], puiFrame + y * ROW, ROW);
+            std::memcpy(m_puiPlane + (y + 300) * PITCH + 832 * 4, puiFrame + y * ROW, ROW);
     }
 
 private:
+    static KUINT8* MapPlane()
+    {
+        void* pvPlane = mmap(nullptr, PITCH * 1080, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        return pvPlane != MAP_FAILED ? static_cast<KUINT8*>(pvPlane) : throw std::bad_alloc();
+    }
+
     static constexpr std::size_t ROW = PROBE_FRAME_SIZE * 4, PITCH = (1920 + 16) * 4;
 
     void Wait()
@@ -84,7 +95,8 @@ private:
 
     pthread_mutex_t                  m_oMutex     = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t                   m_oCond      = PTHREAD_COND_INITIALIZER;
-    std::vector<KUINT8>              m_auiPlane   = std::vector<KUINT8>(PITCH * 1080, 1);
+    std::vector<KUINT8>              m_auiBarRow  = std::vector<KUINT8>(PROBE_BAR_WIDTH * 4, 0xFF);
+    KUINT8*                          m_puiPlane   = MapPlane();
     std::vector<std::vector<KUINT8>> m_aauiFrames = {PROBE_FRAMES, std::vector<KUINT8>(ROW* PROBE_FRAME_SIZE, 1)};
     std::size_t                      m_uiIndex    = 0;
 };
@@ -137,7 +149,7 @@ TStatus __wrap_TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* 
 
     static CBareStep s_oBare;
     const double     dBareNs = ThreadTimeNs();
-    s_oBare.Take();
+    s_oBare.Take(*puiValue);
     const double dBareUs = (ThreadTimeNs() - dBareNs) / 1e3;
     if (g_oSteps.dStartNs != 0)
     {

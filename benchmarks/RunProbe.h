@@ -10,5 +10,7 @@ inline constexpr const char* PROBE_RESULT_VARIABLE = "QEL_PROBE_RESULT";
 inline constexpr KUINT32 PROBE_FRAME_SIZE = 256;  // both sides
 inline constexpr KUINT32 PROBE_FRAMES     = 24;
 inline constexpr KUINT32 PROBE_STEP_MS    = 16;
+inline constexpr KUINT32 PROBE_BAR_WIDTH  = 640;
+inline constexpr KUINT32 PROBE_BAR_HEIGHT = 24;
 
 #endif

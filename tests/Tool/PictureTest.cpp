@@ -214,7 +214,7 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
 {
     constexpr KUINT32 WIDTH = 149, HEIGHT = 7, PITCH = WIDTH * 4 + 8;
     const TRECT       oRegion = {2, 1, 142, 4};
-    const auto        Stored  = [](int iFrame, KUINT32 i, KUINT32 y) { return static_cast<int>(60 * iFrame + (i % 4 == 3 ? 0 : (i * 7 + y) % 61)); };
+    const auto        Stored  = [](int iFrame, KUINT32 i, KUINT32 y) { return 60 * iFrame + (i % 4 == 3 ? 0 : static_cast<int>((i * 7 + y) % 61)); };
     for (int i : {1, 2, 3, 5})
     {
         Bytes auiRows;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "FrameBlend.h"
+#include "LargePages.h"
 #include "QelCheck.h"
 #include "QelTools.h"
 
@@ -16,13 +17,20 @@ constexpr KUINT32 FILE_NAME_CHARACTERS = 512;
 struct SFrameSequence
 {
     KUINT8**        ppuiFrames;
+    KUINT8*         puiBlock;  // where all of them lie
     SFrameSequence* poNext;
 };
 SFrameSequence* s_poFrameSequences = nullptr;
 
-KUINT8** NewFrameSequence(KUINT32 uiFrameCount)
+// One block, come to frame by frame.
+KUINT8** NewFrameSequence(KUINT32 uiFrameCount, std::size_t uiFrameBytes)
 {
-    s_poFrameSequences = new SFrameSequence{new KUINT8*[uiFrameCount](), s_poFrameSequences};
+    s_poFrameSequences           = new SFrameSequence{new KUINT8*[uiFrameCount](), nullptr, s_poFrameSequences};
+    s_poFrameSequences->puiBlock = new KUINT8[RoomOnLargePages(uiFrameBytes * uiFrameCount)];
+
+    KUINT8* puiFirst = PutOnLargePages(s_poFrameSequences->puiBlock, uiFrameBytes * uiFrameCount);
+    for (KUINT32 i = 0; i < uiFrameCount; ++i)
+        s_poFrameSequences->ppuiFrames[i] = puiFirst + i * uiFrameBytes;
     return s_poFrameSequences->ppuiFrames;
 }
 
@@ -104,6 +112,7 @@ KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgrou
     KUINT32       uiFrameCount = 0;
     const KUINT32 uiWidth      = WidthOf(roAnimRegion);
     const KUINT32 uiHeight     = HeightOf(roAnimRegion);
+    const auto    uiFrameBytes = std::size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL;
 
     QEL_CHECK_OR_ABORT(roAnimRegion.iTop >= 0);
     QEL_CHECK_OR_ABORT(roAnimRegion.iLeft >= 0);
@@ -116,14 +125,14 @@ KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgrou
     QEL_CHECK_OR_ABORT(uiFrameCount != 0);
 
     roAnimationData.uiNbOfAnimation      = uiFrameCount;
-    roAnimationData.ppuiAnimationSurface = NewFrameSequence(uiFrameCount);
+    roAnimationData.ppuiAnimationSurface = NewFrameSequence(uiFrameCount, uiFrameBytes);
     roAnimationData.oRegion              = roAnimRegion;
 
     for (KUINT32 i = 0; i < uiFrameCount; ++i)
     {
         // A frame smaller than the region leaves the rest as it is here: transparent.
-        auto* puiFrame                          = new KUINT8[std::size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL]();
-        roAnimationData.ppuiAnimationSurface[i] = puiFrame;
+        KUINT8* puiFrame = roAnimationData.ppuiAnimationSurface[i];
+        std::memset(puiFrame, 0, uiFrameBytes);
 
         QEL_CHECK_OR_ABORT(LoadFrame(pszAnimBaseFileName, i + 1, roAnimRegion, puiFrame));
 

@@ -15,7 +15,7 @@ struct SPixelField
     KUINT32 uiBits;
 
     constexpr KUINT32 Max() const { return (1u << uiBits) - 1; }
-    constexpr KUINT32 Pack(KUINT32 uiComponent) const { return (uiComponent & Max()) << uiShift; }
+    constexpr KUINT32 Pack(KUINT32 uiComponent) const { return (uiComponent << uiShift) & (Max() << uiShift); }
     constexpr KUINT32 Unpack(KUINT32 uiWord) const { return (uiWord >> uiShift) & Max(); }
 };
 
