@@ -30,6 +30,12 @@ bool LockByte(int iFd, off_t iByte, short sType, bool bWait)
     return true;
 }
 
+void UnlockByte(int iFd, off_t iByte) noexcept
+{
+    struct flock oLock = OneByte(iByte, F_UNLCK);
+    fcntl(iFd, F_OFD_SETLK, &oLock);
+}
+
 BoardLocks::BoardLocks(const BoardFolder& roFolder) : m_oFile(roFolder.OpenFile("board.lock", O_RDWR | O_CREAT)) {}
 
 bool BoardLocks::IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const

@@ -15,6 +15,8 @@ namespace SoftwareBoard
 // One lock on one byte of an open file, of type F_RDLCK (shared), F_WRLCK or F_UNLCK. FALSE only when bWait is not set and
 // somebody else has it.
 bool LockByte(int iFd, off_t iByte, short sType, bool bWait);
+// For destructors: what the kernel refuses to unlock, it unlocks at the end of the process.
+void UnlockByte(int iFd, off_t iByte) noexcept;
 
 class BoardLocks
 {
@@ -44,7 +46,7 @@ public:
         {
             LockByte(m_iFd, msc_iTransaction, F_WRLCK, true);
         }
-        ~Transaction() { LockByte(m_iFd, msc_iTransaction, F_UNLCK, false); }
+        ~Transaction() { UnlockByte(m_iFd, msc_iTransaction); }
         Transaction(const Transaction&)            = delete;
         Transaction& operator=(const Transaction&) = delete;
 
