@@ -8,8 +8,7 @@ namespace
 SFakeTavrin               s_oWorld;
 std::unique_ptr<KUINT32[]> s_puiMapped;  // another address for every access period
 
-template <class... TArguments>
-std::string CallText(const char* pszName, TArguments... arguments)
+template <class... TArguments> std::string CallText(const char* pszName, TArguments... arguments)
 {
     std::string sCall = pszName;
     ((sCall.append(1, ' ').append(std::to_string(arguments))), ...);
@@ -26,8 +25,7 @@ bool Fails(const std::string& sCall)
 }
 
 // Fails if it is to, and else fills in what the call gives.
-template <class FFill>
-TStatus Answer(const std::string& sCall, FFill fFill)
+template <class FFill> TStatus Answer(const std::string& sCall, FFill fFill)
 {
     if (Fails(sCall))
         return s_oWorld.eFailure;
@@ -35,46 +33,20 @@ TStatus Answer(const std::string& sCall, FFill fFill)
     return TStatus_OK;
 }
 
-TStatus Answer(const std::string& sCall)
-{
-    return Answer(sCall, [] {});
+TStatus Answer(const std::string& sCall) { return Answer(sCall, [] {}); }
+KUINT32 Pitch() { return s_oWorld.uiWidth + s_oWorld.uiPitchExtra; }
+
+template <class THandle> THandle HandleOf(KUINTPTR uiNumber) { return reinterpret_cast<THandle>(0x1000 + uiNumber); }
+KUINTPTR NumberOf(TVideoOut_Handle hVideoOut) { return reinterpret_cast<KUINTPTR>(hVideoOut) - 0x1000; }
 }
 
-KUINT32 Pitch()
-{
-    return s_oWorld.uiWidth + s_oWorld.uiPitchExtra;
-}
-
-template <class THandle>
-THandle HandleOf(KUINTPTR uiNumber)
-{
-    return reinterpret_cast<THandle>(0x1000 + uiNumber);
-}
-
-KUINTPTR NumberOf(TVideoOut_Handle hVideoOut)
-{
-    return reinterpret_cast<KUINTPTR>(hVideoOut) - 0x1000;
-}
-}
-
-SFakeTavrin* FakeTavrin_World()
-{
-    return &s_oWorld;
-}
+SFakeTavrin* FakeTavrin_World() { return &s_oWorld; }
 
 extern "C"
 {
-KUINT32 Tavrin_GetDeviceCount(void)
-{
-    return Fails("Tavrin_GetDeviceCount") ? 0 : s_oWorld.uiDevices;
-}
-
-TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
-{
-    return Fails(CallText("Tavrin_GetDevice", uiDevIndex)) ? nullptr : HandleOf<TDevice_Handle>(uiDevIndex);
-}
-
-TStatus TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* phBuffer)
+KUINT32        Tavrin_GetDeviceCount(void) { return Fails("Tavrin_GetDeviceCount") ? 0 : s_oWorld.uiDevices; }
+TDevice_Handle Tavrin_GetDevice(KUINT32 ui) { return Fails(CallText("Tavrin_GetDevice", ui)) ? nullptr : HandleOf<TDevice_Handle>(ui); }
+TStatus        TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* phBuffer)
 {
     return Answer(CallText("TBuffer_CreateVideo", static_cast<KUINT32>(eFormat), uiWidth, uiHeight), [&] {
         s_oWorld.uiWidth  = uiWidth;
@@ -83,7 +55,6 @@ TStatus TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidt
         *phBuffer = HandleOf<TBuffer_Handle>(0);
     });
 }
-
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle, tagTBuffer_PlaneInfo* poInfo)
 {
     return Answer("TBuffer_GetPlaneInfo", [&] {
@@ -92,7 +63,6 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle, tagTBuffer_PlaneInfo* poInfo)
                    .auiPitchInBytes = {Pitch() * 4}};
     });
 }
-
 TStatus TBuffer_BeginAccess(TBuffer_Handle, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
 {
     return Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount), [&] {
@@ -102,7 +72,6 @@ TStatus TBuffer_BeginAccess(TBuffer_Handle, KUINT32 uiMode, KUINT32 uiPlaneCount
         std::fill_n(auiPlanes, uiPlaneCount, reinterpret_cast<KUINTPTR>(s_puiMapped.get()));
     });
 }
-
 TStatus TBuffer_EndAccess(TBuffer_Handle)
 {
     if (s_puiMapped)
@@ -110,63 +79,33 @@ TStatus TBuffer_EndAccess(TBuffer_Handle)
     s_puiMapped.reset();
     return Answer("TBuffer_EndAccess");
 }
+TStatus TBuffer_Destroy(TBuffer_Handle) { return s_puiMapped.reset(), Answer("TBuffer_Destroy"); }
 
-TStatus TBuffer_Destroy(TBuffer_Handle)
-{
-    s_puiMapped.reset();
-    return Answer("TBuffer_Destroy");
-}
-
-TStatus TVideoOut_GetCount(TDevice_Handle, KUINT32* puiCount)
-{
-    return Answer("TVideoOut_GetCount", [&] { *puiCount = s_oWorld.uiOutputs; });
-}
-
+TStatus TVideoOut_GetCount(TDevice_Handle, KUINT32* pui) { return Answer("TVideoOut_GetCount", [&] { *pui = s_oWorld.uiOutputs; }); }
 // A failing request leaves the handle as it is, whatever its status.
-TStatus TVideoOut_GetHandle(TDevice_Handle, KUINT32 uiIndex, TAccessMode eMode, TVideoOut_Handle* phVideoOut)
+TStatus TVideoOut_GetHandle(TDevice_Handle, KUINT32 ui, TAccessMode eMode, TVideoOut_Handle* phVideoOut)
 {
-    return Answer(CallText("TVideoOut_GetHandle", uiIndex, static_cast<KUINT32>(eMode)),
-                  [&] { *phVideoOut = HandleOf<TVideoOut_Handle>(uiIndex); });
+    return Answer(CallText("TVideoOut_GetHandle", ui, static_cast<KUINT32>(eMode)), [&] { *phVideoOut = HandleOf<TVideoOut_Handle>(ui); });
 }
-
-TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignal, const tagTVideo_VidParam* poVidParam,
-                         TBuffer_Handle, TVideoOut_PowerState ePower)
+TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const tagTVideo_VidParam* po, TBuffer_Handle, TVideoOut_PowerState ePower)
 {
-    return Answer(CallText("TVideoOut_Enable", NumberOf(hVideoOut), static_cast<KUINT32>(eSignal), poVidParam->uiHActive,
-                           static_cast<KUINT32>(ePower)));
+    return Answer(CallText("TVideoOut_Enable", NumberOf(h), static_cast<KUINT32>(eSignal), po->uiHActive, static_cast<KUINT32>(ePower)));
 }
+TStatus TVideoOut_Disable(TVideoOut_Handle h) { return Answer(CallText("TVideoOut_Disable", NumberOf(h))); }
+TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h) { return Answer(CallText("TVideoOut_ReleaseHandle", NumberOf(h))); }
 
-TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
-{
-    return Answer(CallText("TVideoOut_Disable", NumberOf(hVideoOut)));
-}
-
-TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle hVideoOut)
-{
-    return Answer(CallText("TVideoOut_ReleaseHandle", NumberOf(hVideoOut)));
-}
-
-TStatus TBoard_RegWrite(TDevice_Handle, KUINT32 uiRegister, KUINT32 uiValue)
-{
-    return Answer(CallText("TBoard_RegWrite", uiRegister, uiValue));
-}
-
+TStatus TBoard_RegWrite(TDevice_Handle, KUINT32 uiRegister, KUINT32 uiValue) { return Answer(CallText("TBoard_RegWrite", uiRegister, uiValue)); }
 TStatus TBoard_RegRead(TDevice_Handle, KUINT32 uiRegister, KUINT32* puiValue)
 {
     const auto fFill = [&] { *puiValue = s_oWorld.fProgress(); };
-    if (s_oWorld.bRecordsReads)
-        return Answer(CallText("TBoard_RegRead", uiRegister), fFill);
-    fFill();
-    return TStatus_OK;
+    return s_oWorld.bRecordsReads ? Answer(CallText("TBoard_RegRead", uiRegister), fFill) : (fFill(), TStatus_OK);
 }
-
-TStatus TBoard_GetFpgaCount(TDevice_Handle, KUINT32* puiCount)
+TStatus TBoard_GetFpgaCount(TDevice_Handle, KUINT32* pui)
 {
-    return Answer("TBoard_GetFpgaCount", [&] { *puiCount = static_cast<KUINT32>(s_oWorld.aoFpgas.size()); });
+    return Answer("TBoard_GetFpgaCount", [&] { *pui = static_cast<KUINT32>(s_oWorld.aoFpgas.size()); });
 }
-
-TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 uiIndex, tagTBoard_FpgaInfo* poInfo)
+TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 ui, tagTBoard_FpgaInfo* po)
 {
-    return Answer(CallText("TBoard_GetFpgaInfo", uiIndex), [&] { *poInfo = s_oWorld.aoFpgas.at(uiIndex); });
+    return Answer(CallText("TBoard_GetFpgaInfo", ui), [&] { *po = s_oWorld.aoFpgas.at(ui); });
 }
 }

@@ -15,22 +15,23 @@ using namespace SoftwareBoard;
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
 {
-    static const std::string s_strFolder = [] {
-        char acTemplate[] = "/tmp/fuzz-board-XXXXXX";
-        static std::string s_strMade = mkdtemp(acTemplate);
-        std::atexit([] { std::filesystem::remove_all(s_strMade); });
-        return s_strMade;
-    }();
-    const BoardFolder oFolder(s_strFolder);
-    BoardState        oState = (std::filesystem::remove(s_strFolder + "/board.state"), BoardState::Replace(oFolder, DefaultPlan()));
-    std::fstream      oFile(s_strFolder + "/board.state", std::ios::in | std::ios::out | std::ios::binary);
+    static const struct SFolder
+    {
+        char acPath[32] = "/tmp/fuzz-board-XXXXXX";
+        SFolder() { Must(mkdtemp(acPath) != nullptr); }
+        ~SFolder() { std::filesystem::remove_all(acPath); }
+    } s_oMade;
+    const std::string strState = std::string(s_oMade.acPath) + "/board.state";
+    const BoardFolder oFolder(s_oMade.acPath);
+    BoardState        oState = (std::filesystem::remove(strState), BoardState::Replace(oFolder, DefaultPlan()));
+    std::fstream      oFile(strState, std::ios::in | std::ios::out | std::ios::binary);
     while (uiSize >= 4)
     {
         const auto uiOffset = static_cast<unsigned>(puiData[0] | puiData[1] << 8 | (puiData[2] & 1) << 16);
         const auto uiLength = std::min<std::size_t>(puiData[3], uiSize - 4);
         oFile.seekp(uiOffset).write(reinterpret_cast<const char*>(puiData + 4), static_cast<std::streamsize>(uiLength)).flush();
         if (puiData[3] == 0)
-            std::filesystem::resize_file(s_strFolder + "/board.state", uiOffset);
+            std::filesystem::resize_file(strState, uiOffset);
         puiData += 4 + uiLength;
         uiSize -= 4 + uiLength;
     }
