@@ -57,15 +57,16 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
     if (!m_oTimer)
         ThrowSystemError("a timer", "timerfd_create");
     OpenBoard();
-    m_oCard.BecomeMaster();
-    if (roPlan.bLegacy)
-        m_oCard.UseLegacyCalls();
-    Assign();
+    m_oConnectors = m_oCard.ReadConnectors();
     for (const std::string& strName : m_oPlan.oConnectors)
     {
         if (std::none_of(m_oConnectors.begin(), m_oConnectors.end(), [&](const auto& ro) { return ro.strName == strName; }))
             throw BoardError(m_oCard.GetPath() + ": there is no connector " + strName + "; --list shows them");
     }
+    if (roPlan.bLegacy)
+        m_oCard.UseLegacyCalls();
+    m_oCard.BecomeMaster();  // from here on there is something to restore
+    Assign();
 }
 
 DisplayServer::~DisplayServer()
