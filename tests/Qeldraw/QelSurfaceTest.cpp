@@ -148,6 +148,22 @@ TEST(QelSurface, FillsLeaveExactlyTheirPixels)
     }
 }
 
+TEST(QelSurface, AnAreaLargerThanTheCachesIsFilledToItsEdges)
+{
+    constexpr KUINT32 uiColumns = 2200, uiRows = 1100, uiStride = 2215;
+    for (KUINT32 i = 0; i < 20; ++i)
+    {
+        std::vector<KUINT32> oMemory(uiStride * uiRows + 64, BLANK), oWant = oMemory;
+        const KUINTPTR       uiData = reinterpret_cast<KUINTPTR>(&oMemory[i % 3]);
+        QelSurfaceTyped<Colour> oSurface(&uiData, &uiStride, nullptr, uiColumns, uiRows, 1);
+        oSurface.m_oFgColour = INK;
+        oSurface.Rectangle(KINT32(i), KINT32(i % 5), KINT32(uiColumns - 2 * i), KINT32(uiRows - i % 3));
+        for (KUINT32 y = i % 5; y < uiRows - i % 3; ++y)
+            std::fill_n(&oWant[i % 3 + y * uiStride + i], uiColumns - 3 * i, INK);
+        ASSERT_TRUE(oMemory == oWant) << i;
+    }
+}
+
 TEST(QelSurface, ThreePlanesAreCopiedAndWithoutAnAddressNothingIsDrawn)
 {
     const KUINTPTR                auiData[]  = {0x10, 0x20, 0x30, 0x40, 0x50};

@@ -4,6 +4,10 @@
 
 #include <limits>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "QelTools.h"
 #include "QelTypes.h"
 
@@ -57,5 +61,50 @@ template <typename T> inline void QelFill(T* pBegin, KUINT32 uiCount, T uiValue)
     QelFillBlocks<uiVector>(pBegin, pEnd, uiValue);
     QelFillBlock<uiVector>(pEnd - uiVector, uiValue);
 }
+
+// An area of this size and more does not stay in the caches, and nobody reads the picture back: its rows are written past
+// them, which spares the memory reading each line before it is overwritten. QelFillIsDone then makes the rows visible to
+// others.
+inline constexpr KUINT64 QEL_FILL_PAST_CACHES_IN_BYTES = KUINT64{8} << 20;
+
+#ifdef __SSE2__
+template <typename T> inline void QelFillPastCaches(T* pBegin, KUINT32 uiCount, T uiValue)
+{
+    constexpr KUINT32 uiLineInBytes = 64;
+    constexpr KINT64  iLine         = uiLineInBytes / sizeof(T);
+
+    const auto oVector =
+        sizeof(T) == 2 ? _mm_set1_epi16(static_cast<short>(uiValue)) : _mm_set1_epi32(static_cast<int>(uiValue));
+    T* const pEnd = pBegin + uiCount;
+    while (pBegin != pEnd && reinterpret_cast<KUINTPTR>(pBegin) % uiLineInBytes != 0)
+    {
+        *pBegin++ = uiValue;
+    }
+    for (; pEnd - pBegin >= iLine; pBegin += iLine)
+    {
+        auto* const pVector = reinterpret_cast<__m128i*>(pBegin);
+        _mm_stream_si128(pVector, oVector);
+        _mm_stream_si128(pVector + 1, oVector);
+        _mm_stream_si128(pVector + 2, oVector);
+        _mm_stream_si128(pVector + 3, oVector);
+    }
+    while (pBegin != pEnd)
+    {
+        *pBegin++ = uiValue;
+    }
+}
+
+inline void QelFillIsDone()
+{
+    _mm_sfence();
+}
+#else
+template <typename T> inline void QelFillPastCaches(T* pBegin, KUINT32 uiCount, T uiValue)
+{
+    QelFill(pBegin, uiCount, uiValue);
+}
+
+inline void QelFillIsDone() {}
+#endif
 
 #endif

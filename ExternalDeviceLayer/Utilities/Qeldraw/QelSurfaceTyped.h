@@ -249,12 +249,16 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
         return;
     }
 
-    KUINT32 uiIndex = uiTop * uiPitch + uiLeft;
+    const bool bPastCaches = KUINT64{uiColumns} * uiRows >= QEL_FILL_PAST_CACHES_IN_BYTES / sizeof(PixelType);
+    KUINT32    uiIndex     = uiTop * uiPitch + uiLeft;
     for (; uiRows != 0; --uiRows, uiIndex += uiPitch)
     {
         if (uiColumns - 1 <= ~uiIndex)
         {
-            QelFill(pPixels + uiIndex, uiColumns, uiValue);
+            if (bPastCaches)
+                QelFillPastCaches(pPixels + uiIndex, uiColumns, uiValue);
+            else
+                QelFill(pPixels + uiIndex, uiColumns, uiValue);
             continue;
         }
         for (KUINT32 i = 0; i < uiColumns; ++i)  // the index wraps on the way
@@ -262,6 +266,8 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
             pPixels[uiIndex + i] = uiValue;
         }
     }
+    if (bPastCaches)
+        QelFillIsDone();
 }
 
 #endif
