@@ -81,7 +81,7 @@ private:
         {
             m_oBoard.SetProgress(0);  // a run that began at 100 % might be over too soon
             m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
-            m_bWasOn = WaitUntil([this] { return m_oBoard.IsOn(); }, std::nullopt);
+            m_bWasOn = WaitUntil([this] { return m_oBoard.IsRunning(); }, std::nullopt);
             if (!m_bWasOn || !m_poTool->Stop())
                 return std::nullopt;
         }
@@ -95,6 +95,9 @@ private:
             return std::nullopt;
         auto ooPicture = m_oBoard.TakePicture();
         m_poTool->GoOn();
+        // At 100 % the tool ends by itself, and what it reads on its way out is not the progress.
+        if (uiPercent == 100 && m_bReadsProgress)
+            WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
         return ooPicture;
     }
 

@@ -70,6 +70,18 @@ bool PreviewBoard::TakeReads() const
     return bAny;
 }
 
+bool PreviewBoard::IsRunning() const
+{
+    const Board   oBoard        = Board::Open();
+    const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
+    for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
+    {
+        if (oBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg) != 0)
+            return true;
+    }
+    return false;
+}
+
 std::optional<SScreen> PreviewBoard::FindScreen() const
 {
     const Board                   oBoard = Board::Open();

@@ -27,7 +27,8 @@ public:
 
     // What output 0 shows, of the first device that shows something.
     std::optional<SPicture> TakePicture() const;
-    bool                    IsOn() const { return FindScreen().has_value(); }
+    // Whether the tool has turned all outputs on; until its loop asks for the progress it reads nothing after that.
+    bool IsRunning() const;
 
 private:
     std::optional<SScreen> FindScreen() const;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string_view>
 
 #include "BoardError.h"
 #include "Font.h"
@@ -25,8 +24,6 @@ constexpr int iMargin    = 8;
     throw BoardError(std::string("the window: ") + pszCall + ": " + SDL_GetError() + pszAdvice);
 }
 
-constexpr char pszAdvice[] = "; set DISPLAY or WAYLAND_DISPLAY, or watch without --window";
-
 // Everything that SDL holds, for as long as the window is there.
 class Sdl
 {
@@ -35,14 +32,10 @@ public:
     {
         SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
         SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+        // SDL's other drivers show a window to nobody. SDL_VIDEODRIVER has the last word.
+        SDL_SetHint(SDL_HINT_VIDEODRIVER, std::getenv("WAYLAND_DISPLAY") != nullptr ? "x11,wayland" : "x11");
         if (SDL_Init(SDL_INIT_VIDEO) != 0)
-            ThrowSdlError("SDL_Init", pszAdvice);
-        // Where there is no display it shows windows to nobody, which only those want who ask for it.
-        if (std::string_view(SDL_GetCurrentVideoDriver()) == "offscreen" && std::getenv("SDL_VIDEODRIVER") == nullptr)
-        {
-            SDL_Quit();
-            throw BoardError(std::string("the window: SDL_Init: no display") + pszAdvice);
-        }
+            ThrowSdlError("SDL_Init", "; set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
     }
     ~Sdl() { SDL_Quit(); }
     Sdl(const Sdl&)            = delete;

@@ -90,10 +90,10 @@ public:
         if (std::exchange(m_bStopped, false))
             kill(m_iPid, SIGCONT);
     }
-    void Kill()
+    void Kill(int iSignal = SIGKILL, int iExpectedStatus = SIGKILL)
     {
-        kill(m_iPid, SIGKILL);
-        Wait(0, SIGKILL);
+        kill(m_iPid, iSignal);
+        Wait(0, iExpectedStatus);
     }
     pid_t GetPid() const { return m_iPid; }
 

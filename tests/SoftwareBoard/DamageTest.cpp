@@ -22,6 +22,15 @@ std::string Contents(const fs::path& roFile)
     return {std::istreambuf_iterator<char>(oFile), {}};
 }
 
+// Only root can give a file away; to others it is made a link, which is refused as well.
+void Disown(const fs::path& roFile)
+{
+    if (geteuid() == 0)
+        EXPECT_EQ(chown(roFile.c_str(), 12345, 12345), 0);
+    else
+        fs::remove_all(roFile), fs::create_symlink("/etc/passwd", roFile);
+}
+
 // A client that opened the board while it was whole, with all it needs to call every operation later.
 struct Veteran : TestClient
 {
@@ -109,6 +118,8 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
         {"state is a pipe", [&] { mkfifo(oInside.c_str(), 0600); }},
         {"locks are a link", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.lock"); }},
         {"folder is a link", [&] { fs::remove(oBoard); fs::create_directory_symlink(oElsewhere, oBoard); }},
+        {"others own the state", [&] { fs::copy_file(oElsewhere / "whole", oInside); Disown(oInside); }},
+        {"others own the folder", [&] { Disown(oBoard); }},
         {"folder is a file", [&] { fs::remove(oBoard); std::ofstream(oBoard) << "mine"; }},
     };
     ExpectDevices(1, "made");

@@ -1,6 +1,10 @@
 // The front panel, as a shell calls it.
+#include <fcntl.h>
 #include <png.h>
+#include <pty.h>
+#include <sys/prctl.h>
 
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 
@@ -27,6 +31,42 @@ protected:
     std::string At(const char* pszFile) const { return (m_oFolder / pszFile).string(); }
 };
 
+// A command of the panel that goes on, and what it prints, to a pipe or to a terminal of its own.
+struct Live
+{
+    explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0})
+    {
+        EXPECT_EQ(bTerminal ? openpty(&aiFds[0], &aiFds[1], nullptr, nullptr, &oSize) : pipe(aiFds), 0);
+        tcgetattr(aiFds[1], &oMode);
+        ooProcess.emplace([&] {
+            setsid();
+            ioctl(aiFds[1], TIOCSCTTY, 0);
+            for (const int iFd : {0, 1, 2})
+                dup2(aiFds[1], bTerminal || iFd == 1 ? iFd : 99);
+            close(aiFds[0]);
+            close(aiFds[1]);
+            setenv("TERM", "xterm-256color", 1);
+            execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
+        });
+        if (!bTerminal)
+            close(aiFds[1]);
+    }
+    ~Live() { close(aiFds[0]); }
+    // Reads on until that is printed, and forgets what came before.
+    void Await(const std::string& strExpected)
+    {
+        char acRead[4096];
+        for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos; strText.append(acRead, static_cast<size_t>(iRead)))
+            ASSERT_GT(iRead = read(aiFds[0], acRead, sizeof(acRead)), 0) << "no '" << strExpected << "' after:\n" << strText;
+        EXPECT_TRUE(isatty(aiFds[0]) == 1 || strText.find('\x1b') == std::string::npos) << strText;
+        strText.erase(0, strText.find(strExpected) + strExpected.size());
+    }
+    int                    aiFds[2] = {};
+    termios                oMode    = {};
+    std::string            strText;
+    std::optional<Process> ooProcess;
+};
+
 std::vector<KUINT8> ReadPng(const std::string& strPath, KUINT32 uiWidth, KUINT32 uiHeight)
 {
     png_image oImage = {};
@@ -47,11 +87,17 @@ TEST_F(PanelTest, CommandLines)
         Expect("progress " + strWrong, 2, "0 to 100");
     for (const std::string strWrong : {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.33.0@", "3:1.33.0/c3e7x"})
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "'");
+    for (const std::string strName : {"create", "status", "progress", "run", "snapshot", "watch", "preview"})
+        Expect(strName + " --help", 0, "Example:\n  tavrin-board " + strName);
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
     const std::tuple<std::string, int, std::string> aoCases[] = {
         {"", 2, "subcommand"},
-        {"snapshot --help", 0, "OUTPUT"},
         {"progress", 2, "PERCENT"},
+        {"progress 5 --ramp 1", 2, "--ramp"},
+        {"progress --ramp 1s", 2, "'1s'"},
+        {"progress 5 --to 5", 2, "--ramp"},
+        {"preview x.png --at 101", 2, "0 to 100"},
+        {"watch --device 1", 1, "no device 1"},
         {"progress 5 --device 1", 1, "no device 1"},
         {"status -- x", 2, "--"},
         {"run", 2, "COMMAND"},
@@ -112,7 +158,7 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     oHolder.Await();
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
     oHolder.Kill();
-    Expect("status", 0, "output 0: 32x8, 60 Hz, held by nobody\n  output 1: off\n");
+    Expect("status", 0, "output 0: 32x8, 60 Hz, held by nobody\n    timing: 32 8 60");
     Expect("snapshot 0 " + At("screen.png"), 0, "");
     EXPECT_EQ(ReadPng(At("screen.png"), 32, 8)[0], 200) << "what the killed process drew";
 
@@ -141,5 +187,137 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     for (const char* pszCommand : {"create", "status"})
         Expect(pszCommand, 1, "board.state: not the state of a board");
     EXPECT_EQ(std::filesystem::file_size(At("board.state")), 51u);
+}
+
+TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
+{
+    const std::string strOdd = "a\"\\\n\xFF\xC3\xA4\xED\xA0\x80";
+    setenv("TAVRIN_BOARD", At(strOdd.c_str()).c_str(), 1);
+    Expect("create --fpga 3:1.33.0 --outputs 1", 0, "");
+    Process oHolder([] { prctl(PR_SET_NAME, "\x1b[2J\"\x9B" "x"); HoldOutput(); });
+    oHolder.Await();
+    const std::string strPid = std::to_string(oHolder.GetPid());
+    Expect("status --json", 0, "{\"board\":\"" + At("a") + "\\\"\\\\\\u000a\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\","
+        "\"devices\":[{\"device\":0,\"fpgas\":[{\"name\":\"FPGA 0\",\"device_code\":3,\"major\":1,\"minor\":33,\"build\":0,"
+        "\"address\":208,\"vendor\":50151}],\"registers\":{\"6908\":0,\"7932\":0},\"progress\":0,\"outputs\":[{\"output\":0,"
+        "\"enabled\":true,\"width\":32,\"height\":8,\"rate_hz\":60,\"holder\":{\"pid\":" + strPid + ",\"name\":\"?[2J\\\"?x\"},"
+        "\"timing\":{\"h_active\":32,\"v_active\":8,\"v_rate_hz\":60,\"h_rate_khz\":0,\"pixel_clock_khz\":0,\"h_front_porch\":0,"
+        "\"h_sync\":0,\"h_back_porch\":0,\"v_front_porch\":0,\"v_sync\":0,\"v_back_porch\":0,\"interlaced\":false,"
+        "\"bottom_field_first\":false,\"h_sync_positive\":false,\"v_sync_positive\":false,\"yuv\":false,"
+        "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8}}]}]}\n");
+    Expect("status", 0, "held by " + strPid + " (?[2J\"?x)\n    timing: 32 8 60 0 0 0 0 0 0 0 0 no no - - no RGB_FULL 444 8\n");
+}
+
+TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
+{
+    using Clock = std::chrono::steady_clock;
+    InClient([](TestClient& ro) {
+        for (const auto& [strHow, uiFrom, uiTo] : {std::tuple{" --linear", 100u, 100u}, {" --to 61", 20u, 61u}})
+        {
+            EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF00 + uiFrom), TStatus_OK);
+            const Clock::time_point oStart = Clock::now();
+            Live                    oRamp("progress --ramp 0.5" + std::string(strHow));
+            KUINT32                 uiLast = uiFrom % 100, uiValue = 0, uiSeen = 0;
+            while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue == 0xABCDEF64)
+                usleep(500);  // what is reached already starts anew
+            for (; uiLast < uiTo; ro.TBoard_RegRead(ro.hDev, 7932, &uiValue))
+            {
+                EXPECT_TRUE((uiValue & 0xFF) >= uiLast && uiValue >> 8 == 0xABCDEF) << uiValue;
+                uiSeen += (uiValue & 0xFF) != uiLast;
+                uiLast = uiValue & 0xFF;
+                usleep(500);
+            }
+            EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
+            EXPECT_GE(Clock::now() - oStart, std::chrono::milliseconds(500));
+        }
+        Live oStopped("progress --ramp 1000", true);
+        oStopped.Await("100");
+        oStopped.Await("[");
+        oStopped.ooProcess->Kill(SIGINT, SIGINT);
+    });
+    Expect("status", 0, "(61 %)");
+}
+
+TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
+{
+    Live oWatch("watch");
+    oWatch.Await("outputs 2\nprogress 0 %\nprogress bar not running\noutput 0: off\noutput 1: off\n");
+    {
+        Process oHolder(HoldOutput);
+        oHolder.Await();
+        oWatch.Await("output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
+    }
+    oWatch.Await("output 0: 32x8, 60 Hz, held by nobody\n");
+    Expect("progress 7", 0, "");
+    oWatch.Await("progress 7 %\n");
+    Expect("create --outputs 1", 0, "");  // it is no client that keeps the board from being made anew
+    oWatch.Await("outputs 1\nprogress 0 %\n");
+    std::ofstream(At("board.state")) << "damaged";
+    oWatch.Await("problem: " + At("board.state"));
+    fs::remove(At("board.state"));
+    oWatch.Await("gone");
+    Expect("create", 0, "");
+    oWatch.Await("outputs 2\nprogress 0 %\n");
+    EXPECT_EQ(oWatch.strText.find("problem"), std::string::npos);
+    oWatch.ooProcess->Kill(SIGTERM, 0);
+    Live("watch").Await("outputs");  // and one whose reader is gone ends by itself
+}
+
+TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
+{
+    Process oHolder(HoldOutput);
+    oHolder.Await();
+    for (const auto& [iSignal, iStatus, oSize] : {std::tuple{SIGINT, 0, winsize{24, 80, 0, 0}}, {SIGTERM, 0, {5, 20, 0, 0}},
+                                                  {SIGHUP, SIGHUP, {1, 1, 0, 0}}, {0, 0, {60, 200, 1000, 600}}})
+    {
+        termios oMode = {};
+        Live    oWatch("watch", true, oSize);
+        oWatch.Await("\x1b[?1049h\x1b[?25l");
+        oWatch.Await("\x1b[7m");  // the row of the progress
+        const winsize oOther = {9, 30, 0, 0};
+        ioctl(oWatch.aiFds[0], TIOCSWINSZ, &oOther);
+        oWatch.Await("\x1b[9;1H");
+        tcgetattr(oWatch.aiFds[1], &oMode);
+        EXPECT_EQ(oMode.c_lflag & (ECHO | ICANON), 0u);
+        EXPECT_EQ(write(oWatch.aiFds[0], "xq", iSignal == 0 ? 2 : 1), iSignal == 0 ? 2 : 1);
+        oWatch.ooProcess->Kill(iSignal, iStatus);
+        oWatch.Await("\x1b[?25h\x1b[?1049l");
+        tcgetattr(oWatch.aiFds[1], &oMode);
+        EXPECT_EQ(std::tuple(oMode.c_lflag, oMode.c_iflag, oMode.c_cc[VMIN]),
+                  std::tuple(oWatch.oMode.c_lflag, oWatch.oMode.c_iflag, oWatch.oMode.c_cc[VMIN]));
+    }
+}
+
+TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
+{
+    const std::string strSmall = " -- -v 104 48 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8 -a 1 1 9 9 -p 2 20 102 30 ";
+    setenv("TMPDIR", (fs::create_directory(At("tmp")), At("tmp").c_str()), 1);
+    const std::tuple<std::string, int, std::vector<KUINT32>, std::string> aoCases[] = {
+        {strSmall + "-l 16", 0, {0, 25, 50, 75, 100}, ""},
+        {" --at 100 --at 3 --at 40" + strSmall + "-et 1 -l 400", 0, {100, 3, 40}, ""},  // runs that end by themselves
+        {strSmall + "-d 9 -l 16", 255, {}, ""},
+        {" -- -x", 255, {}, ""},
+        {" -- -h", 1, {}, "before it showed 0 %"},
+    };
+    for (const auto& [strArguments, iStatus, auiPercents, strSays] : aoCases)
+    {
+        Expect("preview " + At("sheet.png") + strArguments, iStatus, strSays);
+        EXPECT_EQ(std::pair(fs::is_empty(At("tmp")), fs::exists(At("sheet.png"))), std::pair(true, iStatus == 0)) << strArguments;
+        if (iStatus != 0)
+            continue;
+        const KUINT32 uiAcross = auiPercents.size() > 4 ? 3 : 2, uiWidth = 16 + uiAcross * 120;
+        const auto    auiSheet = ReadPng(At("sheet.png"), uiWidth, 16 + 2 * (16 + 48 + 28));
+        for (KUINT32 uiAt = 0; uiAt < auiPercents.size(); ++uiAt)
+            for (KUINT32 uiColumn = 1; uiColumn < 100; ++uiColumn)  // of the bar, inside its outline
+                EXPECT_EQ(auiSheet[((16 + uiAt / uiAcross * 92 + 25) * uiWidth + 16 + uiAt % uiAcross * 120 + 2 + uiColumn) * 4],
+                          uiColumn < auiPercents[uiAt] ? 255 : 0) << auiPercents[uiAt] << " % at " << uiColumn;
+        fs::remove(At("sheet.png"));
+    }
+    Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none"));
+    while (fs::is_empty(At("tmp")))
+        usleep(1000);
+    oEnded.ooProcess->Kill(SIGTERM, SIGTERM);
+    EXPECT_EQ(read(oEnded.aiFds[0], &oEnded.oMode, 1), 0) << "the tool still has the pipe";
+    EXPECT_TRUE(fs::is_empty(At("tmp")) && !fs::exists(At("sheet.png")));
 }
 }
