@@ -51,7 +51,7 @@ bool Strikes(const char* pszKind, const char* pszCall)
     return true;
 }
 
-// What a long run must not change, and what it did; rows of the frames are told apart by a sum.
+// What a long run must not change, and what it did; frames are told apart by a sum.
 struct SWatch
 {
     long           iSteps = 0, iWrong = 0, iLong = 0;
@@ -71,8 +71,8 @@ struct SWatch
         clock_gettime(CLOCK_REALTIME, &oLast);
         iLong += (roDeadline.tv_sec - oLast.tv_sec) * 1'000'000'000 + roDeadline.tv_nsec - oLast.tv_nsec > 16'000'000;
         KUINT32 uiSum = 0;
-        for (KUINT32 i = 0; i < 128; ++i)
-            uiSum = uiSum * 31 + s_puiPlane[64 * s_uiPitch + i];
+        for (KUINT32 i = 0; i < 128 * 128; ++i)
+            uiSum = uiSum * 31 + s_puiPlane[i / 128 * s_uiPitch + i % 128];
         KUINT32& ruiOfFrame = auiSums[iSteps % s_iFirst];
         iWrong += iSteps <= s_iFirst ? uiSum == auiSums[(iSteps + s_iFirst - 1) % s_iFirst] : uiSum != ruiOfFrame;
         ruiOfFrame = iSteps == 0 ? 0 : uiSum;
