@@ -36,7 +36,8 @@ constexpr SCommand aoCommands[] = {
 #endif
     {"watch", "Show the outputs live: in the terminal, in a window, or as plain lines", Panel::AddWatch, false,
      "tavrin-board watch\n  tavrin-board watch --window"},
-    {"preview", "Show what the tool would show: tavrin-board preview FILE.png [--at PERCENT]... -- ARGUMENTS", Panel::AddPreview, true,
+    {"preview", "Show what the tool would show: tavrin-board preview FILE.png [OPTIONS] -- ARGUMENTS",
+     Panel::AddPreview, true,
      "tavrin-board preview sheet.png --at 10 --at 90 -- -i background.png -p 192 560 832 584"},
 };
 // clang-format on

@@ -99,9 +99,9 @@ void PlayRamp(const SOptions& roOptions)
     {
         WriteProgress(roOptions.uiDevice, uiPercent);
         const bool   bLast = uiPercent >= roOptions.uiTo;
-        const double fWork = double{uiPercent + 1.0 - uiFrom} / (roOptions.uiTo - uiFrom);
-        const double fTime = bLast ? 1 : RampTimeOf(fWork, roOptions.bLinear);
-        const auto   oDue  = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds * fTime));
+        const double fTime =
+            bLast ? 1 : RampTimeOf((uiPercent + 1.0 - uiFrom) / (roOptions.uiTo - uiFrom), roOptions.bLinear);
+        const auto oDue = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds * fTime));
         while (true)
         {
             const Clock::time_point oNow = Clock::now();
