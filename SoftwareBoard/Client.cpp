@@ -44,11 +44,18 @@ Board& Client::OpenBoard()
     return *m_oBoard;
 }
 
+TDevice_Handle Client::DeviceAt(KUINT32 uiDevice)
+{
+    TDEVICE_OBJECT& roDevice = m_aoDevices.at(uiDevice);
+    roDevice.bIsKnown        = true;
+    return &roDevice;
+}
+
 std::optional<KUINT32> Client::FindDevice(TDevice_Handle hDev) const
 {
     for (const TDEVICE_OBJECT& roDevice : m_aoDevices)
     {
-        if (&roDevice == hDev && m_oBoard && roDevice.uiIndex < m_oBoard->m_oState.GetDeviceCount())
+        if (&roDevice == hDev && m_oBoard && roDevice.bIsKnown)
             return roDevice.uiIndex;
     }
     return std::nullopt;

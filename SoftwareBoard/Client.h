@@ -19,6 +19,7 @@
 struct TDEVICE_OBJECT
 {
     KUINT32 uiIndex;
+    bool    bIsKnown;  // to the client: until it was asked for, its handle is a foreign one
 };
 
 struct TVIDEOOUT_OBJECT
@@ -56,7 +57,9 @@ public:
     // Opens the board at the first call; one that cannot be opened is tried again at the next.
     Board& OpenBoard();
 
-    TDevice_Handle         DeviceAt(KUINT32 uiDevice) { return &m_aoDevices.at(uiDevice); }
+    // The handle of a device that the board has. Finding it again costs no look at the board: whoever uses what the device
+    // holds asks the board's state, which tells when the device is there no more.
+    TDevice_Handle         DeviceAt(KUINT32 uiDevice);
     std::optional<KUINT32> FindDevice(TDevice_Handle hDev) const;
 
     // FALSE when another process holds the output. What was held before stays held; the kernel releases it at the end.

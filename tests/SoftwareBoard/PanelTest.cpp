@@ -204,7 +204,7 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
         "\"timing\":{\"h_active\":32,\"v_active\":8,\"v_rate_hz\":60,\"h_rate_khz\":0,\"pixel_clock_khz\":0,\"h_front_porch\":0,"
         "\"h_sync\":0,\"h_back_porch\":0,\"v_front_porch\":0,\"v_sync\":0,\"v_back_porch\":0,\"interlaced\":false,"
         "\"bottom_field_first\":false,\"h_sync_positive\":false,\"v_sync_positive\":false,\"yuv\":false,"
-        "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8}}]}]}\n");
+        "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8},\"display\":null}]}]}\n");
     Expect("status", 0, "held by " + strPid + " (?[2J\"?x)\n    timing: 32 8 60 0 0 0 0 0 0 0 0 no no - - no RGB_FULL 444 8\n");
 }
 
