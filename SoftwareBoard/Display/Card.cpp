@@ -84,6 +84,16 @@ Card::Card(std::string strPath, FileDescriptor oFd)
                                  poPlane->crtc_id,
                                  {poPlane->formats, poPlane->formats + poPlane->count_formats}});
     }
+    // Where planes go with several CRTCs, outputs must not take each other's.
+    for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
+    {
+        const uint32_t uiCrtc = m_poResources->crtcs[iCrtc];
+        const auto     oFree  = std::find_if(m_oPlanes.begin(), m_oPlanes.end(), [&](const SPlane& ro) {
+            return ro.uiCrtc == 0 && (ro.uiPossibleCrtcs >> iCrtc & 1) != 0;
+        });
+        if (FindPlane(uiCrtc) == nullptr && oFree != m_oPlanes.end())
+            oFree->uiCrtc = uiCrtc;
+    }
 }
 
 Card::~Card() = default;
@@ -113,7 +123,9 @@ std::vector<SConnector> Card::ReadConnectors() const
 {
     std::vector<SConnector> oConnectors;
     const DrmResources      poNow(drmModeGetResources(m_oFd.Get()));  // a dock brings connectors of its own
-    for (int iAt = 0; poNow != nullptr && iAt < poNow->count_connectors; ++iAt)
+    if (poNow == nullptr)
+        ThrowSystemError(m_strPath, "the card is gone");
+    for (int iAt = 0; iAt < poNow->count_connectors; ++iAt)
     {
         const DrmConnector poConnector(drmModeGetConnector(m_oFd.Get(), poNow->connectors[iAt]));
         if (poConnector == nullptr)
@@ -158,17 +170,9 @@ uint32_t Card::ChooseCrtc(const SConnector& roConnector, const std::vector<SConn
 
 const SPlane* Card::FindPlane(uint32_t uiCrtc) const
 {
-    const SPlane* poFound = nullptr;
-    for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
-    {
-        for (const SPlane& roPlane : m_oPlanes)
-        {
-            if (m_poResources->crtcs[iCrtc] == uiCrtc && (roPlane.uiPossibleCrtcs >> iCrtc & 1) != 0 &&
-                (roPlane.uiCrtc == uiCrtc || (poFound == nullptr && roPlane.uiCrtc == 0)))
-                poFound = &roPlane;
-        }
-    }
-    return poFound;
+    const auto oFound =
+        std::find_if(m_oPlanes.begin(), m_oPlanes.end(), [&](const SPlane& ro) { return ro.uiCrtc == uiCrtc; });
+    return oFound == m_oPlanes.end() ? nullptr : &*oFound;
 }
 
 uint32_t Card::FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue) const

@@ -16,7 +16,7 @@ struct SPlane
 {
     uint32_t              uiId;
     uint32_t              uiPossibleCrtcs;
-    uint32_t              uiCrtc;  // on which it was found, or 0
+    uint32_t              uiCrtc;  // on which it was found, or which it is kept for, or 0
     std::vector<uint32_t> auiFourCcs;
 };
 
@@ -41,13 +41,13 @@ public:
     void                       UseLegacyCalls() { m_bAtomic = false; }
     const std::vector<SPlane>& GetPlanes() const { return m_oPlanes; }
 
-    // Looks at the connectors anew.
+    // Looks at the connectors anew. Throws when the card is gone.
     std::vector<SConnector> ReadConnectors() const;
 
     // A CRTC for the connector that is not among those taken, the one that the fewest others could use; 0 for none.
     uint32_t ChooseCrtc(const SConnector& roConnector, const std::vector<SConnector>& roAll,
                         const std::vector<uint32_t>& roTaken) const;
-    // The plane of a CRTC, the one that it was found with if possible.
+    // The plane of a CRTC, of no other one; null where there is none.
     const SPlane* FindPlane(uint32_t uiCrtc) const;
 
     uint32_t FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue = nullptr) const;

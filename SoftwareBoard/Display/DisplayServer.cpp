@@ -19,13 +19,17 @@ namespace
 constexpr uint64_t uiIdleNs    = 1'000'000'000;  // between looks at what should be told without
 constexpr uint64_t uiFastestNs = 2'000'000;      // and at pictures, whatever their timings ask for
 
+// All that end a process. A fault of its own ends it in spite of that, and the kernel then puts the console back.
 FileDescriptor BlockSignals()
 {
     sigset_t oSignals;
-    sigemptyset(&oSignals);
-    for (const int iSignal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGUSR1, SIGUSR2, SIGVTALRM, SIGPROF, SIGXCPU})
-        sigaddset(&oSignals, iSignal);
+    sigfillset(&oSignals);
+    for (const int iSignal : {SIGCHLD, SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH, SIGPIPE})
+        sigdelset(&oSignals, iSignal);
     signal(SIGPIPE, SIG_IGN);  // nobody reads what it says: no reason to go dark
+    struct sigaction oHangUp = {};
+    if (sigaction(SIGHUP, nullptr, &oHangUp) == 0 && oHangUp.sa_handler == SIG_IGN)
+        sigdelset(&oSignals, SIGHUP);  // started to outlive its terminal
     FileDescriptor oFd(sigprocmask(SIG_BLOCK, &oSignals, nullptr) == 0 ? signalfd(-1, &oSignals, SFD_CLOEXEC) : -1);
     if (!oFd)
         ThrowSystemError("signals", "signalfd");
@@ -62,6 +66,8 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
     {
         if (std::none_of(m_oConnectors.begin(), m_oConnectors.end(), [&](const auto& ro) { return ro.strName == strName; }))
             throw BoardError(m_oCard.GetPath() + ": there is no connector " + strName + "; --list shows them");
+        if (std::count(m_oPlan.oConnectors.begin(), m_oPlan.oConnectors.end(), strName) > 1)
+            throw BoardError("connector " + strName + " is named twice; it can show one output");
     }
     if (roPlan.bLegacy)
         m_oCard.UseLegacyCalls();
@@ -76,11 +82,12 @@ DisplayServer::~DisplayServer()
 
 void DisplayServer::OpenBoard()
 {
+    Board                         oNew = Board::Observe();
+    const BoardLocks::Transaction oTransaction(oNew.m_oLocks);  // nobody sees the device unserved meanwhile
     m_ooBoard.reset();  // with its lock, which otherwise stood in the way of the new one
-    m_ooBoard.emplace(Board::Observe());
+    m_ooBoard.emplace(std::move(oNew));
     m_ooWatch.emplace(m_ooBoard->m_oFolder.GetPath());
-    const BoardLocks::Transaction oTransaction(m_ooBoard->m_oLocks);
-    const KUINT32                 uiOutputCount = m_ooBoard->m_oState.ReadDevice(m_oPlan.uiDevice).uiOutputCount;
+    const KUINT32 uiOutputCount = m_ooBoard->m_oState.ReadDevice(m_oPlan.uiDevice).uiOutputCount;
     if (!m_ooBoard->m_oLocks.TryServeDevice(m_oPlan.uiDevice))
         throw BoardError(m_ooBoard->m_oFolder.GetPath() + ": another display process shows device " +
                          std::to_string(m_oPlan.uiDevice));
@@ -227,8 +234,8 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
     if (roOutput.uiConnector == 0)
         Assign();
     roOutput.bTaken       = true;
-    roOutput.bInTrouble   = false;
     roOutput.uiGeneration = oRecord.uiGeneration;
+    roOutput.strTrouble.clear();
 
     const SConnector* const poConnector = FindConnector(roOutput.uiConnector);
     if (oRecord.bEnabled == FALSE || poConnector == nullptr)
@@ -270,13 +277,24 @@ void DisplayServer::FollowPictures()
         if (roOutput.poScanout == nullptr)
             continue;
         roOutput.poFollowed->Update();
-        const std::string& strTrouble = roOutput.poFollowed->strTrouble;
-        if (!strTrouble.empty() && !std::exchange(roOutput.bInTrouble, true))
+        std::string strTrouble = roOutput.poFollowed->strTrouble;
+        try
         {
-            std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strTrouble.c_str());
-            Say(uiOutput, EVerdict::Refused, strTrouble);
+            roOutput.poScanout->Show(roOutput.poFollowed->oPicture);
         }
-        roOutput.poScanout->Show(roOutput.poFollowed->oPicture);
+        catch (const BoardError& roError)
+        {
+            strTrouble = roError.what();
+        }
+        if (std::exchange(roOutput.strTrouble, strTrouble) == strTrouble)
+            continue;
+        if (strTrouble.empty())
+        {
+            Say(uiOutput, EVerdict::Shown, FindConnector(roOutput.uiConnector)->strName);
+            continue;
+        }
+        std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strTrouble.c_str());
+        Say(uiOutput, EVerdict::Refused, strTrouble);
     }
 }
 

@@ -47,9 +47,9 @@ private:
     struct SOutput
     {
         bool                       bTaken       = false;
-        bool                       bInTrouble   = false;
         KUINT32                    uiGeneration = 0;
         uint32_t                   uiConnector  = 0;
+        std::string                strTrouble;  // why what it shows does not follow the buffer
         std::shared_ptr<SFollowed> poFollowed;
         std::unique_ptr<Scanout>   poScanout;
     };

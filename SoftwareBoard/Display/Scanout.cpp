@@ -115,9 +115,10 @@ void Scanout::Show(const Picture& roPicture)
     if (oFlipsUnderWay.contains(m_uiFlip) || !IsBehind(roPicture))
         return;
     m_apoBuffers[1]->Fill(roPicture);
-    // Refused for the moment, as when the card is still busy with the last one: the next refresh tries again.
-    if (Flip(m_apoBuffers[1]->GetFrameBuffer(), s_uiLastFlip + 1) != 0)
+    const int iResult = Flip(m_apoBuffers[1]->GetFrameBuffer(), s_uiLastFlip + 1);
+    if (iResult == -EBUSY)  // with the last one: the next refresh tries again
         return;
+    CheckDrm(iResult, "takes no new picture");
     m_uiFlip = ++s_uiLastFlip;
     oFlipsUnderWay.insert(m_uiFlip);
     std::swap(m_apoBuffers[0], m_apoBuffers[1]);

@@ -25,7 +25,7 @@ public:
     // The picture is newer than what is shown, or on its way.
     bool IsBehind(const Picture& roPicture) const { return roPicture.GetTime() != m_apoBuffers[0]->GetTime(); }
 
-    // Flips the picture in when it is newer than what is shown and no flip is under way.
+    // Flips the picture in when it is newer than what is shown and no flip is under way. Throws why the card refuses.
     void Show(const Picture& roPicture);
 
     // To be called when the card is readable: flips have happened.
