@@ -26,6 +26,7 @@ int CellHeight(const STerminalSize& ro)
 TerminalPictures::TerminalPictures()
 {
     const std::unique_ptr<char*, void (*)(char**)> ppszEnvironment(g_get_environ(), g_strfreev);
+    chafa_set_n_threads(1);  // a terminal's few cells are drawn before threads would have begun
     m_poTermInfo.reset(chafa_term_db_detect(chafa_term_db_get_default(), ppszEnvironment.get()));
     const auto fHas = [this](ChafaTermSeq eSequence) {
         return chafa_term_info_have_seq(m_poTermInfo.get(), eSequence) != FALSE;

@@ -61,6 +61,16 @@ TEST(Services, FailuresUnderneathLeaveNothingBehind)
     EXPECT_FALSE(MakeAndUnmake<HCpuThread>(fnNoFunction, OsServices_CpuThread_Destroy));
 }
 
+TEST(Services, WhatDoesNotExistIsRefusedOrSaysSo)
+{
+    const std::string sLine = "Print stack not supported in this configuration\n";
+    EXPECT_EQ(OutputOf([] { OsServices::StackTrace_Print(nullptr), OsServices::StackTrace_Dump(); }), sLine + sLine);
+    HNonPagedMem hMemory = nullptr;
+    EXPECT_TRUE(!g_oOsServices.NonPagedMemory_Alloc(8, &hMemory) && !g_oOsServices.NonPagedMemory_GetPhysicalAddress(hMemory));
+    EXPECT_FALSE(g_oOsServices.Mutex_Acquire(nullptr, 0) || g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT)
+                 || g_oOsServices.SpinLock_Lock(nullptr) || OsServices_StackTrace_GetHandleSize() != 4);
+}
+
 TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)
 {
     HMutex hMutex = nullptr;
@@ -77,8 +87,7 @@ TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)
 #if !defined(__SANITIZE_THREAD__)  // which reports what is done here on purpose
     EXPECT_TRUE(!g_oOsServices.Mutex_Destroy(hMutex) && !fnElsewhere(fnRelease)) << "a held one stays";
 #endif
-    EXPECT_TRUE(fnRelease() && !fnAcquireElsewhere(0));
-    EXPECT_TRUE(fnRelease() && fnAcquireElsewhere(0) && fnAcquireElsewhere(NO_LIMIT));
+    EXPECT_TRUE(fnRelease() && !fnAcquireElsewhere(0) && fnRelease() && fnAcquireElsewhere(0) && fnAcquireElsewhere(NO_LIMIT));
     FailNext("pthread_mutex_timedlock", EINVAL);
     const std::string sText = OutputOf([&] { EXPECT_FALSE(g_oOsServices.Mutex_Acquire(hMutex, 5)); });
     EXPECT_EQ(WithoutNumbers(sText), "pthread_mutex_timedlock" + INVALID_DEADLINE);
@@ -172,6 +181,8 @@ TEST(Diagnostics, ProcessStackIsCutToEveryBuffer)
     for (pid_t iPid = getpid(), iChild = 2; iChild > 1; iChild = std::exchange(iPid, OsServices_GetParentPid(iPid)))
         sWhole += NameOf(iPid) + "\n";
     ExpectCut(sWhole, [](char* pch, KUINT32 uiSize) { EXPECT_EQ(OsServices_GetProcessStack(pch, uiSize), TStatus_OK); });
+    KCHAR8 acLarge[0x8000];
+    EXPECT_TRUE(OsServices_GetProcessStack(acLarge, sizeof(acLarge)) == TStatus_OK && acLarge == sWhole) << "process 1 is last";
     EXPECT_TRUE(OsServices_GetProcessStack(nullptr, 10) == TStatus_INVALID_PARAM && Held() == oBefore);
 }
 }

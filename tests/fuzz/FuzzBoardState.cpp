@@ -7,9 +7,10 @@
 #include <fstream>
 #include <string>
 
+#include "Board.h"
 #include "BoardError.h"
-#include "BoardState.h"
 #include "Fuzz.h"
+#include "PixelFiles.h"
 
 using namespace SoftwareBoard;
 
@@ -18,12 +19,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
     static const struct SFolder
     {
         char acPath[32] = "/tmp/fuzz-board-XXXXXX";
-        SFolder() { Must(mkdtemp(acPath) != nullptr); }
+        SFolder() { Must(mkdtemp(acPath) != nullptr && setenv("TAVRIN_BOARD", acPath, 1) == 0); }
         ~SFolder() { std::filesystem::remove_all(acPath); }
     } s_oMade;
     const std::string strState = std::string(s_oMade.acPath) + "/board.state";
-    const BoardFolder oFolder(s_oMade.acPath);
-    BoardState        oState = (std::filesystem::remove(strState), BoardState::Replace(oFolder, DefaultPlan()));
+    Board             oBoard   = (std::filesystem::remove(strState), Board::Create(DefaultPlan()));
+    BoardState&       oState   = oBoard.m_oState;
     std::fstream      oFile(strState, std::ios::in | std::ios::out | std::ios::binary);
     while (uiSize >= 4)
     {
@@ -37,7 +38,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
     }
 
     const auto fTry = [](auto fBody) { try { fBody(); } catch (const BoardError&) {} };
-    fTry([&] { BoardState::OpenOrMake(oFolder); });
+    fTry([&] { Board::Observe(); });
+    fTry([&] { SweepPixelFiles(oBoard); });
     for (KUINT32 uiDevice = 0; uiDevice <= uiMaxDevices; ++uiDevice)
     {
         fTry([&] {

@@ -1,5 +1,7 @@
 // Command lines, an argument a line: a run gets what stands on the line and a step time in its range, or there is none.
 #include <algorithm>
+#include <deque>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -23,17 +25,11 @@ TStatus DisplayProgressBar(KUINT32, const tagTRECT&, const char* pszImage, const
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
 {
-    std::string sArguments = std::string("tool\n").append(reinterpret_cast<const char*>(puiData), uiSize) + '\n';
-    s_apszArguments.clear();
-    for (std::size_t i = 0, uiBegin = 0; i < sArguments.size(); ++i)
-    {
-        if (sArguments[i] == '\n')
-        {
-            sArguments[i] = '\0';
-            s_apszArguments.push_back(&sArguments[uiBegin]);
-            uiBegin = i + 1;
-        }
-    }
+    std::istringstream      oLines(std::string(reinterpret_cast<const char*>(puiData), uiSize));
+    std::deque<std::string> asArguments = {"tool"};
+    s_apszArguments                     = {asArguments[0].data()};
+    for (std::string sLine; std::getline(oLines, sLine);)
+        s_apszArguments.push_back(asArguments.emplace_back(sLine).data());
     s_apszArguments.push_back(nullptr);
     s_iRuns           = 0;
     const int iStatus = ToolMain(static_cast<int>(s_apszArguments.size()) - 1, s_apszArguments.data());
