@@ -1,6 +1,7 @@
 #include "PngFile.h"
 
 #include <png.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -34,11 +35,14 @@ void WritePng(const SPicture& roPicture, std::FILE* poFile, const std::string& s
 }
 }
 
-// Written beside its place and moved there.
+// Written beside its place and moved there. Devices and links, such as /dev/stdout, stay what they are: written into.
 void WritePngFile(const SPicture& roPicture, const std::string& strPath)
 {
-    const std::string                                     strNew = strPath + "." + std::to_string(getpid()) + ".new";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> poFile(std::fopen(strNew.c_str(), "wbxe"), std::fclose);
+    struct stat       oStat    = {};
+    const bool        bInPlace = lstat(strPath.c_str(), &oStat) == 0 && !S_ISREG(oStat.st_mode);
+    const std::string strNew   = bInPlace ? strPath : strPath + "." + std::to_string(getpid()) + ".new";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> poFile(std::fopen(strNew.c_str(), bInPlace ? "wbe" : "wbxe"),
+                                                                 std::fclose);
     if (poFile == nullptr)
         ThrowSystemError(strNew, "open");
     try
@@ -46,12 +50,13 @@ void WritePngFile(const SPicture& roPicture, const std::string& strPath)
         WritePng(roPicture, poFile.get(), strNew);
         if (std::fflush(poFile.get()) != 0)
             ThrowSystemError(strNew, "write");
-        if (std::rename(strNew.c_str(), strPath.c_str()) != 0)
+        if (!bInPlace && std::rename(strNew.c_str(), strPath.c_str()) != 0)
             ThrowSystemError(strPath, "rename");
     }
     catch (...)
     {
-        unlink(strNew.c_str());
+        if (!bInPlace)
+            unlink(strNew.c_str());
         throw;
     }
 }

@@ -1,4 +1,4 @@
-// A picture as a PNG file: complete, or not there.
+// A picture as a PNG file: complete, or not there. What is there and no plain file is written into.
 #ifndef PNG_FILE_H
 #define PNG_FILE_H
 

@@ -162,13 +162,16 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect("snapshot 0 " + At("screen.png"), 0, "");
     EXPECT_EQ(ReadPng(At("screen.png"), 32, 8)[0], 200) << "what the killed process drew";
 
+    fs::create_symlink("/dev/null", At("null"));
+    Expect("snapshot 0 " + At("null"), 0, "");
+    EXPECT_TRUE(fs::is_symlink(At("null"))) << "a device was replaced by a picture";
     for (const char* pszNoFile : {"none/x.png", "."})
         Expect("snapshot 0 " + At(pszNoFile), 1, At(pszNoFile));
     std::filesystem::resize_file(At("board.pixels-0"), 100);
     Expect("snapshot 0 " + At("cut.png"), 1, "cut short");
     std::filesystem::remove(At("board.pixels-0"));
     Expect("snapshot 0 " + At("gone.png"), 1, "board.pixels-0");
-    EXPECT_EQ(CountFiles(""), 3) << "only the state, the locks and the first picture";
+    EXPECT_EQ(CountFiles(""), 4) << "only the state, the locks, the first picture and the link";
 }
 
 TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
@@ -204,7 +207,7 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
         "\"timing\":{\"h_active\":32,\"v_active\":8,\"v_rate_hz\":60,\"h_rate_khz\":0,\"pixel_clock_khz\":0,\"h_front_porch\":0,"
         "\"h_sync\":0,\"h_back_porch\":0,\"v_front_porch\":0,\"v_sync\":0,\"v_back_porch\":0,\"interlaced\":false,"
         "\"bottom_field_first\":false,\"h_sync_positive\":false,\"v_sync_positive\":false,\"yuv\":false,"
-        "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8}}]}]}\n");
+        "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8},\"display\":null}]}]}\n");
     Expect("status", 0, "held by " + strPid + " (?[2J\"?x)\n    timing: 32 8 60 0 0 0 0 0 0 0 0 no no - - no RGB_FULL 444 8\n");
 }
 
