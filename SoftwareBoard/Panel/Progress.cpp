@@ -51,23 +51,24 @@ KUINT32 ReadProgress(KUINT32 uiDevice)
     return Board::Open().m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
 }
 
-// The ramp's own line on a terminal; nothing elsewhere. However the ramp ends, what follows begins on a line of its own.
+// The ramp's own line on a terminal; nothing elsewhere, nor from the background, where it would draw over what somebody
+// else shows. However the ramp ends, what follows begins on a line of its own.
 class ProgressLine
 {
 public:
     ProgressLine() = default;
     ~ProgressLine()
     {
-        if (m_bTerminal)
+        if (m_bShown && IsInFront())
             std::puts("");
     }
     ProgressLine(const ProgressLine&)            = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    void Show(KUINT32 uiPercent, Seconds oLeft) const
+    void Show(KUINT32 uiPercent, Seconds oLeft)
     {
         winsize oSize = {};
-        if (!m_bTerminal || ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) != 0)
+        if (!m_bTerminal || !IsInFront() || ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) != 0)
             return;
         char      acFigures[64];
         const int iFigures = std::snprintf(acFigures, sizeof(acFigures), "%3u %%  %.0f s left  ", uiPercent, oLeft.count());
@@ -80,10 +81,18 @@ public:
         }
         std::printf("%s%s", iBar > 0 ? "" : "\r", acFigures);
         std::fflush(stdout);
+        m_bShown = true;
     }
 
 private:
+    static bool IsInFront()
+    {
+        const pid_t iInFront = tcgetpgrp(STDOUT_FILENO);
+        return iInFront < 0 || iInFront == getpgrp();
+    }
+
     bool m_bTerminal = isatty(STDOUT_FILENO) == 1;
+    bool m_bShown    = false;
 };
 
 void PlayRamp(const SOptions& roOptions)
@@ -91,7 +100,7 @@ void PlayRamp(const SOptions& roOptions)
     const KUINT32           uiNow  = ReadProgress(roOptions.uiDevice);
     const KUINT32           uiFrom = uiNow < roOptions.uiTo ? uiNow : 0;
     const Signals           oSignals;
-    const ProgressLine      oLine;
+    ProgressLine            oLine;
     const Clock::time_point oStart = Clock::now();
     const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds));
 

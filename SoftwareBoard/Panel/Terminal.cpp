@@ -26,10 +26,16 @@ void SetMode(const termios& roMode)
 }
 }
 
+void Terminal::AwaitForeground()
+{
+    tcdrain(STDOUT_FILENO);
+}
+
 void Terminal::Enter()
 {
     if (m_bEntered)
         return;
+    AwaitForeground();
     m_bKeys = tcgetattr(STDIN_FILENO, &m_oBefore) == 0;
     if (m_bKeys)
     {

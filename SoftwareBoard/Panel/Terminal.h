@@ -27,6 +27,10 @@ public:
     Terminal(const Terminal&)            = delete;
     Terminal& operator=(const Terminal&) = delete;
 
+    // A process in the background is stopped here by the system until it is brought to the front, as any that is to draw on
+    // a terminal that a shell has.
+    static void AwaitForeground();
+
     void Enter();
     void Leave();
 

@@ -207,7 +207,8 @@ void WatchInTerminal(Watcher& roWatcher)
             StopProcess();
             oView.Enter();
             break;
-        case SIGCONT:  // others had the terminal meanwhile
+        case SIGCONT:  // others had the terminal meanwhile, or have it
+            Terminal::AwaitForeground();
             oView.Leave();
             oView.Enter();
             break;
