@@ -75,7 +75,8 @@ try
         CLI::App* const     poCommand   = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
         const Panel::Action fThisAction = roCommand.pfAdd(*poCommand, oPassedOn);
         const bool          bSpare      = ppszMark != ppszEnd && !roCommand.bPassesOn;
-        poCommand->footer(std::string("Example:\n  ") + roCommand.pszExample);
+        const std::string   strNotes    = poCommand->get_footer();
+        poCommand->footer(strNotes + (strNotes.empty() ? "" : "\n\n") + "Example:\n  " + roCommand.pszExample);
         poCommand->callback([&fAction, fThisAction, bSpare] {
             if (bSpare)
                 throw CLI::ParseError("nothing is to follow \"--\" here", CLI::ExitCodes::ExtrasError);

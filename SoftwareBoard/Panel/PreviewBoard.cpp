@@ -16,9 +16,11 @@ namespace
 {
 std::string MakeFolder()
 {
-    std::string strFolder = (std::filesystem::temp_directory_path() / "tavrin-preview-XXXXXX").string();
+    const char* const pszTemporary = std::getenv("TMPDIR");
+    std::string       strFolder    = pszTemporary != nullptr && *pszTemporary != '\0' ? pszTemporary : "/tmp";
+    strFolder += "/tavrin-preview-XXXXXX";
     if (mkdtemp(strFolder.data()) == nullptr)
-        ThrowSystemError(strFolder, "mkdtemp");
+        ThrowSystemError(strFolder, "mkdtemp (TMPDIR is to name a folder that can be written to)");
     return strFolder;
 }
 }
