@@ -162,13 +162,16 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect("snapshot 0 " + At("screen.png"), 0, "");
     EXPECT_EQ(ReadPng(At("screen.png"), 32, 8)[0], 200) << "what the killed process drew";
 
+    fs::create_symlink("/dev/null", At("null"));
+    Expect("snapshot 0 " + At("null"), 0, "");
+    EXPECT_TRUE(fs::is_symlink(At("null"))) << "a device was replaced by a picture";
     for (const char* pszNoFile : {"none/x.png", "."})
         Expect("snapshot 0 " + At(pszNoFile), 1, At(pszNoFile));
     std::filesystem::resize_file(At("board.pixels-0"), 100);
     Expect("snapshot 0 " + At("cut.png"), 1, "cut short");
     std::filesystem::remove(At("board.pixels-0"));
     Expect("snapshot 0 " + At("gone.png"), 1, "board.pixels-0");
-    EXPECT_EQ(CountFiles(""), 3) << "only the state, the locks and the first picture";
+    EXPECT_EQ(CountFiles(""), 4) << "only the state, the locks, the first picture and the link";
 }
 
 TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
