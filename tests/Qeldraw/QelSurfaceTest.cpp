@@ -138,6 +138,18 @@ void CheckFill(std::mt19937& roRandom)
     ASSERT_EQ(oMemory, oWant) << iLeft << ' ' << iTop << ' ' << iRight << ' ' << iBottom << ' ' << uiPitch;
 }
 
+// A picture as large as only a machine's caches are is not needed for the stores past them.
+template <typename Word> void CheckFillPastCaches([[maybe_unused]] std::mt19937& roRandom)
+{
+#ifdef __x86_64__
+    std::vector<Word> oMemory(200), oWant = oMemory;
+    const auto [uiFirst, uiEnd] = std::minmax({roRandom() % 200, roRandom() % 200});
+    QelFillPastCaches(&oMemory[uiFirst], &oMemory[uiEnd], static_cast<Word>(INK));
+    std::fill(&oWant[uiFirst], &oWant[uiEnd], static_cast<Word>(INK));
+    ASSERT_EQ(oMemory, oWant) << uiFirst << ' ' << uiEnd;
+#endif
+}
+
 TEST(QelSurface, FillsLeaveExactlyTheirPixels)
 {
     std::mt19937 oRandom(3);
@@ -145,6 +157,8 @@ TEST(QelSurface, FillsLeaveExactlyTheirPixels)
     {
         CheckFill<Colour, KUINT32>(oRandom);
         CheckFill<QelColor<TPixelFormat_B5G6R5, KUINT16>, KUINT16>(oRandom);
+        CheckFillPastCaches<KUINT32>(oRandom);
+        CheckFillPastCaches<KUINT16>(oRandom);
     }
 }
 

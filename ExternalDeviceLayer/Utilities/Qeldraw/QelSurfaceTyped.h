@@ -3,6 +3,7 @@
 #define QEL_SURFACE_TYPED_H
 
 #include <algorithm>
+#include <limits>
 #include <type_traits>
 #include <utility>
 
@@ -244,30 +245,25 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
 
     auto* const   pPixels = reinterpret_cast<PixelType*>(GetSurfaceData(0));
     const KUINT32 uiPitch = GetPitchPixels(0);
-    if (pPixels == nullptr || uiColumns == 0)
+    if (pPixels == nullptr || uiColumns == 0 || uiRows == 0)
     {
         return;
     }
 
-    const bool bPastCaches = KUINT64{uiColumns} * uiRows >= QEL_FILL_PAST_CACHES_IN_BYTES / sizeof(PixelType);
-    KUINT32    uiIndex     = uiTop * uiPitch + uiLeft;
-    for (; uiRows != 0; --uiRows, uiIndex += uiPitch)
+    KUINT32       uiIndex = uiTop * uiPitch + uiLeft;
+    const KUINT64 uiLast  = uiIndex + KUINT64{uiRows - 1} * uiPitch + (uiColumns - 1);
+    if (uiLast <= std::numeric_limits<KUINT32>::max())
     {
-        if (uiColumns - 1 <= ~uiIndex)
-        {
-            if (bPastCaches)
-                QelFillPastCaches(pPixels + uiIndex, uiColumns, uiValue);
-            else
-                QelFill(pPixels + uiIndex, uiColumns, uiValue);
-            continue;
-        }
-        for (KUINT32 i = 0; i < uiColumns; ++i)  // the index wraps on the way
+        QelFillRows(pPixels + uiIndex, uiPitch, uiColumns, uiRows, uiValue);
+        return;
+    }
+    for (; uiRows != 0; --uiRows, uiIndex += uiPitch)  // the index wraps on the way
+    {
+        for (KUINT32 i = 0; i < uiColumns; ++i)
         {
             pPixels[uiIndex + i] = uiValue;
         }
     }
-    if (bPastCaches)
-        QelFillIsDone();
 }
 
 #endif
