@@ -52,7 +52,7 @@ SRows g_oRows;
 // A component of an R8G8B8A8 word: 0 red, 1 green, 2 blue, 3 alpha.
 constexpr KUINT16 Component(KUINT32 uiRgba, KUINT32 uiIndex)
 {
-    return static_cast<KUINT16>((uiRgba >> (8 * uiIndex)) & 0xFF);
+    return static_cast<KUINT8>(uiRgba >> (8 * uiIndex));
 }
 
 constexpr KUINT32 Rgba(KUINT32 uiAlpha, KUINT32 uiRed, KUINT32 uiGreen, KUINT32 uiBlue)

@@ -33,11 +33,12 @@ struct Area
     void Draw(QelSurface& ro) const { ro.Rectangle(iLeft, iTop, iRight, iBottom); }
 };
 
-void MemsetRows(Area oArea)
+// A byte other than 0 for a colour: there are processors that write zeros faster.
+void MemsetRows(Area oArea, int iByte)
 {
     for (KINT32 y = oArea.iTop; y < oArea.iBottom; ++y)
     {
-        std::memset(&g_oPixels[KUINT32(y) * PITCH + KUINT32(oArea.iLeft)], 0, 4 * size_t(oArea.iRight - oArea.iLeft));
+        std::memset(&g_oPixels[KUINT32(y) * PITCH + KUINT32(oArea.iLeft)], iByte, 4 * size_t(oArea.iRight - oArea.iLeft));
     }
 }
 
@@ -129,9 +130,10 @@ int main(int iArguments, char** ppszArguments)
         const std::string sColour = uiBlue == 0 ? ", black" : ", a colour";
         const auto        Clr     = [&] { roSurface.Clr(); };
         const auto        Large   = [&] { oLarge.Draw(roSurface); };
-        oTable.Compare("Clr 3840x2160" + sColour, "memset", SpeedAtLeast(0.95), Clr, [&] { MemsetRows(oAll); });
+        oTable.Compare("Clr 3840x2160" + sColour, "memset", SpeedAtLeast(0.95), Clr, [&] { MemsetRows(oAll, uiBlue); });
         oTable.Compare("Clr 3840x2160" + sColour, "pixman_fill", SpeedAtLeast(1), Clr, [&] { PixmanFill(oAll, uiValue); });
-        oTable.Compare("Rectangle 3638x2058" + sColour, "memset", SpeedAtLeast(0.95), Large, [&] { MemsetRows(oLarge); });
+        oTable.Compare("Rectangle 3638x2058" + sColour, "memset", SpeedAtLeast(0.95), Large,
+                       [&] { MemsetRows(oLarge, uiBlue); });
         oTable.Compare("Rectangle 3638x2058" + sColour, "pixman_fill", SpeedAtLeast(1), Large,
                        [&] { PixmanFill(oLarge, uiValue); });
         oTable.Compare(
