@@ -1,5 +1,6 @@
 #include <sys/ioctl.h>
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -51,6 +52,17 @@ KUINT32 ReadProgress(KUINT32 uiDevice)
     return Board::Open().m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
 }
 
+// Where somebody else has written more meanwhile, another ramp perhaps, that stays. Returns what the register shows.
+KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
+{
+    Board                         oBoard = Board::Open();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32                 uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    if (uiNow < uiPercent)
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+    return std::max(uiNow, uiPercent);
+}
+
 // The ramp's own line on a terminal; nothing elsewhere, nor from the background, where it would draw over what somebody
 // else shows. However the ramp ends, what follows begins on a line of its own.
 class ProgressLine
@@ -98,23 +110,26 @@ private:
 void PlayRamp(const SOptions& roOptions)
 {
     const KUINT32           uiNow  = ReadProgress(roOptions.uiDevice);
-    const KUINT32           uiFrom = uiNow < roOptions.uiTo ? uiNow : 0;
+    const bool              bAnew  = uiNow >= roOptions.uiTo;
+    const KUINT32           uiFrom = bAnew ? 0 : uiNow;
     const Signals           oSignals;
     ProgressLine            oLine;
     const Clock::time_point oStart = Clock::now();
     const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds));
 
+    if (bAnew)
+        WriteProgress(roOptions.uiDevice, 0);
     for (KUINT32 uiPercent = uiFrom;; ++uiPercent)
     {
-        WriteProgress(roOptions.uiDevice, uiPercent);
-        const bool   bLast = uiPercent >= roOptions.uiTo;
-        const double fTime =
+        const KUINT32 uiShown = RaiseProgress(roOptions.uiDevice, uiPercent);
+        const bool    bLast   = uiPercent >= roOptions.uiTo;
+        const double  fTime =
             bLast ? 1 : RampTimeOf((uiPercent + 1.0 - uiFrom) / (roOptions.uiTo - uiFrom), roOptions.bLinear);
         const auto oDue = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds * fTime));
         while (true)
         {
             const Clock::time_point oNow = Clock::now();
-            oLine.Show(uiPercent, oEnd - oNow > Seconds(0) ? oEnd - oNow : Seconds(0));
+            oLine.Show(uiShown, oEnd - oNow > Seconds(0) ? oEnd - oNow : Seconds(0));
             if (oNow >= oDue)
                 break;
             constexpr std::chrono::milliseconds oLineEvery(200);

@@ -220,6 +220,9 @@ TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
             EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF00 + uiFrom), TStatus_OK);
             const Clock::time_point oStart = Clock::now();
             Live                    oRamp("progress --ramp 0.5" + std::string(strHow));
+            std::optional<Live>     ooSecond;
+            if (uiFrom < uiTo)
+                ooSecond.emplace("progress --ramp 0.7 --to 61");
             KUINT32                 uiLast = uiFrom % 100, uiValue = 0, uiSeen = 0;
             while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue == 0xABCDEF64)
                 usleep(500);  // what is reached already starts anew
