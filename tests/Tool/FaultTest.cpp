@@ -162,8 +162,10 @@ TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
                 const auto fFails = [&](std::size_t ui) { return ui == uiFailing || (bFromThenOn && ui > uiFailing); };
                 bFailed            = false;
                 m_roBoard.eFailure = eFailure;
-                m_roBoard.fOnCall  = [&](const std::string& s) { s == "TBoard_RegRead 7932" && ++iReads == LAST_READ ? raise(SIGTERM) : 0; };
-                m_roBoard.fFails   = [&](const std::string&) { return fFails(m_roBoard.asCalls.size() - 1) && (bFailed = true); };
+                m_roBoard.fFails   = [&](const std::string& s) {
+                    s == "TBoard_RegRead 7932" && ++iReads == LAST_READ ? raise(SIGTERM) : 0;
+                    return fFails(m_roBoard.asCalls.size() - 1) && (bFailed = true);
+                };
 
                 const SOutcome oPromised = Promised(fFails, eFailure);
                 EXPECT_EQ(Run(), oPromised.eStatus);
