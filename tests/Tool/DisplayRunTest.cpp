@@ -1,7 +1,6 @@
 // What a display run does and shows when nothing fails.
 #include <chrono>
 #include <csignal>
-#include <unistd.h>
 
 #include "DisplayWorld.h"
 
@@ -39,14 +38,18 @@ TEST_F(DisplayRun, BadRectanglesAndIndexTouchNoBoard)
 // The loop is skipped when the signal comes before it. At any other moment: scripts/torture, on the board in software.
 TEST_F(DisplayRun, StopSignalBeforeTheLoopSkipsIt)
 {
-    m_roBoard.fFails = [](const std::string& s) { return s == "TVideoOut_GetCount" && raise(SIGTERM) != 0; };
-    m_bAnimation     = TRUE;  // without frames to look for: nothing is said of them
-    EXPECT_EQ(Run(), TStatus_OK);
-    EXPECT_EQ(m_sOutput, "Received signal: 15\n");
     Calls asForward = FORWARD;
     asForward.erase(asForward.end() - 2);
-    EXPECT_EQ(m_roBoard.asCalls, Joined({asForward, UNDO_OUTPUTS}));
-
+    m_bProgressBar = FALSE;
+    m_pszFrames    = "/nonexistent";  // not looked for without an animation
+    for (const int iSignal : {SIGTERM, SIGINT})
+    {
+        m_roBoard.fFails = [=](const std::string& s) { return s == "TVideoOut_GetCount" && raise(iSignal) != 0; };
+        EXPECT_EQ(Run(), TStatus_OK);
+        EXPECT_EQ(m_sOutput, "Received signal: " + std::to_string(iSignal) + "\n");
+        EXPECT_EQ(m_roBoard.asCalls, Joined({asForward, UNDO_OUTPUTS}));
+        EXPECT_EQ(PixelAt(20, 40) | PixelAt(60, 50) | PixelAt(10, 5), 0u) << "neither bar nor animation, and not black";
+    }
     struct sigaction oInstalled;
     sigaction(SIGTERM, nullptr, &oInstalled);
     EXPECT_EQ(oInstalled.sa_flags & (SA_SIGINFO | SA_RESTART | SA_NODEFER), SA_SIGINFO);
@@ -60,10 +63,12 @@ TEST_F(DisplayRun, LoopHasOneMoreWaitAfterCompletionAndIgnoresTheUpperBits)
     int               iReads = 0;
 
     m_uiStepMs          = 50;
+    m_bAnimation        = TRUE;  // without frames to look for
     m_roBoard.fFails    = [&](const std::string& s) { return (s == "TBoard_RegRead 7932" ? oLastRead : oEnded) = Clock::now(), false; };
     m_roBoard.fProgress = [&iReads] { return ++iReads < 3 ? 0xABCDEF00u + 99 : 0xFF000064u; };
     EXPECT_EQ(Run(), TStatus_OK);
     EXPECT_EQ(iReads, 3);
+    EXPECT_EQ(m_sOutput, "");
     EXPECT_EQ(PixelAt(59, 45), 0x00FFFFFFu);
     EXPECT_GE(oEnded - oLastRead, std::chrono::milliseconds(m_uiStepMs)) << "the full bar was not left on screen";
 }
@@ -108,22 +113,11 @@ TEST_F(DisplayRun, PicturesAreShownInTheirOrder)
         EXPECT_EQ(PixelAt(x, y), uiPixel) << x << ' ' << y;
 }
 
-TEST_F(DisplayRun, WithoutBarAndAnimationThePictureStaysBlack)
+TEST_F(DisplayRun, LibraryWithoutPlanesAndOutputsIsSurvived)
 {
-    m_bProgressBar      = FALSE;
-    m_pszFrames         = "/nonexistent";
-    m_roBoard.uiOutputs = 0;
-    m_roBoard.fFails    = [](const std::string& s) { return s == "TBoard_RegWrite 6908 1" && raise(SIGINT) != 0; };
-    EXPECT_EQ(Run(), TStatus_OK);
-    EXPECT_EQ(m_sOutput, "Received signal: 2\n");
-    EXPECT_EQ(PixelAt(20, 40) | PixelAt(60, 50) | PixelAt(10, 5), 0u);
-}
-
-TEST_F(DisplayRun, LibraryWithoutPlanesIsSurvived)
-{
-    m_roBoard.uiPlanes = 0;
-    m_bAnimation       = TRUE;
-    m_pszFrames        = "/nonexistent";
+    m_roBoard.uiPlanes = m_roBoard.uiOutputs = 0;
+    m_bAnimation = TRUE;
+    m_pszFrames  = "/nonexistent";
     EXPECT_EQ(Run(), TStatus_OK);
     EXPECT_EQ(PixelAt(20, 40), 0xDEADBEEFu);
 }

@@ -2,6 +2,7 @@
 // libTavrin.so.1, so the test scripts it and reads it through the one world in it.
 #pragma once
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,16 +17,15 @@ struct SFakeTavrin
 
     bool bRecordsReads = true;  // else a register read is quick, and not in asCalls
 
-    KUINT32 uiDevices    = 1;
     KUINT32 uiOutputs    = 2;
     KUINT32 uiPlanes     = 1;
     KUINT32 uiPitchExtra = 16;  // pixels beyond the width
-    std::function<KUINT32()> fProgress = [] { return KUINT32{100}; };
 
-    std::vector<KUINT32> auiPixels;  // the buffer's rows, after its last access
-    const KUINT32*       puiMapped = nullptr;  // and while it is accessed
-    KUINT32              uiWidth  = 0;
-    KUINT32              uiHeight = 0;
+    std::function<KUINT32()>   fProgress = [] { return KUINT32{100}; };
+    std::vector<KUINT32>       auiPixels;  // the buffer's rows, after its last access
+    std::unique_ptr<KUINT32[]> puiMapped;  // and while it is accessed: another address for every period
+    KUINT32                    uiWidth  = 0;
+    KUINT32                    uiHeight = 0;
 };
 
 extern "C" SFakeTavrin* FakeTavrin_World();

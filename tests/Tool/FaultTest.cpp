@@ -3,20 +3,16 @@
 #include <csignal>
 #include <map>
 #include <png.h>
-#include <unistd.h>
 
 #include "DisplayWorld.h"
 #include "OsServices.h"
 
 OsServices g_oOsServices(nullptr);
 
-namespace
-{
-std::atomic<int>                             s_iAllocations{0};
-std::function<bool(const std::string& sName)> s_fServiceFails;            // of a call of the system while a run is under way
-KUINT64                                      s_uiFakeNs = 0;              // the clock, when it is not 0
-std::function<void(KUINT64 uiDeadlineNs)>    s_fOnWait;                   // on the fake clock
-}
+static std::atomic<int>                              s_iAllocations{0};
+static std::function<bool(const std::string& sName)> s_fServiceFails;  // of a call of the system while a run is under way
+static KUINT64                                       s_uiFakeNs = 0;   // the clock, when it is not 0
+static std::function<void(KUINT64 uiDeadlineNs)>     s_fOnWait;        // on the fake clock
 
 // The linker leads the calls of the program's own objects through here, those of a sanitizer that is not ready yet as well.
 #define EARLY [[gnu::no_sanitize("address", "undefined", "thread")]]
