@@ -5,7 +5,6 @@
 #include <sys/prctl.h>
 
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 
 #include "BoardWorld.h"
@@ -69,8 +68,7 @@ struct Live
 
 std::vector<KUINT8> ReadPng(const std::string& strPath, KUINT32 uiWidth, KUINT32 uiHeight)
 {
-    png_image oImage = {};
-    oImage.version   = PNG_IMAGE_VERSION;
+    png_image oImage = {.version = PNG_IMAGE_VERSION};
     png_image_begin_read_from_file(&oImage, strPath.c_str());
     EXPECT_EQ(std::pair(oImage.width, oImage.height), std::pair(uiWidth, uiHeight)) << strPath;
     oImage.format = PNG_FORMAT_RGBA;
