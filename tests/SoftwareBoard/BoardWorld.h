@@ -126,6 +126,7 @@ protected:
         EXPECT_EQ(oClient.Enable(0), TStatus_OK);
         Process::Pause();
     }
+    struct Holder : Process { Holder() : Process(HoldOutput) { Await(); } };
     long CountFiles(const std::string& strPrefix) const
     {
         const auto fCounts = [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); };

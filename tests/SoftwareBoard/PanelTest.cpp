@@ -152,8 +152,7 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
 TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
 {
     Expect("snapshot 0 " + At("off.png"), 1, "output 0 is off");
-    Process oHolder(HoldOutput);
-    oHolder.Await();
+    Holder oHolder;
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
     oHolder.Kill();
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by nobody\n    timing: 32 8 60");
@@ -176,8 +175,7 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 {
     std::ofstream(At("notes")) << "mine";
     std::filesystem::create_directory(At("board.pixels-7"));
-    Process oUser(HoldOutput);
-    oUser.Await();
+    Holder oUser;
     Expect("create --devices 3", 1, "in use");
     oUser.Kill();
     Expect("create --devices 3", 0, "devices 3");
@@ -244,8 +242,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     Live oWatch("watch");
     oWatch.Await("outputs 2\nprogress 0 %\nprogress bar not running\noutput 0: off\noutput 1: off\n");
     {
-        Process oHolder(HoldOutput);
-        oHolder.Await();
+        Holder oHolder;
         oWatch.Await("output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
     }
     oWatch.Await("output 0: 32x8, 60 Hz, held by nobody\n");
@@ -266,8 +263,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
 
 TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
 {
-    Process oHolder(HoldOutput);
-    oHolder.Await();
+    Holder oHolder;
     for (const auto& [iSignal, iStatus, oSize] : {std::tuple{SIGINT, 0, winsize{24, 80, 0, 0}}, {SIGTERM, 0, {5, 20, 0, 0}},
                                                   {SIGHUP, SIGHUP, {1, 1, 0, 0}}, {0, 0, {60, 200, 1000, 600}}})
     {
