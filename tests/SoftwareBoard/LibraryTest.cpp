@@ -4,8 +4,6 @@
 
 #include "BoardWorld.h"
 
-namespace
-{
 using LibraryTest = BoardWorld;
 
 TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
@@ -35,7 +33,7 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
 }
 
 // What another process is answered about output 0; output 1 is free in any case.
-void ExpectForAnother(TStatus eExpected, const char* pszWhen)
+static void ExpectForAnother(TStatus eExpected, const char* pszWhen)
 {
     Process([&] {
         TestClient oClient;
@@ -180,5 +178,4 @@ TEST_F(LibraryTest, ThreadsShareTheLibrary)
         std::for_each(oThreads.begin(), oThreads.end(), [](std::thread& roThread) { roThread.join(); });
     });
     EXPECT_EQ(CountFiles("board.pixels-"), 2) << "what the outputs show";
-}
 }
