@@ -23,7 +23,6 @@ using Bytes = std::vector<KUINT8>;
 class Picture : public testing::Test
 {
 protected:
-    Picture() { m_sFolder = mkdtemp(m_acTemplate); }
     ~Picture() override { std::filesystem::remove_all(m_sFolder); }
 
     std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
@@ -64,7 +63,7 @@ protected:
     }
 
     char        m_acTemplate[32] = "/tmp/picture-test-XXXXXX";
-    std::string m_sFolder;
+    std::string m_sFolder        = mkdtemp(m_acTemplate);
     std::string m_sOutput;
 };
 
@@ -260,14 +259,12 @@ struct SPlane
 
 TEST(ProgressBar, FillsInProportionAndStaysInside)
 {
-    constexpr KUINT32 WHITE  = 0x00FFFFFF;
-    const TRECT       oRect  = {3, 2, 102, 12};  // 99 wide
-    const KUINT32     PCTS[] = {0, 1, 2, 50, 50, 100, 40, 101, 255, 99, 0};
-
-    SPlane           oPlane;
-    SProgressBarData oData = {};
+    constexpr KUINT32 WHITE = 0x00FFFFFF;
+    const TRECT       oRect = {3, 2, 102, 12};  // 99 wide
+    SPlane            oPlane;
+    SProgressBarData  oData = {};
     InitProgressDrawing(oRect, &oPlane.oSurface);
-    for (const KUINT32 uiPct : PCTS)
+    for (const KUINT32 uiPct : {0u, 1u, 2u, 50u, 50u, 100u, 40u, 101u, 255u, 99u, 0u})
     {
         ProgressDrawingUpdate(oRect, uiPct, oData, &oPlane.oSurface);
         EXPECT_EQ(oData.uiPrevProgressPct, uiPct);
@@ -314,12 +311,10 @@ TEST(RectangleAnimation, ShowsTheBlockOfEveryStep)
 TEST(Rectangle, IsValidOnlyStrictlyInside)
 {
     const TVideo_VidParam oVidParam = {.uiHActive = 1024, .uiVActive = 768};
-    const TRECT           INSIDE[]  = {{0, 0, 1023, 767}, {1022, 766, 1023, 767}};
-    const TRECT           OUTSIDE[] = {{0, 0, 1024, 767}, {0, 0, 1023, 768}, {-1, 0, 5, 5}, {0, -1, 5, 5}, {5, 0, 5, 5},
-                                       {0, 5, 5, 5},      {6, 0, 5, 5},      {0, 6, 5, 5},  {-9, -9, -5, -5}};
-    for (const TRECT& ro : INSIDE)
+    for (const TRECT& ro : {TRECT{0, 0, 1023, 767}, {1022, 766, 1023, 767}})
         EXPECT_TRUE(IsRectangleValidInsideVidParam(ro, oVidParam));
-    for (const TRECT& ro : OUTSIDE)
+    for (const TRECT& ro : {TRECT{0, 0, 1024, 767}, {0, 0, 1023, 768}, {-1, 0, 5, 5}, {0, -1, 5, 5}, {5, 0, 5, 5},
+                            {0, 5, 5, 5}, {6, 0, 5, 5}, {0, 6, 5, 5}, {-9, -9, -5, -5}})
         EXPECT_FALSE(IsRectangleValidInsideVidParam(ro, oVidParam)) << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom;
     EXPECT_FALSE(IsRectangleValidInsideVidParam({0, 0, 5, 5}, {.uiHActive = 0x80000000u, .uiVActive = 9}));
 }
