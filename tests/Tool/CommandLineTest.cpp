@@ -11,16 +11,13 @@
 
 int ToolMain(int argc, char** argv);
 
-namespace
-{
 constexpr TStatus RUN_STATUS = TStatus_RESOURCES_BUSY;
 
-std::string s_sRun;  // the arguments of the run, when there was one
+static std::string s_sRun;  // the arguments of the run, when there was one
 
-std::ostream& operator<<(std::ostream& roText, const tagTRECT& ro)
+static std::ostream& operator<<(std::ostream& roText, const tagTRECT& ro)
 {
     return roText << '{' << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom << '}';
-}
 }
 
 TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect, const char* pszImageFileName,

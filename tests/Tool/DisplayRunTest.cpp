@@ -4,8 +4,6 @@
 
 #include "DisplayWorld.h"
 
-namespace
-{
 using DisplayRun = DisplayWorld;
 
 TEST_F(DisplayRun, OutputWithoutAHandleIsLeftOutInSilence)
@@ -120,5 +118,4 @@ TEST_F(DisplayRun, LibraryWithoutPlanesAndOutputsIsSurvived)
     m_pszFrames  = "/nonexistent";
     EXPECT_EQ(Run(), TStatus_OK);
     EXPECT_EQ(PixelAt(20, 40), 0xDEADBEEFu);
-}
 }
