@@ -1,8 +1,6 @@
 // A world for one test: a folder of its own for the board, and processes that are its clients. The test itself never opens the
 // library, so each client begins with a fresh one.
-#ifndef BOARD_WORLD_H
-#define BOARD_WORLD_H
-
+#pragma once
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -53,10 +51,7 @@ struct TestClient
     TStatus Show(TVideoOut_Handle hVideoOut, KUINT32 uiHActive = 32, KUINT32 uiVActive = 8, KUINT32 uiSignal = 0,
                  KUINT32 uiPower = TVideoOut_PowerState_ON)
     {
-        tagTVideo_VidParam oVidParam = {};
-        oVidParam.uiHActive          = uiHActive;
-        oVidParam.uiVActive          = uiVActive;
-        oVidParam.uiVRate_Hz         = 60;
+        const tagTVideo_VidParam oVidParam = {.uiHActive = uiHActive, .uiVActive = uiVActive, .uiVRate_Hz = 60};
         return TVideoOut_Enable(hVideoOut, TVideo_SignalType{uiSignal}, &oVidParam, hBuffer, TVideoOut_PowerState{uiPower});
     }
     TStatus Enable(KUINT32 uiOutput) { return Show(Output(uiOutput)); }
@@ -131,15 +126,13 @@ protected:
         EXPECT_EQ(oClient.Enable(0), TStatus_OK);
         Process::Pause();
     }
+    struct Holder : Process { Holder() : Process(HoldOutput) { Await(); } };
     long CountFiles(const std::string& strPrefix) const
     {
-        const std::filesystem::directory_iterator oFiles(m_oFolder);
-        return std::count_if(begin(oFiles), end(oFiles),
-                             [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); });
+        const auto fCounts = [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); };
+        return std::count_if(std::filesystem::directory_iterator(m_oFolder), {}, fCounts);
     }
 
     char                        m_szFolder[24] = "/tmp/board-test-XXXXXX";
     const std::filesystem::path m_oFolder      = mkdtemp(m_szFolder);
 };
-
-#endif

@@ -4,8 +4,6 @@
 
 #include "BoardWorld.h"
 
-namespace
-{
 using BufferTest = BoardWorld;
 
 TEST_F(BufferTest, RowsArePadded)
@@ -77,5 +75,4 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 1024, 1024, &ro.hBuffer), TStatus_FAIL);
         fExpect(1, "one that has no room leaves nothing");
     });
-}
 }

@@ -41,8 +41,7 @@ struct Veteran : TestClient
     // First what needs no more than the registers, then what needs the record of the device, last what needs all of them.
     std::vector<TStatus> CallAll()
     {
-        tagTBoard_FpgaInfo oFpga = {};
-        oFpga.uiSize             = sizeof(oFpga);
+        tagTBoard_FpgaInfo oFpga = {.uiSize = sizeof(oFpga)};
         return {TBoard_RegWrite(hDev, 7932, 1), TBoard_RegRead(hDev, 7932, &ui), Show(hVideoOut), TVideoOut_Disable(hVideoOut),
                 TBoard_GetFpgaCount(hDev, &ui), TBoard_GetFpgaInfo(hDev, 0, &oFpga), TVideoOut_GetCount(hDev, &ui),
                 TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, &hNew),

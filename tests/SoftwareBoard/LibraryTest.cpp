@@ -4,8 +4,6 @@
 
 #include "BoardWorld.h"
 
-namespace
-{
 using LibraryTest = BoardWorld;
 
 TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
@@ -27,8 +25,7 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
             EXPECT_EQ(ro.TBoard_RegRead(ro.hDev, uiRegister, &uiValue), TStatus_OK);
             EXPECT_EQ(uiValue, uiRegister == 16375 ? 0 : ~uiRegister) << "written to a board that was lost";
         }
-        tagTBoard_FpgaInfo o = {};
-        o.uiSize             = sizeof(o);
+        tagTBoard_FpgaInfo o = {.uiSize = sizeof(o)};
         EXPECT_EQ(ro.TBoard_GetFpgaInfo(ro.hDev, 0, &o), TStatus_OK);
         EXPECT_EQ(std::tuple(o.uiSize, o.uiI2cAddress, o.ui16VendorID, o.ui16DevID), std::tuple(84u, 0xd0u, 0xc3e7, 3));
     });
@@ -36,7 +33,7 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
 }
 
 // What another process is answered about output 0; output 1 is free in any case.
-void ExpectForAnother(TStatus eExpected, const char* pszWhen)
+static void ExpectForAnother(TStatus eExpected, const char* pszWhen)
 {
     Process([&] {
         TestClient oClient;
@@ -115,9 +112,7 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
         KUINTPTR               uiPlane = 77;
         KUINT32                ui      = 77;
         tagTBuffer_PlaneInfo   oInfo   = {};
-        tagTBoard_FpgaInfo     oFpga = {}, oLarger = {};
-        oFpga.uiSize   = sizeof(oFpga);
-        oLarger.uiSize = sizeof(oLarger) + 1;
+        tagTBoard_FpgaInfo     oFpga = {.uiSize = sizeof(oFpga)}, oLarger = {.uiSize = sizeof(oFpga) + 1};
         EXPECT_EQ(o.TBuffer_CreateVideo(hDev, TPixelFormat_B5G6R5, 8, 8, &h565), TStatus_OK);
         EXPECT_EQ(o.TBuffer_Destroy(hDead), TStatus_OK);
         EXPECT_EQ(o.TVideoOut_ReleaseHandle(hDeadOut), TStatus_OK);
@@ -183,5 +178,4 @@ TEST_F(LibraryTest, ThreadsShareTheLibrary)
         std::for_each(oThreads.begin(), oThreads.end(), [](std::thread& roThread) { roThread.join(); });
     });
     EXPECT_EQ(CountFiles("board.pixels-"), 2) << "what the outputs show";
-}
 }

@@ -5,7 +5,6 @@
 #include <sys/prctl.h>
 
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 
 #include "BoardWorld.h"
@@ -69,8 +68,7 @@ struct Live
 
 std::vector<KUINT8> ReadPng(const std::string& strPath, KUINT32 uiWidth, KUINT32 uiHeight)
 {
-    png_image oImage = {};
-    oImage.version   = PNG_IMAGE_VERSION;
+    png_image oImage = {.version = PNG_IMAGE_VERSION};
     png_image_begin_read_from_file(&oImage, strPath.c_str());
     EXPECT_EQ(std::pair(oImage.width, oImage.height), std::pair(uiWidth, uiHeight)) << strPath;
     oImage.format = PNG_FORMAT_RGBA;
@@ -154,8 +152,7 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
 TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
 {
     Expect("snapshot 0 " + At("off.png"), 1, "output 0 is off");
-    Process oHolder(HoldOutput);
-    oHolder.Await();
+    Holder oHolder;
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
     oHolder.Kill();
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by nobody\n    timing: 32 8 60");
@@ -178,8 +175,7 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 {
     std::ofstream(At("notes")) << "mine";
     std::filesystem::create_directory(At("board.pixels-7"));
-    Process oUser(HoldOutput);
-    oUser.Await();
+    Holder oUser;
     Expect("create --devices 3", 1, "in use");
     oUser.Kill();
     Expect("create --devices 3", 0, "devices 3");
@@ -249,8 +245,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     Live oWatch("watch");
     oWatch.Await("outputs 2\nprogress 0 %\nprogress bar not running\noutput 0: off\noutput 1: off\n");
     {
-        Process oHolder(HoldOutput);
-        oHolder.Await();
+        Holder oHolder;
         oWatch.Await("output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
     }
     oWatch.Await("output 0: 32x8, 60 Hz, held by nobody\n");
@@ -271,8 +266,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
 
 TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
 {
-    Process oHolder(HoldOutput);
-    oHolder.Await();
+    Holder oHolder;
     for (const auto& [iSignal, iStatus, oSize] : {std::tuple{SIGINT, 0, winsize{24, 80, 0, 0}}, {SIGTERM, 0, {5, 20, 0, 0}},
                                                   {SIGHUP, SIGHUP, {1, 1, 0, 0}}, {0, 0, {60, 200, 1000, 600}}})
     {

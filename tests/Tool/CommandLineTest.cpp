@@ -1,8 +1,8 @@
 // The command line, with a display run that records what it was given in place of the real one.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <optional>
+#include <bit>
+#include <deque>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -11,37 +11,24 @@
 
 int ToolMain(int argc, char** argv);
 
-namespace
-{
 constexpr TStatus RUN_STATUS = TStatus_RESOURCES_BUSY;
 
-std::optional<std::string> s_sRun;  // the arguments of the run, when there was one
+static std::string s_sRun;  // the arguments of the run, when there was one
 
-const char* TextOrNull(const char* psz)
+static std::ostream& operator<<(std::ostream& roText, const tagTRECT& ro)
 {
-    return psz != nullptr ? psz : "(null)";
-}
-
-std::string RectangleText(const tagTRECT& ro)
-{
-    std::ostringstream oText;
-    oText << '{' << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom << '}';
-    return oText.str();
-}
+    return roText << '{' << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom << '}';
 }
 
 TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect, const char* pszImageFileName,
                            const char* pszAnimBaseFileName, KUINT32 uiAnimStepLoopTimeMs, const tagTRECT& roAnimRect,
                            KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation, tagTVideo_VidParam& oVidParam)
 {
-    KUINT32 auiWords[14];
-    std::memcpy(auiWords, &oVidParam, sizeof(auiWords));
-
     std::ostringstream oRun;
-    oRun << uiDevIndex << ' ' << RectangleText(roProgressBarRect) << ' ' << TextOrNull(pszImageFileName) << ' '
-         << TextOrNull(pszAnimBaseFileName) << ' ' << uiAnimStepLoopTimeMs << ' ' << RectangleText(roAnimRect) << ' '
-         << uiEnableTime << ' ' << bProgressBar << ' ' << bAnimation << " |";
-    for (const KUINT32 uiWord : auiWords)
+    const auto         fText = [](const char* psz) { return psz != nullptr ? psz : "(null)"; };
+    oRun << uiDevIndex << ' ' << roProgressBarRect << ' ' << fText(pszImageFileName) << ' ' << fText(pszAnimBaseFileName) << ' '
+         << uiAnimStepLoopTimeMs << ' ' << roAnimRect << ' ' << uiEnableTime << ' ' << bProgressBar << ' ' << bAnimation << " |";
+    for (const KUINT32 uiWord : std::bit_cast<std::array<KUINT32, 14>>(oVidParam))
         oRun << ' ' << uiWord;
     s_sRun = oRun.str();
     return RUN_STATUS;
@@ -76,18 +63,10 @@ std::string Timing(KUINT32 uiFlags)
     return " | 640 480 75 1 4294967294 3 4 5 6 7 8 " + std::to_string(uiFlags) + " 0 0";
 }
 
-struct SCommandLine
-{
-    std::string sArguments;
-    int         iStatus;    // RUN_STATUS when it runs
-    std::string sMessages;  // before the usage text
-    bool        bUsage;
-    std::string sRun;       // when it runs
-};
-
 const std::string RANGE = "] animation step loop time must be in the range [16-10000].\n";
 
-const SCommandLine COMMAND_LINES[] = {
+// Arguments, status, messages before the usage text, whether that is printed, and the run.
+const std::tuple<std::string, int, std::string, bool, std::string> COMMAND_LINES[] = {
     {"", RUN_STATUS, "", false, DEFAULT_RUN},
     {"-h", 0, "", true, ""},
     {"--Help oops", 0, "[oops] is an invalid argument.\n", true, ""},
@@ -128,26 +107,21 @@ const SCommandLine COMMAND_LINES[] = {
 
 TEST(CommandLine, BecomesOneRunOrOneExplanation)
 {
-    for (const SCommandLine& roLine : COMMAND_LINES)
+    for (const auto& [sArguments, iStatus, sMessages, bUsage, sRun] : COMMAND_LINES)
     {
-        SCOPED_TRACE(roLine.sArguments);
-        std::vector<std::string> asArguments = {"tool"};
-        std::istringstream       oWords(roLine.sArguments);
+        SCOPED_TRACE(sArguments);
+        std::deque<std::string> asArguments   = {"tool"};
+        std::vector<char*>      apszArguments = {asArguments[0].data()};
+        std::istringstream      oWords(sArguments);
         for (std::string sWord; oWords >> sWord;)
-            asArguments.push_back(sWord);
-        std::vector<char*> apszArguments;
-        for (std::string& rs : asArguments)
-            apszArguments.push_back(rs.data());
+            apszArguments.push_back(asArguments.emplace_back(sWord).data());
         apszArguments.push_back(nullptr);
 
-        s_sRun.reset();
+        s_sRun.clear();
         testing::internal::CaptureStdout();
-        const int         iStatus = ToolMain(static_cast<int>(asArguments.size()), apszArguments.data());
-        const std::string sOutput = testing::internal::GetCapturedStdout();
-
-        EXPECT_EQ(iStatus, roLine.iStatus);
-        EXPECT_EQ(sOutput, roLine.sMessages + (roLine.bUsage ? USAGE : ""));
-        EXPECT_EQ(s_sRun.value_or(""), roLine.sRun);
+        EXPECT_EQ(ToolMain(static_cast<int>(asArguments.size()), apszArguments.data()), iStatus);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), sMessages + (bUsage ? USAGE : ""));
+        EXPECT_EQ(s_sRun, sRun);
     }
 }
 }

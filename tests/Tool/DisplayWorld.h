@@ -1,10 +1,9 @@
 // A world for display runs: the fake board fresh, the run's arguments at their defaults, standard output captured, and the
 // calls that a run makes of the device library.
-#ifndef DISPLAY_WORLD_H
-#define DISPLAY_WORLD_H
-
+#pragma once
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -42,22 +41,14 @@ const Calls FORWARD = Joined(
 const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
 const Calls UNDO_OUTPUTS = Joined({OutputCalls("0", "TVideoOut_Disable 0"), OutputCalls("1", "TVideoOut_Disable 1"), UNDO_BUFFER});
 
-inline std::ptrdiff_t EntriesOf(const char* pszFolder)
-{
-    return std::distance(std::filesystem::directory_iterator(pszFolder), std::filesystem::directory_iterator());
-}
+inline std::ptrdiff_t EntriesOf(const char* pszFolder) { return std::distance(std::filesystem::directory_iterator(pszFolder), {}); }
 
 inline bool g_bRunIsUnderWay = false;
 
 class DisplayWorld : public testing::Test
 {
 protected:
-    DisplayWorld() : m_roBoard(World())
-    {
-        m_roBoard = SFakeTavrin();
-        m_roBoard.aoFpgas.push_back({.uiSize = 84, .szName = "in", .ui16DevID = 3, .ui16VendorID = 0xc3e7, .uiI2cBusIndex = 0,
-                                     .uiI2cAddress = 0xd0, .uiVersionMajor = 1, .uiVersionMinor = 33, .uiVersionBuild = 0});
-    }
+    DisplayWorld() { m_roBoard = SFakeTavrin(); }
     ~DisplayWorld() override { std::filesystem::remove_all(m_sFolder); }
 
     TStatus Run()
@@ -70,7 +61,6 @@ protected:
             DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim, m_uiEnableTime,
                                m_bProgressBar, m_bAnimation, m_oVidParam);
         g_bRunIsUnderWay = false;
-        fflush(stdout);
         m_sOutput = testing::internal::GetCapturedStdout();
         return eStatus;
     }
@@ -94,7 +84,10 @@ protected:
 
     KUINT32 PixelAt(KUINT32 x, KUINT32 y) const { return m_roBoard.auiPixels.at(std::size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x); }
 
-    SFakeTavrin&       m_roBoard;
+    // The tool unloads its library at the end of a run; the world must stay to be read.
+    static inline void* const s_pvLibrary = dlopen("libTavrin.so.1", RTLD_NOW);
+
+    SFakeTavrin&       m_roBoard      = *reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"))();
     std::string        m_sFolder      = testing::TempDir() + "display-run-" + std::to_string(getpid());
     std::string        m_sBack        = m_sFolder + "/back.png", m_sFrames = m_sFolder + "/frame";
     std::string        m_sOutput;
@@ -108,15 +101,4 @@ protected:
     KBOOL32            m_bProgressBar = TRUE;
     KBOOL32            m_bAnimation   = FALSE;
     tagTVideo_VidParam m_oVidParam    = {.uiHActive = 80, .uiVActive = 60};
-
-private:
-    // The tool unloads its library at the end of a run; the world must stay to be read.
-    static SFakeTavrin& World()
-    {
-        static void* s_pvLibrary = dlopen("libTavrin.so.1", RTLD_NOW);
-        static auto  s_pfnWorld  = reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"));
-        return *s_pfnWorld();
-    }
 };
-
-#endif

@@ -1,12 +1,10 @@
 #include "FakeTavrin.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace
 {
-SFakeTavrin               s_oWorld;
-std::unique_ptr<KUINT32[]> s_puiMapped;  // another address for every access period
+SFakeTavrin s_oWorld;
 
 template <class... TArguments> std::string CallText(const char* pszName, TArguments... arguments)
 {
@@ -19,13 +17,11 @@ template <class... TArguments> std::string CallText(const char* pszName, TArgume
 bool Fails(const std::string& sCall)
 {
     s_oWorld.asCalls.push_back(sCall);
-    if (s_oWorld.fOnCall)
-        s_oWorld.fOnCall(sCall);
     return s_oWorld.fFails && s_oWorld.fFails(sCall);
 }
 
 // Fails if it is to, and else fills in what the call gives.
-template <class FFill> TStatus Answer(const std::string& sCall, FFill fFill)
+template <class FFill = void (*)()> TStatus Answer(const std::string& sCall, FFill fFill = [] {})
 {
     if (Fails(sCall))
         return s_oWorld.eFailure;
@@ -33,7 +29,6 @@ template <class FFill> TStatus Answer(const std::string& sCall, FFill fFill)
     return TStatus_OK;
 }
 
-TStatus Answer(const std::string& sCall) { return Answer(sCall, [] {}); }
 KUINT32 Pitch() { return s_oWorld.uiWidth + s_oWorld.uiPitchExtra; }
 
 template <class THandle> THandle HandleOf(KUINTPTR uiNumber) { return reinterpret_cast<THandle>(0x1000 + uiNumber); }
@@ -44,7 +39,7 @@ SFakeTavrin* FakeTavrin_World() { return &s_oWorld; }
 
 extern "C"
 {
-KUINT32        Tavrin_GetDeviceCount(void) { return Fails("Tavrin_GetDeviceCount") ? 0 : s_oWorld.uiDevices; }
+KUINT32        Tavrin_GetDeviceCount(void) { return Fails("Tavrin_GetDeviceCount") ? 0 : 1; }
 TDevice_Handle Tavrin_GetDevice(KUINT32 ui) { return Fails(CallText("Tavrin_GetDevice", ui)) ? nullptr : HandleOf<TDevice_Handle>(ui); }
 TStatus        TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* phBuffer)
 {
@@ -66,20 +61,19 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle, tagTBuffer_PlaneInfo* poInfo)
 TStatus TBuffer_BeginAccess(TBuffer_Handle, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
 {
     return Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount), [&] {
-        s_puiMapped = std::make_unique<KUINT32[]>(s_oWorld.auiPixels.size());
-        std::copy(s_oWorld.auiPixels.begin(), s_oWorld.auiPixels.end(), s_puiMapped.get());
-        s_oWorld.puiMapped = s_puiMapped.get();
-        std::fill_n(auiPlanes, uiPlaneCount, reinterpret_cast<KUINTPTR>(s_puiMapped.get()));
+        s_oWorld.puiMapped = std::make_unique<KUINT32[]>(s_oWorld.auiPixels.size());
+        std::copy(s_oWorld.auiPixels.begin(), s_oWorld.auiPixels.end(), s_oWorld.puiMapped.get());
+        std::fill_n(auiPlanes, uiPlaneCount, reinterpret_cast<KUINTPTR>(s_oWorld.puiMapped.get()));
     });
 }
 TStatus TBuffer_EndAccess(TBuffer_Handle)
 {
-    if (s_puiMapped)
-        std::copy_n(s_puiMapped.get(), s_oWorld.auiPixels.size(), s_oWorld.auiPixels.begin());
-    s_puiMapped.reset();
+    if (s_oWorld.puiMapped)
+        std::copy_n(s_oWorld.puiMapped.get(), s_oWorld.auiPixels.size(), s_oWorld.auiPixels.begin());
+    s_oWorld.puiMapped.reset();
     return Answer("TBuffer_EndAccess");
 }
-TStatus TBuffer_Destroy(TBuffer_Handle) { return s_puiMapped.reset(), Answer("TBuffer_Destroy"); }
+TStatus TBuffer_Destroy(TBuffer_Handle) { return s_oWorld.puiMapped.reset(), Answer("TBuffer_Destroy"); }
 
 TStatus TVideoOut_GetCount(TDevice_Handle, KUINT32* pui) { return Answer("TVideoOut_GetCount", [&] { *pui = s_oWorld.uiOutputs; }); }
 // A failing request leaves the handle as it is, whatever its status.
@@ -100,12 +94,12 @@ TStatus TBoard_RegRead(TDevice_Handle, KUINT32 uiRegister, KUINT32* puiValue)
     const auto fFill = [&] { *puiValue = s_oWorld.fProgress(); };
     return s_oWorld.bRecordsReads ? Answer(CallText("TBoard_RegRead", uiRegister), fFill) : (fFill(), TStatus_OK);
 }
-TStatus TBoard_GetFpgaCount(TDevice_Handle, KUINT32* pui)
-{
-    return Answer("TBoard_GetFpgaCount", [&] { *pui = static_cast<KUINT32>(s_oWorld.aoFpgas.size()); });
-}
+TStatus TBoard_GetFpgaCount(TDevice_Handle, KUINT32* pui) { return Answer("TBoard_GetFpgaCount", [&] { *pui = 1; }); }
 TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 ui, tagTBoard_FpgaInfo* po)
 {
-    return Answer(CallText("TBoard_GetFpgaInfo", ui), [&] { *po = s_oWorld.aoFpgas.at(ui); });
+    return Answer(CallText("TBoard_GetFpgaInfo", ui), [&] {
+        *po = {.uiSize = 84, .szName = "in", .ui16DevID = 3, .ui16VendorID = 0xc3e7, .uiI2cBusIndex = 0, .uiI2cAddress = 0xd0,
+               .uiVersionMajor = 1, .uiVersionMinor = 33, .uiVersionBuild = 0};
+    });
 }
 }

@@ -4,8 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -25,36 +23,26 @@ using Bytes = std::vector<KUINT8>;
 class Picture : public testing::Test
 {
 protected:
-    Picture() { m_sFolder = mkdtemp(m_acTemplate); }
     ~Picture() override { std::filesystem::remove_all(m_sFolder); }
 
     std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
 
-    void WriteBytes(const std::string& sName, const Bytes& auiBytes) const
+    // What a PNG file holds.
+    Bytes Png(KUINT32 uiWidth, KUINT32 uiHeight, const SPngKind& roKind, const Bytes& auiRows) const
     {
-        std::ofstream(Path(sName), std::ios::binary)
-            .write(reinterpret_cast<const char*>(auiBytes.data()), static_cast<std::streamsize>(auiBytes.size()));
-    }
-
-    Bytes ReadBytes(const std::string& sName) const
-    {
-        std::ifstream oFile(Path(sName), std::ios::binary);
-        return {std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+        WritePng(Path("png"), uiWidth, uiHeight, roKind, auiRows);
+        std::ifstream oFile(Path("png"), std::ios::binary);
+        return {std::istreambuf_iterator<char>(oFile), {}};
     }
 
     // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that the gap is whole.
-    KBOOL32 Load(const std::string& sName, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
+    static KBOOL32 Load(Bytes auiFile, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
     {
         const KUINT32 uiPitch = uiWidth * 4 + 12;
         Bytes         auiPlane(std::size_t{uiPitch} * uiHeight + 16, 0x5A);
-        std::FILE*    poFile = std::fopen(Path(sName).c_str(), "rb");
-
-        testing::internal::CaptureStdout();
+        std::FILE*    poFile  = fmemopen(auiFile.data(), auiFile.size(), "rb");
         const KBOOL32 bLoaded = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
-        std::fflush(stdout);
-        m_sOutput = testing::internal::GetCapturedStdout();
-        if (poFile != nullptr)
-            std::fclose(poFile);
+        std::fclose(poFile);
 
         rauiPixels.clear();
         for (KUINT32 y = 0; y < uiHeight; ++y)
@@ -66,20 +54,22 @@ protected:
         return bLoaded;
     }
 
+    template <class FWork> KBOOL32 Captured(FWork fWork)
+    {
+        testing::internal::CaptureStdout();
+        const KBOOL32 bDone = fWork();
+        m_sOutput           = testing::internal::GetCapturedStdout();
+        return bDone;
+    }
+
     char        m_acTemplate[32] = "/tmp/picture-test-XXXXXX";
-    std::string m_sFolder;
+    std::string m_sFolder        = mkdtemp(m_acTemplate);
     std::string m_sOutput;
 };
 
 TEST_F(Picture, EveryKindArrivesAsRgba)
 {
-    struct SCase
-    {
-        SPngKind oKind;
-        Bytes    auiStored;    // two rows of four pixels
-        Bytes    auiExpected;  // the first row
-    };
-    const SCase CASES[] = {
+    const std::tuple<SPngKind, Bytes, Bytes> CASES[] = {  // a row of four pixels, as it is stored and as it arrives, twice
         {{8, PNG_COLOR_TYPE_RGBA}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
         {{8, PNG_COLOR_TYPE_RGB}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0}},
         {{1, PNG_COLOR_TYPE_GRAY}, {0b10100000}, {255, 255, 255, 0, 0, 0, 0, 0, 255, 255, 255, 0, 0, 0, 0, 0}},
@@ -90,24 +80,18 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
          {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
         {{16, PNG_COLOR_TYPE_GRAY}, {0, 0, 128, 128, 255, 255, 7, 7}, {0, 0, 0, 0, 128, 128, 128, 0, 255, 255, 255, 0, 7, 7, 7, 0}},
     };
-    for (SCase oCase : CASES)
-    {
-        Bytes auiTwoRows = oCase.auiStored;
-        auiTwoRows.insert(auiTwoRows.end(), oCase.auiStored.begin(), oCase.auiStored.end());
-        Bytes auiExpected = oCase.auiExpected;
-        auiExpected.insert(auiExpected.end(), oCase.auiExpected.begin(), oCase.auiExpected.end());
-
+    for (auto [oKind, auiStored, auiExpected] : CASES)
         for (const bool bInterlaced : {false, true})
         {
-            SCOPED_TRACE(testing::Message() << oCase.oKind.iBitDepth << " bits, type " << oCase.oKind.iColorType << ", interlaced " << bInterlaced);
-            oCase.oKind.bInterlaced = bInterlaced;
-            WritePng(Path("kind.png"), 4, 2, oCase.oKind, auiTwoRows);
-            Bytes auiPixels;
-            EXPECT_TRUE(Load("kind.png", 4, 2, auiPixels));
-            EXPECT_EQ(auiPixels, auiExpected);
+            SCOPED_TRACE(testing::Message() << oKind.iBitDepth << " bits, type " << oKind.iColorType << ", interlaced " << bInterlaced);
+            oKind.bInterlaced   = bInterlaced;
+            const Bytes auiFile = Png(4, 2, oKind, auiStored);
+            Bytes       auiPixels;
+            EXPECT_TRUE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }));
+            for (const int iRow : {0, 16})
+                EXPECT_EQ(Bytes(auiPixels.begin() + iRow, auiPixels.begin() + iRow + 16), auiExpected);
             EXPECT_EQ(m_sOutput, "");
         }
-    }
 }
 
 TEST_F(Picture, AnotherSizeIsReportedAndCut)
@@ -115,19 +99,17 @@ TEST_F(Picture, AnotherSizeIsReportedAndCut)
     Bytes auiRows(5 * 3 * 4);
     for (std::size_t i = 0; i < auiRows.size(); ++i)
         auiRows[i] = static_cast<KUINT8>(i);
-    WritePng(Path("size.png"), 5, 3, {}, auiRows);
+    const Bytes auiFile = Png(5, 3, {}, auiRows);
 
     for (const auto& [uiWidth, uiHeight] : {std::pair{3u, 2u}, {7u, 4u}, {3u, 4u}, {7u, 2u}, {5u, 2u}})
     {
         SCOPED_TRACE(testing::Message() << uiWidth << "x" << uiHeight);
         Bytes auiPixels;
-        EXPECT_TRUE(Load("size.png", uiWidth, uiHeight, auiPixels));
+        EXPECT_TRUE(Captured([&, x = uiWidth, y = uiHeight] { return Load(auiFile, x, y, auiPixels); }));
         EXPECT_EQ(m_sOutput, "Supplied PNG 5x3 doens't match resolution " + std::to_string(uiWidth) + "x" + std::to_string(uiHeight));
         for (KUINT32 y = 0; y < uiHeight; ++y)
-        {
             for (KUINT32 i = 0; i < uiWidth * 4; ++i)
                 ASSERT_EQ(auiPixels[y * uiWidth * 4 + i], y < 3 && i < 20 ? y * 20 + i : 0x5A) << y << ", byte " << i;
-        }
     }
 }
 
@@ -136,15 +118,12 @@ TEST_F(Picture, AnotherSizeIsReportedAndCut)
 TEST_F(Picture, DamageCostsAFalseAndNothingElse)
 {
     Bytes auiPixels;
-    EXPECT_FALSE(Load("missing.png", 6, 5, auiPixels));
+    EXPECT_FALSE(Captured([] { return LoadImage(nullptr, 6, 24, 5, nullptr); }));
     EXPECT_TRUE(m_sOutput.ends_with("Assertion failed\n"));
 
     int        iTried = 0, iRefused = 0;
-    const auto fLoad = [&](Bytes auiFile, Bytes& rauiPlane) {
-        rauiPlane.assign(6 * 5 * 4, 0x5A);
-        std::FILE*    poFile  = fmemopen(auiFile.data(), auiFile.size(), "rb");
-        const KBOOL32 bLoaded = LoadImage(poFile, 6, 24, 5, rauiPlane.data());
-        std::fclose(poFile);
+    const auto fLoad = [&](const Bytes& rauiFile, Bytes& rauiPlane) {
+        const KBOOL32 bLoaded = Load(rauiFile, 6, 5, rauiPlane);
         ++iTried;
         iRefused += !bLoaded;
         EXPECT_TRUE(bLoaded || rauiPlane == Bytes(6 * 5 * 4, 0x5A)) << "was touched";
@@ -154,8 +133,7 @@ TEST_F(Picture, DamageCostsAFalseAndNothingElse)
     dup2(iNull, STDERR_FILENO), dup2(iNull, STDOUT_FILENO);  // libpng names each damage, and foreign sizes are named
     for (const SPngKind& roKind : {SPngKind{8, PNG_COLOR_TYPE_RGBA}, {1, PNG_COLOR_TYPE_GRAY, true}, {4, PNG_COLOR_TYPE_PALETTE, false, true}})
     {
-        WritePng(Path("whole.png"), 6, 5, roKind, Bytes(6 * 5 * 4, 0x33));
-        const Bytes auiWhole = ReadBytes("whole.png");
+        const Bytes auiWhole = Png(6, 5, roKind, Bytes(6 * 5 * 4, 0x33));
         Bytes       auiPicture;
         EXPECT_TRUE(fLoad(auiWhole, auiPicture));
         for (std::size_t i = 0; i < auiWhole.size(); ++i)
@@ -180,16 +158,15 @@ TEST_F(Picture, DamageCostsAFalseAndNothingElse)
 
 TEST_F(Picture, TooLargeIsRefusedBeforeItIsDecoded)
 {
-    WritePng(Path("large.png"), 9000, 9000, {1, PNG_COLOR_TYPE_GRAY}, Bytes(1125 * 9000));
-    Bytes auiPixels;
-    EXPECT_FALSE(Load("large.png", 4, 2, auiPixels));
+    const Bytes auiFile = Png(9000, 9000, {1, PNG_COLOR_TYPE_GRAY}, Bytes(1125));
+    Bytes       auiPixels;
+    EXPECT_FALSE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }));
     EXPECT_EQ(auiPixels, Bytes(32, 0x5A));
 }
 
 TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
 {
     for (KUINT32 uiAlpha = 0; uiAlpha < 256; ++uiAlpha)
-    {
         for (KUINT32 uiGround = 0; uiGround < 256; ++uiGround)
         {
             const KUINT32 uiPixels = 240 + uiGround % 17;
@@ -207,7 +184,6 @@ TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
             BlendRowOverGround(auiRow.data(), auiGround.data(), uiPixels);
             ASSERT_EQ(auiRow, auiExpected) << "alpha " << uiAlpha << " over " << uiGround;
         }
-    }
 }
 
 TEST_F(Picture, FramesPlayInOrderOverTheBackground)
@@ -233,14 +209,12 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
         Bytes auiPlane(PITCH * HEIGHT, 0x77);
         AnimationPngUpdate(oData, PITCH, auiPlane.data());
         for (KUINT32 y = 0; y < HEIGHT; ++y)
-        {
             for (KUINT32 i = 0; i < PITCH; ++i)
             {
                 const bool bInside   = y >= 1 && y < 4 && i >= 8 && i < 568;
                 const int  iExpected = !bInside ? 0x77 : i % 4 == 3 ? 255 : (Stored(iFrame, i - 8, y - 1) * 60 * iFrame + 40 * (255 - 60 * iFrame)) / 255;
                 ASSERT_EQ(auiPlane[y * PITCH + i], iExpected) << "frame " << iFrame << ", row " << y << ", byte " << i;
             }
-        }
     }
 }
 
@@ -249,15 +223,13 @@ TEST_F(Picture, SequencesThatCannotPlayAreRefused)
     const Bytes auiBackground(9 * 4 * 7, 40);
     const auto  fInit = [&](const std::string& sBase, TRECT oRegion) {
         SAnimationPngData oData = {};
-        testing::internal::CaptureStdout();
-        const KBOOL32 bInit = InitAnimationPng(auiBackground.data(), 9, 36, 7, sBase.c_str(), oRegion, oData);
-        std::fflush(stdout);
-        EXPECT_EQ(testing::internal::GetCapturedStdout().ends_with("Assertion failed\n"), !bInit);
+        const KBOOL32 bInit = Captured([&] { return InitAnimationPng(auiBackground.data(), 9, 36, 7, sBase.c_str(), oRegion, oData); });
+        EXPECT_EQ(m_sOutput.ends_with("Assertion failed\n"), !bInit);
         return bInit;
     };
     WritePng(Path("good01.png"), 4, 3, {}, Bytes(48));
     WritePng(Path("rotten01.png"), 4, 3, {}, Bytes(48));
-    WriteBytes("rotten02.png", {1, 2, 3});
+    std::ofstream(Path("rotten02.png")) << "no picture";
     WritePng(Path("late02.png"), 4, 3, {}, Bytes(48));
 
     EXPECT_TRUE(fInit(Path("good"), {4, 3, 8, 6}));
@@ -270,7 +242,7 @@ TEST_F(Picture, SequencesThatCannotPlayAreRefused)
     std::string sLong = Path("long");
     while (sLong.size() < 511)
         sLong.insert(1, "./");
-    WriteBytes("long", {});
+    std::ofstream(Path("long")) << "";
     EXPECT_FALSE(fInit(sLong.substr(sLong.size() - 511), {4, 3, 8, 6}));
 }
 
@@ -287,14 +259,12 @@ struct SPlane
 
 TEST(ProgressBar, FillsInProportionAndStaysInside)
 {
-    constexpr KUINT32 WHITE  = 0x00FFFFFF;
-    const TRECT       oRect  = {3, 2, 102, 12};  // 99 wide
-    const KUINT32     PCTS[] = {0, 1, 2, 50, 50, 100, 40, 101, 255, 99, 0};
-
-    SPlane           oPlane;
-    SProgressBarData oData = {};
+    constexpr KUINT32 WHITE = 0x00FFFFFF;
+    const TRECT       oRect = {3, 2, 102, 12};  // 99 wide
+    SPlane            oPlane;
+    SProgressBarData  oData = {};
     InitProgressDrawing(oRect, &oPlane.oSurface);
-    for (const KUINT32 uiPct : PCTS)
+    for (const KUINT32 uiPct : {0u, 1u, 2u, 50u, 50u, 100u, 40u, 101u, 255u, 99u, 0u})
     {
         ProgressDrawingUpdate(oRect, uiPct, oData, &oPlane.oSurface);
         EXPECT_EQ(oData.uiPrevProgressPct, uiPct);
@@ -341,12 +311,10 @@ TEST(RectangleAnimation, ShowsTheBlockOfEveryStep)
 TEST(Rectangle, IsValidOnlyStrictlyInside)
 {
     const TVideo_VidParam oVidParam = {.uiHActive = 1024, .uiVActive = 768};
-    const TRECT           INSIDE[]  = {{0, 0, 1023, 767}, {1022, 766, 1023, 767}};
-    const TRECT           OUTSIDE[] = {{0, 0, 1024, 767}, {0, 0, 1023, 768}, {-1, 0, 5, 5}, {0, -1, 5, 5}, {5, 0, 5, 5},
-                                       {0, 5, 5, 5},      {6, 0, 5, 5},      {0, 6, 5, 5},  {-9, -9, -5, -5}};
-    for (const TRECT& ro : INSIDE)
+    for (const TRECT& ro : {TRECT{0, 0, 1023, 767}, {1022, 766, 1023, 767}})
         EXPECT_TRUE(IsRectangleValidInsideVidParam(ro, oVidParam));
-    for (const TRECT& ro : OUTSIDE)
+    for (const TRECT& ro : {TRECT{0, 0, 1024, 767}, {0, 0, 1023, 768}, {-1, 0, 5, 5}, {0, -1, 5, 5}, {5, 0, 5, 5},
+                            {0, 5, 5, 5}, {6, 0, 5, 5}, {0, 6, 5, 5}, {-9, -9, -5, -5}})
         EXPECT_FALSE(IsRectangleValidInsideVidParam(ro, oVidParam)) << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom;
     EXPECT_FALSE(IsRectangleValidInsideVidParam({0, 0, 5, 5}, {.uiHActive = 0x80000000u, .uiVActive = 9}));
 }

@@ -1,7 +1,5 @@
 // PNG files of every kind, written for tests.
-#ifndef PNG_FILE_H
-#define PNG_FILE_H
-
+#pragma once
 #include <png.h>
 #include <zlib.h>
 
@@ -18,7 +16,7 @@ struct SPngKind
     bool bTransparent = false;  // entry 0, or the colour 0, is transparent; entries of a palette are (i, 2i, 3i)
 };
 
-// Writes rows as the kind stores them, each of the bytes that it needs.
+// Writes rows as the kind stores them, each of the bytes that it needs; they begin anew when they are used up.
 inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 uiHeight, const SPngKind& roKind,
                      const std::vector<png_byte>& auiRows)
 {
@@ -50,7 +48,7 @@ inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 
     const std::size_t      uiRowBytes = png_get_rowbytes(poPng, poInfo);
     std::vector<png_bytep> apuiRows;
     for (png_uint_32 y = 0; y < uiHeight; ++y)
-        apuiRows.push_back(const_cast<png_bytep>(auiRows.data()) + y * uiRowBytes);
+        apuiRows.push_back(const_cast<png_bytep>(auiRows.data()) + y * uiRowBytes % auiRows.size());
     png_write_image(poPng, apuiRows.data());
     png_write_end(poPng, nullptr);
     png_destroy_write_struct(&poPng, &poInfo);
@@ -69,5 +67,3 @@ inline void MendSums(std::vector<png_byte>& rauiFile)
         i += 12 + uiLength;
     }
 }
-
-#endif

@@ -153,22 +153,17 @@ STRUCK("file", void*, mmap, (void* p, size_t n, int r, int f, int i, off_t o) no
 STRUCK("file", int, renameat, (int i, const char* p, int j, const char* q) noexcept, (i, p, j, q), -1)
 
 // Their last argument may be absent; it is passed on all the same.
-int openat(int iFd, const char* psz, int iFlags, ...)
-{
-    va_list argList;
-    va_start(argList, iFlags);
-    const auto uiMode = va_arg(argList, mode_t);
-    va_end(argList);
-    return Strikes("file", "openat") ? (errno = EIO, -1) : Next<int (*)(int, const char*, int, ...)>("openat")(iFd, psz, iFlags, uiMode);
-}
-int fcntl(int iFd, int iCommand, ...)
-{
-    va_list argList;
-    va_start(argList, iCommand);
-    void* pv = va_arg(argList, void*);
-    va_end(argList);
-    return Strikes("file", "fcntl") ? (errno = EIO, -1) : Next<int (*)(int, int, ...)>("fcntl")(iFd, iCommand, pv);
-}
+#define STRUCK_VARIADIC(name, parameters, before, TLast, ...)                                                \
+    int name parameters                                                                                      \
+    {                                                                                                        \
+        va_list argList;                                                                                     \
+        va_start(argList, before);                                                                           \
+        const auto last = va_arg(argList, TLast);                                                            \
+        va_end(argList);                                                                                     \
+        return Strikes("file", #name) ? (errno = EIO, -1) : Next<decltype(&name)>(#name)(__VA_ARGS__, last); \
+    }
+STRUCK_VARIADIC(openat, (int i, const char* p, int f, ...), f, mode_t, i, p, f)
+STRUCK_VARIADIC(fcntl, (int i, int c, ...), c, void*, i, c)
 
 // A signal comes while the wait is under way, two milliseconds into it.
 int pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* poDeadline)

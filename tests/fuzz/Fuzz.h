@@ -1,7 +1,5 @@
 // What the fuzz targets share: each is one function over the bytes of a file, and traps when something is not as it must be.
-#ifndef FUZZ_H
-#define FUZZ_H
-
+#pragma once
 #include <cstddef>
 #include <cstdint>
 
@@ -12,5 +10,3 @@ inline void Must(bool bHolds)
     if (!bHolds)
         __builtin_trap();
 }
-
-#endif
