@@ -1,14 +1,18 @@
 // Stands between the tool and what it calls (LD_PRELOAD). TORTURE="KIND N HOW" strikes at the N-th call of a kind: heap,
 // read (of a PNG), file (the board's) or moment (an operation of the device library, or a wait). HOW is once or on, for
-// failures, or the number of a signal. The call that was struck is written to $TORTURE_MARK. TORTURE_FAST=1 lets waits end
-// at once. TORTURE="watch FRAMES -" watches a run that plays so many frames of 128 x 128 at the top left.
+// failures, or the number of a signal. The call that was struck is written to $TORTURE_MARK, and on a second line what the
+// board shows at that moment: the register that says that the tool runs, and each output. TORTURE_FAST=1 lets waits end at
+// once. TORTURE="watch FRAMES -" watches a run that plays so many frames of 128 x 128 at the top left.
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <csignal>
@@ -18,6 +22,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <tuple>
 
 #include "Tavrin.h"
@@ -30,6 +35,7 @@ long           s_iFirst = 0, s_iCount = 0;
 bool           s_bFast   = false;
 const KUINT32* s_puiPlane = nullptr;
 KUINT32        s_uiPitch  = 0;
+int            s_iEnabled = 0, s_iDisabled = 0, s_iWritten = 0;  // calls that succeeded; the first write says that the tool runs
 
 template <class T> T Next(const char* pszName)
 {
@@ -44,8 +50,11 @@ bool Strikes(const char* pszKind, const char* pszCall)
     static const auto s_pfnOpen = Next<int (*)(const char*, int, ...)>("open");
     if (const char* pszMark = std::getenv("TORTURE_MARK"); s_iCount == s_iFirst && pszMark != nullptr)
     {
-        const int iMark = s_pfnOpen(pszMark, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (write(iMark, pszCall, std::strlen(pszCall)) < 0 || close(iMark) != 0)
+        char       acText[80];
+        const auto fShows = [](int iOutput) { return iOutput < s_iEnabled && iOutput >= s_iDisabled ? "on" : "off"; };
+        const int  iLength = std::snprintf(acText, sizeof(acText), "%s\n%d;%s;%s;\n", pszCall, s_iWritten == 1, fShows(0), fShows(1));
+        const int  iMark = s_pfnOpen(pszMark, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (write(iMark, acText, static_cast<size_t>(iLength)) < 0 || close(iMark) != 0)
             std::abort();
     }
     return true;
@@ -63,7 +72,8 @@ struct SWatch
     {
         const auto fEntries = [](const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); };
         raiCounts[0] = fEntries("/proc/self/fd");
-        raiCounts[1] = fEntries("/proc/self/map_files");
+        std::ifstream oMaps("/proc/self/maps");
+        raiCounts[1] = std::count(std::istreambuf_iterator<char>(oMaps), {}, '\n');
         std::ifstream("/proc/self/statm") >> raiCounts[2] >> raiCounts[2];  // pages: the second number of the line
     }
     void OnWait(const timespec& roDeadline)
@@ -74,7 +84,7 @@ struct SWatch
         for (KUINT32 i = 0; i < 128 * 128; ++i)
             uiSum = uiSum * 31 + s_puiPlane[i / 128 * s_uiPitch + i % 128];
         KUINT32& ruiOfFrame = auiSums[iSteps % s_iFirst];
-        iWrong += iSteps <= s_iFirst ? uiSum == auiSums[(iSteps + s_iFirst - 1) % s_iFirst] : uiSum != ruiOfFrame;
+        iWrong += iSteps <= s_iFirst ? std::count(auiSums, auiSums + s_iFirst, uiSum) : uiSum != ruiOfFrame;
         ruiOfFrame = iSteps == 0 ? 0 : uiSum;
         if (++iSteps == 100)
             oStart = oLast, Count(aiBefore);
@@ -112,6 +122,9 @@ template <int iTag, class TResult, class... TArguments> struct SOperation<iTag, 
         if (Strikes("moment", s_pszName))
             raise(std::atoi(s_acHow));
         const TResult result = s_pfnReal(arguments...);
+        if constexpr (std::is_same_v<TResult, TStatus>)
+            for (const auto& [pszName, piCount] : {std::pair{"TVideoOut_Enable", &s_iEnabled}, {"TVideoOut_Disable", &s_iDisabled}, {"TBoard_RegWrite", &s_iWritten}})
+                *piCount += result == TStatus_OK && std::strcmp(s_pszName, pszName) == 0;
         if constexpr (std::is_same_v<TResult(TArguments...), decltype(TBuffer_BeginAccess)>)
             s_puiPlane = reinterpret_cast<const KUINT32*>(*std::get<3>(std::tie(arguments...)));
         if constexpr (std::is_same_v<TResult(TArguments...), decltype(TBuffer_GetPlaneInfo)>)
@@ -150,6 +163,10 @@ STRUCK("file", ssize_t, pwrite, (int i, const void* p, size_t n, off_t o), (i, p
 STRUCK("file", int, ftruncate, (int i, off_t o) noexcept, (i, o), -1)
 STRUCK("file", int, posix_fallocate, (int i, off_t o, off_t n), (i, o, n), EIO)
 STRUCK("file", void*, mmap, (void* p, size_t n, int r, int f, int i, off_t o) noexcept, (p, n, r, f, i, o), MAP_FAILED)
+STRUCK("file", int, getrlimit, (__rlimit_resource_t e, struct rlimit* p) noexcept, (e, p), -1)
+STRUCK("file", int, unlinkat, (int i, const char* p, int f) noexcept, (i, p, f), -1)
+STRUCK("file", DIR*, fdopendir, (int i), (i), nullptr)
+STRUCK("file", dirent*, readdir, (DIR* p), (p), nullptr)
 STRUCK("file", int, renameat, (int i, const char* p, int j, const char* q) noexcept, (i, p, j, q), -1)
 
 // Their last argument may be absent; it is passed on all the same.
@@ -162,8 +179,17 @@ STRUCK("file", int, renameat, (int i, const char* p, int j, const char* q) noexc
         va_end(argList);                                                                                     \
         return Strikes("file", #name) ? (errno = EIO, -1) : Next<decltype(&name)>(#name)(__VA_ARGS__, last); \
     }
+STRUCK_VARIADIC(open, (const char* p, int f, ...), f, mode_t, p, f)
 STRUCK_VARIADIC(openat, (int i, const char* p, int f, ...), f, mode_t, i, p, f)
 STRUCK_VARIADIC(fcntl, (int i, int c, ...), c, void*, i, c)
+
+int dlclose(void* pvLibrary)
+{
+    static const auto s_pfnNext = Next<int (*)(void*)>("dlclose");
+    if (Strikes("moment", "dlclose"))
+        raise(std::atoi(s_acHow));
+    return s_pfnNext(pvLibrary);
+}
 
 // A signal comes while the wait is under way, two milliseconds into it.
 int pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* poDeadline)
@@ -191,6 +217,8 @@ void* dlsym(void* pvLibrary, const char* pszName)
 {
     static const auto s_pfnNext = Next<void* (*)(void*, const char*)>("dlsym");
     void* const       pvReal    = s_pfnNext(pvLibrary, pszName);
+    if (std::strcmp(pszName, "Tavrin_GetDeviceCount") == 0 && Strikes("moment", "loading the library"))
+        raise(std::atoi(s_acHow));
 #define OPERATION(name) \
     if (pvReal != nullptr && std::strcmp(pszName, #name) == 0) return SOperation<__COUNTER__, decltype(name)>::StandBefore(#name, pvReal);
     OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo)
