@@ -1,4 +1,4 @@
-// Command lines, an argument a line: a run gets what stands on the line and a step time in its range, or there is none.
+// Command lines, an argument a line: a run gets names that stand on the line and a step time in its range, or there is none.
 #include <algorithm>
 #include <deque>
 #include <sstream>
