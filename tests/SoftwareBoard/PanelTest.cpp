@@ -185,6 +185,7 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
 TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 {
     std::ofstream(At("notes")) << "mine";
+    std::ofstream(At("board.new")) << "left by a create that was killed";
     std::filesystem::create_directory(At("board.pixels-7"));
     Process oUser(HoldOutput);
     oUser.Await();
