@@ -33,8 +33,6 @@ void Terminal::AwaitForeground()
 
 void Terminal::Enter()
 {
-    if (m_bEntered)
-        return;
     AwaitForeground();
     m_bKeys = tcgetattr(STDIN_FILENO, &m_oBefore) == 0;
     if (m_bKeys)
@@ -45,16 +43,12 @@ void Terminal::Enter()
         oMode.c_cc[VTIME] = 0;
         SetMode(oMode);
     }
-    m_bEntered = true;
     Write(pszEnter);
     Forget();
 }
 
 void Terminal::Leave()
 {
-    if (!m_bEntered)
-        return;
-    m_bEntered = false;
     try
     {
         Write(m_strImageEraser + pszLeave);

@@ -31,7 +31,7 @@ public:
     // a terminal that a shell has.
     static void AwaitForeground();
 
-    void Enter();
+    void Enter();  // again only after Leave
     void Leave();
 
     static STerminalSize GetSize();
@@ -54,7 +54,6 @@ private:
 
     termios     m_oBefore    = {};
     bool        m_bKeys      = false;  // standard input is the terminal too, and m_oBefore is to be restored
-    bool        m_bEntered   = false;
     bool        m_bForgotten = true;
     Texts       m_oShown;
     Texts       m_oNext;

@@ -91,6 +91,8 @@ TEST(QelTools, TextsAreComparedReadAndChangedWithinTheirBounds)
     for (const auto& [pszA, pszB, iResult] : aoPairs)
         EXPECT_EQ(QelTools_stricmp(pszA, pszB), iResult) << pszA << " and " << pszB;
     EXPECT_TRUE(QelTools_atoi(" \t-7x") == -7 && QelTools_atoi("+3") == 3 && QelTools_atoi("0x10") == 0);
+    EXPECT_TRUE(QelTools_memcmp("ab", "aB", 1) == 0 && QelTools_strncmp("ab", "aB", 2) > 0 && QelTools_wcslen(L"ab") == 2);
+    EXPECT_STREQ(QelTools_strstr("abacad", "ac"), QelTools_strrchr("abac_acad", '_') + 1);
     EXPECT_TRUE(QelTools_atoi("4294967298") == 2 && QelTools_atoi("99999999999999999999") == -1);
     for (KINT32 ch = -1; ch < 256; ++ch)
         EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);

@@ -68,7 +68,9 @@ TEST(Services, WhatDoesNotExistIsRefusedOrSaysSo)
     HNonPagedMem hMemory = nullptr;
     EXPECT_TRUE(!g_oOsServices.NonPagedMemory_Alloc(8, &hMemory) && !g_oOsServices.NonPagedMemory_GetPhysicalAddress(hMemory));
     EXPECT_FALSE(g_oOsServices.Mutex_Acquire(nullptr, 0) || g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT)
-                 || g_oOsServices.SpinLock_Lock(nullptr) || OsServices_StackTrace_GetHandleSize() != 4);
+                 || g_oOsServices.SpinLock_Lock(nullptr) || OsServices_StackTrace_GetHandleSize() != 4
+                 || OsServices_Mutex_Create(nullptr) || OsServices_Event_Create(nullptr) || OsServices_Signal_Create(nullptr)
+                 || OsServices_Event_Reset(nullptr));
 }
 
 TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)

@@ -36,7 +36,7 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
     const CKString c("abcABCabc");
     EXPECT_TRUE(c.Left(9).c_str() == c.c_str() && c.Left(-1) == "" && c.Left(0xffffffffu) == c);
     EXPECT_TRUE(c.CompareNoCase("ABCabcABC") == 0 && c < CKString("abcABCabca") && c[9] == '\0');
-    EXPECT_EQ("<" + CKString('x', 3u) + '>' + NO_TEXT + c.Mid(7, 99) + c.Mid(-2, 2) + CKString('x', -1), "<xxx>bcab");
+    EXPECT_EQ('<' + CKString('x', 3u) + '>' + NO_TEXT + c.Mid(7, 99) + c.Mid(-2, 2) + CKString('x', -1), "<xxx>bcab");
     EXPECT_EQ(CKString("\xe4z[").MakeUpper(), "\xe4Z[") << "ASCII letters only";
 
     CKString s("abcde");
@@ -69,11 +69,12 @@ TEST_F(StringTest, EstimatesByTable)
         {50, Estimate("%30.20d%s", 1, E)}, {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},
         {200, Estimate("%100.100e%s", 1., E)}, {314, Estimate("%.2f%s", 1., E)}, {312, Estimate("%500f%s", 1., E)},
         {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)}, {0, Estimate("%n%s", &n, E)},
+        {3 * 32, Estimate("%zu%jd%td%s", size_t{1}, intmax_t{1}, ptrdiff_t{1}, E)},
     };
     for (const auto& [iExpected, iActual] : aaiRows)
         EXPECT_EQ(iActual, iExpected + 3) << "row " << (&iExpected - aaiRows[0]) / 2;
     ExpectReports({});
-    ExpectReports({Estimate("a%") == 1, Estimate("%y%s", E) == 3, Estimate("%lls") == 0, Estimate("%llc") == 0,
+    ExpectReports({Estimate("a%") == 1, Estimate("%y%s", E) == 3, Estimate("%lls") == 0, Estimate("%llc") == 0, Estimate("%lln") == 0,
                    Estimate("%*d%s", -50, 1, E) == 32 + 3, Estimate("%.*s%s", -1, "abc", E) == 3 + 3,
                    Estimate("%2147483647c%2147483647c", 1, 1) == MAX, Estimate(nullptr) == 0});
 }
@@ -125,7 +126,7 @@ TEST_F(StringTest, SplitsAtRunsOfDelimiters)
     const CKString      oFour("a b c d");
     CKString::CIterator itFirst = oFour.Begin(" "), itSecond = itFirst++;
     EXPECT_TRUE(itSecond == oFour.Begin(" ") && itSecond != itFirst);
-    EXPECT_EQ(Split(itFirst) + Split(itSecond), "b|c|d|a|b|c|d|") << "a copy goes on by itself";
+    EXPECT_EQ(Split(itFirst = std::as_const(itFirst)) + Split(itSecond), "b|c|d|a|b|c|d|") << "a copy goes on by itself";
     EXPECT_EQ(++itSecond, itFirst);
     itSecond.Reset();
     EXPECT_TRUE(++itSecond == oFour.End() && *itSecond == "");

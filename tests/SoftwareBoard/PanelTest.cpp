@@ -33,7 +33,8 @@ protected:
 // A command of the panel that goes on, and what it prints, to a pipe or to a terminal of its own.
 struct Live
 {
-    explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0})
+    explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0},
+                  const char* pszTerm = "xterm-256color")
     {
         EXPECT_EQ(bTerminal ? openpty(&aiFds[0], &aiFds[1], nullptr, nullptr, &oSize) : pipe(aiFds), 0);
         tcgetattr(aiFds[1], &oMode);
@@ -44,7 +45,7 @@ struct Live
                 dup2(aiFds[1], bTerminal || iFd == 1 ? iFd : 99);
             close(aiFds[0]);
             close(aiFds[1]);
-            setenv("TERM", "xterm-256color", 1);
+            setenv("TERM", pszTerm, 1);
             execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
         });
         if (!bTerminal)
@@ -109,8 +110,12 @@ TEST_F(PanelTest, CommandLines)
         {"create --devices 0", 2, "--devices"},
         {"create --outputs 17", 2, "--outputs"},
         {"create --no-fpga --fpga 3:1.33.0", 2, "--no-fpga"},
+        {"create $(printf '%.0s--fpga 3:1.33.0 ' $(seq 17))", 2, "at most 16"},
+        {"preview " + At("none/x.png"), 1, "none: access"},
+        {"run -- env TMPDIR=" + At("none") + " " BOARD_PANEL " preview x.png", 1, "TMPDIR"},
+        {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 0, "board " + At("") + "/tavrin-board"},
         {"status", 0, "register 7932 (progress): 0xabcdef64 (100 %)"},  // none of them has made another board
-        {"create --devices 2 --outputs 0 --fpga 3:1.33.0 --fpga 4000:255.2.65535@e4/1234", 0, "devices 2"},
+        {"create --devices 2 --outputs 0 --fpga 3:1.33.0 --fpga 0X4000:255.2.65535@0xe4/1234", 0, "devices 2"},
         {"status", 0, "device 1\n  FPGA 0: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
                       "  FPGA 1: device code 0x4000, version 255.2.65535, address 0xe4, vendor 0x1234\n  register 6908"},
         {"create --no-fpga --outputs 1", 0, "FPGAs of each 0"},
@@ -146,6 +151,8 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
             }
             EXPECT_EQ(ReadPng(At("screen.png"), uiHActive, uiVActive), auiExpected) << uiHActive << "x" << uiVActive;
         }
+        EXPECT_EQ(ro.Show(ro.Output(1), 20000, 20000), TStatus_OK);
+        Expect("snapshot 1 " + At("screen.png"), 1, "too large");
     });
 }
 
@@ -156,13 +163,14 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
     oHolder.Kill();
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by nobody\n    timing: 32 8 60");
+    Expect("status --json", 0, "\"rate_hz\":60,\"holder\":null,");
     Expect("snapshot 0 " + At("screen.png"), 0, "");
     EXPECT_EQ(ReadPng(At("screen.png"), 32, 8)[0], 200) << "what the killed process drew";
 
     fs::create_symlink("/dev/null", At("null"));
     Expect("snapshot 0 " + At("null"), 0, "");
     EXPECT_TRUE(fs::is_symlink(At("null"))) << "a device was replaced by a picture";
-    for (const char* pszNoFile : {"none/x.png", "."})
+    for (const char* pszNoFile : {"none/x.png", ".", "/dev/full"})
         Expect("snapshot 0 " + At(pszNoFile), 1, At(pszNoFile));
     std::filesystem::resize_file(At("board.pixels-0"), 100);
     Expect("snapshot 0 " + At("cut.png"), 1, "cut short");
@@ -174,6 +182,7 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
 TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 {
     std::ofstream(At("notes")) << "mine";
+    std::ofstream(At("board.new")) << "left by a create that was killed";
     std::filesystem::create_directory(At("board.pixels-7"));
     Holder oUser;
     Expect("create --devices 3", 1, "in use");
@@ -190,13 +199,13 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 
 TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
 {
-    const std::string strOdd = "a\"\\\n\xFF\xC3\xA4\xED\xA0\x80";
+    const std::string strOdd = "a\"\\\n\xFF\xC3\xA4\xED\xA0\x80\xC3(";
     setenv("TAVRIN_BOARD", At(strOdd.c_str()).c_str(), 1);
     Expect("create --fpga 3:1.33.0 --outputs 1", 0, "");
     Process oHolder([] { prctl(PR_SET_NAME, "\x1b[2J\"\x9B" "x"); HoldOutput(); });
     oHolder.Await();
     const std::string strPid = std::to_string(oHolder.GetPid());
-    Expect("status --json", 0, "{\"board\":\"" + At("a") + "\\\"\\\\\\u000a\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\","
+    Expect("status --json", 0, "{\"board\":\"" + At("a") + "\\\"\\\\\\u000a\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD(\","
         "\"devices\":[{\"device\":0,\"fpgas\":[{\"name\":\"FPGA 0\",\"device_code\":3,\"major\":1,\"minor\":33,\"build\":0,"
         "\"address\":208,\"vendor\":50151}],\"registers\":{\"6908\":0,\"7932\":0},\"progress\":0,\"outputs\":[{\"output\":0,"
         "\"enabled\":true,\"width\":32,\"height\":8,\"rate_hz\":60,\"holder\":{\"pid\":" + strPid + ",\"name\":\"?[2J\\\"?x\"},"
@@ -267,16 +276,24 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
 TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
 {
     Holder oHolder;
-    for (const auto& [iSignal, iStatus, oSize] : {std::tuple{SIGINT, 0, winsize{24, 80, 0, 0}}, {SIGTERM, 0, {5, 20, 0, 0}},
-                                                  {SIGHUP, SIGHUP, {1, 1, 0, 0}}, {0, 0, {60, 200, 1000, 600}}})
+    for (const auto& [iSignal, iStatus, oSize, pszTerm] :
+         {std::tuple{SIGINT, 0, winsize{40, 50, 0, 0}, "xterm-kitty"}, {SIGTERM, 0, {1, 1, 0, 0}, "xterm-256color"},
+          {SIGHUP, SIGHUP, {5, 20, 0, 0}, "vt220"}, {0, 0, {60, 200, 1000, 600}, "linux"}})
     {
         termios oMode = {};
-        Live    oWatch("watch", true, oSize);
+        Live    oWatch("watch", true, oSize, pszTerm);
         oWatch.Await("\x1b[?1049h\x1b[?25l");
         oWatch.Await("\x1b[7m");  // the row of the progress
         const winsize oOther = {9, 30, 0, 0};
         ioctl(oWatch.aiFds[0], TIOCSWINSZ, &oOther);
         oWatch.Await("\x1b[9;1H");
+        for (const int iJob : {SIGTSTP, SIGCONT})  // a stop passes at once where no shell could end it
+        {
+            kill(oWatch.ooProcess->GetPid(), iJob);
+            oWatch.Await("\x1b[?1049l");
+            oWatch.Await("\x1b[?1049h");
+            oWatch.Await("\x1b[7m");
+        }
         tcgetattr(oWatch.aiFds[1], &oMode);
         EXPECT_EQ(oMode.c_lflag & (ECHO | ICANON), 0u);
         EXPECT_EQ(write(oWatch.aiFds[0], "xq", iSignal == 0 ? 2 : 1), iSignal == 0 ? 2 : 1);
@@ -286,6 +303,12 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         EXPECT_EQ(std::tuple(oMode.c_lflag, oMode.c_iflag, oMode.c_cc[VMIN]),
                   std::tuple(oWatch.oMode.c_lflag, oWatch.oMode.c_iflag, oWatch.oMode.c_cc[VMIN]));
     }
+    fs::remove(At("board.pixels-0"));
+    Live oDamaged("watch", true, {30, 300, 0, 0});
+    oDamaged.Await("board.pixels-0");
+    std::ofstream(At("board.state")) << "damaged";
+    oDamaged.Await("board.state");
+    oDamaged.ooProcess->Kill(SIGINT, 0);
 }
 
 TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
@@ -313,6 +336,11 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
                           uiColumn < auiPercents[uiAt] ? 255 : 0) << auiPercents[uiAt] << " % at " << uiColumn;
         fs::remove(At("sheet.png"));
     }
+    Expect("preview " + At("sheet.png") + " --at 50 --at 100 -- -l 16 -p 0 0 1023 767", 0, "");
+    const auto auiSheet = ReadPng(At("sheet.png"), 1920, 16 + 16 + 702 + 28);  // scaled down
+    for (const auto& [uiX, uiRed] : {std::pair{416u, 255}, {552u, 0}, {1504u, 255}})
+        EXPECT_EQ(auiSheet[(416 * 1920 + uiX) * 4], uiRed) << uiX;
+    fs::remove(At("sheet.png"));
     Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none"));
     while (fs::is_empty(At("tmp")))
         usleep(1000);

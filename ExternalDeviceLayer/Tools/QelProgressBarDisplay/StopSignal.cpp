@@ -22,13 +22,11 @@ void WriteSignalLine(int iSignal)
     char*          pchEnd   = acLine + sizeof(acLine);
     char*          pchBegin = pchEnd;
 
-    *--pchBegin     = '\n';
-    unsigned uiRest = iSignal < 0 ? 0u - static_cast<unsigned>(iSignal) : static_cast<unsigned>(iSignal);
+    *--pchBegin = '\n';
+    auto uiRest = static_cast<unsigned>(iSignal);  // the system counts signals from 1
     do
         *--pchBegin = static_cast<char>('0' + uiRest % 10);
     while ((uiRest /= 10) != 0);
-    if (iSignal < 0)
-        *--pchBegin = '-';
     for (int i = TEXT_LENGTH; i-- > 0;)
         *--pchBegin = TEXT[i];
 
