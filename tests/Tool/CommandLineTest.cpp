@@ -58,10 +58,7 @@ Usage :
    tool -d 0 
 )";
 
-std::string Timing(KUINT32 uiFlags)
-{
-    return " | 640 480 75 1 4294967294 3 4 5 6 7 8 " + std::to_string(uiFlags) + " 0 0";
-}
+std::string Timing(KUINT32 uiFlags) { return " | 640 480 75 1 4294967294 3 4 5 6 7 8 " + std::to_string(uiFlags) + " 0 0"; }
 
 const std::string RANGE = "] animation step loop time must be in the range [16-10000].\n";
 
