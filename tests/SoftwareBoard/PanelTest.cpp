@@ -1,5 +1,4 @@
 // The front panel, as a shell calls it.
-#include <fcntl.h>
 #include <png.h>
 #include <pty.h>
 #include <sys/prctl.h>
