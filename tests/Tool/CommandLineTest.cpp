@@ -26,8 +26,9 @@ TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect
 {
     std::ostringstream oRun;
     const auto         fText = [](const char* psz) { return psz != nullptr ? psz : "(null)"; };
-    oRun << uiDevIndex << ' ' << roProgressBarRect << ' ' << fText(pszImageFileName) << ' ' << fText(pszAnimBaseFileName) << ' '
-         << uiAnimStepLoopTimeMs << ' ' << roAnimRect << ' ' << uiEnableTime << ' ' << bProgressBar << ' ' << bAnimation << " |";
+    oRun << uiDevIndex << ' ' << roProgressBarRect << ' ' << fText(pszImageFileName) << ' ' << fText(pszAnimBaseFileName)
+         << ' ' << uiAnimStepLoopTimeMs << ' ' << roAnimRect << ' ' << uiEnableTime << ' ' << bProgressBar << ' '
+         << bAnimation << " |";
     for (const KUINT32 uiWord : std::bit_cast<std::array<KUINT32, 14>>(oVidParam))
         oRun << ' ' << uiWord;
     s_sRun = oRun.str();
