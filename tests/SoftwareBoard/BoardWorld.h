@@ -107,9 +107,8 @@ private:
     bool  m_bStopped = false;
 };
 
-class BoardWorld : public testing::Test
+struct BoardWorld : testing::Test
 {
-protected:
     BoardWorld() { setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1); }
     ~BoardWorld() override { std::filesystem::remove_all(m_oFolder); }
 

@@ -12,9 +12,8 @@ namespace
 {
 namespace fs = std::filesystem;
 
-class PanelTest : public BoardWorld
+struct PanelTest : BoardWorld
 {
-protected:
     // What it prints: results on standard output, errors on standard error. 128 and more is a signal, as shells count.
     static void Expect(const std::string& strArguments, int iStatus, const std::string& strContained)
     {

@@ -66,9 +66,8 @@ int    __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* po
 
 namespace
 {
-class Fault : public DisplayWorld
+struct Fault : DisplayWorld
 {
-protected:
     ~Fault() override { s_fServiceFails = nullptr; s_uiFakeNs = 0; }
 
     // After a run that something failed in.

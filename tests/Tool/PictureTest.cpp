@@ -20,9 +20,8 @@ namespace
 using Bytes = std::vector<KUINT8>;
 
 // A folder of its own, gone afterwards; what the tool prints stays out of the test's output.
-class Picture : public testing::Test
+struct Picture : testing::Test
 {
-protected:
     ~Picture() override { std::filesystem::remove_all(m_sFolder); }
 
     std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
@@ -83,7 +82,8 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
     for (auto [oKind, auiStored, auiExpected] : CASES)
         for (const bool bInterlaced : {false, true})
         {
-            SCOPED_TRACE(testing::Message() << oKind.iBitDepth << " bits, type " << oKind.iColorType << ", interlaced " << bInterlaced);
+            SCOPED_TRACE(testing::Message() << oKind.iBitDepth << " bits, type " << oKind.iColorType
+                                            << ", interlaced " << bInterlaced);
             oKind.bInterlaced   = bInterlaced;
             const Bytes auiFile = Png(4, 2, oKind, auiStored);
             Bytes       auiPixels;
@@ -220,10 +220,11 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
 
 TEST_F(Picture, SequencesThatCannotPlayAreRefused)
 {
-    const Bytes auiBackground(9 * 4 * 7, 40);
+    const Bytes auiGround(9 * 4 * 7, 40);
     const auto  fInit = [&](const std::string& sBase, TRECT oRegion) {
         SAnimationPngData oData = {};
-        const KBOOL32 bInit = Captured([&] { return InitAnimationPng(auiBackground.data(), 9, 36, 7, sBase.c_str(), oRegion, oData); });
+        const auto    fWork = [&] { return InitAnimationPng(auiGround.data(), 9, 36, 7, sBase.c_str(), oRegion, oData); };
+        const KBOOL32 bInit = Captured(fWork);
         EXPECT_EQ(m_sOutput.ends_with("Assertion failed\n"), !bInit);
         return bInit;
     };
