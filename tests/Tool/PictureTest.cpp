@@ -34,7 +34,7 @@ struct Picture : testing::Test
         return {std::istreambuf_iterator<char>(oFile), {}};
     }
 
-    // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that the gap is whole.
+    // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that no gap is written.
     static KBOOL32 Load(Bytes auiFile, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
     {
         const KUINT32 uiPitch = uiWidth * 4 + 12;
@@ -43,6 +43,7 @@ struct Picture : testing::Test
         const KBOOL32 bLoaded = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
         std::fclose(poFile);
 
+        EXPECT_EQ(Bytes(auiPlane.end() - 16, auiPlane.end()), Bytes(16, 0x5A)) << "written behind the last row";
         rauiPixels.clear();
         for (KUINT32 y = 0; y < uiHeight; ++y)
         {
