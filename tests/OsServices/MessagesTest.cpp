@@ -4,9 +4,7 @@
 #include "QelTools.h"
 #include "Support.h"
 
-namespace
-{
-std::string s_sAssertCalls;
+static std::string s_sAssertCalls;
 
 TEST(Messages, LinesFollowTheState)
 {
@@ -106,7 +104,6 @@ TEST(QelTools, TextsAreComparedReadAndChangedWithinTheirBounds)
     ExpectCut("%d7", [](char* pch, KUINT32 uiSize) { QelTools_strcpy_s(pch, uiSize, "%d7"); });
     for (const std::string sText : {"", "a", "ab", "abc"})
         EXPECT_EQ(QelTools_strrev(std::string(sText).data()), std::string(sText.rbegin(), sText.rend()));
-}
 }
 
 // In place of the library's own, which does nothing.

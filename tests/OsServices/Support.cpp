@@ -17,10 +17,7 @@ bool Fails(const char* pszCall)
     return pszFailing != nullptr && std::strcmp(pszFailing, pszCall) == 0 && g_pszFailing.exchange(nullptr) != nullptr;
 }
 
-std::pair<int, long> Held()
-{
-    return {s_iBlocks, std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})};
-}
+std::pair<int, long> Held() { return {s_iBlocks, std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})}; }
 
 void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks)
 {
@@ -35,10 +32,7 @@ void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vecto
         }
 }
 
-std::string WithoutNumbers(const std::string& rsText)
-{
-    return std::regex_replace(rsText, std::regex("[0-9]+"), "#");
-}
+std::string WithoutNumbers(const std::string& rsText) { return std::regex_replace(rsText, std::regex("[0-9]+"), "#"); }
 
 #define STAND_BEFORE(type, call, failure, parameters, arguments)                                                       \
     extern "C" type __real_##call parameters;                                                                          \

@@ -107,16 +107,12 @@ private:
     bool  m_bStopped = false;
 };
 
-class BoardWorld : public testing::Test
+struct BoardWorld : testing::Test
 {
-protected:
     BoardWorld() { setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1); }
     ~BoardWorld() override { std::filesystem::remove_all(m_oFolder); }
 
-    static void InClient(const std::function<void(TestClient&)>& fBody)
-    {
-        Process([&] { TestClient oClient; fBody(oClient); });
-    }
+    static void InClient(const std::function<void(TestClient&)>& fBody) { Process([&] { TestClient o; fBody(o); }); }
     // The body of a process that shows a buffer on output 0 until it is resumed.
     static void HoldOutput()
     {

@@ -49,9 +49,8 @@ struct Veteran : TestClient
     }
 };
 
-class DamageTest : public BoardWorld
+struct DamageTest : BoardWorld
 {
-protected:
     static void ExpectDevices(KUINT32 uiCount, const char* pszWhen)
     {
         InClient([&](TestClient& ro) { EXPECT_EQ(ro.Tavrin_GetDeviceCount() + (ro.hDev != nullptr), 2 * uiCount) << pszWhen; });

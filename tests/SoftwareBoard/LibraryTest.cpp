@@ -161,7 +161,7 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
 TEST_F(LibraryTest, ThreadsShareTheLibrary)
 {
     InClient([](TestClient& ro) {
-        std::deque<std::thread> oThreads;
+        std::vector<std::jthread> oThreads;
         for (KUINT32 uiThread = 0; uiThread < 4; ++uiThread)
             oThreads.emplace_back([o = ro, uiThread]() mutable {
                 for (KUINT32 uiTurn = 1, uiValue = 0; uiTurn <= 20; ++uiTurn)
@@ -175,7 +175,6 @@ TEST_F(LibraryTest, ThreadsShareTheLibrary)
                     EXPECT_EQ(uiValue, uiTurn);
                 }
             });
-        std::for_each(oThreads.begin(), oThreads.end(), [](std::thread& roThread) { roThread.join(); });
     });
     EXPECT_EQ(CountFiles("board.pixels-"), 2) << "what the outputs show";
 }

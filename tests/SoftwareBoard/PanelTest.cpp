@@ -1,5 +1,4 @@
 // The front panel, as a shell calls it.
-#include <fcntl.h>
 #include <png.h>
 #include <pty.h>
 #include <sys/prctl.h>
@@ -13,9 +12,8 @@ namespace
 {
 namespace fs = std::filesystem;
 
-class PanelTest : public BoardWorld
+struct PanelTest : BoardWorld
 {
-protected:
     // What it prints: results on standard output, errors on standard error. 128 and more is a signal, as shells count.
     static void Expect(const std::string& strArguments, int iStatus, const std::string& strContained)
     {

@@ -9,21 +9,22 @@ namespace
 using namespace SoftwareBoard;
 using Answer = std::function<bool(Board&, KUINT32 uiGeneration)>;
 
+// Holds the display's lock, and answers each new generation of output 0 until the answer is FALSE.
+struct Display : Process
+{
+    explicit Display(const Answer& fAnswer) : Process([=] {
+        Board oBoard = Board::Observe();
+        EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
+        KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(0, 0), uiNow = uiSeen;
+        Process::Pause();
+        do
+            usleep(1000), uiNow = oBoard.m_oState.ReadGeneration(0, 0);
+        while (std::exchange(uiSeen, uiNow) == uiNow || fAnswer(oBoard, uiNow));
+    }) { Await(), Resume(); }
+};
+
 struct VerdictTest : BoardWorld
 {
-    // Holds the display's lock, and answers each new generation of output 0 until the answer is FALSE.
-    static std::function<void()> Display(const Answer& fAnswer)
-    {
-        return [=] {
-            Board oBoard = Board::Observe();
-            EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
-            KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(0, 0), uiNow = uiSeen;
-            Process::Pause();
-            do
-                usleep(1000), uiNow = oBoard.m_oState.ReadGeneration(0, 0);
-            while (std::exchange(uiSeen, uiNow) == uiNow || fAnswer(oBoard, uiNow));
-        };
-    }
     static bool Say(Board& ro, KUINT32 uiGeneration, EVerdict eVerdict)
     {
         const BoardLocks::Transaction oTransaction(ro.m_oLocks);
@@ -43,8 +44,7 @@ TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
     };
     for (const auto& [strName, fAnswer, eStatus, iFromMs, iToMs] : aoCases)
     {
-        Process oDisplay(Display(fAnswer));
-        oDisplay.Await(), oDisplay.Resume();
+        Display oDisplay(fAnswer);
         InClient([&, &strName = strName, eStatus = eStatus, iFromMs = iFromMs, iToMs = iToMs](TestClient& ro) {
             const auto oStart = std::chrono::steady_clock::now();
             EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), eStatus) << strName;
@@ -62,12 +62,11 @@ TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
 TEST_F(VerdictTest, RefusalBringsBackWhatAnotherProcessLeftOnAndKeepsItsPixels)
 {
     InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(64, 8), ro.Show(ro.Output(0), 64, 8)), TStatus_OK); });
-    Process oDisplay(Display([bSwept = false](Board& ro, KUINT32 ui) mutable {
+    Display oDisplay([bSwept = false](Board& ro, KUINT32 ui) mutable {
         if (!std::exchange(bSwept, true))
             InClient([](TestClient& roOther) { roOther.MakeBuffer(); });  // sweeps what nobody needs
         return Say(ro, ui, EVerdict::Refused);
-    }));
-    oDisplay.Await(), oDisplay.Resume();
+    });
     InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_FAIL); });
     oDisplay.Kill();
     EXPECT_EQ(Board::Observe().m_oState.ReadOutput(0, 0).oVidParam.uiHActive, 64u);

@@ -26,8 +26,9 @@ TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect
 {
     std::ostringstream oRun;
     const auto         fText = [](const char* psz) { return psz != nullptr ? psz : "(null)"; };
-    oRun << uiDevIndex << ' ' << roProgressBarRect << ' ' << fText(pszImageFileName) << ' ' << fText(pszAnimBaseFileName) << ' '
-         << uiAnimStepLoopTimeMs << ' ' << roAnimRect << ' ' << uiEnableTime << ' ' << bProgressBar << ' ' << bAnimation << " |";
+    oRun << uiDevIndex << ' ' << roProgressBarRect << ' ' << fText(pszImageFileName) << ' ' << fText(pszAnimBaseFileName)
+         << ' ' << uiAnimStepLoopTimeMs << ' ' << roAnimRect << ' ' << uiEnableTime << ' ' << bProgressBar << ' '
+         << bAnimation << " |";
     for (const KUINT32 uiWord : std::bit_cast<std::array<KUINT32, 14>>(oVidParam))
         oRun << ' ' << uiWord;
     s_sRun = oRun.str();
@@ -58,10 +59,7 @@ Usage :
    tool -d 0 
 )";
 
-std::string Timing(KUINT32 uiFlags)
-{
-    return " | 640 480 75 1 4294967294 3 4 5 6 7 8 " + std::to_string(uiFlags) + " 0 0";
-}
+std::string Timing(KUINT32 uiFlags) { return " | 640 480 75 1 4294967294 3 4 5 6 7 8 " + std::to_string(uiFlags) + " 0 0"; }
 
 const std::string RANGE = "] animation step loop time must be in the range [16-10000].\n";
 

@@ -18,12 +18,10 @@ using Calls = std::vector<std::string>;
 const std::string REPORT    = "vesk\\(4\\.12\\.0\\.16\\)\\[0\\]: \\(Error\\) [A-Za-z]+\\.cpp\\([0-9]+\\) Assertion failed\n";
 const std::string FALL_BACK = REPORT + "Animation Png failed to load fall back on rectangle animation\n";
 
-inline Calls Joined(std::initializer_list<Calls> aasParts)
+inline Calls operator+(Calls asFirst, const Calls& asNext)
 {
-    Calls asAll;
-    for (const Calls& asPart : aasParts)
-        asAll.insert(asAll.end(), asPart.begin(), asPart.end());
-    return asAll;
+    asFirst.insert(asFirst.end(), asNext.begin(), asNext.end());
+    return asFirst;
 }
 
 inline Calls OutputCalls(const std::string& s, const std::string& sOperation)
@@ -32,22 +30,20 @@ inline Calls OutputCalls(const std::string& s, const std::string& sOperation)
 }
 
 // The calls of a run of one step on a board of two outputs, up to its teardown; and the teardown of a whole run.
-const Calls FORWARD = Joined(
-    {{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoard_GetFpgaCount", "TBoard_GetFpgaInfo 0",
-      "TBuffer_CreateVideo 52 80 60", "TBuffer_GetPlaneInfo", "TBuffer_BeginAccess 0 1", "TBuffer_EndAccess",
-      "TVideoOut_GetCount"},
-     OutputCalls("0", "TVideoOut_Enable 0 0 80 1"), OutputCalls("1", "TVideoOut_Enable 1 0 80 1"),
-     {"TBoard_RegWrite 6908 1", "TBuffer_BeginAccess 0 1", "TBoard_RegRead 7932", "TBuffer_EndAccess"}});
+const Calls FORWARD = Calls{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoard_GetFpgaCount", "TBoard_GetFpgaInfo 0",
+                            "TBuffer_CreateVideo 52 80 60", "TBuffer_GetPlaneInfo", "TBuffer_BeginAccess 0 1",
+                            "TBuffer_EndAccess", "TVideoOut_GetCount"}
+    + OutputCalls("0", "TVideoOut_Enable 0 0 80 1") + OutputCalls("1", "TVideoOut_Enable 1 0 80 1")
+    + Calls{"TBoard_RegWrite 6908 1", "TBuffer_BeginAccess 0 1", "TBoard_RegRead 7932", "TBuffer_EndAccess"};
 const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
-const Calls UNDO_OUTPUTS = Joined({OutputCalls("0", "TVideoOut_Disable 0"), OutputCalls("1", "TVideoOut_Disable 1"), UNDO_BUFFER});
+const Calls UNDO_OUTPUTS = OutputCalls("0", "TVideoOut_Disable 0") + OutputCalls("1", "TVideoOut_Disable 1") + UNDO_BUFFER;
 
-inline std::ptrdiff_t EntriesOf(const char* pszFolder) { return std::distance(std::filesystem::directory_iterator(pszFolder), {}); }
+inline std::ptrdiff_t EntriesOf(const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); }
 
 inline bool g_bRunIsUnderWay = false;
 
-class DisplayWorld : public testing::Test
+struct DisplayWorld : testing::Test
 {
-protected:
     DisplayWorld() { m_roBoard = SFakeTavrin(); }
     ~DisplayWorld() override { std::filesystem::remove_all(m_sFolder); }
 

@@ -98,8 +98,8 @@ TStatus TBoard_GetFpgaCount(TDevice_Handle, KUINT32* pui) { return Answer("TBoar
 TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 ui, tagTBoard_FpgaInfo* po)
 {
     return Answer(CallText("TBoard_GetFpgaInfo", ui), [&] {
-        *po = {.uiSize = 84, .szName = "in", .ui16DevID = 3, .ui16VendorID = 0xc3e7, .uiI2cBusIndex = 0, .uiI2cAddress = 0xd0,
-               .uiVersionMajor = 1, .uiVersionMinor = 33, .uiVersionBuild = 0};
+        *po = {.uiSize = 84, .szName = "in", .ui16DevID = 3, .ui16VendorID = 0xc3e7, .uiI2cBusIndex = 0,
+               .uiI2cAddress = 0xd0, .uiVersionMajor = 1, .uiVersionMinor = 33, .uiVersionBuild = 0};
     });
 }
 }

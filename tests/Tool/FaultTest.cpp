@@ -67,10 +67,19 @@ int    __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* po
 
 namespace
 {
-class Fault : public DisplayWorld
+struct Fault : DisplayWorld
 {
-protected:
     ~Fault() override { s_fServiceFails = nullptr; s_uiFakeNs = 0; }
+
+    // After a run that something failed in.
+    void ExpectNothingIsLeft()
+    {
+        EXPECT_EQ(Tavrin_GetDeviceCount(), 0u) << "the library is still loaded";
+        EXPECT_EQ(EntriesOf("/proc/self/fd"), m_iFiles);
+        RecordProperty("Tried", ++m_iTried);
+    }
+    const std::ptrdiff_t m_iFiles = (MakePictures(2), EntriesOf("/proc/self/fd"));
+    int                  m_iTried = 0;
 };
 
 // ---- The device library.
@@ -144,9 +153,6 @@ SOutcome Promised(const std::function<bool(std::size_t uiCall)>& fFails, TStatus
 
 TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
 {
-    MakePictures(2);
-    const std::ptrdiff_t iFiles = EntriesOf("/proc/self/fd");
-    int                  iTried = 0;
     for (const TStatus eFailure : {TStatus_RESOURCES_BUSY, TStatus_FAIL, TStatus_INVALID_PARAM})
         for (const bool bFromThenOn : {false, true})
         {
@@ -167,13 +173,10 @@ TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
                 EXPECT_EQ(Run(), oPromised.eStatus);
                 EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(oPromised.sOutput))) << m_sOutput;
                 EXPECT_EQ(m_roBoard.asCalls, oPromised.asCalls);
-                EXPECT_EQ(Tavrin_GetDeviceCount(), 0u) << "the library is still loaded";
-                EXPECT_EQ(EntriesOf("/proc/self/fd"), iFiles);
-                ++iTried;
+                ExpectNothingIsLeft();
             }
         }
-    RecordProperty("Tried", iTried);
-    EXPECT_GT(iTried, 160);
+    EXPECT_GT(m_iTried, 160);
 }
 
 // ---- The services: POSIX, the heap where it may refuse, libpng.
@@ -201,13 +204,10 @@ const SLoss LOSSES[] = {
 
 TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
 {
-    MakePictures(2);
-    const std::ptrdiff_t iFiles = EntriesOf("/proc/self/fd");
-    int                  iTried = 0;
     for (const bool bForEver : {false, true})
     {
         std::string sFailed = "first";
-        for (int iFailing = 1; !sFailed.empty(); ++iFailing, ++iTried)
+        for (int iFailing = 1; !sFailed.empty(); ++iFailing)
         {
             std::map<std::string, int> oCounts;
             int                        iCall = 0;
@@ -231,12 +231,10 @@ TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
             const Calls& asCalls = m_roBoard.asCalls;
             EXPECT_TRUE(eStatus != TStatus_OK ? asCalls.size() <= 1
                                               : asCalls.size() > UNDO_OUTPUTS.size() && std::equal(UNDO_OUTPUTS.rbegin(), UNDO_OUTPUTS.rend(), asCalls.rbegin()));
-            EXPECT_EQ(Tavrin_GetDeviceCount(), 0u) << "the library is still loaded";
-            EXPECT_EQ(EntriesOf("/proc/self/fd"), iFiles);
+            ExpectNothingIsLeft();
         }
     }
-    RecordProperty("Tried", iTried);
-    EXPECT_GT(iTried, 80);
+    EXPECT_GT(m_iTried, 80);
 }
 
 // Sixteen thousand seconds on a clock that only waits move: the step neither drifts nor takes anything with it.

@@ -20,9 +20,8 @@ namespace
 using Bytes = std::vector<KUINT8>;
 
 // A folder of its own, gone afterwards; what the tool prints stays out of the test's output.
-class Picture : public testing::Test
+struct Picture : testing::Test
 {
-protected:
     ~Picture() override { std::filesystem::remove_all(m_sFolder); }
 
     std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
@@ -35,7 +34,7 @@ protected:
         return {std::istreambuf_iterator<char>(oFile), {}};
     }
 
-    // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that the gap is whole.
+    // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that no gap is written.
     static KBOOL32 Load(Bytes auiFile, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
     {
         const KUINT32 uiPitch = uiWidth * 4 + 12;
@@ -44,6 +43,7 @@ protected:
         const KBOOL32 bLoaded = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
         std::fclose(poFile);
 
+        EXPECT_EQ(Bytes(auiPlane.end() - 16, auiPlane.end()), Bytes(16, 0x5A)) << "written behind the last row";
         rauiPixels.clear();
         for (KUINT32 y = 0; y < uiHeight; ++y)
         {
@@ -83,7 +83,8 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
     for (auto [oKind, auiStored, auiExpected] : CASES)
         for (const bool bInterlaced : {false, true})
         {
-            SCOPED_TRACE(testing::Message() << oKind.iBitDepth << " bits, type " << oKind.iColorType << ", interlaced " << bInterlaced);
+            SCOPED_TRACE(testing::Message() << oKind.iBitDepth << " bits, type " << oKind.iColorType
+                                            << ", interlaced " << bInterlaced);
             oKind.bInterlaced   = bInterlaced;
             const Bytes auiFile = Png(4, 2, oKind, auiStored);
             Bytes       auiPixels;
@@ -220,10 +221,11 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
 
 TEST_F(Picture, SequencesThatCannotPlayAreRefused)
 {
-    const Bytes auiBackground(9 * 4 * 7, 40);
+    const Bytes auiGround(9 * 4 * 7, 40);
     const auto  fInit = [&](const std::string& sBase, TRECT oRegion) {
         SAnimationPngData oData = {};
-        const KBOOL32 bInit = Captured([&] { return InitAnimationPng(auiBackground.data(), 9, 36, 7, sBase.c_str(), oRegion, oData); });
+        const auto    fWork = [&] { return InitAnimationPng(auiGround.data(), 9, 36, 7, sBase.c_str(), oRegion, oData); };
+        const KBOOL32 bInit = Captured(fWork);
         EXPECT_EQ(m_sOutput.ends_with("Assertion failed\n"), !bInit);
         return bInit;
     };

@@ -5,15 +5,12 @@
 
 #include "FpgaFirmwareCheck.h"
 
-namespace
-{
 using Script = std::vector<std::pair<tagTBoard_FpgaInfo, TStatus>>;
 
-Script                g_aoFpgas;
-TStatus               g_eCountStatus;
-KUINT32               g_uiAsked;
-TDEVICE_OBJECT* const DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_aoFpgas);
-}
+static Script                g_aoFpgas;
+static TStatus               g_eCountStatus;
+static KUINT32               g_uiAsked;
+static TDEVICE_OBJECT* const DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_aoFpgas);
 
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
 {

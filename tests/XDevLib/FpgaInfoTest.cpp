@@ -6,21 +6,19 @@
 
 #include "XDevFpgaInfo.h"
 
-namespace
-{
 using X       = XDevFpgaInfo;
 using Numbers = std::vector<KUINT32>;
 
 constexpr KUINT32 VENDOR = 0xc3e70000, UNKNOWN = 0x13, TOP = 0xffffffff;
 const Numbers     QUADHI = {0xc10, 0, 6, 1}, QUADDO = {7, 4}, DVO = {0xc00, 2};  // device codes of the vendor's, as below
 
-X Fpga(KUINT32 uiCode, KUINT32 uiVersion, KUINT32 uiBridge = 0)
+static X Fpga(KUINT32 uiCode, KUINT32 uiVersion, KUINT32 uiBridge = 0)
 {
     return X(VENDOR | uiCode, uiVersion, uiBridge, FALSE, 0, 0, "");
 }
 
 // In the sum every row and its place count: one that is missing, moved or mistyped changes it.
-KUINT32 RegistrySum(const X& roFpga)
+static KUINT32 RegistrySum(const X& roFpga)
 {
     KUINT32 uiSum = 0;
     for (const auto& roData : std::span(roFpga.GetFpgaVersionData().Begin(), roFpga.GetFpgaVersionData().End()))
@@ -29,7 +27,6 @@ KUINT32 RegistrySum(const X& roFpga)
         uiSum = uiSum * 31 + roData.uiFpgaVersion * 2 + (roData.bIsSupported ? 1 : 0);
     }
     return uiSum;
-}
 }
 
 TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
