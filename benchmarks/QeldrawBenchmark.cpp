@@ -56,8 +56,8 @@ void PixmanFill(Area oArea, KUINT32 uiValue)
                 uiValue);
 }
 
-// The shapes as one would write them down beside a surface, point by point.
-void PlainLine(QelSurface& ro, KINT32 x1, KINT32 y1, KINT32 x2, KINT32 y2)
+// The shapes as one would write them down beside a surface, point by point. Like ours they do not know their arguments.
+[[gnu::noipa]] void PlainLine(QelSurface& ro, KINT32 x1, KINT32 y1, KINT32 x2, KINT32 y2)
 {
     if (x1 == x2)
     {
@@ -74,7 +74,7 @@ void PlainLine(QelSurface& ro, KINT32 x1, KINT32 y1, KINT32 x2, KINT32 y2)
     }
 }
 
-void PlainCircle(QelSurface& ro, KUINT32 xc, KUINT32 yc, KINT32 iRadius)
+[[gnu::noipa]] void PlainCircle(QelSurface& ro, KUINT32 xc, KUINT32 yc, KINT32 iRadius)
 {
     for (KINT32 ix = iRadius, iy = 0, iError = 1 - ix; ix >= iy;)
     {
@@ -86,7 +86,7 @@ void PlainCircle(QelSurface& ro, KUINT32 xc, KUINT32 yc, KINT32 iRadius)
     }
 }
 
-void PlainDisc(QelSurface& ro, KUINT32 x0, KUINT32 y0, KINT32 d)
+[[gnu::noipa]] void PlainDisc(QelSurface& ro, KUINT32 x0, KUINT32 y0, KINT32 d)
 {
     const KINT32 iRay = 2 * d;
     KINT32       ix = d % 2 != 0 ? iRay : iRay - 2, iy = 2;

@@ -111,7 +111,7 @@ inline T* QelColor<ePixelFormat, T>::FindPixel(KUINTPTR uiSurfaceData, KUINT32 u
 template <TPixelFormat ePixelFormat, typename T>
 inline void QelColor<ePixelFormat, T>::Write(QelSurface& oSurface, KUINT32 x, KUINT32 y) const
 {
-    if (const KUINTPTR uiSurfaceData = oSurface.GetSurfaceData(0))
+    if (const KUINTPTR uiSurfaceData = oSurface.GetSurfaceData(0)) [[likely]]
     {
         *FindPixel(uiSurfaceData, oSurface.GetPitchPixels(0), x, y) = m_uiColorValue;
     }

@@ -77,7 +77,7 @@ template <typename ColourType> void QelSurfaceTyped<ColourType>::Clr()
 
 template <typename ColourType> void QelSurfaceTyped<ColourType>::Dot(KUINT32 uiXPos, KUINT32 uiYPos)
 {
-    if (uiXPos < m_uiWitdh && uiYPos < m_uiHeight)
+    if (uiXPos < m_uiWitdh && uiYPos < m_uiHeight) [[likely]]
     {
         m_oFgColour.Write(*this, uiXPos, uiYPos);
     }
