@@ -313,6 +313,9 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
 {
     const std::string strSmall = " -- -v 104 48 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8 -a 1 1 9 9 -p 2 20 102 30 ";
     setenv("TMPDIR", (fs::create_directory(At("tmp")), At("tmp").c_str()), 1);
+    const auto fIsClean = [this] {  // the runtime of a sanitizer leaves files of its own there
+        return std::none_of(fs::directory_iterator(At("tmp")), {}, [](const auto& ro) { return ro.path().filename().string().starts_with("tavrin-"); });
+    };
     const std::tuple<std::string, int, std::vector<KUINT32>, std::string> aoCases[] = {
         {strSmall + "-l 16", 0, {0, 25, 50, 75, 100}, ""},
         {" --at 100 --at 3 --at 40" + strSmall + "-et 1 -l 400", 0, {100, 3, 40}, ""},  // runs that end by themselves
@@ -323,7 +326,7 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     for (const auto& [strArguments, iStatus, auiPercents, strSays] : aoCases)
     {
         Expect("preview " + At("sheet.png") + strArguments, iStatus, strSays);
-        EXPECT_EQ(std::pair(fs::is_empty(At("tmp")), fs::exists(At("sheet.png"))), std::pair(true, iStatus == 0)) << strArguments;
+        EXPECT_EQ(std::pair(fIsClean(), fs::exists(At("sheet.png"))), std::pair(true, iStatus == 0)) << strArguments;
         if (iStatus != 0)
             continue;
         const KUINT32 uiAcross = auiPercents.size() > 4 ? 3 : 2, uiWidth = 16 + uiAcross * 120;
@@ -340,10 +343,10 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         EXPECT_EQ(auiSheet[(416 * 1920 + uiX) * 4], uiRed) << uiX;
     fs::remove(At("sheet.png"));
     Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none"));
-    while (fs::is_empty(At("tmp")))
+    while (fIsClean())
         usleep(1000);
     oEnded.ooProcess->Kill(SIGTERM, SIGTERM);
     EXPECT_EQ(read(oEnded.aiFds[0], &oEnded.oMode, 1), 0) << "the tool still has the pipe";
-    EXPECT_TRUE(fs::is_empty(At("tmp")) && !fs::exists(At("sheet.png")));
+    EXPECT_TRUE(fIsClean() && !fs::exists(At("sheet.png")));
 }
 }
