@@ -47,9 +47,17 @@ void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
     Board::Open().m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
 }
 
-KUINT32 ReadProgress(KUINT32 uiDevice)
+// Where a ramp to uiTo begins: at what the register shows, or at 0, which is then written, where that is no less. Of two
+// ramps that begin at once the second finds the 0 of the first.
+KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
 {
-    return Board::Open().m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    Board                         oBoard = Board::Open();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32                 uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    if (uiNow < uiTo)
+        return uiNow;
+    oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, 0);
+    return 0;
 }
 
 // Where somebody else has written more meanwhile, another ramp perhaps, that stays. Returns what the register shows.
@@ -109,16 +117,12 @@ private:
 
 void PlayRamp(const SOptions& roOptions)
 {
-    const KUINT32           uiNow  = ReadProgress(roOptions.uiDevice);
-    const bool              bAnew  = uiNow >= roOptions.uiTo;
-    const KUINT32           uiFrom = bAnew ? 0 : uiNow;
+    const KUINT32           uiFrom = BeginRamp(roOptions.uiDevice, roOptions.uiTo);
     const Signals           oSignals;
     ProgressLine            oLine;
     const Clock::time_point oStart = Clock::now();
     const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds));
 
-    if (bAnew)
-        WriteProgress(roOptions.uiDevice, 0);
     for (KUINT32 uiPercent = uiFrom;; ++uiPercent)
     {
         const KUINT32 uiShown = RaiseProgress(roOptions.uiDevice, uiPercent);

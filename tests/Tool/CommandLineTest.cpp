@@ -1,10 +1,12 @@
 // The command line, with a display run that records what it was given in place of the real one.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <bit>
 #include <deque>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "DisplayRun.h"

@@ -1,6 +1,7 @@
 // What a display run does and shows when nothing fails.
 #include <chrono>
 #include <csignal>
+#include <thread>
 
 #include "DisplayWorld.h"
 
@@ -32,8 +33,8 @@ TEST_F(DisplayRun, BadRectanglesAndIndexTouchNoBoard)
     EXPECT_TRUE(m_roBoard.asCalls.empty());
 }
 
-// The loop is skipped when the signal comes before it. At any other moment: scripts/torture, on the board in software.
-TEST_F(DisplayRun, StopSignalBeforeTheLoopSkipsIt)
+// Before the loop a signal skips it. At every moment: scripts/torture, on the board in software.
+TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
 {
     m_bProgressBar = FALSE;
     m_pszFrames    = "/nonexistent";  // not looked for without an animation
@@ -45,6 +46,16 @@ TEST_F(DisplayRun, StopSignalBeforeTheLoopSkipsIt)
         EXPECT_EQ(m_roBoard.asCalls, Calls(FORWARD.begin(), FORWARD.end() - 2) + Calls{FORWARD.back()} + UNDO_OUTPUTS);
         EXPECT_EQ(PixelAt(20, 40) | PixelAt(60, 50) | PixelAt(10, 5), 0u) << "neither bar nor animation, and not black";
     }
+    std::thread oLater;  // while a loop runs that has nothing to draw and nothing to read
+    m_roBoard.fFails = [&](const std::string& s) {
+        if (s == "TBoard_RegWrite 6908 1")
+            oLater = std::thread([] { usleep(30'000), kill(getpid(), SIGTERM); });
+        return false;
+    };
+    EXPECT_EQ(Run(), TStatus_OK);
+    oLater.join();
+    EXPECT_EQ(m_roBoard.asCalls, Calls(FORWARD.begin(), FORWARD.end() - 2) + Calls{FORWARD.back()} + UNDO_OUTPUTS);
+    EXPECT_EQ(PixelAt(20, 40) | PixelAt(60, 50) | PixelAt(10, 5), 0u) << "neither bar nor animation, and not black";
     struct sigaction oInstalled;
     sigaction(SIGTERM, nullptr, &oInstalled);
     EXPECT_EQ(oInstalled.sa_flags & (SA_SIGINFO | SA_RESTART | SA_NODEFER), SA_SIGINFO);

@@ -52,15 +52,16 @@ std::size_t RegionRowOffset(const TRECT& roRegion, KUINT32 uiRow, KUINT32 uiPitc
 }
 
 // Since a frame was shown last, all others went through the caches, so it comes from far: for rows that are not short the
-// string instruction asks for what comes next by itself, and further ahead than a loop of loads does.
+// string instruction asks for what comes next by itself, and further ahead than a loop of loads does. It moves whole pixels,
+// should a device see each write.
 void CopyFrameRow(KUINT8* puiTarget, const KUINT8* puiSource, KUINT32 uiBytes)
 {
 #ifdef __x86_64__
     constexpr KUINT32 uiStringInBytes = 512;
     if (uiBytes >= uiStringInBytes)
     {
-        KUINT64 uiCount = uiBytes;
-        asm volatile("rep movsb" : "+D"(puiTarget), "+S"(puiSource), "+c"(uiCount) : : "memory");
+        KUINT64 uiCount = uiBytes / BYTES_PER_PIXEL;
+        asm volatile("rep movsl" : "+D"(puiTarget), "+S"(puiSource), "+c"(uiCount) : : "memory");
         return;
     }
 #endif

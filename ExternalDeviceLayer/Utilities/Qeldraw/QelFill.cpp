@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#if defined(__x86_64__) || defined(__i386__)
+#ifdef __x86_64__
 #include <cpuid.h>
 #endif
 
@@ -13,7 +13,7 @@ constexpr KUINT64 ORDINARY_CACHE_IN_BYTES = KUINT64{8} << 20;
 KUINT64 AskForLargestCache()
 {
     KUINT64 uiLargest = 0;
-#if defined(__x86_64__) || defined(__i386__)
+#ifdef __x86_64__
     // Intel's and AMD's leaf of cache parameters have one layout: a sub-leaf for each cache, then one of type 0.
     for (const unsigned uiLeaf : {0x4u, 0x8000001Du})
     {
