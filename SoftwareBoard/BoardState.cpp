@@ -1,7 +1,6 @@
 #include "BoardState.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <bit>
@@ -154,10 +153,11 @@ KUINT32 BoardState::CheckIsOurs() const
 KUINT32 BoardState::GetDeviceCount() const
 {
     const KUINT32 uiCount = CheckIsOurs();
-    struct stat   oStat   = {};
-    if (fstat(m_oFile.Get(), &oStat) != 0)
-        ThrowSystemError(m_strPath, "fstat");
-    if (uiCount == 0 || uiCount > uiMaxDevices || oStat.st_size != DeviceOffset(uiCount))
+    // Where the file stands means nothing, and its end is found in less time than by all that fstat tells.
+    const off_t iSize = lseek(m_oFile.Get(), 0, SEEK_END);
+    if (iSize < 0)
+        ThrowSystemError(m_strPath, "lseek");
+    if (uiCount == 0 || uiCount > uiMaxDevices || iSize != DeviceOffset(uiCount))
         throw BoardError(m_strPath + ": damaged (number of devices or size of the file); make the board anew");
     return uiCount;
 }

@@ -158,6 +158,7 @@ void* realloc(void* pv, size_t uiSize) { return Strikes("heap", "realloc") ? (er
 STRUCK("read", size_t, fread, (void* p, size_t u, size_t n, FILE* f), (p, u, n, f), 0)
 STRUCK("file", int, mkdir, (const char* p, mode_t m), (p, m), -1)
 STRUCK("file", int, fstat, (int i, struct stat* p) noexcept, (i, p), -1)
+STRUCK("file", off_t, lseek, (int i, off_t o, int w) noexcept, (i, o, w), -1)
 STRUCK("file", ssize_t, pread, (int i, void* p, size_t n, off_t o), (i, p, n, o), -1)
 STRUCK("file", ssize_t, pwrite, (int i, const void* p, size_t n, off_t o), (i, p, n, o), -1)
 STRUCK("file", int, ftruncate, (int i, off_t o) noexcept, (i, o), -1)
