@@ -1,6 +1,7 @@
 #include "BoardState.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
