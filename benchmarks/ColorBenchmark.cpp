@@ -49,7 +49,8 @@ struct SRows
 };
 SRows g_oRows;
 
-// A component of an R8G8B8A8 word: 0 red, 1 green, 2 blue, 3 alpha.
+// A component of an R8G8B8A8 word: 0 red, 1 green, 2 blue, 3 alpha. Cut by a type: g++ folds a conversion into what follows,
+// where a mask that is narrowed to 16 bits stays.
 constexpr KUINT16 Component(KUINT32 uiRgba, KUINT32 uiIndex)
 {
     return static_cast<KUINT8>(uiRgba >> (8 * uiIndex));

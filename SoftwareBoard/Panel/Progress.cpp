@@ -95,7 +95,7 @@ public:
         const int iBar     = std::min(oSize.ws_col - iFigures - 3, 50);  // 0 columns is a terminal that does not know
         if (iBar > 0)
         {
-            const auto uiDone = static_cast<size_t>(iBar) * uiPercent / 100;
+            const auto uiDone = static_cast<size_t>(iBar) * std::min(uiPercent, 100u) / 100;  // others may write any number
             std::printf("\r[%s%s] ", std::string(uiDone, '#').c_str(),
                         std::string(static_cast<size_t>(iBar) - uiDone, '-').c_str());
         }

@@ -243,8 +243,13 @@ TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
         oStopped.Await("100");
         oStopped.Await("[");
         oStopped.ooProcess->Kill(SIGINT, SIGINT);
+        Live oOverrun("progress --ramp 20 --linear", true);
+        oOverrun.Await("[");
+        EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 255), TStatus_OK);
+        oOverrun.Await("#] 255 %");
+        oOverrun.ooProcess->Kill(SIGINT, SIGINT);
     });
-    Expect("status", 0, "(61 %)");
+    Expect("status", 0, "(255 %)");
 }
 
 TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
