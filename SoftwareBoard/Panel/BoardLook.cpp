@@ -1,6 +1,5 @@
 #include "BoardLook.h"
 
-#include <algorithm>
 #include <fstream>
 
 #include "DescribeDisplay.h"
@@ -50,12 +49,5 @@ std::string DescribeOutput(const SOutputLook& roOutput)
     return std::to_string(roVidParam.uiHActive) + "x" + std::to_string(roVidParam.uiVActive) + ", " +
            std::to_string(roVidParam.uiVRate_Hz) + " Hz, held by " +
            (roHolder ? std::to_string(roHolder->iPid) + " (" + roHolder->strName + ")" : "nobody") + strDisplay;
-}
-
-std::string MakePrintable(std::string strText)
-{
-    std::replace_if(
-        strText.begin(), strText.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return strText;
 }
 }

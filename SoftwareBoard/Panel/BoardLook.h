@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Board.h"
+#include "Printable.h"
 
 namespace Panel
 {
@@ -38,9 +39,6 @@ SDeviceLook LookAtDevice(const SoftwareBoard::Board& roBoard, KUINT32 uiDevice);
 
 // "off", or size, rate and holder; then what real displays make of it.
 std::string DescribeOutput(const SOutputLook& roOutput);
-
-// The text with whatever could command a terminal replaced.
-std::string MakePrintable(std::string strText);
 }
 
 #endif

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Panel.h"
+#include "Printable.h"
 
 using namespace SoftwareBoard;
 
@@ -74,8 +75,9 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
         if (*pbNoFpga)
             poPlan->aoFpgas.clear();
         const Board oBoard = Board::Create(*poPlan);
-        std::printf("board %s: devices %u, outputs of each %u, FPGAs of each %zu\n", oBoard.m_oFolder.GetPath().c_str(),
-                    poPlan->uiDeviceCount, poPlan->uiOutputCount, poPlan->aoFpgas.size());
+        std::printf("board %s: devices %u, outputs of each %u, FPGAs of each %zu\n",
+                    MakePrintable(oBoard.m_oFolder.GetPath()).c_str(), poPlan->uiDeviceCount, poPlan->uiOutputCount,
+                    poPlan->aoFpgas.size());
     };
 }
 }

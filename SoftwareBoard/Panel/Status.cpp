@@ -116,7 +116,7 @@ Action AddStatus(CLI::App& roCommand, const PassedOn&)
         const std::string&             strPath   = oBoard.m_oFolder.GetPath();
         if (!*pbJson)
         {
-            std::printf("board %s\n", strPath.c_str());
+            std::printf("board %s\n", MakePrintable(strPath).c_str());
             for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
                 PrintDevice(uiDevice, aoDevices[uiDevice]);
             return;

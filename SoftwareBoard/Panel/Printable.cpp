@@ -1,0 +1,13 @@
+#include "Printable.h"
+
+#include <algorithm>
+
+namespace Panel
+{
+std::string MakePrintable(std::string strText)
+{
+    std::replace_if(
+        strText.begin(), strText.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return strText;
+}
+}
