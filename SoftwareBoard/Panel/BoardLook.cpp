@@ -2,8 +2,6 @@
 
 #include <fstream>
 
-#include "DescribeDisplay.h"
-
 using namespace SoftwareBoard;
 
 namespace Panel
@@ -31,7 +29,7 @@ SDeviceLook LookAtDevice(const Board& roBoard, KUINT32 uiDevice)
     for (KUINT32 uiOutput = 0; uiOutput < oDevice.uiOutputCount; ++uiOutput)
     {
         SOutputLook oOutput{roBoard.m_oState.ReadOutput(uiDevice, uiOutput), std::nullopt,
-                            DescribeDisplay(roBoard, uiDevice, uiOutput)};
+                            LookAtDisplay(roBoard, uiDevice, uiOutput)};
         if (oOutput.oRecord.bEnabled == TRUE)
             oOutput.ooHolder = FindHolder(roBoard, uiDevice, uiOutput, oOutput.oRecord.iHolderPid);
         oLook.aoOutputs.push_back(std::move(oOutput));
@@ -41,7 +39,7 @@ SDeviceLook LookAtDevice(const Board& roBoard, KUINT32 uiDevice)
 
 std::string DescribeOutput(const SOutputLook& roOutput)
 {
-    const std::string strDisplay = roOutput.strDisplay.empty() ? "" : ", " + roOutput.strDisplay;
+    const std::string strDisplay = roOutput.ooDisplay ? ", " + DescribeDisplay(*roOutput.ooDisplay) : "";
     if (roOutput.oRecord.bEnabled == FALSE)
         return "off" + strDisplay;
     const tagTVideo_VidParam& roVidParam = roOutput.oRecord.oVidParam;

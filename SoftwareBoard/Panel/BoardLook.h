@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Board.h"
+#include "DescribeDisplay.h"
 #include "Printable.h"
 
 namespace Panel
@@ -21,7 +22,7 @@ struct SOutputLook
 {
     SoftwareBoard::SOutputRecord oRecord;
     std::optional<SHolder>       ooHolder;
-    std::string                  strDisplay;  // on which real display, or why not; empty where none is served
+    std::optional<SDisplayLook>  ooDisplay;  // nothing where no display process serves the device
 };
 
 struct SDeviceLook

@@ -1,16 +1,37 @@
-// On which real display an output is shown, in words.
+// On which real display an output is shown, as values and in words.
 #ifndef DESCRIBE_DISPLAY_H
 #define DESCRIBE_DISPLAY_H
 
+#include <optional>
 #include <string>
 
 #include "Board.h"
 
 namespace Panel
 {
-// "shown on HDMI-A-1", "dark on HDMI-A-1" for an output that is off, "not shown: " and why, "not shown yet"; empty when no
-// display process serves the device. The caller is in a transaction.
-std::string DescribeDisplay(const SoftwareBoard::Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput);
+enum class EDisplayState
+{
+    Shown,
+    Dark,  // as Shown, of an output that is off
+    Refused,
+    Awaited,
+};
+
+struct SDisplayLook
+{
+    EDisplayState eState = EDisplayState::Awaited;
+    std::string   strConnector;  // empty when none is known
+    std::string   strReason;     // of Refused; both printable
+};
+
+// Nothing when no display process serves the device. The caller is in a transaction.
+std::optional<SDisplayLook> LookAtDisplay(const SoftwareBoard::Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput);
+
+// The state for programs: "shown", "dark", "refused" or "awaited".
+const char* NameOf(EDisplayState eState);
+
+// "shown on HDMI-A-1", "dark on HDMI-A-1", "not shown: " and why, "not shown yet".
+std::string DescribeDisplay(const SDisplayLook& roDisplay);
 }
 
 #endif

@@ -57,6 +57,15 @@ void WriteTiming(JsonWriter& roJson, const tagTVideo_VidParam& roVidParam)
     roJson.EndObject();
 }
 
+// Null where there is none.
+void WriteText(JsonWriter& roJson, const std::string& strText)
+{
+    if (strText.empty())
+        roJson.Null();
+    else
+        roJson.String(strText);
+}
+
 void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputLook& roOutput)
 {
     const tagTVideo_VidParam& roVidParam = roOutput.oRecord.oVidParam;
@@ -74,10 +83,16 @@ void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputLook& roOutp
         WriteTiming(roJson, roVidParam);
     }
     roJson.Key("display");
-    if (roOutput.strDisplay.empty())
-        roJson.Null();
+    if (const auto& roDisplay = roOutput.ooDisplay)
+    {
+        roJson.BeginObject().Key("connector");
+        WriteText(roJson, roDisplay->strConnector);
+        roJson.Key("state").String(NameOf(roDisplay->eState)).Key("reason");
+        WriteText(roJson, roDisplay->strReason);
+        roJson.EndObject();
+    }
     else
-        roJson.String(roOutput.strDisplay);
+        roJson.Null();
     roJson.EndObject();
 }
 
