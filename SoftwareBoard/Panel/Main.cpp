@@ -5,7 +5,9 @@
 #include <new>
 
 #include "Panel.h"
+#include "Printable.h"
 #include "Signals.h"
+#include "Usage.h"
 
 namespace
 {
@@ -14,7 +16,7 @@ struct SCommand
     const char* pszName;
     const char* pszHelp;
     Panel::Action (*pfAdd)(CLI::App& roCommand, const Panel::PassedOn& roPassedOn);
-    bool        bPassesOn;
+    bool        bPassesOn;  // what stands behind "--"
     const char* pszExample;
 };
 
@@ -42,20 +44,34 @@ constexpr SCommand aoCommands[] = {
 };
 // clang-format on
 
+const SCommand* FindCommand(std::string_view svName)
+{
+    const SCommand* const poFound =
+        std::find_if(std::begin(aoCommands), std::end(aoCommands), [&](const SCommand& ro) { return ro.pszName == svName; });
+    return poFound != std::end(aoCommands) ? poFound : nullptr;
+}
+
 constexpr char pszFooter[] =
     "The board lives in the folder $TAVRIN_BOARD, otherwise in tavrin-board in $XDG_RUNTIME_DIR,\n"
     "otherwise in /tmp/tavrin-board-UID. The first that uses it makes a board of one device and two outputs.";
 
-int Fail(const char* pszWhy)
+int Fail(const std::string& strWhy, int iStatus = 1)
 {
-    std::fprintf(stderr, "tavrin-board: %s\n", pszWhy);
-    return 1;
+    std::fprintf(stderr, "tavrin-board: %s\n", Panel::MakePrintable(strWhy).c_str());
+    return iStatus;
+}
+
+int RefuseUsage(const std::string& strWhy)
+{
+    return Fail(strWhy + "; --help tells the usage", 2);
 }
 }
 
 int main(int argc, char* argv[])
 try
 {
+    const SCommand* const poCommand = argc > 1 ? FindCommand(argv[1]) : nullptr;
+
     // What follows "--" is another program's command line and never passes through the parser.
     char** const    ppszEnd  = argv + argc;
     char** const    ppszMark = std::find_if(argv, ppszEnd, [](const char* psz) { return std::string_view(psz) == "--"; });
@@ -65,32 +81,40 @@ try
     CLI::App oPanel("The front panel of a board in software", "tavrin-board");
     oPanel.require_subcommand(1);
     oPanel.footer(pszFooter);
-    oPanel.failure_message([](const CLI::App*, const CLI::Error& roError) {
-        return std::string("tavrin-board: ") + roError.what() + "; --help tells the usage\n";
-    });
+    oPanel.set_version_flag("--version", "tavrin-board " PANEL_VERSION, "Print the version and exit");
 
     Panel::Action fAction;
     for (const SCommand& roCommand : aoCommands)
     {
-        CLI::App* const     poCommand   = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
-        const Panel::Action fThisAction = roCommand.pfAdd(*poCommand, oPassedOn);
+        CLI::App* const     poParser    = oPanel.add_subcommand(roCommand.pszName, roCommand.pszHelp);
+        const Panel::Action fThisAction = roCommand.pfAdd(*poParser, oPassedOn);
         const bool          bSpare      = ppszMark != ppszEnd && !roCommand.bPassesOn;
-        const std::string   strNotes    = poCommand->get_footer();
-        poCommand->footer(strNotes + (strNotes.empty() ? "" : "\n\n") + "Example:\n  " + roCommand.pszExample);
-        poCommand->callback([&fAction, fThisAction, bSpare] {
+        const std::string   strNotes    = poParser->get_footer();
+        poParser->footer(strNotes + (strNotes.empty() ? "" : "\n\n") + "Example:\n  " + roCommand.pszExample);
+        poParser->callback([&fAction, fThisAction, bSpare] {
             if (bSpare)
                 throw CLI::ParseError("nothing is to follow \"--\" here", CLI::ExitCodes::ExtrasError);
             fAction = fThisAction;
         });
     }
+    if (poCommand == nullptr && ppszMark - argv > 1 && argv[1][0] != '-')
+    {
+        const std::string        strWord = argv[1];
+        std::vector<std::string> astrNames;
+        for (const SCommand& roCommand : aoCommands)
+            astrNames.emplace_back(roCommand.pszName);
+        return RefuseUsage("there is no command '" + strWord + "'" + Panel::SuggestNearest(strWord, astrNames));
+    }
+    const bool bMarkMissing = poCommand != nullptr && poCommand->bPassesOn && ppszMark == ppszEnd;
     try
     {
         oPanel.parse(static_cast<int>(ppszMark - argv), argv);
     }
     catch (const CLI::ParseError& roError)
     {
-        if (oPanel.exit(roError, std::cout, std::cerr) != 0)
-            return 2;
+        if (roError.get_exit_code() != 0)
+            return RefuseUsage(Panel::ExplainRefusal(oPanel, roError, bMarkMissing ? poCommand->pszExample : nullptr));
+        oPanel.exit(roError);
         return std::cout.flush() ? 0 : Fail("standard output: cannot be written");
     }
 

@@ -1,0 +1,79 @@
+#include "Usage.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace Panel
+{
+namespace
+{
+// How many letters must be changed, added, left out or exchanged with their neighbour.
+size_t CountMistakes(const std::string& strWord, const std::string& strMeant)
+{
+    std::vector<size_t> auiLast, auiRow, auiNext(strMeant.size() + 1);
+    auiRow.resize(auiNext.size());
+    std::iota(auiRow.begin(), auiRow.end(), size_t{0});
+    for (size_t i = 1; i <= strWord.size(); ++i)
+    {
+        auiNext[0] = i;
+        for (size_t j = 1; j < auiNext.size(); ++j)
+        {
+            const bool bSame = strWord[i - 1] == strMeant[j - 1];
+            auiNext[j]       = std::min({auiRow[j] + 1, auiNext[j - 1] + 1, auiRow[j - 1] + (bSame ? 0 : 1)});
+            if (i > 1 && j > 1 && strWord[i - 1] == strMeant[j - 2] && strWord[i - 2] == strMeant[j - 1])
+                auiNext[j] = std::min(auiNext[j], auiLast[j - 2] + 1);
+        }
+        auiLast = std::exchange(auiRow, auiNext);
+    }
+    return auiRow.back();
+}
+
+std::vector<std::string> NameOptions(const CLI::App& roCommand)
+{
+    std::vector<std::string> astrNames;
+    for (const CLI::Option* const poOption : roCommand.get_options())
+        for (const std::string& strName : poOption->get_lnames())
+            astrNames.push_back("--" + strName);
+    return astrNames;
+}
+
+bool IsOption(const std::string& strWord)
+{
+    return strWord.size() > 1 && strWord[0] == '-';
+}
+}
+
+std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates)
+{
+    const std::string* poNearest  = nullptr;
+    size_t             uiMistakes = 0;
+    for (const std::string& strCandidate : roCandidates)
+    {
+        const bool   bBegun = strWord.size() > 2 && strCandidate.starts_with(strWord);
+        const size_t uiHere = bBegun ? 0 : CountMistakes(strWord, strCandidate);
+        if (uiHere * 3 <= strCandidate.size() && (poNearest == nullptr || uiHere < uiMistakes))
+        {
+            poNearest  = &strCandidate;
+            uiMistakes = uiHere;
+        }
+    }
+    return poNearest == nullptr ? "" : "; the nearest is '" + *poNearest + "'";
+}
+
+std::string ExplainRefusal(const CLI::App& roPanel, const CLI::ParseError& roError, const char* pszPassingOn)
+{
+    // Words that the parser could do nothing with say more than what it missed for want of them.
+    const std::vector<std::string> astrWords = roPanel.remaining(true);
+    if (astrWords.empty())
+        return roError.what();
+    const auto        i            = std::find_if(astrWords.begin(), astrWords.end(), IsOption);
+    const std::string strWord      = i != astrWords.end() ? *i : astrWords.front();
+    const std::string strWrong     = IsOption(strWord) ? strWord.substr(0, strWord.find('=')) : strWord;
+    const auto        apoCommands  = roPanel.get_subcommands();
+    const std::string strSuggested = SuggestNearest(strWrong, NameOptions(apoCommands.empty() ? roPanel : *apoCommands.front()));
+    if (pszPassingOn != nullptr && strSuggested.empty())
+        return "put \"--\" before '" + astrWords.front() + "', as in \"" + pszPassingOn + "\"";
+    return (IsOption(strWrong) ? "there is no option '" + strWrong + "' here" : "'" + strWrong + "' is one word too many") +
+           strSuggested;
+}
+}
