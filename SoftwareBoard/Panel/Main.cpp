@@ -1,4 +1,6 @@
 // tavrin-board: the front panel of a board in software. Exit status 0; 1 it could not; 2 usage.
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -16,30 +18,31 @@ struct SCommand
     const char* pszName;
     const char* pszHelp;
     Panel::Action (*pfAdd)(CLI::App& roCommand, const Panel::PassedOn& roPassedOn);
-    bool        bPassesOn;  // what stands behind "--"
+    bool        bPassesOn;      // what stands behind "--"
+    bool        bEndsBySignal;  // in its good way, so that one that comes early must wait for it
     const char* pszExample;
 };
 
 // clang-format off
 constexpr SCommand aoCommands[] = {
-    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false,
+    {"create", "Make a new board in the folder, in place of the one there", Panel::AddCreate, false, false,
      "tavrin-board create --outputs 4 --fpga 5:2.13.45"},
-    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false,
+    {"status", "Show devices, FPGAs, the progress registers and what the outputs show", Panel::AddStatus, false, false,
      "tavrin-board status --json"},
-    {"progress", "Set the update progress that the board reports, once or as an update would", Panel::AddProgress, false,
+    {"progress", "Set the update progress that the board reports, once or as an update would", Panel::AddProgress, false, false,
      "tavrin-board progress 40\n  tavrin-board progress --ramp 30"},
-    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true,
+    {"run", "Run a command with this board's library: tavrin-board run -- COMMAND...", Panel::AddRun, true, false,
      "tavrin-board run -- QelProgressBarDisplay -p 100 300 900 340"},
-    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false,
+    {"snapshot", "Write what an output shows now to a PNG file", Panel::AddSnapshot, false, false,
      "tavrin-board snapshot 0 output0.png"},
 #ifdef TAVRIN_BOARD_DISPLAY
-    {"display", "Show the outputs on the displays of this machine", Panel::AddDisplay, false,
+    {"display", "Show the outputs on the displays of this machine", Panel::AddDisplay, false, false,
      "tavrin-board display --list\n  tavrin-board display --connector HDMI-A-1"},
 #endif
-    {"watch", "Show the outputs live: in the terminal, in a window, or as plain lines", Panel::AddWatch, false,
+    {"watch", "Show the outputs live: in the terminal, in a window, or as plain lines", Panel::AddWatch, false, true,
      "tavrin-board watch\n  tavrin-board watch --window"},
     {"preview", "Show what the tool would show: tavrin-board preview FILE.png [OPTIONS] -- ARGUMENTS",
-     Panel::AddPreview, true,
+     Panel::AddPreview, true, false,
      "tavrin-board preview sheet.png --at 10 --at 90 -- -i background.png -p 192 560 832 584"},
 };
 // clang-format on
@@ -65,12 +68,30 @@ int RefuseUsage(const std::string& strWhy)
 {
     return Fail(strWhy + "; --help tells the usage", 2);
 }
+
+// Of the numbers 0 to 2 none is left for a file of the board, which would then take what is printed. What this process
+// executes finds closed what was closed.
+void OccupyClosedStreams()
+{
+    int iFd = -1;
+    do
+        iFd = open("/", O_PATH | O_CLOEXEC);  // refuses to be read or written
+    while (iFd >= 0 && iFd <= STDERR_FILENO);
+    if (iFd >= 0)
+        close(iFd);
+}
 }
 
 int main(int argc, char* argv[])
 try
 {
-    const SCommand* const poCommand = argc > 1 ? FindCommand(argv[1]) : nullptr;
+    OccupyClosedStreams();
+    Panel::Defuse(SIGXFSZ);  // a file at its size limit is a failed write
+
+    const SCommand* const         poCommand = argc > 1 ? FindCommand(argv[1]) : nullptr;
+    std::optional<Panel::Signals> ooSignals;
+    if (poCommand != nullptr && poCommand->bEndsBySignal)
+        ooSignals.emplace();
 
     // What follows "--" is another program's command line and never passes through the parser.
     char** const    ppszEnd  = argv + argc;

@@ -36,10 +36,12 @@ Signals::Signals(std::initializer_list<int> aiOthers)
     if (!m_oFile)
         ThrowSystemError("signals", "signalfd");
     sigprocmask(SIG_BLOCK, &oSet, &m_oBefore);
+    m_oPipeBefore = Defuse(SIGPIPE);
 }
 
 Signals::~Signals()
 {
+    sigaction(SIGPIPE, &m_oPipeBefore, nullptr);
     sigprocmask(SIG_SETMASK, &m_oBefore, nullptr);
 }
 
@@ -54,6 +56,16 @@ int Signals::Wait(std::chrono::milliseconds oTimeout, std::span<pollfd> aoOthers
 
     signalfd_siginfo oInfo = {};
     return read(m_oFile.Get(), &oInfo, sizeof(oInfo)) == ssize_t{sizeof(oInfo)} ? static_cast<int>(oInfo.ssi_signo) : 0;
+}
+
+struct sigaction Defuse(int iSignal)
+{
+    struct sigaction oBefore = {}, oNothing = {};
+    oNothing.sa_handler = [](int) {};
+    oNothing.sa_flags   = SA_RESTART;
+    if (sigaction(iSignal, nullptr, &oBefore) == 0 && oBefore.sa_handler == SIG_DFL)
+        sigaction(iSignal, &oNothing, nullptr);
+    return oBefore;
 }
 
 void EndProcessBy(int iSignal)

@@ -18,7 +18,8 @@ class Signals
 {
 public:
     // SIGINT, SIGTERM, SIGQUIT and SIGHUP, those that a person or a system ends a program with, and the others that are
-    // named. A hang-up that the caller had ignored (nohup) stays ignored.
+    // named. A hang-up that the caller had ignored (nohup) stays ignored. SIGPIPE does nothing meanwhile: a write to what
+    // nobody reads any more fails.
     explicit Signals(std::initializer_list<int> aiOthers = {});
     ~Signals();
     Signals(const Signals&)            = delete;
@@ -30,9 +31,14 @@ public:
     const sigset_t& GetMaskBefore() const { return m_oBefore; }
 
 private:
-    sigset_t                      m_oBefore = {};
+    sigset_t                      m_oBefore     = {};
+    struct sigaction              m_oPipeBefore = {};
     SoftwareBoard::FileDescriptor m_oFile;
 };
+
+// From here on the signal does nothing to this process. What it executes finds the default again, as this process found it;
+// one that is ignored stays so. Returns what was there.
+struct sigaction Defuse(int iSignal);
 
 // A command that a signal ended. Thrown past the destructors; main then ends the process by that signal, as its caller
 // expects.

@@ -38,8 +38,7 @@ std::vector<std::string> DescribeBoard(const SBoardView& roView, const std::stri
 
 void WatchInLines(Watcher& roWatcher)
 {
-    const Signals oSignals;
-    signal(SIGPIPE, SIG_IGN);
+    const Signals            oSignals;
     ino_t                    uiBoard = 0;
     std::vector<std::string> astrBefore;
     while (true)
