@@ -1,5 +1,9 @@
 #include "Panel.h"
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 
 namespace Panel
@@ -32,6 +36,20 @@ CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32&
         ruiValue = TakeNumber(strName, strText, uiMin, uiMax);
     };
     return roCommand.add_option_function<std::string>(strName, fTake, strHelp)->type_name("NUMBER");
+}
+
+CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, const std::string& strHelp)
+{
+    const auto fTake = [&rstrPath](const std::string& strPath) {
+        std::string strEnd = strPath.substr(strPath.rfind('.') + 1);
+        std::transform(strEnd.begin(), strEnd.end(), strEnd.begin(), [](unsigned char c) { return std::tolower(c); });
+        if (strEnd.size() < strPath.size() && (strEnd == "jpg" || strEnd == "jpeg"))
+            throw CLI::ValidationError("FILE", "'" + strPath + "' names a JPEG, and what is written is a PNG");
+        if (strPath == "-" && isatty(STDOUT_FILENO) == 1)
+            throw CLI::ValidationError("FILE", "a terminal takes no PNG; name a file, or send standard output to one");
+        rstrPath = strPath;
+    };
+    return roCommand.add_option_function<std::string>("FILE", fTake, strHelp)->required();
 }
 
 CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice)

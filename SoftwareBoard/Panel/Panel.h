@@ -44,6 +44,10 @@ KUINT32 TakeNumber(const std::string& strName, const std::string& strText, KUINT
 CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,
                        const std::string& strHelp);
 
+// The required PNG file that a command writes; "-" is standard output, unless that is a terminal. A name that is another
+// format's is a usage error.
+CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, const std::string& strHelp);
+
 // Which device a subcommand is about.
 CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice);
 }

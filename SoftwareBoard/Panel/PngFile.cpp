@@ -1,13 +1,16 @@
 #include "PngFile.h"
 
+#include <fcntl.h>
 #include <png.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "BoardError.h"
+#include "Signals.h"
 
 using namespace SoftwareBoard;
 
@@ -30,34 +33,66 @@ void WritePng(const SPicture& roPicture, std::FILE* poFile, const std::string& s
     oImage.width     = roPicture.uiWidth;
     oImage.height    = roPicture.uiHeight;
     oImage.format    = PNG_FORMAT_RGB;
-    if (png_image_write_to_stdio(&oImage, poFile, 0, WithoutAlpha(roPicture).data(), 0, nullptr) == 0)
+    errno            = 0;
+    const bool bDone = png_image_write_to_stdio(&oImage, poFile, 0, WithoutAlpha(roPicture).data(), 0, nullptr) != 0;
+    if ((!bDone && errno != 0) || (bDone && std::fflush(poFile) != 0))
+        ThrowSystemError(strPath, "write");
+    if (!bDone)
         throw BoardError(strPath + ": cannot be written: " + oImage.message);
 }
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+File Checked(std::FILE* poFile, const std::string& strPath)
+{
+    if (poFile == nullptr)
+        ThrowSystemError(strPath, "open");
+    return {poFile, std::fclose};
 }
 
-// Written beside its place and moved there. Devices and links, such as /dev/stdout, stay what they are: written into.
-void WritePngFile(const SPicture& roPicture, const std::string& strPath)
+mode_t ModeOfNewFile()
 {
-    struct stat       oStat    = {};
-    const bool        bInPlace = lstat(strPath.c_str(), &oStat) == 0 && !S_ISREG(oStat.st_mode);
-    const std::string strNew   = bInPlace ? strPath : strPath + "." + std::to_string(getpid()) + ".new";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> poFile(std::fopen(strNew.c_str(), bInPlace ? "wbe" : "wbxe"),
-                                                                 std::fclose);
-    if (poFile == nullptr)
-        ThrowSystemError(strNew, "open");
+    const mode_t uiMask = umask(0);
+    umask(uiMask);
+    return 0666 & ~uiMask;
+}
+
+// Written beside its place, under a name that is short however long the other is, and moved there.
+void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t uiMode)
+{
+    const size_t  uiFolder = strPath.rfind('/') + 1;  // 0 when there is none
+    std::string   strNew   = strPath.substr(0, uiFolder) + ".tavrin-XXXXXX";
+    const Signals oSignals;  // those that come wait until no unfinished file is left
+    const int     iFd = mkostemp(strNew.data(), O_CLOEXEC);
+    if (iFd < 0)
+        ThrowSystemError(strPath, "create");
     try
     {
-        WritePng(roPicture, poFile.get(), strNew);
-        if (std::fflush(poFile.get()) != 0)
-            ThrowSystemError(strNew, "write");
-        if (!bInPlace && std::rename(strNew.c_str(), strPath.c_str()) != 0)
+        const File poFile = Checked(fdopen(iFd, "wb"), strPath);
+        WritePng(roPicture, poFile.get(), strPath);
+        if (fchmod(iFd, uiMode) != 0)
+            ThrowSystemError(strPath, "chmod");
+        if (std::rename(strNew.c_str(), strPath.c_str()) != 0)
             ThrowSystemError(strPath, "rename");
     }
     catch (...)
     {
-        if (!bInPlace)
-            unlink(strNew.c_str());
+        unlink(strNew.c_str());
         throw;
     }
+}
+}
+
+void WritePngFile(const SPicture& roPicture, const std::string& strPath)
+{
+    struct stat oStat = {};
+    if (strPath == "-")
+        WritePng(roPicture, stdout, "standard output");
+    else if (lstat(strPath.c_str(), &oStat) != 0)
+        ReplaceFile(roPicture, strPath, ModeOfNewFile());
+    else if (S_ISREG(oStat.st_mode))
+        ReplaceFile(roPicture, strPath, oStat.st_mode & 0777);
+    else
+        WritePng(roPicture, Checked(std::fopen(strPath.c_str(), "wbe"), strPath).get(), strPath);
 }
 }

@@ -1,4 +1,5 @@
-// A picture as a PNG file: complete, or not there. What is there and no plain file is written into.
+// A picture as a PNG file: complete, or not there, also when a signal ends the process meanwhile. A file that is replaced
+// keeps its mode. What is there and no plain file is written into, and "-" is standard output.
 #ifndef PNG_FILE_H
 #define PNG_FILE_H
 
