@@ -40,6 +40,27 @@ double ParseSeconds(const std::string& strText)
     return fSeconds;
 }
 
+// As programs write it: 40, 40.5, 40% and 40.5% are 40.
+KUINT32 TakePercent(const std::string& strText)
+{
+    std::string_view svWhole = strText;
+    if (svWhole.ends_with('%'))
+        svWhole.remove_suffix(1);
+    const size_t     uiPoint    = svWhole.find('.');
+    std::string_view svDecimals = "0";
+    if (uiPoint != std::string_view::npos)
+    {
+        svDecimals = svWhole.substr(uiPoint + 1);
+        svWhole    = svWhole.substr(0, uiPoint);
+    }
+    const auto ouiWhole  = ParseNumber(svWhole, 10, 100);
+    const bool bDecimals = !svDecimals.empty() && svDecimals.find_first_not_of("0123456789") == std::string_view::npos;
+    const bool bOver     = ouiWhole == 100u && svDecimals.find_first_not_of('0') != std::string_view::npos;
+    if (!ouiWhole || !bDecimals || bOver)
+        throw CLI::ValidationError("PERCENT", "'" + strText + "' is not a number from 0 to 100");
+    return *ouiWhole;
+}
+
 // Only the low byte: whoever writes the rest of the register at the same time loses nothing. The board is opened anew each
 // time, so that one that is made anew meanwhile is followed.
 void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
@@ -150,7 +171,12 @@ void PlayRamp(const SOptions& roOptions)
 Action AddProgress(CLI::App& roCommand, const PassedOn&)
 {
     const auto         poOptions = std::make_shared<SOptions>();
-    CLI::Option* const poPercent = AddNumber(roCommand, "PERCENT", poOptions->uiPercent, 0, 100, "The progress, 0 to 100");
+    CLI::Option* const poPercent =
+        roCommand
+            .add_option_function<std::string>(
+                "PERCENT", [poOptions](const std::string& strText) { poOptions->uiPercent = TakePercent(strText); },
+                "The progress, 0 to 100; a % sign and decimals may follow, and are left out")
+            ->type_name("NUMBER");
     CLI::Option* const poRamp =
         roCommand
             .add_option_function<std::string>(
