@@ -1,5 +1,7 @@
 #include "Terminal.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -10,25 +12,51 @@ namespace Panel
 {
 namespace
 {
-constexpr char pszEnter[] = "\x1b[?1049h\x1b[?25l\x1b[?7l";  // other screen, no cursor, no line wrap
-constexpr char pszLeave[] = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
-constexpr char pszClear[] = "\x1b[0m\x1b[2J";
+constexpr char pszEnter[]    = "\x1b[?1049h\x1b[?25l\x1b[?7l";  // other screen, no cursor, no line wrap
+constexpr char pszLeave[]    = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
+constexpr char pszEndOfCut[] = "\x1b\\";  // whatever sequence or image was being written: it is over
+constexpr char pszClear[]    = "\x1b[0m\x1b[2J";
 
-// Settings of the terminal, also from the background, where the system would stop the process that changes them.
-void SetMode(const termios& roMode)
+constexpr std::chrono::milliseconds oPatience(200);  // with a terminal that takes nothing, on the way out
+
+// While it exists the terminal can be changed from the background too, where the system would stop the process that does.
+class Unstopped
 {
-    sigset_t oSet = {}, oBefore = {};
-    sigemptyset(&oSet);
-    sigaddset(&oSet, SIGTTOU);
-    sigprocmask(SIG_BLOCK, &oSet, &oBefore);
-    tcsetattr(STDIN_FILENO, TCSADRAIN, &roMode);
-    sigprocmask(SIG_SETMASK, &oBefore, nullptr);
+public:
+    Unstopped()
+    {
+        sigset_t oSet = {};
+        sigemptyset(&oSet);
+        sigaddset(&oSet, SIGTTOU);
+        sigprocmask(SIG_BLOCK, &oSet, &m_oBefore);
+    }
+    ~Unstopped() { sigprocmask(SIG_SETMASK, &m_oBefore, nullptr); }
+    Unstopped(const Unstopped&)            = delete;
+    Unstopped& operator=(const Unstopped&) = delete;
+
+private:
+    sigset_t m_oBefore = {};
+};
+
+// Opened anew: the shell and others share what they have open, and its flags. Whoever may not open it, as after su, gets it
+// as it is.
+SoftwareBoard::FileDescriptor OpenTerminal()
+{
+    const int iNew = open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    return SoftwareBoard::FileDescriptor(iNew >= 0 ? iNew : fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
 }
+}
+
+Terminal::Terminal() : m_oFile(OpenTerminal())
+{
+    Enter();
 }
 
 void Terminal::AwaitForeground()
 {
-    tcdrain(STDOUT_FILENO);
+    // A change that is none. The system stops who asks for one from the background, and nothing waits for a reader.
+    constexpr int iNoAction = -1;
+    tcflow(STDOUT_FILENO, iNoAction);
 }
 
 void Terminal::Enter()
@@ -41,7 +69,8 @@ void Terminal::Enter()
         oMode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
         oMode.c_cc[VMIN]  = 0;  // a read that finds no key returns
         oMode.c_cc[VTIME] = 0;
-        SetMode(oMode);
+        const Unstopped oUnstopped;
+        tcsetattr(STDIN_FILENO, TCSANOW, &oMode);
     }
     Write(pszEnter);
     Forget();
@@ -49,16 +78,23 @@ void Terminal::Enter()
 
 void Terminal::Leave()
 {
+    const Unstopped   oUnstopped;
+    const std::string strLeave = pszEndOfCut + m_strImageEraser + pszLeave;
     try
     {
-        Write(m_strImageEraser + pszLeave);
+        if (!WriteWithin(strLeave, oPatience))
+        {
+            tcflush(m_oFile.Get(), TCOFLUSH);
+            tcflow(m_oFile.Get(), TCOON);
+            WriteWithin(strLeave, oPatience);
+        }
     }
     catch (const SoftwareBoard::BoardError&)
     {
         // A terminal that is gone needs nothing.
     }
     if (m_bKeys)
-        SetMode(m_oBefore);
+        tcsetattr(STDIN_FILENO, TCSANOW, &m_oBefore);
 }
 
 STerminalSize Terminal::GetSize()
@@ -98,14 +134,36 @@ void Terminal::Present()
     m_bForgotten = false;
 }
 
-void Terminal::Write(const std::string& strText)
+void Terminal::Write(std::string strText)
 {
-    for (size_t uiDone = 0; uiDone < strText.size();)
+    m_strOut    = std::move(strText);
+    m_uiWritten = 0;
+    WriteOn();
+}
+
+void Terminal::WriteOn()
+{
+    while (IsBehind())
     {
-        const ssize_t iWritten = write(STDOUT_FILENO, strText.data() + uiDone, strText.size() - uiDone);
+        const ssize_t iWritten = write(m_oFile.Get(), m_strOut.data() + m_uiWritten, m_strOut.size() - m_uiWritten);
+        if (iWritten < 0 && errno == EAGAIN)
+            return;
         if (iWritten < 0 && errno != EINTR)
             SoftwareBoard::ThrowSystemError("the terminal", "write");
-        uiDone += iWritten > 0 ? static_cast<size_t>(iWritten) : 0;
+        m_uiWritten += iWritten > 0 ? static_cast<size_t>(iWritten) : 0;
     }
+}
+
+bool Terminal::WriteWithin(std::string strText, std::chrono::milliseconds oTime)
+{
+    const auto oEnd = std::chrono::steady_clock::now() + oTime;
+    for (Write(std::move(strText)); IsBehind(); WriteOn())
+    {
+        const auto oLeft  = std::chrono::ceil<std::chrono::milliseconds>(oEnd - std::chrono::steady_clock::now());
+        pollfd     oReady = {m_oFile.Get(), POLLOUT, 0};
+        if (oLeft.count() <= 0 || poll(&oReady, 1, static_cast<int>(oLeft.count())) == 0)
+            break;
+    }
+    return !IsBehind();
 }
 }

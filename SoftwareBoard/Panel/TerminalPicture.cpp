@@ -4,13 +4,25 @@
 
 #include <algorithm>
 #include <clocale>
+#include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace Panel
 {
 namespace
 {
 constexpr int iUsualCellWidthPx = 8, iUsualCellHeightPx = 16;
+
+// All that the fonts of the kernel's console have of the blocks.
+constexpr auto eConsoleSymbols =
+    static_cast<ChafaSymbolTags>(CHAFA_SYMBOL_TAG_SOLID | CHAFA_SYMBOL_TAG_HHALF | CHAFA_SYMBOL_TAG_VHALF);
+
+bool IsConsole()
+{
+    const char* const pszTerm = std::getenv("TERM");
+    return pszTerm != nullptr && std::string_view(pszTerm).starts_with("linux");
+}
 
 int CellWidth(const STerminalSize& ro)
 {
@@ -48,7 +60,12 @@ TerminalPictures::TerminalPictures()
     const bool bUtf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
     m_poSymbols.reset(chafa_symbol_map_new());
     chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_SPACE);
-    chafa_symbol_map_add_by_tags(m_poSymbols.get(), bUtf8 ? CHAFA_SYMBOL_TAG_BLOCK : CHAFA_SYMBOL_TAG_ASCII);
+    if (!bUtf8)
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_ASCII);
+    else if (IsConsole())
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), eConsoleSymbols);
+    else
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_BLOCK);
 }
 
 std::pair<int, int> TerminalPictures::FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,

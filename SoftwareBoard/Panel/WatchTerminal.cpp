@@ -30,6 +30,8 @@ struct STiles
     int iCaption = 1;  // rows of it
 };
 
+constexpr char cCtrlL = 'L' & 0x1F;  // draws anew what others have drawn over
+
 // A tile narrower than most captions has two rows for them, unless it is so low that the picture needs the second.
 constexpr int iColumnsForCaption  = 60;
 constexpr int iRowsForLongCaption = 6;
@@ -43,9 +45,14 @@ public:
     }
 
     void Draw();
-    void Resize() { m_oTerminal.Forget(); }
+    void DrawAnew() { m_oTerminal.Forget(); }  // at the next Draw
     void Leave() { m_oTerminal.Leave(); }
     void Enter() { m_oTerminal.Enter(); }
+    bool IsBehind() const { return m_oTerminal.IsBehind(); }
+    void WriteOn() { m_oTerminal.WriteOn(); }
+
+    // What is waited for to write on; nothing when all is written.
+    pollfd AwaitWriting() const { return {IsBehind() ? m_oTerminal.GetDescriptor() : -1, POLLOUT, 0}; }
 
 private:
     STiles LayOut(int iRows) const;
@@ -158,12 +165,12 @@ void TerminalView::Draw()
     m_oTerminal.Present();
 }
 
-// Whether q was among the keys; what else was typed is taken away, so that it does not land in the shell.
-bool ReadKeys()
+// What was typed is taken away, whatever it is, so that it does not land in the shell.
+std::string ReadKeys()
 {
     char          acKeys[64];
     const ssize_t iRead = read(STDIN_FILENO, acKeys, sizeof(acKeys));
-    return iRead > 0 && std::find(acKeys, acKeys + iRead, 'q') != acKeys + iRead;
+    return {acKeys, iRead > 0 ? static_cast<size_t>(iRead) : 0};
 }
 
 void StopProcess()
@@ -186,22 +193,32 @@ void WatchInTerminal(Watcher& roWatcher)
     while (true)
     {
         const auto oLookBegan = std::chrono::steady_clock::now();
-        if (roWatcher.Look() || bRedraw)
+        if (!oView.IsBehind() && (roWatcher.Look() || bRedraw))
+        {
             oView.Draw();
-        bRedraw = false;
+            bRedraw = false;
+        }
 
-        pollfd    oKeys   = {bKeys ? STDIN_FILENO : -1, POLLIN, 0};
-        const int iSignal = oSignals.Wait(roWatcher.GetPause(oLookBegan), {&oKeys, 1});
-        if ((oKeys.revents & POLLIN) != 0 && ReadKeys())
+        pollfd            aoFiles[] = {{bKeys ? STDIN_FILENO : -1, POLLIN, 0}, oView.AwaitWriting()};
+        const int         iSignal   = oSignals.Wait(roWatcher.GetPause(oLookBegan), aoFiles);
+        const std::string strKeys   = (aoFiles[0].revents & POLLIN) != 0 ? ReadKeys() : "";
+        if (strKeys.find('q') != std::string::npos)
             return;
-        if ((oKeys.revents & (POLLHUP | POLLERR)) != 0)
+        if ((aoFiles[0].revents & (POLLHUP | POLLERR)) != 0)
             throw EndedBySignal{SIGHUP};
+        if (aoFiles[1].revents != 0)
+            oView.WriteOn();
+        if (strKeys.find(cCtrlL) != std::string::npos)
+        {
+            oView.DrawAnew();
+            bRedraw = true;
+        }
         switch (iSignal)
         {
         case 0: break;
         case SIGINT:
         case SIGTERM: return;
-        case SIGWINCH: oView.Resize(); break;
+        case SIGWINCH: oView.DrawAnew(); break;
         case SIGTSTP:
             oView.Leave();
             StopProcess();
@@ -214,7 +231,7 @@ void WatchInTerminal(Watcher& roWatcher)
             break;
         default: throw EndedBySignal{iSignal};
         }
-        bRedraw = iSignal != 0;
+        bRedraw = bRedraw || iSignal != 0;
     }
 }
 }
