@@ -153,7 +153,8 @@ catch (const Panel::EndedWithStatus& roEnd)
 }
 catch (const std::bad_alloc&)
 {
-    return Fail("not enough memory");
+    std::fputs("tavrin-board: not enough memory\n", stderr);
+    return 1;
 }
 catch (const std::exception& roError)
 {

@@ -66,11 +66,12 @@ std::string ExplainRefusal(const CLI::App& roPanel, const CLI::ParseError& roErr
     const std::vector<std::string> astrWords = roPanel.remaining(true);
     if (astrWords.empty())
         return roError.what();
-    const auto        i            = std::find_if(astrWords.begin(), astrWords.end(), IsOption);
-    const std::string strWord      = i != astrWords.end() ? *i : astrWords.front();
-    const std::string strWrong     = IsOption(strWord) ? strWord.substr(0, strWord.find('=')) : strWord;
-    const auto        apoCommands  = roPanel.get_subcommands();
-    const std::string strSuggested = SuggestNearest(strWrong, NameOptions(apoCommands.empty() ? roPanel : *apoCommands.front()));
+    const auto        i           = std::find_if(astrWords.begin(), astrWords.end(), IsOption);
+    const std::string strWord     = i != astrWords.end() ? *i : astrWords.front();
+    const std::string strWrong    = IsOption(strWord) ? strWord.substr(0, strWord.find('=')) : strWord;
+    const auto        apoCommands = roPanel.get_subcommands();
+    const std::string strSuggested =
+        SuggestNearest(strWrong, NameOptions(apoCommands.empty() ? roPanel : *apoCommands.front()));
     if (pszPassingOn != nullptr && strSuggested.empty())
         return "put \"--\" before '" + astrWords.front() + "', as in \"" + pszPassingOn + "\"";
     return (IsOption(strWrong) ? "there is no option '" + strWrong + "' here" : "'" + strWrong + "' is one word too many") +
