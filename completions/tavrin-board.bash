@@ -6,7 +6,7 @@ _tavrin_board() {
 
     local commands='create status progress run snapshot watch preview display'
     if ((cword == 1)); then
-        COMPREPLY=($(compgen -W "$commands --help" -- "$cur"))
+        COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
         return
     fi
 

@@ -126,7 +126,8 @@ std::string FaultOfContents(std::FILE* poFile, const SPlace& roPlace)
     return bFailed || !bSmall ? "no PNG that can be read (" + strWhy + "): " + roPlace.pszInstead : strSize;
 }
 
-// What is wrong with the file; empty when nothing is. What is no plain file could be read only once, and is left to the tool.
+// What is wrong with the file; empty when nothing is. What is no plain file could be read only once, and is left to the
+// tool.
 std::string FaultOf(const std::string& strPath, const SPlace& roPlace)
 {
     struct stat oStat = {};
@@ -138,7 +139,8 @@ std::string FaultOf(const std::string& strPath, const SPlace& roPlace)
     return FaultOfContents(poFile.get(), roPlace);
 }
 
-// The tool plays the frames up to the first number without a file. Of frames in a row that are wrong alike the first is told.
+// The tool plays the frames up to the first number without a file. Of frames in a row that are wrong alike the first is
+// told.
 void CheckFrames(const char* pszBase, const SPlace& roPlace)
 {
     std::string strBefore;

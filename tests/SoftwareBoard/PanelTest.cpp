@@ -1,4 +1,5 @@
 // The front panel, as a shell calls it.
+#include <fcntl.h>
 #include <png.h>
 #include <pty.h>
 #include <sys/prctl.h>
@@ -6,6 +7,7 @@
 #include <chrono>
 #include <fstream>
 
+#include "Board.h"
 #include "BoardWorld.h"
 
 namespace
@@ -80,8 +82,14 @@ TEST_F(PanelTest, CommandLines)
 {
     InClient([](TestClient& ro) { EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF01), TStatus_OK); });
     Expect("progress 100", 0, "");  // the low byte and no more
-    for (const std::string strWrong : {"50%", "1e1", "+5", "-5", "101", "4294967297", "0x5", "''"})
+    for (const std::string strWrong : {"40%%", "1e1", "+5", "-5", "101", "100.5", "4294967297", "0x5", "''", ".5", "5.", "%"})
         Expect("progress " + strWrong, 2, "0 to 100");
+    for (const std::string strTaken : {"40", "40.5", "40%", "40.9%"})
+    {
+        Expect("progress " + strTaken, 0, "");
+        Expect("status", 0, "0xabcdef28 (40 %)");
+    }
+    Expect("progress 100.0", 0, "");
     for (const std::string strWrong : {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.33.0@", "3:1.33.0/c3e7x"})
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "'");
     for (const std::string strName : {"create", "status", "progress", "run", "snapshot", "watch", "preview"})
@@ -89,6 +97,15 @@ TEST_F(PanelTest, CommandLines)
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
     const std::tuple<std::string, int, std::string> aoCases[] = {
         {"", 2, "subcommand"},
+        {"--version", 0, "tavrin-board 1."},
+        {"stauts", 2, "no command 'stauts'; the nearest is 'status'"},
+        {"nonsense", 2, "no command 'nonsense'; --help"},
+        {"\"$(printf '\\033[2J\\377')\"", 2, "'?[2J?'"},
+        {"snapshot --devise=0 0 x.png", 2, "no option '--devise' here; the nearest is '--device'"},
+        {"status x", 2, "'x'"},
+        {"run QelProgressBarDisplay -p 1 2 3 4", 2, "put \"--\" before 'QelProgressBarDisplay'"},
+        {"preview x.png -a 1 2 3 4", 2, "put \"--\" before '-a'"},
+        {"snapshot 0 x.JPG", 2, "'x.JPG' names a JPEG"},
         {"progress", 2, "PERCENT"},
         {"progress 5 --ramp 1", 2, "--ramp"},
         {"progress --ramp 1s", 2, "'1s'"},
@@ -149,6 +166,8 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
             }
             EXPECT_EQ(ReadPng(At("screen.png"), uiHActive, uiVActive), auiExpected) << uiHActive << "x" << uiVActive;
         }
+        Expect("snapshot 1 - >" + At("piped.png"), 0, "");
+        EXPECT_EQ(ReadPng(At("piped.png"), 33, 15), ReadPng(At("screen.png"), 33, 15));
         EXPECT_EQ(ro.Show(ro.Output(1), 20000, 20000), TStatus_OK);
         Expect("snapshot 1 " + At("screen.png"), 1, "too large");
     });
@@ -164,6 +183,19 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect("status --json", 0, "\"rate_hz\":60,\"holder\":null,");
     Expect("snapshot 0 " + At("screen.png"), 0, "");
     EXPECT_EQ(ReadPng(At("screen.png"), 32, 8)[0], 200) << "what the killed process drew";
+
+    fs::permissions(At("screen.png"), fs::perms(0604));
+    Expect("snapshot 0 " + At("screen.png"), 0, "");
+    EXPECT_EQ(fs::status(At("screen.png")).permissions(), fs::perms(0604)) << "of the file that was replaced";
+    const std::string strLong(255, 'n');
+    Expect("snapshot 0 " + At(strLong.c_str()), 0, "");
+    fs::remove(At(strLong.c_str()));
+    const std::string strLimited = "run -- sh -c 'ulimit -f 0; exec \"$@\"' - " BOARD_PANEL " ";
+    Expect(strLimited + "snapshot 0 " + At("x.png"), 1, "x.png: write: File too large");
+    Expect(strLimited + "run -- sh -c 'echo x >" + At("notes") + "'", 128 + SIGXFSZ, "");
+    fs::remove(At("notes"));
+    Expect("run -- sh -c 'exec \"$@\" >&-' - " BOARD_PANEL " status", 1, "standard output");
+    EXPECT_EQ(fs::file_size(At("board.lock")), 0u) << "a file of the board was taken for standard output";
 
     fs::create_symlink("/dev/null", At("null"));
     Expect("snapshot 0 " + At("null"), 0, "");
@@ -212,6 +244,38 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
         "\"bottom_field_first\":false,\"h_sync_positive\":false,\"v_sync_positive\":false,\"yuv\":false,"
         "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8},\"display\":null}]}]}\n");
     Expect("status", 0, "held by " + strPid + " (?[2J\"?x)\n    timing: 32 8 60 0 0 0 0 0 0 0 0 no no - - no RGB_FULL 444 8\n");
+}
+
+TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
+{
+    using SoftwareBoard::EVerdict;
+    const std::tuple<EVerdict, std::string, std::string, std::string> aoCases[] = {
+        {EVerdict::Shown, "HDMI-A-1", ", shown on HDMI-A-1\n", R"({"connector":"HDMI-A-1","state":"shown","reason":null})"},
+        {EVerdict::Shown, "eDP-1", "off, dark on eDP-1\n", R"({"connector":"eDP-1","state":"dark","reason":null})"},
+        {EVerdict::Refused, "DP-12 takes none", "off, not shown: DP-12 takes none\n", R"({"connector":"DP-12","state":"refused","reason":"takes none"})"},
+        {EVerdict::Refused, "none is there", "off, not shown: none is there\n", R"({"connector":null,"state":"refused","reason":"none is there"})"},
+        {EVerdict::Refused, "A-1", "off, not shown: A-1\n", R"({"connector":null,"state":"refused","reason":"A-1"})"},
+        {EVerdict::Awaited, "", "off, not shown yet\n", R"({"connector":null,"state":"awaited","reason":null})"},
+    };
+    Expect("create --outputs 6", 0, "");
+    Holder  oHolder;
+    Process oDisplay([&] {
+        SoftwareBoard::Board oBoard = SoftwareBoard::Board::Observe();
+        EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
+        for (KUINT32 uiOutput = 0; const auto& [eVerdict, strText, strWords, strJson] : aoCases)
+        {
+            const SoftwareBoard::BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+            oBoard.m_oState.WriteVerdict(0, uiOutput, oBoard.m_oState.ReadGeneration(0, uiOutput), eVerdict, strText);
+            ++uiOutput;
+        }
+        Process::Pause();
+    });
+    oDisplay.Await();
+    for (KUINT32 uiOutput = 0; const auto& [eVerdict, strText, strWords, strJson] : aoCases)
+    {
+        Expect("status | grep 'output " + std::to_string(uiOutput++) + ":'", 0, strWords);
+        Expect("status --json", 0, "\"display\":" + strJson);
+    }
 }
 
 TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
@@ -290,6 +354,9 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         const winsize oOther = {9, 30, 0, 0};
         ioctl(oWatch.aiFds[0], TIOCSWINSZ, &oOther);
         oWatch.Await("\x1b[9;1H");
+        EXPECT_EQ(write(oWatch.aiFds[0], "\f", 1), 1);  // draws anew
+        oWatch.Await("\x1b[2J");
+        oWatch.Await("\x1b[7m");
         for (const int iJob : {SIGTSTP, SIGCONT})  // a stop passes at once where no shell could end it
         {
             kill(oWatch.ooProcess->GetPid(), iJob);
@@ -306,6 +373,17 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         EXPECT_EQ(std::tuple(oMode.c_lflag, oMode.c_iflag, oMode.c_cc[VMIN]),
                   std::tuple(oWatch.oMode.c_lflag, oWatch.oMode.c_iflag, oWatch.oMode.c_cc[VMIN]));
     }
+    Live oStuck("watch", true);  // nobody reads it, nor lets go of what is held up
+    while (tcgetattr(oStuck.aiFds[1], &oStuck.oMode) == 0 && (oStuck.oMode.c_lflag & ECHO) != 0)
+        usleep(1000);
+    tcflow(oStuck.aiFds[1], TCOOFF);
+    fcntl(oStuck.aiFds[1], F_SETFL, O_RDWR | O_NONBLOCK);
+    const winsize oLarge = {60, 200, 0, 0};
+    ioctl(oStuck.aiFds[0], TIOCSWINSZ, &oLarge);
+    usleep(100'000);  // it draws, and is behind
+    oStuck.ooProcess->Kill(SIGTERM, 0);
+    oStuck.Await("\x1b[?1049l");
+
     fs::remove(At("board.pixels-0"));
     Live oDamaged("watch", true, {30, 300, 0, 0});
     oDamaged.Await("board.pixels-0");
