@@ -11,9 +11,25 @@ namespace Panel
 {
 namespace
 {
-// FALSE when nobody reads any more.
-bool PrintLine(const std::string& strLine)
+// SIGINT and SIGTERM end it as its own decision, any other ends the process.
+bool IsEnd(int iSignal)
 {
+    if (iSignal == SIGINT || iSignal == SIGTERM)
+        return true;
+    if (iSignal != 0)
+        throw EndedBySignal{iSignal};
+    return false;
+}
+
+// FALSE when nobody reads any more, or a signal came while a reader was slow.
+bool PrintLine(const std::string& strLine, const Signals& roSignals)
+{
+    pollfd oOutput = {STDOUT_FILENO, POLLOUT, 0};
+    while (oOutput.revents == 0)
+    {
+        if (IsEnd(roSignals.Wait(std::chrono::hours(1), {&oOutput, 1})))
+            return false;
+    }
     if (std::printf("%s\n", strLine.c_str()) >= 0 && std::fflush(stdout) == 0)
         return true;
     if (errno != EPIPE)
@@ -54,7 +70,7 @@ void WatchInLines(Watcher& roWatcher)
             for (const std::string& strLine : astrLines)
             {
                 const bool bSaid = std::find(astrBefore.begin(), astrBefore.end(), strLine) != astrBefore.end();
-                if (!bSaid && !PrintLine(strLine))
+                if (!bSaid && !PrintLine(strLine, oSignals))
                     return;
             }
             astrBefore = astrLines;
@@ -62,10 +78,8 @@ void WatchInLines(Watcher& roWatcher)
         // A pipe whose reader is gone says so at once, not only when the next line is written.
         pollfd    oOutput = {STDOUT_FILENO, 0, 0};
         const int iSignal = oSignals.Wait(roWatcher.GetPause(oLookBegan), {&oOutput, 1});
-        if (iSignal == SIGINT || iSignal == SIGTERM || (oOutput.revents & POLLERR) != 0)
+        if (IsEnd(iSignal) || (oOutput.revents & POLLERR) != 0)
             return;
-        if (iSignal != 0)
-            throw EndedBySignal{iSignal};
     }
 }
 }
