@@ -6,6 +6,13 @@
 
 namespace SoftwareBoard
 {
+KUINTPTR NewHandle()
+{
+    // No processor of 64 bits has memory of a program's there.
+    static KUINTPTR s_uiLast = KUINTPTR{0x5441} << 48;
+    return s_uiLast += 16;
+}
+
 Client& Client::Get()
 {
     // Never destroyed: threads may still be calling while the process ends.

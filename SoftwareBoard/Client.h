@@ -30,18 +30,26 @@ struct TVIDEOOUT_OBJECT
 
 namespace SoftwareBoard
 {
-// The objects behind handles. What a client hands in is compared and never followed until it was found here, so that null,
-// dead and foreign handles do no harm.
+// A number that no handle of this process had before and that is no address, so that a dead handle is never another's.
+KUINTPTR NewHandle();
+
+// The objects behind handles. What a client hands in is looked up and never followed, so that null, dead and foreign handles
+// do no harm.
 template <class T> class HandleTable
 {
 public:
     T* Add(std::unique_ptr<T> poObject)
     {
-        T* const hObject    = poObject.get();
-        m_oObjects[hObject] = std::move(poObject);
+        T* const hObject = reinterpret_cast<T*>(NewHandle());
+        m_oObjects.emplace(hObject, std::move(poObject));
         return hObject;
     }
-    T*   Find(T* hObject) const { return m_oObjects.contains(hObject) ? hObject : nullptr; }
+    // The object, or null for a handle that is not in the table.
+    T* Find(T* hObject) const
+    {
+        const auto i = m_oObjects.find(hObject);
+        return i != m_oObjects.end() ? i->second.get() : nullptr;
+    }
     bool Remove(T* hObject) { return m_oObjects.erase(hObject) != 0; }
     void Clear() { m_oObjects.clear(); }
 
