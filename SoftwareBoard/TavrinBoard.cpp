@@ -11,7 +11,9 @@ KUINT32 Tavrin_GetDeviceCount(void)
 TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
 {
     return Guarded(TDevice_Handle{}, [&](Client& roClient) -> TDevice_Handle {
-        return uiDevIndex < roClient.OpenBoard().m_oState.GetDeviceCount() ? roClient.DeviceAt(uiDevIndex) : nullptr;
+        // Throws for a device that there is not and for one whose record is damaged: neither has a handle.
+        roClient.OpenBoard().m_oState.ReadDevice(uiDevIndex);
+        return roClient.DeviceAt(uiDevIndex);
     });
 }
 

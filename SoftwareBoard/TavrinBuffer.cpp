@@ -12,7 +12,8 @@ TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUIN
         if (!ouiDevice || !ooLayout || phBuffer == nullptr)
             return TStatus_INVALID_PARAM;
 
-        const Board&                  roBoard = roClient.OpenBoard();
+        const Board& roBoard = roClient.OpenBoard();
+        roBoard.m_oState.ReadDevice(*ouiDevice);  // throws for a damaged one
         const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
         SoftwareBoard::SweepPixelFiles(roBoard);
         *phBuffer = roClient.m_oBuffers.Add(
