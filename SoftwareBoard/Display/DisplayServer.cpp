@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "PixelFiles.h"
+#include "Printable.h"
 
 using namespace SoftwareBoard;
 
@@ -19,12 +20,17 @@ namespace
 constexpr uint64_t uiIdleNs    = 1'000'000'000;  // between looks at what should be told without
 constexpr uint64_t uiFastestNs = 2'000'000;      // and at pictures, whatever their timings ask for
 
+void Complain(KUINT32 uiOutput, const std::string& strWhy)
+{
+    std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, MakePrintable(strWhy).c_str());
+}
+
 // All that end a process. A fault of its own ends it in spite of that, and the kernel then puts the console back.
 FileDescriptor BlockSignals()
 {
     sigset_t oSignals;
     sigfillset(&oSignals);
-    for (const int iSignal : {SIGCHLD, SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH, SIGPIPE})
+    for (const int iSignal : {SIGCHLD, SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH, SIGPIPE, SIGXFSZ})
         sigdelset(&oSignals, iSignal);
     signal(SIGPIPE, SIG_IGN);  // nobody reads what it says: no reason to go dark
     struct sigaction oHangUp = {};
@@ -38,7 +44,7 @@ FileDescriptor BlockSignals()
 }
 
 DisplayServer::SFollowed::SFollowed(const SOutputRecord& roOutput, FileDescriptor oPixels)
-    : oPicture(roOutput, std::move(oPixels)), oDrawer(oPicture.GetFile().Get(), roOutput.iHolderPid)
+    : oPicture(roOutput, std::move(oPixels)), oDrawing(oPicture.GetFile().Get(), roOutput.iHolderPid)
 {
     oPicture.Update();
 }
@@ -46,7 +52,7 @@ DisplayServer::SFollowed::SFollowed(const SOutputRecord& roOutput, FileDescripto
 void DisplayServer::SFollowed::Update()
 try
 {
-    if (strTrouble.empty() && oDrawer.MayHaveDrawn(oPicture.GetFile().Get()))
+    if (strTrouble.empty() && oDrawing.MayHaveDrawn())
         oPicture.Update();
 }
 catch (const BoardError& roError)
@@ -82,7 +88,7 @@ DisplayServer::~DisplayServer()
 
 void DisplayServer::OpenBoard()
 {
-    Board                         oNew = Board::Observe();
+    Board                         oNew = Board::ObserveOrMake();
     const BoardLocks::Transaction oTransaction(oNew.m_oLocks);  // nobody sees the device unserved meanwhile
     m_ooBoard.reset();  // with its lock, which otherwise stood in the way of the new one
     m_ooBoard.emplace(std::move(oNew));
@@ -205,8 +211,7 @@ std::string DisplayServer::Light(KUINT32 uiOutput, const SOutputRecord& roRecord
     catch (const BoardError& roError)
     {
         const std::string strMode = ooMode ? std::to_string(roConnector.uiId) + ":" + DescribeMode(*ooMode) : "too large";
-        std::fprintf(stderr, "tavrin-board: output %u: %s %s; the mode: -s %s\n", uiOutput, roConnector.strName.c_str(),
-                     roError.what(), strMode.c_str());
+        Complain(uiOutput, roConnector.strName + " " + roError.what() + "; the mode: -s " + strMode);
         return roError.what();
     }
 }
@@ -244,7 +249,7 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
     {
         const std::string strWhy = "no display is connected for it";
         if (oRecord.bEnabled == TRUE)
-            std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strWhy.c_str());
+            Complain(uiOutput, strWhy);
         return Say(uiOutput, EVerdict::Refused, strWhy);
     }
     if (oRecord.bEnabled == TRUE && strTrouble.empty())
@@ -256,7 +261,7 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
 
 void DisplayServer::FollowBoard()
 {
-    if (m_ooBoard->m_oLocks.IsRemoved() || m_ooBoard->m_oState.IsReplaced())
+    if (m_ooBoard->m_oState.IsReplaced())
     {
         OpenBoard();
         Assign();
@@ -293,7 +298,7 @@ void DisplayServer::FollowPictures()
             Say(uiOutput, EVerdict::Shown, FindConnector(roOutput.uiConnector)->strName);
             continue;
         }
-        std::fprintf(stderr, "tavrin-board: output %u: %s\n", uiOutput, strTrouble.c_str());
+        Complain(uiOutput, strTrouble);
         Say(uiOutput, EVerdict::Refused, strTrouble);
     }
 }
@@ -304,7 +309,8 @@ void DisplayServer::SetPace()
     uint64_t uiPeriodNs = uiIdleNs;
     for (const SOutput& ro : m_oOutputs)
     {
-        if (ro.poScanout != nullptr && (!ro.poFollowed->oDrawer.IsGone() || ro.poScanout->IsBehind(ro.poFollowed->oPicture)))
+        if (ro.poScanout != nullptr &&
+            (!ro.poFollowed->oDrawing.IsGone() || ro.poScanout->IsBehind(ro.poFollowed->oPicture)))
             uiPeriodNs = std::min(uiPeriodNs, std::max(ro.poScanout->GetRefreshNs(), uiFastestNs));
     }
     if (std::exchange(m_uiPeriodNs, uiPeriodNs) == uiPeriodNs)

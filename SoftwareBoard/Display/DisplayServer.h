@@ -8,7 +8,7 @@
 
 #include "Board.h"
 #include "BoardWatch.h"
-#include "Drawer.h"
+#include "DrawingProcess.h"
 #include "HotPlug.h"
 #include "Scanout.h"
 
@@ -39,9 +39,9 @@ private:
 
         void Update();
 
-        Picture     oPicture;
-        Drawer      oDrawer;
-        std::string strTrouble;  // why it cannot be read any more
+        Picture                       oPicture;
+        SoftwareBoard::DrawingProcess oDrawing;
+        std::string                   strTrouble;  // why it cannot be read any more
     };
 
     struct SOutput

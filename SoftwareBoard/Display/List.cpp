@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "DisplayServer.h"
+#include "Printable.h"
 
 using namespace SoftwareBoard;
 
@@ -27,18 +28,18 @@ void ListCard(const Card& roCard, const std::vector<std::string>& roNames)
 {
     const std::vector<SConnector> oConnectors = roCard.ReadConnectors();
     const std::vector<uint32_t>   oShown      = AssignConnectors(oConnectors, roNames, std::vector<uint32_t>(uiMaxOutputs));
-    std::printf("card %s: %s\n", roCard.GetPath().c_str(), roCard.IsAtomic() ? "atomic" : "legacy");
+    std::printf("card %s: %s\n", MakePrintable(roCard.GetPath()).c_str(), roCard.IsAtomic() ? "atomic" : "legacy");
     for (const SConnector& roConnector : oConnectors)
     {
         const auto oFound = std::find(oShown.begin(), oShown.end(), roConnector.uiId);
-        std::printf("  connector %s (%u): %s", roConnector.strName.c_str(), roConnector.uiId,
+        std::printf("  connector %s (%u): %s", MakePrintable(roConnector.strName).c_str(), roConnector.uiId,
                     roConnector.bConnected ? "connected" : "nothing connected");
         if (oFound != oShown.end())
             std::printf(", shows output %td", oFound - oShown.begin());
         std::printf("\n");
     }
     for (const SPlane& roPlane : roCard.GetPlanes())
-        std::printf("  plane %u:%s\n", roPlane.uiId, NameFormats(roPlane).c_str());
+        std::printf("  plane %u:%s\n", roPlane.uiId, MakePrintable(NameFormats(roPlane)).c_str());
 }
 }
 
@@ -57,7 +58,7 @@ void ListDisplays(const SDisplayPlan& roPlan)
         }
         catch (const BoardError& roError)
         {
-            std::printf("card %s\n", roError.what());  // its path is in the words
+            std::printf("card %s\n", MakePrintable(roError.what()).c_str());  // its path is in the words
         }
     }
 }

@@ -60,7 +60,7 @@ constexpr char pszFooter[] =
 
 int Fail(const std::string& strWhy, int iStatus = 1)
 {
-    std::fprintf(stderr, "tavrin-board: %s\n", Panel::MakePrintable(strWhy).c_str());
+    std::fprintf(stderr, "tavrin-board: %s\n", SoftwareBoard::MakePrintable(strWhy).c_str());
     return iStatus;
 }
 

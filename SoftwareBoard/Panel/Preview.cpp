@@ -1,14 +1,20 @@
+#include <sys/wait.h>
+
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <optional>
 
 #include "BoardError.h"
 #include "ContactSheet.h"
+#include "DrawingProcess.h"
 #include "Library.h"
 #include "Panel.h"
 #include "PngFile.h"
 #include "PreviewBoard.h"
+#include "PreviewPictures.h"
 #include "Signals.h"
 #include "ToolProcess.h"
 
@@ -21,13 +27,21 @@ namespace
 constexpr char                      pszTool[] = "QelProgressBarDisplay";
 constexpr std::chrono::milliseconds oTick(1);
 constexpr std::chrono::seconds      oLongestStep(10);  // that the tool takes
+constexpr std::chrono::seconds      oLongestLook(1);   // for a moment in which the tool sleeps
 constexpr int                       iMostRuns = 10;    // that may end before they show a percentage
 
 // The tool's failure is the command's.
 void ThrowIfFailed(const ToolProcess& roTool)
 {
-    if (roTool.GetStatus() != 0)
-        throw EndedWithStatus{roTool.GetStatus()};
+    const int iWait = roTool.GetWaitStatus().value_or(0);
+    if (WIFSIGNALED(iWait))
+    {
+        std::fprintf(stderr, "tavrin-board: %s: ended by signal %d (%s)\n", pszTool, WTERMSIG(iWait),
+                     strsignal(WTERMSIG(iWait)));
+        throw EndedWithStatus{128 + WTERMSIG(iWait)};
+    }
+    if (WEXITSTATUS(iWait) != 0)
+        throw EndedWithStatus{WEXITSTATUS(iWait)};
 }
 
 // The tool beside the panel, otherwise the one that a shell would find.
@@ -65,40 +79,48 @@ public:
                          " %; see what it said");
     }
 
-    void End()
-    {
-        m_poTool->End();
-        ThrowIfFailed(*m_poTool);
-    }
+    // A run that goes on is killed with this object: it would say that it received any other signal.
+    void End() const { ThrowIfFailed(*m_poTool); }
 
 private:
-    // The picture, or nothing when the tool ended before. Stopped, it neither reads nor draws: what is read of the board
-    // after the progress was set is read by its next step, and what it has drawn when it sleeps after that is the whole
-    // step.
+    // FALSE when the run ended before every output was on.
+    bool StartRun()
+    {
+        m_oBoard.SetProgress(0);  // a run that began at 100 % might be over too soon
+        m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
+        m_bWasOn = WaitUntil([this] { return m_oBoard.IsRunning(); }, std::nullopt);
+        m_ooScreen.reset();
+        if (m_bWasOn)
+            m_ooScreen = m_oBoard.OpenScreen();
+        return m_ooScreen.has_value();
+    }
+
+    // The picture, or nothing when the run ended before it showed the percentage. The percentage is set while the tool
+    // sleeps between two steps: what is read of the board afterwards is read by a step that shows it, or by the end of the
+    // run, which has given its buffer up before it reads. When the tool sleeps again it has drawn the whole step.
     std::optional<SPicture> TryToShow(KUINT32 uiPercent)
     {
-        if (m_poTool == nullptr || !m_poTool->Stop())
-        {
-            m_oBoard.SetProgress(0);  // a run that began at 100 % might be over too soon
-            m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
-            m_bWasOn = WaitUntil([this] { return m_oBoard.IsRunning(); }, std::nullopt);
-            if (!m_bWasOn || !m_poTool->Stop())
-                return std::nullopt;
-        }
-        m_oBoard.SetProgress(uiPercent);
-        m_poTool->GoOn();
-        // An argument may look like the option and be none: a tool that has not read the progress within its longest step
-        // never does.
-        if (m_bReadsProgress)
-            m_bReadsProgress = WaitUntil([this] { return m_oBoard.TakeReads(); }, oLongestStep + oLongestStep / 2);
-        if (!WaitUntil([this] { return m_poTool->IsAsleep(); }, std::nullopt) || !m_poTool->Stop())
+        if ((m_poTool == nullptr || m_poTool->HasEnded()) && !StartRun())
             return std::nullopt;
-        auto ooPicture = m_oBoard.TakePicture();
-        m_poTool->GoOn();
+        const DrawingProcess oDrawing(m_ooScreen->oPixels.Get(), m_ooScreen->oOutput.iHolderPid);
+        WaitUntil([&] { return oDrawing.SleptWhile([&] { m_oBoard.SetProgress(uiPercent); }); }, oLongestLook);
+        if (m_bReadsProgress)
+        {
+            const bool bRead = WaitUntil([this] { return m_oBoard.TakeReads(); }, oLongestStep + oLongestStep / 2);
+            if (!oDrawing.CanDraw())
+            {
+                WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
+                return std::nullopt;
+            }
+            // An argument may look like the option and be none: a tool that has not read the progress within its longest
+            // step never does.
+            m_bReadsProgress = bRead;
+        }
+        SPicture oPicture = ReadWholeScreen(*m_ooScreen);
         // At 100 % the tool ends by itself, and what it reads on its way out is not the progress.
         if (uiPercent == 100 && m_bReadsProgress)
             WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
-        return ooPicture;
+        return oPicture;
     }
 
     // FALSE when the tool has ended, or after the time.
@@ -123,7 +145,8 @@ private:
     PassedOn                     m_oArguments;
     bool                         m_bReadsProgress = false;
     bool                         m_bWasOn         = false;
-    std::unique_ptr<ToolProcess> m_poTool;  // after the board: it ends first
+    std::optional<SScreen>       m_ooScreen;  // of the run
+    std::unique_ptr<ToolProcess> m_poTool;    // after the board: it ends first
 };
 
 void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const PassedOn& roPassedOn)
@@ -132,6 +155,7 @@ void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPerce
     const std::filesystem::path oFolder = std::filesystem::path(strFile).parent_path();
     if (access(oFolder.empty() ? "." : oFolder.c_str(), W_OK | X_OK) != 0)
         ThrowSystemError(oFolder.empty() ? "." : oFolder.string(), "access (to write a file there)");
+    WarnOfPictures(roPassedOn);
     ContactSheet oSheet(roPercents.size());
     Preview      oPreview(roPassedOn);
     for (const KUINT32 uiPercent : roPercents)
@@ -149,10 +173,7 @@ Action AddPreview(CLI::App& roCommand, const PassedOn& roPassedOn)
         std::vector<KUINT32> auiPercents = {0, 25, 50, 75, 100};
     };
     const auto poOptions = std::make_shared<SOptions>();
-    roCommand
-        .add_option("FILE", poOptions->strFile,
-                    "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width")
-        ->required();
+    AddPngFile(roCommand, poOptions->strFile, "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width");
     roCommand
         .add_option_function<std::vector<std::string>>(
             "--at",

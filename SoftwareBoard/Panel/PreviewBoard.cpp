@@ -84,7 +84,7 @@ bool PreviewBoard::IsRunning() const
     return false;
 }
 
-std::optional<SScreen> PreviewBoard::FindScreen() const
+std::optional<SScreen> PreviewBoard::OpenScreen() const
 {
     const Board                   oBoard = Board::Open();
     const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
@@ -92,14 +92,8 @@ std::optional<SScreen> PreviewBoard::FindScreen() const
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
     {
         if (const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(uiDevice, 0); oOutput.bEnabled == TRUE)
-            return OpenScreen(oBoard, oOutput);
+            return Panel::OpenScreen(oBoard, oOutput);
     }
     return std::nullopt;
-}
-
-std::optional<SPicture> PreviewBoard::TakePicture() const
-{
-    const auto ooScreen = FindScreen();
-    return ooScreen ? std::optional(ReadScreen(*ooScreen)) : std::nullopt;
 }
 }

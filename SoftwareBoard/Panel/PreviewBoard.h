@@ -17,7 +17,7 @@ public:
     PreviewBoard(const PreviewBoard&)            = delete;
     PreviewBoard& operator=(const PreviewBoard&) = delete;
 
-    // As every device reports it, and forgets the reads before. The tool is not running, or stopped.
+    // As every device reports it, and forgets the reads before.
     void SetProgress(KUINT32 uiPercent);
 
     // Readable once something has read from the board's state.
@@ -25,14 +25,12 @@ public:
     // Whether something has since the last question.
     bool TakeReads() const;
 
-    // What output 0 shows, of the first device that shows something.
-    std::optional<SPicture> TakePicture() const;
+    // Output 0 of the first device whose output 0 is on, or nothing.
+    std::optional<SScreen> OpenScreen() const;
     // Whether the tool has turned all outputs on; until its loop asks for the progress it reads nothing after that.
     bool IsRunning() const;
 
 private:
-    std::optional<SScreen> FindScreen() const;
-
     std::string                   m_strFolder;
     SoftwareBoard::FileDescriptor m_oReads;
 };

@@ -82,7 +82,7 @@ std::optional<SArguments> Read(Values oWords)
 
 void Warn(const std::string& strWhat)
 {
-    std::fprintf(stderr, "tavrin-board: preview: %s\n", MakePrintable(strWhat).c_str());
+    std::fprintf(stderr, "tavrin-board: preview: %s\n", SoftwareBoard::MakePrintable(strWhat).c_str());
 }
 
 std::string SizeOf(KINT64 iWidth, KINT64 iHeight)

@@ -1,9 +1,12 @@
 #include "Screen.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "BoardError.h"
+#include "DrawingProcess.h"
 #include "PixelFiles.h"
 #include "PlaneLayout.h"
 
@@ -25,6 +28,9 @@ SPicture BlankPicture(const SOutputRecord& roOutput)
     return oPicture;
 }
 
+// What is read at once, rows of the buffer: few calls, and it stays in the processor's caches until it is copied.
+constexpr size_t uiBytesAtOnce = size_t{256} << 10;
+
 // Calls fTakeRow(number, bytes) for each row of the screen until it answers false.
 template <class TTakeRow> void ReadRows(const SScreen& roScreen, TTakeRow fTakeRow)
 {
@@ -33,18 +39,28 @@ template <class TTakeRow> void ReadRows(const SScreen& roScreen, TTakeRow fTakeR
     const auto           ooLayout = LayOutPlane(TPixelFormat_R8G8B8A8, roOutput.uiBufferWidth, roOutput.uiBufferHeight);
 
     std::vector<KUINT32> auiRow(roOutput.oVidParam.uiHActive, uiOpaque);
-    const size_t         uiInBytes = std::min<size_t>(auiRow.size(), ooLayout->uiWidth) * 4;
+    const size_t         uiColumns = std::min<size_t>(auiRow.size(), ooLayout->uiWidth);
+    const KUINT32        uiHeight  = std::min(roOutput.oVidParam.uiVActive, ooLayout->uiHeight);
+    const size_t         uiAtOnce  = std::max<size_t>(uiBytesAtOnce / ooLayout->uiPitchInBytes, 1);
+    std::vector<KUINT32> auiRead(std::min<size_t>(uiAtOnce, uiHeight) * ooLayout->uiPitch);
     for (KUINT32 uiY = 0; uiY < roOutput.oVidParam.uiVActive; ++uiY)
     {
-        if (uiY == ooLayout->uiHeight)
+        const size_t uiAt = uiY % uiAtOnce;
+        if (uiY < uiHeight && uiAt == 0)
+        {
+            // Read, not mapped: a file that is cut meanwhile is an error here and would be a signal there.
+            const size_t uiInBytes = std::min<size_t>(uiAtOnce, uiHeight - uiY) * ooLayout->uiPitchInBytes;
+            if (pread(roScreen.oPixels.Get(), auiRead.data(), uiInBytes, off_t{uiY} * ooLayout->uiPitchInBytes) !=
+                static_cast<ssize_t>(uiInBytes))
+                throw BoardError("board.pixels-" + std::to_string(roOutput.uiPixelFile) +
+                                 ": the pixels that the output shows are cut short; enable it anew");
+        }
+        if (uiY < uiHeight)
+            std::transform(auiRead.begin() + static_cast<std::ptrdiff_t>(uiAt * ooLayout->uiPitch),
+                           auiRead.begin() + static_cast<std::ptrdiff_t>(uiAt * ooLayout->uiPitch + uiColumns),
+                           auiRow.begin(), [](KUINT32 uiPixel) { return uiPixel | uiOpaque; });
+        else if (uiY == uiHeight)
             std::fill(auiRow.begin(), auiRow.end(), uiOpaque);
-        // Read, not mapped: a file that is cut meanwhile is an error here and would be a signal there.
-        if (uiY < ooLayout->uiHeight && pread(roScreen.oPixels.Get(), auiRow.data(), uiInBytes,
-                                              off_t{uiY} * ooLayout->uiPitchInBytes) != static_cast<ssize_t>(uiInBytes))
-            throw BoardError("board.pixels-" + std::to_string(roOutput.uiPixelFile) +
-                             ": the pixels that the output shows are cut short; enable it anew");
-        for (KUINT32& ruiPixel : auiRow)
-            ruiPixel |= uiOpaque;
         if (!fTakeRow(uiY, reinterpret_cast<const KUINT8*>(auiRow.data())))
             return;
     }
@@ -64,6 +80,19 @@ SPicture ReadScreen(const SScreen& roScreen)
         oPicture.auiRgba.insert(oPicture.auiRgba.end(), puiRow, puiRow + oPicture.GetPitchInBytes());
         return true;
     });
+    return oPicture;
+}
+
+SPicture ReadWholeScreen(const SScreen& roScreen)
+{
+    using namespace std::chrono;
+    constexpr milliseconds oPatience = 1s, oBetweenLooks = 1ms;
+
+    const DrawingProcess oDrawing(roScreen.oPixels.Get(), roScreen.oOutput.iHolderPid);
+    const auto           oEnd = steady_clock::now() + oPatience;
+    SPicture             oPicture;
+    while (!oDrawing.SleptWhile([&] { oPicture = ReadScreen(roScreen); }) && steady_clock::now() < oEnd)
+        std::this_thread::sleep_for(oBetweenLooks);
     return oPicture;
 }
 

@@ -28,7 +28,11 @@ struct SScreen
 // The caller is in a transaction, and the output is on.
 SScreen OpenScreen(const SoftwareBoard::Board& roBoard, const SoftwareBoard::SOutputRecord& roOutput);
 
+// What is read while somebody draws may be torn: the upper rows of one picture and the lower rows of the next.
 SPicture ReadScreen(const SScreen& roScreen);
+
+// Reads until nobody has drawn meanwhile, for a second at most. Returns what was read last.
+SPicture ReadWholeScreen(const SScreen& roScreen);
 
 // Whether the screen still shows just this picture; cheaper than to take it anew.
 bool IsShowing(const SScreen& roScreen, const SPicture& roPicture);

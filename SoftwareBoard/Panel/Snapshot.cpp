@@ -13,7 +13,7 @@ namespace
 {
 SScreen OpenScreenOf(KUINT32 uiDevice, KUINT32 uiOutput)
 {
-    const Board                   oBoard = Board::Open();
+    const Board                   oBoard = Board::Observe();
     const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
     const SOutputRecord           oOutput = oBoard.m_oState.ReadOutput(uiDevice, uiOutput);
     if (oOutput.bEnabled == FALSE)
@@ -36,7 +36,7 @@ Action AddSnapshot(CLI::App& roCommand, const PassedOn&)
     AddDevice(roCommand, poOptions->uiDevice);
 
     return [poOptions] {
-        WritePngFile(ReadScreen(OpenScreenOf(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath);
+        WritePngFile(ReadWholeScreen(OpenScreenOf(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath);
     };
 }
 }

@@ -23,24 +23,12 @@ public:
     ToolProcess& operator=(const ToolProcess&) = delete;
 
     bool HasEnded();
-    // As a shell counts it: 128 and more is a signal. Once it has ended.
-    int GetStatus() const { return *m_oiStatus; }
-
-    // Stops it where it stands, and lets it go on. FALSE when it has ended instead.
-    bool Stop();
-    void GoOn() const;
-
-    // Whether it sleeps: its loop does nothing else between two steps.
-    bool IsAsleep() const;
-
-    // Asks it to end as a person would, and waits for that.
-    void End();
+    // How waitpid tells that it ended; nothing while it runs.
+    std::optional<int> GetWaitStatus() const { return m_oiWaitStatus; }
 
 private:
-    void TakeStatus(int iWait);
-
     pid_t              m_iPid = -1;
-    std::optional<int> m_oiStatus;
+    std::optional<int> m_oiWaitStatus;
 };
 }
 

@@ -5,12 +5,13 @@
 #include "BoardWorld.h"
 #include "Connectors.h"
 #include "DisplayMode.h"
-#include "Drawer.h"
+#include "DrawingProcess.h"
 #include "Picture.h"
 
 namespace
 {
 using namespace Display;
+using SoftwareBoard::DrawingProcess;
 
 TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
 {
@@ -101,17 +102,19 @@ TEST_F(PictureTest, OnlyAProcessThatRanMayHaveDrawn)
     Process oDrawing([] { TestClient().MakeBuffer(uiWidth, uiHeight), Process::Pause(), Process::Pause(); });
     oDrawing.Await();
     const auto oPixels = Open();
-    Drawer oDrawer(oPixels.Get(), oDrawing.GetPid()), oStranger(oPixels.Get(), getppid());
-    const auto fCount = [&](Drawer& ro) {  // of three looks in far less than a second
-        return ro.MayHaveDrawn(oPixels.Get()) + ro.MayHaveDrawn(oPixels.Get()) + ro.MayHaveDrawn(oPixels.Get());
+    DrawingProcess oKnown(oPixels.Get(), oDrawing.GetPid()), oStranger(oPixels.Get(), getppid());
+    const auto fCount = [&](DrawingProcess& ro) {  // of three looks in far less than a second
+        return ro.MayHaveDrawn() + ro.MayHaveDrawn() + ro.MayHaveDrawn();
     };
-    EXPECT_LE(fCount(oDrawer), 2) << "the first look, and that of a new second";
+    EXPECT_LE(fCount(oKnown), 2) << "the first look, and that of a new second";
     EXPECT_EQ(fCount(oStranger), 3) << "the time of who has not made the pixels says nothing";
-    oDrawing.Resume(), oDrawing.Await();
-    EXPECT_GE(fCount(oDrawer), 1);
+    const auto fRun = [&] { oDrawing.Resume(), oDrawing.Await(); };
+    EXPECT_EQ(std::tuple(oKnown.SleptWhile([] {}), oKnown.SleptWhile(fRun), oStranger.SleptWhile([] {})), std::tuple(true, false, false));
+    EXPECT_GE(fCount(oKnown), 1);
     oDrawing.Kill();
-    EXPECT_EQ(fCount(oDrawer), 1) << "what it drew last";
+    EXPECT_EQ(fCount(oKnown), 1) << "what it drew last";
+    EXPECT_TRUE(oStranger.SleptWhile([] {})) << "nobody can draw";
     std::filesystem::resize_file(m_oFolder / "board.pixels-0", 5);
-    EXPECT_EQ(fCount(oDrawer), 1) << "written by another";
+    EXPECT_EQ(fCount(oKnown), 1) << "written by another";
 }
 }

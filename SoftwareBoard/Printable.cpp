@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace Panel
+namespace SoftwareBoard
 {
 std::string MakePrintable(std::string strText)
 {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace Panel
+namespace SoftwareBoard
 {
 // Every byte that is not printable ASCII becomes '?', so that the text cannot command a terminal.
 std::string MakePrintable(std::string strText);
