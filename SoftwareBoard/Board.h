@@ -1,4 +1,4 @@
-// A board as a process sees it: the folder, who holds what, what it knows. A board in software is a thing of its own that
+// A board as a process sees it: the folder, what it knows, who holds what. A board in software is a thing of its own that
 // outlives the processes that use it.
 #ifndef BOARD_H
 #define BOARD_H
@@ -11,16 +11,22 @@ namespace SoftwareBoard
 {
 struct Board
 {
-    BoardFolder m_oFolder;
-    BoardLocks  m_oLocks;
-    BoardState  m_oState;
+    Board(BoardFolder oFolder, BoardState oState);
 
-    // The board where DefaultPath says; the process is its client from now on.
+    // The board where DefaultPath says, the default one newly made when there is none. The process is its client from now
+    // on: while it has one, no new board takes its place.
     static Board Open();
-    // The same without being a client: it stands in the way of no new board, and must follow when there is one.
+    // The board for one who only looks: no client, and NoBoardError when there is none. A new board may take its place; then
+    // IsReplaced() is true, and it is to be opened again.
     static Board Observe();
+    // As Observe, but makes the default one when there is none.
+    static Board ObserveOrMake();
     // A new board in its place; refused while the one there has clients.
     static Board Create(const SBoardPlan& roPlan);
+
+    BoardFolder m_oFolder;
+    BoardState  m_oState;
+    BoardLocks  m_oLocks;
 };
 }
 

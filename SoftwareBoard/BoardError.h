@@ -16,6 +16,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// There is no board in the folder, and it was not to be made.
+class NoBoardError : public BoardError
+{
+public:
+    explicit NoBoardError(const std::string& strFolder)
+        : BoardError(strFolder + ": there is no board here; a run of the tool makes one, or \"tavrin-board create\"")
+    {}
+};
+
 [[noreturn]] inline void ThrowSystemError(const std::string& strPath, const char* pszCall, int iErrno = errno)
 {
     throw BoardError(strPath + ": " + pszCall + ": " + std::generic_category().message(iErrno));

@@ -11,16 +11,35 @@
 
 namespace SoftwareBoard
 {
+namespace
+{
+// With a slash at its end, or the dot behind it, a symbolic link would be followed after all.
+std::string WithoutSlash(std::string strPath)
+{
+    while (strPath.size() > 1 && (strPath.back() == '/' || strPath.ends_with("/.")))
+        strPath.pop_back();
+    return strPath;
+}
+}
+
+BoardFolder BoardFolder::OpenOrMake()
+{
+    std::string strPath = WithoutSlash(DefaultPath());
+    if (mkdir(strPath.c_str(), 0700) != 0 && errno != EEXIST)
+        ThrowSystemError(strPath, "mkdir");
+    return BoardFolder(std::move(strPath));
+}
+
+BoardFolder BoardFolder::Open()
+{
+    return BoardFolder(WithoutSlash(DefaultPath()));
+}
+
 BoardFolder::BoardFolder(std::string strPath) : m_strPath(std::move(strPath))
 {
-    // With a slash at its end, or the dot behind it, a symbolic link would be followed after all.
-    while (m_strPath.size() > 1 && (m_strPath.back() == '/' || m_strPath.ends_with("/.")))
-        m_strPath.pop_back();
-
-    if (mkdir(m_strPath.c_str(), 0700) != 0 && errno != EEXIST)
-        ThrowSystemError(m_strPath, "mkdir");
-
-    m_oFd = FileDescriptor(open(m_strPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    m_oFd = FileDescriptor::AboveStandardStreams(open(m_strPath.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!m_oFd && errno == ENOENT)
+        throw NoBoardError(m_strPath);
     if (!m_oFd)
         ThrowSystemError(m_strPath, "open as a folder that is no symbolic link");
 
@@ -46,7 +65,8 @@ FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) con
 {
     // O_NONBLOCK changes nothing about a plain file; a pipe in its place would hold the caller up without it.
     const int      iAlways = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-    FileDescriptor oFile(openat(m_oFd.Get(), strName.c_str(), iFlags | iAlways, 0600));
+    FileDescriptor oFile =
+        FileDescriptor::AboveStandardStreams(openat(m_oFd.Get(), strName.c_str(), iFlags | iAlways, 0600));
     if (!oFile)
     {
         // A file that was to be made and is not there: the folder itself is gone, and no other name would help.
@@ -62,10 +82,33 @@ FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) con
     return oFile;
 }
 
-bool BoardFolder::IsFileSizeAllowed(off_t iSize)
+int BoardFolder::Allocate(const FileDescriptor& roFile, off_t iSize)
 {
     rlimit oLimit = {};
-    return getrlimit(RLIMIT_FSIZE, &oLimit) != 0 || static_cast<rlim_t>(iSize) <= oLimit.rlim_cur;
+    if (getrlimit(RLIMIT_FSIZE, &oLimit) == 0 && static_cast<rlim_t>(iSize) > oLimit.rlim_cur)
+        return EFBIG;
+    int iError = EINTR;
+    while (iError == EINTR)
+        iError = posix_fallocate(roFile.Get(), 0, iSize);
+    return iError;
+}
+
+bool BoardFolder::IsNameOf(const std::string& strName, const FileDescriptor& roFile) const
+{
+    struct stat oNamed = {};
+    struct stat oOpen  = {};
+    return fstatat(m_oFd.Get(), strName.c_str(), &oNamed, AT_SYMLINK_NOFOLLOW) == 0 && fstat(roFile.Get(), &oOpen) == 0 &&
+           oNamed.st_ino == oOpen.st_ino && oNamed.st_dev == oOpen.st_dev;
+}
+
+bool BoardFolder::Exists(const std::string& strName) const
+{
+    struct stat oStat = {};
+    if (fstatat(m_oFd.Get(), strName.c_str(), &oStat, AT_SYMLINK_NOFOLLOW) == 0)
+        return true;
+    if (errno != ENOENT)
+        ThrowSystemError(PathOf(strName), "fstatat");
+    return false;
 }
 
 void BoardFolder::Remove(const std::string& strName) const

@@ -14,8 +14,10 @@ namespace SoftwareBoard
 class BoardFolder
 {
 public:
-    // Makes the folder when there is none.
-    explicit BoardFolder(std::string strPath);
+    // The folder at DefaultPath; makes it when there is none.
+    static BoardFolder OpenOrMake();
+    // Throws NoBoardError when there is none.
+    static BoardFolder Open();
 
     // $TAVRIN_BOARD, otherwise a folder in $XDG_RUNTIME_DIR, otherwise one of this user's in /tmp.
     static std::string DefaultPath();
@@ -23,10 +25,15 @@ public:
     // Empty when there is no such file and none is to be made or, with O_EXCL, when there is one already.
     FileDescriptor OpenFile(const std::string& strName, int iFlags) const;
 
-    // A file beyond the process's limit would be answered with a signal: ask before one is made that long.
-    static bool IsFileSizeAllowed(off_t iSize);
+    // Makes the file at least that long, with all its blocks there, so that writing into it cannot fail later. Returns 0 or
+    // an error number. A file beyond the process's size limit is an error: the system would answer it with a signal.
+    static int Allocate(const FileDescriptor& roFile, off_t iSize);
 
-    void Remove(const std::string& strName) const;
+    // Whether the name still leads to this open file.
+    bool IsNameOf(const std::string& strName, const FileDescriptor& roFile) const;
+    bool Exists(const std::string& strName) const;
+
+    void Remove(const std::string& strName) const;  // no failure when it is gone already
     void Rename(const std::string& strFrom, const std::string& strTo) const;
 
     std::string        PathOf(const std::string& strName) const { return m_strPath + "/" + strName; }
@@ -34,6 +41,8 @@ public:
     int                GetDescriptor() const { return m_oFd.Get(); }
 
 private:
+    explicit BoardFolder(std::string strPath);
+
     std::string    m_strPath;
     FileDescriptor m_oFd;
 };

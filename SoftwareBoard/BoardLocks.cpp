@@ -1,11 +1,20 @@
 #include "BoardLocks.h"
 
+#include <chrono>
+#include <thread>
+
 #include "BoardError.h"
 
 namespace SoftwareBoard
 {
 namespace
 {
+using namespace std::chrono_literals;
+
+// A process that was stopped while it holds a lock may never give it back, and whoever waits for that could not be ended.
+constexpr std::chrono::seconds      oPatience     = 5s;
+constexpr std::chrono::milliseconds oBetweenTries = 1ms;
+
 struct flock OneByte(off_t iByte, short sType)
 {
     struct flock oLock = {};
@@ -17,12 +26,12 @@ struct flock OneByte(off_t iByte, short sType)
 }
 }
 
-bool LockByte(int iFd, off_t iByte, short sType, bool bWait)
+bool TryLockByte(int iFd, off_t iByte, short sType)
 {
     struct flock oLock = OneByte(iByte, sType);
-    while (fcntl(iFd, bWait ? F_OFD_SETLKW : F_OFD_SETLK, &oLock) != 0)
+    while (fcntl(iFd, F_OFD_SETLK, &oLock) != 0)
     {
-        if (!bWait && (errno == EAGAIN || errno == EACCES))
+        if (errno == EAGAIN || errno == EACCES)
             return false;
         if (errno != EINTR)  // a client's signal handler may well run here
             ThrowSystemError("a lock of the board", "fcntl(F_OFD_SETLK)");
@@ -36,7 +45,26 @@ void UnlockByte(int iFd, off_t iByte) noexcept
     fcntl(iFd, F_OFD_SETLK, &oLock);
 }
 
-BoardLocks::BoardLocks(const BoardFolder& roFolder) : m_oFile(roFolder.OpenFile("board.lock", O_RDWR | O_CREAT)) {}
+BoardLocks::BoardLocks(const FileDescriptor& roFile) : m_oFile(fcntl(roFile.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+{
+    if (!m_oFile)
+        ThrowSystemError("the locks of the board", "fcntl(F_DUPFD_CLOEXEC)");
+}
+
+// Once a wait took too long the next ones are a single try each, until one succeeds. So a run that is to undo many things
+// is over soon as well.
+void BoardLocks::Wait(off_t iByte, short sType) const
+{
+    const auto oEnd = std::chrono::steady_clock::now() + (m_bGaveUp ? 0s : oPatience);
+    while (!TryLockByte(m_oFile.Get(), iByte, sType))
+    {
+        m_bGaveUp = std::chrono::steady_clock::now() >= oEnd;
+        if (m_bGaveUp)
+            throw BoardError("a lock of the board: another process holds it for too long; is it stopped?");
+        std::this_thread::sleep_for(oBetweenTries);
+    }
+    m_bGaveUp = false;
+}
 
 bool BoardLocks::IsByteHeldByAnother(off_t iByte) const
 {

@@ -1,5 +1,5 @@
-// Who may do what on a board at this moment: byte locks in a file that is never replaced, one byte for each thing that can
-// be held. The kernel gives them back when the process that took them is gone, however it went.
+// Who may do what on a board at this moment: byte locks in its state file, one byte for each thing that can be held. They
+// last as long as the board does, and the kernel gives them back when the process that took them is gone, however it went.
 //
 // The locks belong to the open file, so that all threads of a process hold them together; one BoardLocks a process.
 #ifndef BOARD_LOCKS_H
@@ -7,30 +7,30 @@
 
 #include <fcntl.h>
 
-#include "BoardFolder.h"
+#include "FileDescriptor.h"
 #include "QelTypes.h"
 
 namespace SoftwareBoard
 {
-// One lock on one byte of an open file, of type F_RDLCK (shared) or F_WRLCK. FALSE only when bWait is not set and somebody
-// else has it.
-bool LockByte(int iFd, off_t iByte, short sType, bool bWait);
-// What is refused here the kernel undoes at the latest when the file is closed.
+// Tries to lock one byte of an open file, with type F_RDLCK (shared) or F_WRLCK. FALSE when somebody else has it.
+bool TryLockByte(int iFd, off_t iByte, short sType);
+// A failed unlock is ignored: closing the file releases the lock.
 void UnlockByte(int iFd, off_t iByte) noexcept;
 
 class BoardLocks
 {
 public:
-    explicit BoardLocks(const BoardFolder& roFolder);
+    // Shares the open file, and with it the locks, with roFile.
+    explicit BoardLocks(const FileDescriptor& roFile);
 
     // A client of the board, for the rest of the process. Waits while a new board is being made.
-    void JoinClients() { LockByte(m_oFile.Get(), msc_iClients, F_RDLCK, true); }
+    void JoinClients() { Wait(msc_iClients, F_RDLCK); }
     // The only one: FALSE when the board has a client.
-    bool TryShutOutClients() { return LockByte(m_oFile.Get(), msc_iClients, F_WRLCK, false); }
+    bool TryShutOutClients() { return TryLockByte(m_oFile.Get(), msc_iClients, F_WRLCK); }
 
     bool TryHoldOutput(KUINT32 uiDevice, KUINT32 uiOutput)
     {
-        return LockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput), F_WRLCK, false);
+        return TryLockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput), F_WRLCK);
     }
     void ReleaseOutput(KUINT32 uiDevice, KUINT32 uiOutput) { UnlockByte(m_oFile.Get(), OutputByte(uiDevice, uiOutput)); }
     bool IsOutputHeldByAnother(KUINT32 uiDevice, KUINT32 uiOutput) const
@@ -39,19 +39,17 @@ public:
     }
 
     // The process that puts a device's outputs on real displays; one at a time.
-    bool TryServeDevice(KUINT32 uiDevice) { return LockByte(m_oFile.Get(), DisplayByte(uiDevice), F_WRLCK, false); }
+    bool TryServeDevice(KUINT32 uiDevice) { return TryLockByte(m_oFile.Get(), DisplayByte(uiDevice), F_WRLCK); }
     bool IsDeviceServedByAnother(KUINT32 uiDevice) const { return IsByteHeldByAnother(DisplayByte(uiDevice)); }
-
-    // Somebody removed the file: who opens the board now has other locks.
-    bool IsRemoved() const { return m_oFile.IsRemoved(); }
 
     // While one exists, no other process reads or changes outputs and pixel files. Short; one at a time in a process.
     class Transaction
     {
     public:
+        // Waits for the transaction of another process. Throws BoardError when that takes too long.
         explicit Transaction(const BoardLocks& roLocks) : m_iFd(roLocks.m_oFile.Get())
         {
-            LockByte(m_iFd, msc_iTransaction, F_WRLCK, true);
+            roLocks.Wait(msc_iTransaction, F_WRLCK);
         }
         ~Transaction() { UnlockByte(m_iFd, msc_iTransaction); }
         Transaction(const Transaction&)            = delete;
@@ -74,9 +72,11 @@ private:
         return msc_iFirstOutput + msc_iDeviceStride * off_t{uiDevice} + off_t{uiOutput};
     }
 
+    void Wait(off_t iByte, short sType) const;
     bool IsByteHeldByAnother(off_t iByte) const;
 
     FileDescriptor m_oFile;
+    mutable bool   m_bGaveUp = false;  // the last wait took too long
 };
 }
 

@@ -17,10 +17,6 @@ namespace SoftwareBoard
 {
 namespace
 {
-constexpr char pszStateName[] = "board.state";
-// Written under the transaction lock, so one name is enough and what a killed process left is written anew.
-constexpr char pszNewName[] = "board.new";
-
 struct SHeader
 {
     std::array<char, 8> acMagic;
@@ -28,16 +24,21 @@ struct SHeader
     KUINT32             uiDeviceCount;
 };
 constexpr std::array<char, 8> acOurMagic  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
-constexpr KUINT32             uiOurLayout = 2;
+constexpr KUINT32             uiOurLayout = 3;
+
+// What the file holds of one output.
+struct SOutputPlace
+{
+    SOutputRecord oRecord;
+    alignas(128) SVerdict oVerdict;
+};
+using OutputPage = std::array<SOutputPlace, uiMaxOutputs>;
 
 // In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
-// No record crosses a page, so a writer that is killed leaves it whole; the lock keeps readers off while it is written.
+// No record crosses a page, so a killed writer never leaves half a record; the lock keeps readers off while it is written.
 constexpr off_t iPage         = 4096;
-constexpr off_t iOutputStride = iPage / off_t{uiMaxOutputs};
-constexpr off_t iVerdictAt    = iOutputStride / 2;  // in the place of an output, behind its record
 constexpr off_t iDeviceStride = 2 * iPage + off_t{uiRegisterCount} * 4;
-static_assert(sizeof(SHeader) <= iPage && sizeof(SDeviceRecord) <= iPage && sizeof(SOutputRecord) <= iVerdictAt &&
-              iVerdictAt + sizeof(SVerdict) <= iOutputStride);
+static_assert(sizeof(SHeader) <= iPage && sizeof(SDeviceRecord) <= iPage && sizeof(OutputPage) == iPage);
 static_assert(sizeof(SOutputRecord) == 80 && std::endian::native == std::endian::little);
 
 constexpr off_t DeviceOffset(KUINT32 uiDevice)
@@ -46,7 +47,7 @@ constexpr off_t DeviceOffset(KUINT32 uiDevice)
 }
 constexpr off_t OutputOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
-    return DeviceOffset(uiDevice) + iPage + iOutputStride * off_t{uiOutput};
+    return DeviceOffset(uiDevice) + iPage + off_t{sizeof(SOutputPlace)} * off_t{uiOutput};
 }
 constexpr off_t GenerationOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
@@ -54,7 +55,7 @@ constexpr off_t GenerationOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 }
 constexpr off_t VerdictOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
-    return OutputOffset(uiDevice, uiOutput) + iVerdictAt;
+    return OutputOffset(uiDevice, uiOutput) + off_t{offsetof(SOutputPlace, oVerdict)};
 }
 constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
 {
@@ -90,53 +91,35 @@ SBoardPlan DefaultPlan()
     return oPlan;
 }
 
-BoardState BoardState::OpenOrMake(const BoardFolder& roFolder)
+std::optional<BoardState> BoardState::Find(const BoardFolder& roFolder)
 {
-    FileDescriptor oFile = roFolder.OpenFile(pszStateName, O_RDWR);
+    FileDescriptor oFile = roFolder.OpenFile(msc_szName, O_RDWR);
     if (!oFile)
-        return WriteNew(roFolder, DefaultPlan());
-    BoardState oState(std::move(oFile), roFolder.PathOf(pszStateName));
-    oState.GetDeviceCount();
+        return std::nullopt;
+    BoardState oState(std::move(oFile), roFolder.PathOf(msc_szName));
+    oState.CheckIsOurs();
     return oState;
 }
 
-BoardState BoardState::Replace(const BoardFolder& roFolder, const SBoardPlan& roPlan)
+BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan)
 {
-    if (FileDescriptor oFile = roFolder.OpenFile(pszStateName, O_RDWR))
-        BoardState(std::move(oFile), roFolder.PathOf(pszStateName)).CheckIsOurs();
-    return WriteNew(roFolder, roPlan);
-}
+    BoardState  oNew(std::move(oFile), std::move(strPath));
+    const off_t iSize = DeviceOffset(roPlan.uiDeviceCount);
+    if (ftruncate(oNew.m_oFile.Get(), 0) != 0)
+        ThrowSystemError(oNew.m_strPath, "ftruncate");
+    if (const int iError = BoardFolder::Allocate(oNew.m_oFile, iSize))
+        ThrowSystemError(oNew.m_strPath, "posix_fallocate", iError);
 
-BoardState BoardState::WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan)
-{
-    if (roFolder.OpenFile(pszNewName, O_RDWR))  // throws for what is not a plain file of the user's
-        roFolder.Remove(pszNewName);
-    BoardState oNew(roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT | O_EXCL), roFolder.PathOf(pszNewName));
-    try
+    SDeviceRecord oDevice;
+    oDevice.uiOutputCount = roPlan.uiOutputCount;
+    for (tagTBoard_FpgaInfo oFpga : roPlan.aoFpgas)
     {
-        if (!BoardFolder::IsFileSizeAllowed(DeviceOffset(roPlan.uiDeviceCount)))
-            ThrowSystemError(oNew.m_strPath, "ftruncate", EFBIG);
-        if (!oNew.m_oFile || ftruncate(oNew.m_oFile.Get(), DeviceOffset(roPlan.uiDeviceCount)) != 0)
-            ThrowSystemError(oNew.m_strPath, "open or ftruncate");
-
-        SDeviceRecord oDevice;
-        oDevice.uiOutputCount = roPlan.uiOutputCount;
-        for (tagTBoard_FpgaInfo oFpga : roPlan.aoFpgas)
-        {
-            std::snprintf(oFpga.szName, sizeof(oFpga.szName), "FPGA %u", oDevice.uiFpgaCount);
-            oDevice.aoFpgas.at(oDevice.uiFpgaCount++) = oFpga;
-        }
-        for (KUINT32 uiDevice = 0; uiDevice < roPlan.uiDeviceCount; ++uiDevice)
-            oNew.Write(DeviceOffset(uiDevice), oDevice);
-        oNew.Write(0, SHeader{acOurMagic, uiOurLayout, roPlan.uiDeviceCount});
-        roFolder.Rename(pszNewName, pszStateName);
+        std::snprintf(oFpga.szName, sizeof(oFpga.szName), "FPGA %u", oDevice.uiFpgaCount);
+        oDevice.aoFpgas.at(oDevice.uiFpgaCount++) = oFpga;
     }
-    catch (...)
-    {
-        roFolder.Remove(pszNewName);
-        throw;
-    }
-    oNew.m_strPath = roFolder.PathOf(pszStateName);
+    for (KUINT32 uiDevice = 0; uiDevice < roPlan.uiDeviceCount; ++uiDevice)
+        oNew.Write(DeviceOffset(uiDevice), oDevice);
+    oNew.Write(0, SHeader{acOurMagic, uiOurLayout, roPlan.uiDeviceCount});
     return oNew;
 }
 
@@ -207,6 +190,21 @@ KUINT32 BoardState::ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     CheckDevice(uiDevice);
     return Read<KUINT32>(GenerationOffset(uiDevice, uiOutput));
+}
+
+std::set<KUINT32> BoardState::ReadShownPixelFiles() const
+{
+    std::set<KUINT32> oShown;
+    const KUINT32     uiCount = GetDeviceCount();
+    for (KUINT32 uiDevice = 0; uiDevice < uiCount; ++uiDevice)
+    {
+        for (const SOutputPlace& roPlace : Read<OutputPage>(OutputOffset(uiDevice, 0)))
+        {
+            if (roPlace.oRecord.bEnabled != FALSE)
+                oShown.insert(roPlace.oRecord.uiPixelFile);
+        }
+    }
+    return oShown;
 }
 
 SVerdict BoardState::ReadVerdict(KUINT32 uiDevice, KUINT32 uiOutput) const

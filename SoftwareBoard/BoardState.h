@@ -3,11 +3,13 @@
 //
 // The file is read and written by whole records and never mapped, and nothing in it is believed unseen: whoever cuts or
 // overwrites it underneath gets a BoardError out of the next call, not a signal. Records of outputs are read and written
-// inside a transaction; a register is one aligned word, which needs none.
+// inside a transaction; a register is one aligned word, which needs none. The bytes of the file are locked too (BoardLocks).
 #ifndef BOARD_STATE_H
 #define BOARD_STATE_H
 
 #include <array>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -74,11 +76,14 @@ struct SVerdict
 class BoardState
 {
 public:
-    // The board in the folder, the default one newly made when there is none. The caller is in a transaction.
-    static BoardState OpenOrMake(const BoardFolder& roFolder);
-    // A new board in place of the one there. What is not a board's state is refused. The caller is in a transaction and
-    // has shut out the clients.
-    static BoardState Replace(const BoardFolder& roFolder, const SBoardPlan& roPlan);
+    static constexpr char msc_szName[] = "board.state";
+
+    // The state in the folder, or nothing when there is no such file. Throws BoardError for a file that is not a board's
+    // state; whether it is damaged is asked by every call that reads it.
+    static std::optional<BoardState> Find(const BoardFolder& roFolder);
+    // Makes roFile the state of a new board, whatever it held. All its blocks are there, so that a full disk cannot keep a
+    // register or an output from being written later.
+    static BoardState Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan);
 
     KUINT32       GetDeviceCount() const;
     SDeviceRecord ReadDevice(KUINT32 uiDevice) const;
@@ -87,12 +92,17 @@ public:
     KUINT32       WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);  // the new generation
     KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word, which needs no transaction
 
+    // The numbers of the pixel files that outputs show, also those of devices whose record is damaged.
+    std::set<KUINT32> ReadShownPixelFiles() const;
+
     SVerdict ReadVerdict(KUINT32 uiDevice, KUINT32 uiOutput) const;
     void     WriteVerdict(KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
                           const std::string& strText);
 
-    // Another board was made in its place.
+    // Another board was made in its place, or it was removed.
     bool IsReplaced() const { return m_oFile.IsRemoved(); }
+
+    const FileDescriptor& GetFile() const { return m_oFile; }
 
     KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;
     void    WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue);
@@ -100,8 +110,6 @@ public:
 
 private:
     BoardState(FileDescriptor oFile, std::string strPath) : m_oFile(std::move(oFile)), m_strPath(std::move(strPath)) {}
-
-    static BoardState WriteNew(const BoardFolder& roFolder, const SBoardPlan& roPlan);
 
     // The number of devices as it stands in the file, once that is known to be a board's of this layout.
     KUINT32                 CheckIsOurs() const;

@@ -2,6 +2,7 @@
 #ifndef FILE_DESCRIPTOR_H
 #define FILE_DESCRIPTOR_H
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,6 +27,15 @@ public:
             close(m_iFd);
     }
 
+    // The same file under a number above those of the standard streams. A process that was started without them would
+    // otherwise print into the file.
+    static FileDescriptor AboveStandardStreams(int iFd)
+    {
+        FileDescriptor oFile(iFd);
+        return iFd < 0 || iFd > STDERR_FILENO ? std::move(oFile)
+                                              : FileDescriptor(fcntl(iFd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
+
     explicit operator bool() const { return m_iFd >= 0; }
     int      Get() const { return m_iFd; }
 
@@ -34,6 +44,11 @@ public:
     {
         struct stat oStat = {};
         return fstat(m_iFd, &oStat) == 0 && oStat.st_nlink == 0;
+    }
+    ino_t GetInode() const
+    {
+        struct stat oStat = {};
+        return fstat(m_iFd, &oStat) == 0 ? oStat.st_ino : 0;
     }
 
 private:

@@ -45,7 +45,7 @@ struct SBefore
             if (m_oRecord.bEnabled == FALSE)
                 return;
             m_oPixels = OpenPixelFile(roBoard, m_oRecord.uiPixelFile);
-            LockByte(m_oPixels.Get(), 0, F_RDLCK, false);
+            TryLockByte(m_oPixels.Get(), 0, F_RDLCK);
         }
         catch (const BoardError&)
         {

@@ -1,7 +1,10 @@
 #include "PixelFiles.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
+#include <array>
 #include <charconv>
 #include <memory>
 #include <optional>
@@ -15,6 +18,12 @@ namespace SoftwareBoard
 namespace
 {
 constexpr std::string_view svPrefix = "board.pixels-";
+// While a file is being made, in a transaction, it has this name, so that no other process finds half of one.
+constexpr char pszNewName[] = "board.pixels-new";
+
+// Stands behind the pixels.
+using Mark               = std::array<char, 8>;
+constexpr Mark acOurMark = {'T', 'A', 'V', 'R', 'I', 'N', 'P', 'X'};
 
 std::string NameOf(KUINT32 uiNumber)
 {
@@ -29,46 +38,46 @@ std::optional<KUINT32> NumberOf(const std::string& strName)
     return strName == NameOf(uiNumber) ? std::optional(uiNumber) : std::nullopt;
 }
 
-std::set<KUINT32> FindShown(const BoardState& roState)
-{
-    std::set<KUINT32> oShown;
-    const KUINT32     uiDeviceCount = roState.GetDeviceCount();
-    for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
-    {
-        const KUINT32 uiOutputCount = roState.ReadDevice(uiDevice).uiOutputCount;
-        for (KUINT32 uiOutput = 0; uiOutput < uiOutputCount; ++uiOutput)
-        {
-            if (const SOutputRecord oOutput = roState.ReadOutput(uiDevice, uiOutput); oOutput.bEnabled == TRUE)
-                oShown.insert(oOutput.uiPixelFile);
-        }
-    }
-    return oShown;
-}
-
 // Through an open file of its own the caller meets the maker's lock even when it is the maker itself.
 bool IsKept(const FileDescriptor& roFile)
 {
-    return !LockByte(roFile.Get(), 0, F_WRLCK, false);
+    return !TryLockByte(roFile.Get(), 0, F_WRLCK);
+}
+
+// A user's file may have the name of a pixel file; only one that ends with the mark is a board's.
+bool IsMarked(const FileDescriptor& roFile)
+{
+    struct stat oStat  = {};
+    Mark        acRead = {};
+    return fstat(roFile.Get(), &oStat) == 0 && oStat.st_size >= off_t{sizeof(Mark)} &&
+           pread(roFile.Get(), acRead.data(), sizeof(Mark), oStat.st_size - off_t{sizeof(Mark)}) == ssize_t{sizeof(Mark)} &&
+           acRead == acOurMark;
 }
 }
 
 SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes)
 {
-    // A number that an output still shows is not given out again, also when somebody took its file away.
-    const std::set<KUINT32> oShown = FindShown(roBoard.m_oState);
-    SPixelFile              oPixels;
-    while (oShown.contains(oPixels.uiNumber) ||
-           !(oPixels.oFile = roBoard.m_oFolder.OpenFile(NameOf(oPixels.uiNumber), O_RDWR | O_CREAT | O_EXCL)))
-        ++oPixels.uiNumber;
-
-    LockByte(oPixels.oFile.Get(), 0, F_WRLCK, false);
-    int iError = BoardFolder::IsFileSizeAllowed(uiSizeInBytes) ? EINTR : EFBIG;
-    while (iError == EINTR)
-        iError = posix_fallocate(oPixels.oFile.Get(), 0, off_t{uiSizeInBytes});
-    if (iError != 0)
+    const BoardFolder& roFolder = roBoard.m_oFolder;
+    roFolder.Remove(pszNewName);  // a killed process may have left one
+    SPixelFile oPixels{0, roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT | O_EXCL)};
+    try
     {
-        roBoard.m_oFolder.Remove(NameOf(oPixels.uiNumber));
-        ThrowSystemError(roBoard.m_oFolder.PathOf(NameOf(oPixels.uiNumber)), "posix_fallocate", iError);
+        if (const int iError = BoardFolder::Allocate(oPixels.oFile, off_t{uiSizeInBytes} + off_t{sizeof(Mark)}))
+            ThrowSystemError(roFolder.PathOf(pszNewName), "posix_fallocate", iError);
+        if (pwrite(oPixels.oFile.Get(), acOurMark.data(), sizeof(Mark), off_t{uiSizeInBytes}) != ssize_t{sizeof(Mark)})
+            ThrowSystemError(roFolder.PathOf(pszNewName), "pwrite");
+        TryLockByte(oPixels.oFile.Get(), 0, F_WRLCK);
+
+        // A number that an output still shows is not given out again, also when somebody took its file away.
+        const std::set<KUINT32> oShown = roBoard.m_oState.ReadShownPixelFiles();
+        while (oShown.contains(oPixels.uiNumber) || roFolder.Exists(NameOf(oPixels.uiNumber)))
+            ++oPixels.uiNumber;
+        roFolder.Rename(pszNewName, NameOf(oPixels.uiNumber));
+    }
+    catch (...)
+    {
+        roFolder.Remove(pszNewName);
+        throw;
     }
     return oPixels;
 }
@@ -83,7 +92,7 @@ FileDescriptor OpenPixelFile(const Board& roBoard, KUINT32 uiNumber)
 
 void SweepPixelFiles(const Board& roBoard)
 {
-    const std::set<KUINT32> oShown  = FindShown(roBoard.m_oState);
+    const std::set<KUINT32> oShown  = roBoard.m_oState.ReadShownPixelFiles();
     const std::string&      strPath = roBoard.m_oFolder.GetPath();
 
     const int iFd = openat(roBoard.m_oFolder.GetDescriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -99,7 +108,8 @@ void SweepPixelFiles(const Board& roBoard)
             continue;
         try
         {
-            if (const FileDescriptor oFile = roBoard.m_oFolder.OpenFile(strName, O_RDWR); oFile && !IsKept(oFile))
+            if (const FileDescriptor oFile = roBoard.m_oFolder.OpenFile(strName, O_RDWR);
+                oFile && IsMarked(oFile) && !IsKept(oFile))
                 roBoard.m_oFolder.Remove(strName);
         }
         catch (const BoardError&)

@@ -13,13 +13,14 @@ struct SPixelFile
     FileDescriptor oFile;
 };
 
-// All its blocks are there, so that writing to a mapping of it cannot fail later.
+// All its blocks are there, so that writing to a mapping of it cannot fail later. Behind the pixels stands a mark that says
+// that a board made the file.
 SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes);
 
 // For reading.
 FileDescriptor OpenPixelFile(const Board& roBoard, KUINT32 uiNumber);
 
-// Removes those that nobody needs, such as a killed process left.
+// Removes those that a board made and nobody needs, such as a killed process left.
 void SweepPixelFiles(const Board& roBoard);
 }
 

@@ -27,6 +27,7 @@ struct SOutputLook
 
 struct SDeviceLook
 {
+    std::string                     strProblem;  // why its record cannot be believed, and then nothing else counts
     std::vector<tagTBoard_FpgaInfo> aoFpgas;
     KUINT32                         uiProgressBarRunning = 0;  // both registers as they stand
     KUINT32                         uiProgress           = 0;

@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "BoardError.h"
 #include "BoardLook.h"
 #include "Json.h"
 #include "Panel.h"
@@ -15,6 +16,11 @@ namespace
 void PrintDevice(KUINT32 uiDevice, const SDeviceLook& roDevice)
 {
     std::printf("device %u\n", uiDevice);
+    if (!roDevice.strProblem.empty())
+    {
+        std::printf("  problem: %s\n", MakePrintable(roDevice.strProblem).c_str());
+        return;
+    }
     for (const tagTBoard_FpgaInfo& roFpga : roDevice.aoFpgas)
         std::printf("  %s: device code 0x%04x, version %u.%u.%u, address 0x%02x, vendor 0x%04x\n", roFpga.szName,
                     roFpga.ui16DevID, roFpga.uiVersionMajor, roFpga.uiVersionMinor, roFpga.uiVersionBuild,
@@ -98,7 +104,13 @@ void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputLook& roOutp
 
 void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceLook& roDevice)
 {
-    roJson.BeginObject().Key("device").Number(uiDevice).Key("fpgas").BeginArray();
+    roJson.BeginObject().Key("device").Number(uiDevice);
+    if (!roDevice.strProblem.empty())
+    {
+        roJson.Key("problem").String(roDevice.strProblem).EndObject();
+        return;
+    }
+    roJson.Key("fpgas").BeginArray();
     for (const tagTBoard_FpgaInfo& roFpga : roDevice.aoFpgas)
         WriteFpga(roJson, roFpga);
     roJson.EndArray().Key("registers").BeginObject();
@@ -110,12 +122,39 @@ void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceLook& roDevi
     roJson.EndArray().EndObject();
 }
 
+void PrintJson(const std::string& strPath, const std::vector<SDeviceLook>& roDevices)
+{
+    JsonWriter oJson;
+    oJson.BeginObject().Key("board").String(strPath).Key("devices").BeginArray();
+    for (KUINT32 uiDevice = 0; uiDevice < roDevices.size(); ++uiDevice)
+        WriteDevice(oJson, uiDevice, roDevices[uiDevice]);
+    oJson.EndArray().EndObject();
+    std::printf("%s\n", oJson.GetText().c_str());
+}
+
+void PrintLines(const std::string& strPath, const std::vector<SDeviceLook>& roDevices)
+{
+    std::printf("board %s\n", MakePrintable(strPath).c_str());
+    for (KUINT32 uiDevice = 0; uiDevice < roDevices.size(); ++uiDevice)
+        PrintDevice(uiDevice, roDevices[uiDevice]);
+}
+
+// A damaged device does not keep the others from being told of.
 std::vector<SDeviceLook> LookAtAll(const Board& roBoard)
 {
     const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
     std::vector<SDeviceLook>      aoDevices(roBoard.m_oState.GetDeviceCount());
     for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
-        aoDevices[uiDevice] = LookAtDevice(roBoard, uiDevice);
+    {
+        try
+        {
+            aoDevices[uiDevice] = LookAtDevice(roBoard, uiDevice);
+        }
+        catch (const BoardError& roError)
+        {
+            aoDevices[uiDevice].strProblem = roError.what();
+        }
+    }
     return aoDevices;
 }
 }
@@ -126,22 +165,18 @@ Action AddStatus(CLI::App& roCommand, const PassedOn&)
     roCommand.add_flag("--json", *pbJson, "As one JSON object on one line, for programs");
 
     return [pbJson] {
-        const Board                    oBoard    = Board::Open();
+        const Board                    oBoard    = Board::Observe();
         const std::vector<SDeviceLook> aoDevices = LookAtAll(oBoard);
         const std::string&             strPath   = oBoard.m_oFolder.GetPath();
-        if (!*pbJson)
+        if (*pbJson)
+            PrintJson(strPath, aoDevices);
+        else
+            PrintLines(strPath, aoDevices);
+        for (const SDeviceLook& roDevice : aoDevices)
         {
-            std::printf("board %s\n", MakePrintable(strPath).c_str());
-            for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
-                PrintDevice(uiDevice, aoDevices[uiDevice]);
-            return;
+            if (!roDevice.strProblem.empty())
+                throw BoardError(roDevice.strProblem);
         }
-        JsonWriter oJson;
-        oJson.BeginObject().Key("board").String(strPath).Key("devices").BeginArray();
-        for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
-            WriteDevice(oJson, uiDevice, aoDevices[uiDevice]);
-        oJson.EndArray().EndObject();
-        std::printf("%s\n", oJson.GetText().c_str());
     };
 }
 }

@@ -1,7 +1,5 @@
 #include "WatchView.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 
 #include "BoardError.h"
@@ -17,6 +15,7 @@ constexpr KUINT32                   uiLooksUntilIdle = 30;
 
 struct SScreens
 {
+    ino_t                               uiBoard;
     SDeviceLook                         oDevice;
     std::vector<std::optional<SScreen>> aooScreens;
     std::vector<std::string>            astrProblems;
@@ -25,14 +24,10 @@ struct SScreens
 // As short as it can be in the transaction: pixels are read after it.
 SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
 {
-    std::optional<Board>          ooBoard;  // made in the transaction, gone after it
-    BoardFolder                   oFolder(BoardFolder::DefaultPath());
-    BoardLocks                    oLocks(oFolder);
-    const BoardLocks::Transaction oTransaction(oLocks);
-    BoardState                    oState  = BoardState::OpenOrMake(oFolder);
-    const Board&                  roBoard = ooBoard.emplace(Board{std::move(oFolder), std::move(oLocks), std::move(oState)});
+    const Board                   oBoard = Board::Observe();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
 
-    SScreens oScreens{LookAtDevice(roBoard, uiDevice), {}, {}};
+    SScreens oScreens{oBoard.m_oState.GetFile().GetInode(), LookAtDevice(oBoard, uiDevice), {}, {}};
     for (const SOutputLook& roOutput : oScreens.oDevice.aoOutputs)
     {
         oScreens.aooScreens.emplace_back();
@@ -41,7 +36,7 @@ SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
             continue;
         try
         {
-            oScreens.aooScreens.back() = OpenScreen(roBoard, roOutput.oRecord);
+            oScreens.aooScreens.back() = OpenScreen(oBoard, roOutput.oRecord);
         }
         catch (const BoardError& roError)
         {
@@ -54,10 +49,15 @@ SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
 
 Watcher::Watcher(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
 {
-    const Board oBoard = Board::Open();
-    oBoard.m_oState.ReadDevice(uiDevice);
-    m_strFolder = oBoard.m_oFolder.GetPath();
-    m_strTitle  = MakePrintable(m_strFolder) + ", device " + std::to_string(uiDevice);
+    m_strTitle = MakePrintable(BoardFolder::DefaultPath()) + ", device " + std::to_string(uiDevice);
+    try
+    {
+        Board::Observe().m_oState.ReadDevice(uiDevice);
+    }
+    catch (const NoBoardError&)
+    {
+        // Every look says so until there is one.
+    }
 }
 
 bool Watcher::Look()
@@ -66,6 +66,10 @@ bool Watcher::Look()
     try
     {
         oView = LookAtBoard();
+    }
+    catch (const NoBoardError& roError)
+    {
+        oView.strProblem = MakePrintable(roError.what()) + "; waiting for one";
     }
     catch (const BoardError& roError)
     {
@@ -79,14 +83,9 @@ bool Watcher::Look()
 
 SBoardView Watcher::LookAtBoard()
 {
-    SBoardView  oView;
-    struct stat oStat = {};
-    // A board that was removed is not made again by somebody who only looks.
-    if (lstat((m_strFolder + "/board.state").c_str(), &oStat) != 0 && errno == ENOENT)
-        throw BoardError(m_strFolder + ": the board is gone; waiting for a new one");
-
+    SBoardView     oView;
     const SScreens oScreens = OpenScreens(m_uiDevice, m_bWithPictures);
-    oView.uiBoard           = oStat.st_ino;
+    oView.uiBoard           = oScreens.uiBoard;
     oView.uiProgressPct     = oScreens.oDevice.GetProgressPct();
     oView.bBarRunning       = oScreens.oDevice.uiProgressBarRunning != 0;
     Pictures oTaken;

@@ -37,7 +37,7 @@ struct SBoardView
 class Watcher
 {
 public:
-    // Makes a board if there is none, as every command does, and throws if it cannot be believed or lacks the device.
+    // Throws if the board cannot be believed or lacks the device. One that is not there yet is waited for.
     Watcher(KUINT32 uiDevice, bool bWithPictures);
 
     // Whether anything differs from the look before. What fails is a part of what is seen.
@@ -60,7 +60,6 @@ private:
 
     KUINT32     m_uiDevice;
     bool        m_bWithPictures;
-    std::string m_strFolder;
     std::string m_strTitle;
     SBoardView  m_oView;
     Pictures    m_oPictures;  // of the last look

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <random>
 
+#include "Board.h"
 #include "BoardWorld.h"
 
 namespace
@@ -51,9 +52,11 @@ struct Veteran : TestClient
 
 struct DamageTest : BoardWorld
 {
-    static void ExpectDevices(KUINT32 uiCount, const char* pszWhen)
+    static void ExpectDevices(KUINT32 uiCount, bool bHandle, const char* pszWhen)
     {
-        InClient([&](TestClient& ro) { EXPECT_EQ(ro.Tavrin_GetDeviceCount() + (ro.hDev != nullptr), 2 * uiCount) << pszWhen; });
+        InClient([&](TestClient& ro) {
+            EXPECT_EQ(std::pair(ro.Tavrin_GetDeviceCount(), ro.hDev != nullptr), std::pair(uiCount, bHandle)) << pszWhen;
+        });
     }
     const fs::path m_oState = m_oFolder / "board.state";
 };
@@ -66,13 +69,12 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
         {"cut in the header", 0, 10, 0, ""},
         {"cut by a byte", 0, uiSize - 1, 0, ""},
         {"another magic", 0, uiSize, 0, "t"},
-        {"another layout", 0, uiSize, 8, "\x03"},
+        {"another layout", 0, uiSize, 8, "\x02"},
         {"9 devices", 0, uiSize, 12, "\x09"},
         {"17 outputs", 4, uiSize, 4096, "\x11"},
         {"17 FPGAs", 4, uiSize, 4100, "\x11"},
         {"FPGA name without an end", 4, uiSize, 4108, std::string(64, 'x')},
-        {"output neither on nor off", uiAll - 1, uiSize, 8192 + 256, "\x02"},
-        {"output that shows nothing", uiAll - 1, uiSize, 8192 + 256, "\x01"},
+        {"another output neither on nor off", uiAll, uiSize, 8192 + 256, "\x02"},
         {"whole", uiAll, uiSize, 0, ""},
     };
     Process([&] {
@@ -84,7 +86,7 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
             fs::resize_file(m_oState, uiNewSize);
             Overwrite(m_oState, uiOffset, strBytes);
             const std::string strDamaged = Contents(m_oState);
-            ExpectDevices(uiWorks > 0, pszName);
+            ExpectDevices(uiWorks > 0, uiWorks == uiAll, pszName);
             const auto oResults = oVeteran.CallAll();
             for (size_t uiCall = 0; uiCall < uiAll; ++uiCall)
                 EXPECT_EQ(oResults[uiCall], uiCall < uiWorks ? TStatus_OK : TStatus_FAIL) << pszName << ", call " << uiCall;
@@ -106,6 +108,19 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
     });
 }
 
+TEST_F(DamageTest, OfOneDeviceLeavesTheOthersAsTheyWere)
+{
+    SoftwareBoard::SBoardPlan oPlan = SoftwareBoard::DefaultPlan();
+    oPlan.uiDeviceCount             = 3;
+    SoftwareBoard::Board::Create(oPlan);
+    Overwrite(m_oState, 4096 + 73728, "\x11");  // outputs of device 1
+    Process([] {
+        Veteran oVeteran;
+        EXPECT_EQ(oVeteran.CallAll(), std::vector<TStatus>(9, TStatus_OK));
+        EXPECT_TRUE(oVeteran.Tavrin_GetDevice(1) == nullptr && oVeteran.Tavrin_GetDevice(2) != nullptr);
+    });
+}
+
 TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
 {
     const fs::path oElsewhere = m_oFolder / "elsewhere", oBoard = m_oFolder / "board", oInside = oBoard / "board.state";
@@ -114,13 +129,13 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
         {"state is a link", [&] { fs::create_symlink(oElsewhere / "whole", oInside); }},
         {"state is a folder", [&] { fs::create_directory(oInside); }},
         {"state is a pipe", [&] { mkfifo(oInside.c_str(), 0600); }},
-        {"locks are a link", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.lock"); }},
+        {"what is being made is a link", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.new"); }},
         {"folder is a link", [&] { fs::remove(oBoard); fs::create_directory_symlink(oElsewhere, oBoard); }},
         {"others own the state", [&] { fs::copy_file(oElsewhere / "whole", oInside); Disown(oInside); }},
         {"others own the folder", [&] { Disown(oBoard); }},
         {"folder is a file", [&] { fs::remove(oBoard); std::ofstream(oBoard) << "mine"; }},
     };
-    ExpectDevices(1, "made");
+    ExpectDevices(1, true, "made");
     fs::create_directory(oElsewhere);
     fs::copy_file(m_oState, oElsewhere / "whole");
     setenv("TAVRIN_BOARD", (oBoard.string() + "/").c_str(), 1);
@@ -128,7 +143,7 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
     {
         mkdir(oBoard.c_str(), 0700);
         fPrepare();
-        ExpectDevices(0, pszName);
+        ExpectDevices(0, false, pszName);
         fs::remove_all(oBoard);
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(oElsewhere), {}), 1) << "something was made behind a link";

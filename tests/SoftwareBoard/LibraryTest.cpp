@@ -1,7 +1,14 @@
 // One board for all processes, who holds its outputs, wrong arguments, threads.
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <chrono>
 #include <deque>
 #include <thread>
 
+#include "Board.h"
+#include "BoardError.h"
 #include "BoardWorld.h"
 
 using LibraryTest = BoardWorld;
@@ -29,7 +36,36 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
         EXPECT_EQ(ro.TBoard_GetFpgaInfo(ro.hDev, 0, &o), TStatus_OK);
         EXPECT_EQ(std::tuple(o.uiSize, o.uiI2cAddress, o.ui16VendorID, o.ui16DevID), std::tuple(84u, 0xd0u, 0xc3e7, 3));
     });
-    EXPECT_EQ(CountFiles(""), 2) << "only the state and the locks";
+    EXPECT_EQ(CountFiles(""), 1) << "only the state";
+    struct stat oStat = {};
+    EXPECT_TRUE(stat((m_oFolder / "board.state").c_str(), &oStat) == 0 && oStat.st_blocks * 512 >= oStat.st_size)
+        << "a full disk would keep a register from being written";
+}
+
+TEST_F(LibraryTest, FilesOfTheBoardAreNobodysStandardStreams)
+{
+    Process([] {
+        std::for_each_n(std::array{0, 1, 2}.begin(), 3, close);
+        TestClient oClient;
+        oClient.MakeBuffer();
+        EXPECT_EQ(oClient.Enable(0), TStatus_OK);
+        for (const int iFd : {0, 1, 2})
+            EXPECT_EQ(fcntl(iFd, F_GETFD), -1) << iFd;
+    });
+}
+
+TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
+{
+    using namespace SoftwareBoard;
+    const Board oStopped = Board::Open(), oBoard = Board::Open();
+    const auto  oStart   = std::chrono::steady_clock::now();
+    {
+        const BoardLocks::Transaction oTransaction(oStopped.m_oLocks);
+        for (int iTry = 0; iTry < 20; ++iTry)  // as the end of a run with many outputs would
+            EXPECT_THROW(BoardLocks::Transaction(oBoard.m_oLocks), BoardError);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(8));
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
 }
 
 // What another process is answered about output 0; output 1 is free in any case.
@@ -116,6 +152,7 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
         EXPECT_EQ(o.TBuffer_CreateVideo(hDev, TPixelFormat_B5G6R5, 8, 8, &h565), TStatus_OK);
         EXPECT_EQ(o.TBuffer_Destroy(hDead), TStatus_OK);
         EXPECT_EQ(o.TVideoOut_ReleaseHandle(hDeadOut), TStatus_OK);
+        EXPECT_TRUE(o.Output(0) != hDeadOut && o.MakeBuffer() != hDead) << "a dead handle was given out again";
         const auto fCreate = [&](TDevice_Handle h, KUINT32 uiFormat, KUINT32 uiWidth, KUINT32 uiHeight) {
             return o.TBuffer_CreateVideo(h, TPixelFormat{uiFormat}, uiWidth, uiHeight, &hNewBuf);
         };
@@ -155,7 +192,7 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
                   std::tuple(nullptr, 77u, 77u, hDead, hDeadOut, 0u, '\0'));
         EXPECT_EQ(oLarger.szName[0], '\0');
     });
-    EXPECT_EQ(CountFiles("board.pixels-"), 2) << "the two that were made and not destroyed";
+    EXPECT_EQ(CountFiles("board.pixels-"), 3) << "those that were made and not destroyed";
 }
 
 TEST_F(LibraryTest, ThreadsShareTheLibrary)

@@ -128,7 +128,7 @@ TEST_F(PanelTest, CommandLines)
         {"create $(printf '%.0s--fpga 3:1.33.0 ' $(seq 17))", 2, "at most 16"},
         {"preview " + At("none/x.png"), 1, "none: access"},
         {"run -- env TMPDIR=" + At("none") + " " BOARD_PANEL " preview x.png", 1, "TMPDIR"},
-        {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 0, "board " + At("") + "/tavrin-board"},
+        {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 1, At("") + "/tavrin-board: there is no board"},
         {"status", 0, "register 7932 (progress): 0xabcdef64 (100 %)"},  // none of them has made another board
         {"create --devices 2 --outputs 0 --fpga 3:1.33.0 --fpga 0X4000:255.2.65535@0xe4/1234", 0, "devices 2"},
         {"status", 0, "device 1\n  FPGA 0: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
@@ -173,8 +173,37 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
     });
 }
 
+TEST_F(PanelTest, SnapshotIsNeverTorn)
+{
+    constexpr KUINT32 uiWidth = 1280, uiHeight = 720;
+    Process oDrawing([] {
+        TestClient oClient;
+        oClient.MakeBuffer(uiWidth, uiHeight);
+        KUINT8* const puiPlane = oClient.Access();
+        EXPECT_EQ(oClient.Show(oClient.Output(0), uiWidth, uiHeight), TStatus_OK);
+        Process::Pause();
+        for (KUINT8 uiGrey = 0;; ++uiGrey, usleep(6000))
+            for (KUINT32 uiY = 0; uiY < uiHeight; ++uiY)
+                std::fill_n(puiPlane + size_t{uiY} * (uiWidth + 16) * 4, uiWidth * 4, uiGrey);
+    });
+    oDrawing.Await();
+    oDrawing.Resume();
+    for (int iTry = 0; iTry < 12; ++iTry)
+    {
+        Expect("snapshot 0 " + At("screen.png"), 0, "");
+        const auto auiRgba = ReadPng(At("screen.png"), uiWidth, uiHeight);
+        for (KUINT32 uiY = 0; uiY < uiHeight; ++uiY)
+            ASSERT_EQ(auiRgba[uiY * uiWidth * 4], auiRgba[0]) << "rows of two pictures, from row " << uiY;
+    }
+    oDrawing.Kill();
+}
+
 TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
 {
+    for (const std::string& strLook : {std::string("status"), "snapshot 0 " + At("off.png")})
+        Expect(strLook, 1, m_oFolder.string() + ": there is no board here");
+    EXPECT_EQ(CountFiles(""), 0) << "looking made a board";
+    Expect("create", 0, "");
     Expect("snapshot 0 " + At("off.png"), 1, "output 0 is off");
     Holder oHolder;
     Expect("status", 0, "output 0: 32x8, 60 Hz, held by " + std::to_string(oHolder.GetPid()) + " (");
@@ -195,7 +224,7 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect(strLimited + "run -- sh -c 'echo x >" + At("notes") + "'", 128 + SIGXFSZ, "");
     fs::remove(At("notes"));
     Expect("run -- sh -c 'exec \"$@\" >&-' - " BOARD_PANEL " status", 1, "standard output");
-    EXPECT_EQ(fs::file_size(At("board.lock")), 0u) << "a file of the board was taken for standard output";
+    Expect("status", 0, "board ");  // no file of the board was taken for standard output
 
     fs::create_symlink("/dev/null", At("null"));
     Expect("snapshot 0 " + At("null"), 0, "");
@@ -206,20 +235,21 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect("snapshot 0 " + At("cut.png"), 1, "cut short");
     std::filesystem::remove(At("board.pixels-0"));
     Expect("snapshot 0 " + At("gone.png"), 1, "board.pixels-0");
-    EXPECT_EQ(CountFiles(""), 4) << "only the state, the locks, the first picture and the link";
+    EXPECT_EQ(CountFiles(""), 3) << "only the state, the first picture and the link";
 }
 
 TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 {
     std::ofstream(At("notes")) << "mine";
     std::ofstream(At("board.new")) << "left by a create that was killed";
+    std::ofstream(At("board.pixels-9")) << "mine as well";
     std::filesystem::create_directory(At("board.pixels-7"));
     Holder oUser;
     Expect("create --devices 3", 1, "in use");
     oUser.Kill();
     Expect("create --devices 3", 0, "devices 3");
     Expect("status", 0, "output 0: off");
-    EXPECT_EQ(CountFiles(""), 4) << "state, locks, notes and the folder; the picture of the old board is gone";
+    EXPECT_EQ(CountFiles(""), 4) << "state, notes, the folder and the user's pixels; the picture of the old board is gone";
 
     std::ofstream(At("board.state")) << "somebody's notes, longer than the header of a board";
     for (const char* pszCommand : {"create", "status"})
@@ -319,6 +349,8 @@ TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
 TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
 {
     Live oWatch("watch");
+    oWatch.Await("waiting for one\n");
+    Expect("create", 0, "");
     oWatch.Await("outputs 2\nprogress 0 %\nprogress bar not running\noutput 0: off\noutput 1: off\n");
     {
         Holder oHolder;
@@ -332,7 +364,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     std::ofstream(At("board.state")) << "damaged";
     oWatch.Await("problem: " + At("board.state"));
     fs::remove(At("board.state"));
-    oWatch.Await("gone");
+    oWatch.Await("waiting for one");
     Expect("create", 0, "");
     oWatch.Await("outputs 2\nprogress 0 %\n");
     EXPECT_EQ(oWatch.strText.find("problem"), std::string::npos);
@@ -424,8 +456,16 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     const auto auiSheet = ReadPng(At("sheet.png"), 1920, 16 + 16 + 702 + 28);  // scaled down
     for (const auto& [uiX, uiRed] : {std::pair{416u, 255}, {552u, 0}, {1504u, 255}})
         EXPECT_EQ(auiSheet[(416 * 1920 + uiX) * 4], uiRed) << uiX;
+    const std::pair<std::string, std::string> aoWarnings[] = {
+        {"-i " + At("sheet.png"), "1920x762, where the output has 1024x768: it is cut, not scaled, and covers only a part"},
+        {"-i " + At("none.png"), "none.png: No such file"},
+        {"-i " BOARD_PANEL, "no PNG that can be read"},
+        {"-a 1 1 9 9 -f " + At("frame"), "frame01.png: No such file"},
+    };
+    for (const auto& [strArguments, strSays] : aoWarnings)
+        Expect("preview " + At("sheet.png") + " --at 50 -- -l 16 " + strArguments + " 2>&1 | cat", 0, strSays);
     fs::remove(At("sheet.png"));
-    Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none"));
+    Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none") + " 2>/dev/null");
     while (fIsClean())
         usleep(1000);
     oEnded.ooProcess->Kill(SIGTERM, SIGTERM);

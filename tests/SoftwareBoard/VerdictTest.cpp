@@ -13,7 +13,7 @@ using Answer = std::function<bool(Board&, KUINT32 uiGeneration)>;
 struct Display : Process
 {
     explicit Display(const Answer& fAnswer) : Process([=] {
-        Board oBoard = Board::Observe();
+        Board oBoard = Board::ObserveOrMake();
         EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
         KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(0, 0), uiNow = uiSeen;
         Process::Pause();
