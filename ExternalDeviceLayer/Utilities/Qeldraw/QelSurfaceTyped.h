@@ -126,8 +126,11 @@ template <typename ColourType> void QelSurfaceTyped<ColourType>::LineTo(KUINT32 
         const KFLOAT32 fSlope = static_cast<KFLOAT32>(iRise) / static_cast<KFLOAT32>(iX2 - iX1);
         const auto     fY1    = static_cast<KFLOAT32>(iY1);
         ForEach(uiX1, uiX2, [=, this](KUINT32 uiX) {
+            // Rounded after the product and after the sum. A compiler may fuse both into one step, whatever its options are,
+            // and that would move points; it may not when the product is volatile.
+            const volatile KFLOAT32 fProduct = static_cast<KFLOAT32>(static_cast<KINT32>(uiX - uiX1)) * fSlope;
+            const KFLOAT32          fY       = fProduct + fY1;
             // Cut in 64 bits, since a wrapped difference may lead past the 32 of a row, and the row wraps as well.
-            const KFLOAT32 fY = static_cast<KFLOAT32>(static_cast<KINT32>(uiX - uiX1)) * fSlope + fY1;
             Dot(uiX, static_cast<KUINT32>(static_cast<KINT64>(fY)));
         });
     }
