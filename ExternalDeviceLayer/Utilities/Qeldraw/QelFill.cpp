@@ -8,7 +8,8 @@
 
 namespace
 {
-constexpr KUINT64 ORDINARY_CACHE_IN_BYTES = KUINT64{8} << 20;
+constexpr KUINT64  ORDINARY_CACHE_IN_BYTES = KUINT64{8} << 20;
+constexpr unsigned MAX_CACHES              = 32;  // more than any processor tells of
 
 KUINT64 AskForLargestCache()
 {
@@ -18,7 +19,7 @@ KUINT64 AskForLargestCache()
     for (const unsigned uiLeaf : {0x4u, 0x8000001Du})
     {
         unsigned a = 0, b = 0, c = 0, d = 0;
-        for (unsigned i = 0; __get_cpuid_count(uiLeaf, i, &a, &b, &c, &d) != 0 && (a & 0x1F) != 0; ++i)
+        for (unsigned i = 0; i < MAX_CACHES && __get_cpuid_count(uiLeaf, i, &a, &b, &c, &d) != 0 && (a & 0x1F) != 0; ++i)
         {
             const KUINT64 uiLineInBytes = (b & 0xFFF) + 1, uiPartitions = (b >> 12 & 0x3FF) + 1, uiWays = (b >> 22) + 1;
             uiLargest = std::max(uiLargest, uiWays * uiPartitions * uiLineInBytes * (KUINT64{c} + 1));
