@@ -1,7 +1,6 @@
-#include <cstring>
-
 #include "OsServicesClient_Linux.h"
 #include "OsServicesClient_Wait.h"
+#include "QelTools.h"
 
 namespace
 {
@@ -23,7 +22,7 @@ KBOOL32 OsServices_Mutex_Create(HMutex hMutex)
     if (hMutex == nullptr)
         return FALSE;
 
-    std::memset(RecordOf(hMutex), 0, sizeof(pthread_mutex_t));
+    QelTools_memset(RecordOf(hMutex), 0, sizeof(pthread_mutex_t));
     pthread_mutexattr_t oAttributes;
     if (pthread_mutexattr_init(&oAttributes) != 0)
         return FALSE;

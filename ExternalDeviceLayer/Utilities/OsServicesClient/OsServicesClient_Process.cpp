@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <unistd.h>
 
 #include "OsServicesClient_Linux.h"
+#include "QelTools.h"
 
 namespace
 {
@@ -46,7 +46,7 @@ void OsServices_GetProcessName(pid_t pPid, char* pszName, KUINT32 uiNameBufferSi
     if (pszName == nullptr || uiNameBufferSize == 0)
         return;
 
-    std::memset(pszName, 0, uiNameBufferSize);
+    QelTools_memset(pszName, 0, uiNameBufferSize);
     std::FILE* const poFile = OpenProcessFile(pPid, "cmdline");
     if (poFile == nullptr)
         return;
