@@ -129,12 +129,6 @@ public:
     // TRUE before the first construction: the hardware-access library is not started.
     static void SetTestMode(KBOOL32 bTestMode);
 
-private:
-    [[gnu::format(printf, 3, 4)]] static void FormatString(KCHAR8* pacBuf, KUINT32 uiBufSize, const KCHAR8* szFmt, ...);
-    [[gnu::format(printf, 2, 0)]] static void WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg,
-                                                              va_list argList);
-    static void WriteMsgInternal(const KCHAR8* pszMsg);
-
     KBOOL32      m_bInitialized;   // this instance was counted
     IOsServices* m_poIOsServices;
     KUINT8       m_uiIrql;         // no meaning without an IOsServices
@@ -153,6 +147,12 @@ private:
     static KBOOL32 ms_bEnableUserMsg;
     static KBOOL32 ms_bEnableInfo;
     static KUINT32 ms_uiOldRandomValue;  // 0: to be seeded
+
+private:
+    [[gnu::format(printf, 3, 4)]] static void FormatString(KCHAR8* pacBuf, KUINT32 uiBufSize, const KCHAR8* szFmt, ...);
+    [[gnu::format(printf, 2, 0)]] static void WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg,
+                                                              va_list argList);
+    static void WriteMsgInternal(const KCHAR8* pszMsg);
 };
 
 // Defined by the program, not by this library.

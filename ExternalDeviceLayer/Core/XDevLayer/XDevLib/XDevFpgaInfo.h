@@ -170,8 +170,9 @@ public:
     static KBOOL32           m_sbForceFpgaSupport;  // every firmware may be driven
     static constexpr KUINT32 msc_uiTicksPerSecond = 200000000;
 
-private:
+    // Fills the registry from device id and version; the constructors do so as their last step.
     void BuildFpgaVersion();
+    // Appends one record to the registry, without a look for duplicates.
     void AddFpgaVersion(KUINT32 uiFpgaVersion, KBOOL32 bIsSupported, KBOOL32 bIsKnown);
 
     KUINT32          m_uiFpgaDevId;
