@@ -75,7 +75,7 @@ TEST(Array, GrowsByTheStoredStep)
         {100, -1, 100}, {101, -1, 112}, {113, -1, 124}, {0, 0, 0}, {1, -1, 1}, {2, -1, 5}, {5, -1, 5}, {6, -1, 9},
         {10, -1, 13}, {0, 0, 0}, {8191, -1, 8191}, {8192, -1, 9214}, {9215, -1, 10237}, {0, 0, 0}, {9000, -1, 9000},
         {9001, -1, 10024}, {0, 0, 0}, {3, 10, 3}, {4, -1, 13}, {14, 2, 15}, {16, -1, 17}, {0, 0, 0}, {8, 100, 8},
-        {9, -1, 108}, {100, 0, 108}, {109, -1, 120}, {0, -1, 0}, {3, -1, 3}, {2, -1, 3}};
+        {9, -1, 108}, {100, 0, 108}, {109, -1, 120}, {0, 2147483647, 0}, {3, -1, 3}, {4, -1, 4}, {0, -1, 0}, {3, -1, 3}, {2, -1, 3}};
     CKArray<SRecord> oArray;
     for (const auto& [iSize, iGrowBy, iCapacity] : aoRows)
     {
@@ -96,6 +96,7 @@ TEST(Array, ADerivedArrayReplacesTheGrowth)
     } oArray;
     for (int i = 0; i < 40; ++i)
         oArray.SetAtGrow(oArray.GetCount(), "text");
+    EXPECT_EQ(oArray.Add("more"), -1);
     oArray.InsertAt(3, "more");
     oArray.SetCount(33, -1);
     EXPECT_TRUE(oArray.GetAllocSize() == 32 && oArray.GetSize() == 32 && !oArray.IsPresent("more"));

@@ -37,6 +37,7 @@ public:
     {
         std::vector<unsigned char> oBytes(uiSize + 2 * GUARD, FILL);
         void* const pvBlock = oBytes.data() + GUARD;
+        ++m_uiTaken;
         return m_oBlocks.emplace(pvBlock, std::move(oBytes)), pvBlock;
     }
 
@@ -50,12 +51,15 @@ public:
         oBytes.assign(oBytes.size(), FILL);
     }
 
+    std::size_t GetTaken() const { return m_uiTaken; }  // blocks so far
     std::size_t GetCount() const { return m_oBlocks.size(); }
     std::size_t GetSize(const void* pv) const { return m_oBlocks.contains(pv) ? m_oBlocks.at(pv).size() - 2 * GUARD : 0; }
 
 private:
     static constexpr std::size_t   GUARD = 16;
     static constexpr unsigned char FILL  = 0xa5;
+
+    std::size_t m_uiTaken = 0;
 
     std::map<const void*, std::vector<unsigned char>> m_oBlocks;
     std::vector<std::vector<unsigned char>>           m_aoGone;

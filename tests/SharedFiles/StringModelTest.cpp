@@ -32,15 +32,19 @@ struct ModelString
     void AssignText(const std::string& roNew)
     {
         if (roNew.empty() || MustMove(roNew.size()))
-            Reallocate(roNew.size(), IsLocked());
+            Reallocate(roNew.size());
         oText = roNew;
     }
     void Assign(const ModelString& roSource)
     {
         if (poBuffer == roSource.poBuffer)
             return;
-        if (IsLocked() || roSource.IsLocked() || !roSource.poBuffer)
+        if (const bool bLocked = IsLocked(); bLocked || roSource.IsLocked() || !roSource.poBuffer)
+        {
             AssignText(roSource.oText);
+            if (poBuffer)
+                poBuffer->second = bLocked;
+        }
         else
             *this = roSource;
     }

@@ -36,6 +36,7 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
     const CKString c("abcABCabc");
     EXPECT_TRUE(c.Left(9).c_str() == c.c_str() && c.Left(-1) == "" && c.Left(0xffffffffu) == c);
     EXPECT_TRUE(c.CompareNoCase("ABCabcABC") == 0 && c < CKString("abcABCabca") && c[9] == '\0');
+    EXPECT_TRUE(c < "abcABCabca" && "abcABC" < c && c >= NO_TEXT && "b" > c && "abcABCabc" <= c && c != "abc" && "abc" != c);
     EXPECT_EQ('<' + CKString('x', 3u) + '>' + NO_TEXT + c.Mid(7, 99) + c.Mid(-2, 2) + CKString('x', -1), "<xxx>bcab");
     EXPECT_EQ(CKString("\xe4z[").MakeUpper(), "\xe4Z[") << "ASCII letters only";
 
@@ -45,7 +46,11 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
     EXPECT_TRUE(s.Delete(-1, 2) == 3 && s == "e") << "the negative index does not cut the count";
     EXPECT_TRUE(s.Insert(-5, "<") == 2 && s.Insert(99, s.c_str()) == 4 && s.Insert(0, NO_TEXT) == 4);
     EXPECT_TRUE(s.Insert(99, '>') == 5 && s == "<e<e>") << s.c_str();
-    EXPECT_EQ(CKString("--ab-").Trim("-").Trim(NO_TEXT).Trim(""), "ab");
+    CKString oTrimmed("--ab-");
+    const std::size_t uiBlocks = m_oAllocator.GetTaken();
+    EXPECT_EQ(oTrimmed.Trim("-").Trim(NO_TEXT).Trim("").Trim("-"), "ab");
+    EXPECT_EQ(m_oAllocator.GetTaken(), uiBlocks) << "trimming takes no block";
+    EXPECT_TRUE(oTrimmed.Trim(oTrimmed.c_str() + 1) == "a" && CKString().Trim(CKString().c_str()) == "") << "its own text";
     s.SetAt(4, '\0');
     EXPECT_EQ(s.TrimRight("<e").GetLength(), 5) << "a NUL inside is in no set";
     std::memset(s.GetBuffer(8), 'x', 9);
@@ -99,7 +104,9 @@ TEST_F(StringTest, ReportsBrokenContractsAndStaysInside)
 {
     CKString s("abc");
     const CKString oShared(s);
-    ExpectReports({s.Mid(5, 1) == "", s.Mid(0x80000000u) == "", (s.SetAt(3, 'x'), s.SetAt(0, 'a'), s == "abc"),
+    CKString oNoText("xyz");
+    oNoText.GetBufferSetLength(0);
+    ExpectReports({oNoText.Mid(1, 0).c_str() != oNoText.c_str(), s.Mid(5, 1) == "", s.Mid(0x80000000u) == "", (s.SetAt(3, 'x'), s.SetAt(0, 'a'), s == "abc"),
                    s.GetAt(4) == '\0', s.Find('b', -1) == 1 && s.GetAt(3) == '\0', s.Find("b", -1) == 1,
                    s.Find(NO_TEXT) == -1, s.FindNoCase(NO_TEXT) == -1, CKString('x', MAX) == ""});
     ExpectReports({s.GetBuffer(-1) == s.c_str(), s.GetBuffer(MAX) == s.c_str(),

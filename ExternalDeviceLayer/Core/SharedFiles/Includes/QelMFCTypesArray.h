@@ -67,7 +67,7 @@ public:
     T*       End()            { return m_poData + m_iSize; }
 
     // Adding and removing. Where an index is returned it is that of the first element added.
-    int     Add(ARG oElement)                  { SetAtGrow(m_iSize, oElement); return m_iSize - 1; }
+    int     Add(ARG oElement);                 // -1: nothing was added
     KBOOL32 AddIfNotPresent(ARG oElement);     // TRUE: it was not
     int     Append(const CKArray& roOther);
     void    Copy(const CKArray& roOther);
@@ -87,7 +87,15 @@ public:
     CKArray& operator&=(const CKArray& roOther);
     CKArray& operator|=(const CKArray& roOther);
 
+    T*  m_poData   = nullptr;  // null while there is no storage
+    int m_iSize    = 0;        // elements in use
+    int m_iMaxSize = 0;        // elements that the storage holds
+    int m_iGrowBy  = 0;        // step in elements; 0: computed at the next growth
+
 private:
+    static constexpr KINT64 msc_iMaxStorage = std::min<KINT64>(
+        std::numeric_limits<int>::max(), std::numeric_limits<KUINT32>::max() / KINT64{sizeof(T)});
+
     static T&   NoElement();
     static void EmptyNoElement();
 
@@ -99,11 +107,6 @@ private:
 
     template <class IS_KEPT>
     void KeepOnly(IS_KEPT IsKept);
-
-    T*  m_poData   = nullptr;  // null while there is no storage
-    int m_iSize    = 0;        // elements in use
-    int m_iMaxSize = 0;        // elements that the storage holds
-    int m_iGrowBy  = 0;        // step in elements; 0: computed at the next growth
 
     static inline constinit thread_local T* ms_poNoElement = nullptr;  // the thread's, once it asked for it
 };
@@ -134,7 +137,9 @@ void CKArray<T, ARG>::SetSize(int nNewSize, int nGrowBy)
         {
             if (m_iGrowBy == 0)
                 m_iGrowBy = std::clamp(m_iSize / 8, 4, 1024);
-            iNewMaxSize = std::max(KINT64{m_iMaxSize} + m_iGrowBy, iNewMaxSize);
+            const KINT64 iStepped = KINT64{m_iMaxSize} + m_iGrowBy;
+            if (iStepped > iNewMaxSize && iStepped <= msc_iMaxStorage)
+                iNewMaxSize = iStepped;
         }
         QEL_ASSERT(iNewMaxSize >= m_iMaxSize);
         if (!IsStoragePossible(iNewMaxSize))
@@ -173,6 +178,14 @@ void CKArray<T, ARG>::SetAtGrow(int iIndex, ARG oElement)
         m_poData[iIndex] = m_poData[iOwnIndex];
     else
         m_poData[iIndex] = oElement;
+}
+
+template <class T, class ARG>
+int CKArray<T, ARG>::Add(ARG oElement)
+{
+    const int iIndex = m_iSize;
+    SetAtGrow(iIndex, oElement);
+    return iIndex < m_iSize ? iIndex : -1;
 }
 
 template <class T, class ARG>
@@ -341,9 +354,7 @@ int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
 template <class T, class ARG>
 bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMaxSize) const
 {
-    constexpr KINT64 iMaxBytes   = std::numeric_limits<KUINT32>::max();
-    constexpr KINT64 iLimit      = std::min<KINT64>(std::numeric_limits<int>::max(), iMaxBytes / KINT64{sizeof(T)});
-    const bool       bIsPossible = iMaxSize <= iLimit;
+    const bool bIsPossible = iMaxSize <= msc_iMaxStorage;
     QEL_ASSERT(bIsPossible);
     return bIsPossible;
 }

@@ -3,6 +3,7 @@
 
 #include <compare>
 #include <cstdarg>
+#include <functional>
 #include <limits>
 #include <string_view>
 
@@ -19,8 +20,9 @@
 //    holds none: it points at constant data that is never written, counted or freed.
 //  - Copies share, whoever writes takes a private buffer first. Counts are plain: a string and all that share its
 //    buffer belong to one thread at a time.
-//  - A locked buffer has one owner: copies from it are deep, texts assigned to it are copied into it and leave it
-//    locked, also when they make it grow. The empty text releases it, any other reallocation loses the lock.
+//  - A locked buffer has one owner. Copies from it are deep, and what is assigned to it is copied into it. It stays locked
+//    when it has room for that, and also when a longer CKString makes it grow. The empty text releases it. Every other
+//    reallocation, that for a longer text of characters too, makes a buffer that is not locked.
 //  - Appending makes no slack; only AppendFormat at least doubles.
 //  - Texts may be null (empty) but where a table says otherwise, and may lie in the string itself; not so the arguments
 //    of a format, which is formatted straight into the buffer.
@@ -82,6 +84,7 @@ public:
     friend bool operator==(const CKString& roA, const CKString& roB)  { return roA.View() == roB.View(); }
     friend bool operator==(const CKString& roA, const KCHAR8* pszB)   { return roA.View() == OrEmpty(pszB); }
     friend auto operator<=>(const CKString& roA, const CKString& roB) { return roA.View() <=> roB.View(); }
+    friend auto operator<=>(const CKString& roA, const KCHAR8* pszB)  { return roA.View() <=> OrEmpty(pszB); }
 
     // ASCII letters only; every other byte is returned as it is.
     static KCHAR8 ToUpper(KCHAR8 ch) { return ch >= 'a' && ch <= 'z' ? static_cast<KCHAR8>(ch - ('a' - 'A')) : ch; }
@@ -124,11 +127,12 @@ public:
     CKString& MakeReverse();
 
     // Formatting; the format must not be null. What the formatter cannot make leaves an empty string, or nothing
-    // appended.
-    [[gnu::format(printf, 2, 3)]] void Format(const KCHAR8* pszFormat, ...);
-    [[gnu::format(printf, 2, 0)]] void FormatV(const KCHAR8* pszFormat, va_list argList);
-    [[gnu::format(printf, 2, 3)]] void AppendFormat(const KCHAR8* pszFormat, ...);
-    [[gnu::format(printf, 2, 0)]] void AppendFormatV(const KCHAR8* pszFormat, va_list argList);
+    // appended. The text is formatted straight into the buffer, so no argument may lie in the string itself:
+    // s.Format("%s", s.c_str()) reads what it overwrites. Format into another string and assign that.
+    [[gnu::format(printf, 2, 3)]] void Format(const KCHAR8* pszFormat, ...);                // no argument of its own text
+    [[gnu::format(printf, 2, 0)]] void FormatV(const KCHAR8* pszFormat, va_list argList);        // the same
+    [[gnu::format(printf, 2, 3)]] void AppendFormat(const KCHAR8* pszFormat, ...);               // the same
+    [[gnu::format(printf, 2, 0)]] void AppendFormatV(const KCHAR8* pszFormat, va_list argList);  // the same
 
     // Upper bound for the length of the formatted text, for when the formatter does not say it.
     static KINT32 GetFormattedLength(const KCHAR8* pszFormat, va_list argList);
@@ -148,14 +152,15 @@ public:
     CIterator Begin(const KCHAR8* pszDelimiters) const;
     CIterator End() const;
 
-    static const CKString* const m_poEmptyString;
-
-private:
-    static constexpr KINT32 msc_iMaxLength = std::numeric_limits<KINT32>::max() - 1;
+    KCHAR8* m_pchData;  // the first character, behind the header; never null
 
     static const KINT32           m_aiInitData[4];  // the empty string: a header, a word whose first byte is the text
     static const SMetaData* const m_poDataNil;
     static const KCHAR8* const    m_pszNil;
+    static const CKString* const  m_poEmptyString;
+
+private:
+    static constexpr KINT32 msc_iMaxLength = std::numeric_limits<KINT32>::max() - 1;
 
     // Sums and unsigned numbers that exceed a length become one that no buffer may have: AllocData reports it.
     static KINT32        ToSigned(KUINT32 uiValue);
@@ -165,6 +170,7 @@ private:
 
     bool             IsNil() const        { return m_pchData == m_pszNil; }
     bool             IsLocked() const     { return !IsNil() && GetMetaData()->iRefs < 0; }
+    bool             Holds(const KCHAR8* pszText) const;  // the text lies in the string's own buffer
     SMetaData*       GetWritableMetaData() { return reinterpret_cast<SMetaData*>(m_pchData) - 1; }
     std::string_view View() const         { return {m_pchData, GetLengthU()}; }
 
@@ -183,8 +189,6 @@ private:
     KINT32  InsertText(KINT32 iIndex, KINT32 iLength, const KCHAR8* pszText);
     [[gnu::format(printf, 4, 0)]]
     KINT32  FormatBehind(KINT32 iStart, KINT32& riAllocLength, const KCHAR8* pszFormat, va_list argList);
-
-    KCHAR8* m_pchData;  // the first character, behind the header; never null
 };
 
 // Walks the tokens of a private copy of the text; all null is the end. Iterators that were copied share that text until
@@ -206,14 +210,14 @@ public:
 
     void Reset();  // to the end
 
-private:
-    void CopySource(const CKString& roSource);
-    void Advance(KCHAR8* pszFrom);
-
     const KCHAR8* m_pszDelimiters = nullptr;  // borrowed
     CKString*     m_poSource      = nullptr;  // owned; the tokens are cut out of its buffer
     KCHAR8*       m_pszContext    = nullptr;  // where the next token is looked for
     KCHAR8*       m_pszToken      = nullptr;
+
+private:
+    void CopySource(const CKString& roSource);
+    void Advance(KCHAR8* pszFrom);
 };
 
 inline CKString::CKString(const CKString& roSource) : CKString()
@@ -240,6 +244,12 @@ inline KCHAR8 CKString::GetAt(KINT32 iIndex) const
 {
     QEL_ASSERT(iIndex >= 0 && iIndex <= GetLength());
     return iIndex >= 0 && iIndex <= GetLength() ? m_pchData[iIndex] : '\0';
+}
+
+inline bool CKString::Holds(const KCHAR8* pszText) const
+{
+    const std::less<const KCHAR8*> oIsBefore;
+    return !IsNil() && !oIsBefore(pszText, m_pchData) && !oIsBefore(m_pchData + GetAllocLength(), pszText);
 }
 
 inline KINT32 CKString::ToSigned(KUINT32 uiValue)

@@ -36,7 +36,10 @@ CKString& CKString::operator=(const CKString& roSource)
 
     if (IsLocked() || roSource.GetMetaData()->iRefs < 0)
     {
+        const bool bWasLocked = IsLocked();
         AssignCopy(roSource.GetLength(), roSource.m_pchData);
+        if (bWasLocked)
+            LockBuffer();
         return *this;
     }
 
@@ -246,14 +249,9 @@ bool CKString::AllocBeforeWrite(KINT32 iLength)
     if (GetMetaData()->iRefs <= 1 && iLength <= GetAllocLength())
         return true;
 
-    const bool bWasLocked = IsLocked();
-    CKString   oNew;
+    CKString oNew;
     if (!oNew.AllocData(iLength))
         return false;
-
-    // Whoever locked the buffer goes on writing it: a text that did not fit must not make it one that is shared.
-    if (bWasLocked)
-        oNew.LockBuffer();
     Swap(oNew);
     return true;
 }

@@ -2,7 +2,6 @@
 #include "QelMFCTypesString.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace
 {
@@ -72,7 +71,8 @@ CKString CKString::Mid(KINT32 iFirst, KINT32 iCount) const
 {
     iFirst = std::max(iFirst, 0);
     QEL_ASSERT(iFirst <= GetLength());
-    iFirst = std::min(iFirst, GetLength());
+    if (iFirst > GetLength())
+        return CKString();
     iCount = std::clamp(iCount, 0, GetLength() - iFirst);
     if (iFirst == 0 && iCount == GetLength())
         return *this;
@@ -144,8 +144,9 @@ CKString& CKString::TrimRight(const KCHAR8* pszSet)
 
 CKString& CKString::Trim(const KCHAR8* pszSet)
 {
-    const CKString oSet(pszSet);  // the set may lie in the part that moves
-    return TrimLeft(oSet).TrimRight(oSet);
+    if (Holds(pszSet))  // it would move with the text
+        return Trim(CKString(pszSet));
+    return TrimLeft(pszSet).TrimRight(pszSet);
 }
 
 KINT32 CKString::Insert(KINT32 iIndex, KCHAR8 ch)
@@ -159,8 +160,7 @@ KINT32 CKString::Insert(KINT32 iIndex, const KCHAR8* pszText)
         return GetLength();
 
     // A part of the string itself would move, or go with the old buffer, while it is inserted.
-    const std::less<const KCHAR8*> oIsBefore;
-    if (!oIsBefore(pszText, m_pchData) && !oIsBefore(m_pchData + GetAllocLength(), pszText))
+    if (Holds(pszText))
         return Insert(iIndex, CKString(pszText));
     return InsertText(iIndex, LengthOf(pszText), pszText);
 }
