@@ -59,7 +59,7 @@ struct TestClient
 };
 
 // A process that runs a body; expectations that fail in there make it fail. In the body Pause() stops it, Await() here waits for
-// that, and Resume() lets it go on.
+// that, and Resume() lets it go on. Signals act on it as by default, also where nohup or a shell's background job started the tests.
 class Process
 {
 public:
@@ -68,6 +68,7 @@ public:
         std::fflush(nullptr);
         if ((m_iPid = fork()) != 0)
             return;
+        StartAfresh();
         fBody();
         std::exit(testing::Test::HasFailure() ? 1 : 0);
     }
@@ -93,6 +94,17 @@ public:
     pid_t GetPid() const { return m_iPid; }
 
 private:
+    // Handlers stay: those of a sanitizer tell of a crash.
+    static void StartAfresh()
+    {
+        struct sigaction oAction;
+        for (int iSignal = 1; iSignal < NSIG; ++iSignal)
+            if (sigaction(iSignal, nullptr, &oAction) == 0 && oAction.sa_handler == SIG_IGN)
+                signal(iSignal, SIG_DFL);
+        sigset_t oNone;
+        sigemptyset(&oNone);
+        sigprocmask(SIG_SETMASK, &oNone, nullptr);
+    }
     void Wait(int iOptions, int iExpectedStatus)
     {
         int iStatus = 0;
