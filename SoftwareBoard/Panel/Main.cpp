@@ -124,7 +124,7 @@ try
         std::vector<std::string> astrNames;
         for (const SCommand& roCommand : aoCommands)
             astrNames.emplace_back(roCommand.pszName);
-        return RefuseUsage("there is no command '" + strWord + "'" + Panel::SuggestNearest(strWord, astrNames));
+        return RefuseUsage("there is no command '" + strWord + "'" + Panel::SuggestNearest(strWord, astrNames, true));
     }
     const bool bMarkMissing = poCommand != nullptr && poCommand->bPassesOn && ppszMark == ppszEnd;
     try

@@ -43,7 +43,7 @@ bool IsOption(const std::string& strWord)
 }
 }
 
-std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates)
+std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates, bool bHoweverFar)
 {
     const std::string* poNearest  = nullptr;
     size_t             uiMistakes = 0;
@@ -51,7 +51,7 @@ std::string SuggestNearest(const std::string& strWord, const std::vector<std::st
     {
         const bool   bBegun = strWord.size() > 2 && strCandidate.starts_with(strWord);
         const size_t uiHere = bBegun ? 0 : CountMistakes(strWord, strCandidate);
-        if (uiHere * 3 <= strCandidate.size() && (poNearest == nullptr || uiHere < uiMistakes))
+        if ((bHoweverFar || uiHere * 3 <= strCandidate.size()) && (poNearest == nullptr || uiHere < uiMistakes))
         {
             poNearest  = &strCandidate;
             uiMistakes = uiHere;
@@ -71,7 +71,7 @@ std::string ExplainRefusal(const CLI::App& roPanel, const CLI::ParseError& roErr
     const std::string strWrong    = IsOption(strWord) ? strWord.substr(0, strWord.find('=')) : strWord;
     const auto        apoCommands = roPanel.get_subcommands();
     const std::string strSuggested =
-        SuggestNearest(strWrong, NameOptions(apoCommands.empty() ? roPanel : *apoCommands.front()));
+        SuggestNearest(strWrong, NameOptions(apoCommands.empty() ? roPanel : *apoCommands.front()), false);
     if (pszPassingOn != nullptr && strSuggested.empty())
         return "put \"--\" before '" + astrWords.front() + "', as in \"" + pszPassingOn + "\"";
     return (IsOption(strWrong) ? "there is no option '" + strWrong + "' here" : "'" + strWrong + "' is one word too many") +

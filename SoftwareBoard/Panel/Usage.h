@@ -9,8 +9,8 @@
 
 namespace Panel
 {
-// "; the nearest is 'status'", or nothing when no candidate is near.
-std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates);
+// "; the nearest is 'status'". Unless bHoweverFar is set, nothing when no candidate is near.
+std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates, bool bHoweverFar);
 
 // Why the parser refused the command line. pszPassingOn is an example of the command where it passes on what stands behind
 // "--" and that is missing, otherwise null.

@@ -99,7 +99,7 @@ TEST_F(PanelTest, CommandLines)
         {"", 2, "subcommand"},
         {"--version", 0, "tavrin-board 1."},
         {"stauts", 2, "no command 'stauts'; the nearest is 'status'"},
-        {"nonsense", 2, "no command 'nonsense'; --help"},
+        {"nonsense", 2, "no command 'nonsense'; the nearest is '"},
         {"\"$(printf '\\033[2J\\377')\"", 2, "'?[2J?'"},
         {"snapshot --devise=0 0 x.png", 2, "no option '--devise' here; the nearest is '--device'"},
         {"status x", 2, "'x'"},
