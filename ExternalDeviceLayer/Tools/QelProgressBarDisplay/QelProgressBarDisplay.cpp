@@ -291,12 +291,13 @@ void PrintUsage(const char* pszProgram)
 }
 
 // A standard stream that the caller closed would be the next file that is opened, the device library's included, and the
-// messages would be written into that.
+// messages would be written into that. The root stands in for it: it is there also where /dev/null is not, and opened as a
+// mere place it takes no writes.
 void KeepStandardStreamsTaken()
 {
     int iFile = 0;
     do
-        iFile = open("/dev/null", O_RDWR);
+        iFile = open("/", O_PATH);
     while (iFile >= 0 && iFile <= STDERR_FILENO);
     if (iFile >= 0)
         close(iFile);
