@@ -307,8 +307,9 @@ void KeepStandardStreamsTaken()
 int main(int argc, char** argv)
 {
     KeepStandardStreamsTaken();
-    // Whoever reads the messages may go away; the display stays.
+    // Whoever reads the messages may go away, and the file that takes them may be full; the display stays.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 
     SArguments oArguments;
     if (!ParseArguments(argc, argv, oArguments))
