@@ -59,7 +59,11 @@ function(qel_folder NAME)
   target_link_libraries(${NAME} PUBLIC ${ARG_USES} PRIVATE QelBuildOptions)
 endfunction()
 
-# A program of the project; RUNPATH $ORIGIN in the build tree, none when installed.
+# CMake ends a program's RUNPATH with the separator, and the empty element behind that is the folder where the user stands:
+# libraries of anybody would be loaded from there.
+set(CMAKE_EXECUTABLE_RUNTIME_CXX_FLAG_SEP "")
+
+# A program of the project; RUNPATH $ORIGIN in the build tree and nothing else, none when installed.
 function(qel_program NAME)
   add_executable(${NAME} ${ARGN})
   target_link_libraries(${NAME} PRIVATE QelBuildOptions)

@@ -148,6 +148,7 @@ TEST(Pci, LookupFindsTheFirstMatchAndSurvivesAMachineWithoutBus)
         EXPECT_EQ(QelVxdPciLibConvertHandle(0xABCD0318), &s_aoDevices[2]) << "the first of two, by another scan if need be";
         EXPECT_EQ(QelVxdPciLibConvertHandle(0x0319), &s_aoDevices[3]);
         EXPECT_TRUE(QelVxdPciLibConvertHandle(0x0320) == nullptr && s_iAccesses == 1) << "one scan serves all lookups";
+        EXPECT_EXIT(g_poQelVxdPciLibAccess->error(const_cast<char*>("no %s"), "bus"), testing::ExitedWithCode(1), "^pcilib: no bus\n$");
         EXPECT_TRUE(OsServices(nullptr).IsInitialized());
         EXPECT_NE(g_poQelVxdPciLibAccess, nullptr) << "the last instance releases it, and no other";
         OsServices::SetTestMode(sFailing == "pci_init"), g_oOsServices.~OsServices();

@@ -291,12 +291,13 @@ void PrintUsage(const char* pszProgram)
 }
 
 // A standard stream that the caller closed would be the next file that is opened, the device library's included, and the
-// messages would be written into that.
+// messages would be written into that. The root stands in for it: it is there also where /dev/null is not, and opened as a
+// mere place it takes no writes.
 void KeepStandardStreamsTaken()
 {
     int iFile = 0;
     do
-        iFile = open("/dev/null", O_RDWR);
+        iFile = open("/", O_PATH);
     while (iFile >= 0 && iFile <= STDERR_FILENO);
     if (iFile >= 0)
         close(iFile);
@@ -306,8 +307,9 @@ void KeepStandardStreamsTaken()
 int main(int argc, char** argv)
 {
     KeepStandardStreamsTaken();
-    // Whoever reads the messages may go away; the display stays.
+    // Whoever reads the messages may go away, and the file that takes them may be full; the display stays.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 
     SArguments oArguments;
     if (!ParseArguments(argc, argv, oArguments))

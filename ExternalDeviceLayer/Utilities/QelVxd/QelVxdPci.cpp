@@ -18,7 +18,8 @@ namespace
 std::jmp_buf* s_poErrorExit = nullptr;
 
 // The PCI library reports what it cannot do, such as finding a bus at all, through this and must not get it back; its own
-// ends the process. Outside of a step somebody else called it, with a device that a lookup returned: as it would itself.
+// ends the process. Outside of a step somebody else called it, with a device that a lookup returned: the same words and
+// the same end as by the library's own.
 [[gnu::noreturn, gnu::format(printf, 1, 2)]] void EndStep(char* pszMessage, ...)
 {
     if (s_poErrorExit != nullptr)
@@ -26,7 +27,9 @@ std::jmp_buf* s_poErrorExit = nullptr;
 
     va_list argList;
     va_start(argList, pszMessage);
+    std::fputs("pcilib: ", stderr);
     std::vfprintf(stderr, pszMessage, argList);
+    std::fputc('\n', stderr);
     va_end(argList);
     std::exit(EXIT_FAILURE);
 }
