@@ -51,6 +51,7 @@ struct DisplayWorld : testing::Test
     {
         g_bStopSignal = FALSE;
         m_roBoard.asCalls.clear();
+        m_roBoard.auiLoads.clear();
         testing::internal::CaptureStdout();
         g_bRunIsUnderWay = true;
         const TStatus eStatus =

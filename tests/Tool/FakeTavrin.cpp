@@ -39,6 +39,9 @@ SFakeTavrin* FakeTavrin_World() { return &s_oWorld; }
 
 extern "C"
 {
+// Of the library's own, which a client may know nothing of.
+TStatus        Tavrin_Load(void)   { return s_oWorld.auiLoads.push_back(s_oWorld.asCalls.size()), TStatus_FAIL; }
+TStatus        Tavrin_UnLoad(void) { return s_oWorld.auiLoads.push_back(s_oWorld.asCalls.size()), TStatus_FAIL; }
 KUINT32        Tavrin_GetDeviceCount(void) { return Fails("Tavrin_GetDeviceCount") ? 0 : 1; }
 TDevice_Handle Tavrin_GetDevice(KUINT32 ui) { return Fails(CallText("Tavrin_GetDevice", ui)) ? nullptr : HandleOf<TDevice_Handle>(ui); }
 TStatus        TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* phBuffer)

@@ -10,7 +10,8 @@
 
 struct SFakeTavrin
 {
-    std::vector<std::string> asCalls;  // name and arguments, in order
+    std::vector<std::string> asCalls;   // name and arguments, in order
+    std::vector<std::size_t> auiLoads;  // how many calls there had been at the library's own load, and at its unload
 
     std::function<bool(const std::string& sCall)> fFails;  // asked of every call, once it is recorded
     TStatus                                       eFailure = TStatus_FAIL;

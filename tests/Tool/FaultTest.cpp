@@ -173,6 +173,7 @@ TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
                 EXPECT_EQ(Run(), oPromised.eStatus);
                 EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(oPromised.sOutput))) << m_sOutput;
                 EXPECT_EQ(m_roBoard.asCalls, oPromised.asCalls);
+                EXPECT_EQ(m_roBoard.auiLoads, (std::vector<std::size_t>{0, m_roBoard.asCalls.size()}));
                 ExpectNothingIsLeft();
             }
         }
@@ -192,6 +193,8 @@ const SLoss LOSSES[] = {
     {"sigaction 1", NO_TERM, NO_TERM + NO_INT + NO_LIBRARY, TStatus_OK, TStatus_FAIL},
     {"sigaction 2", NO_INT, NO_INT + NO_LIBRARY, TStatus_OK, TStatus_FAIL},
     {"dlopen 1", NO_LIBRARY, NO_LIBRARY, TStatus_FAIL, TStatus_FAIL},
+    {"dlsym 1", "", NO_OPERATION, TStatus_OK, TStatus_FAIL},                                        // the library's own load
+    {"dlsym 18", "", "", TStatus_OK, TStatus_OK},                                                   // and unload
     {"dlsym .*", NO_OPERATION, NO_OPERATION, TStatus_FAIL, TStatus_FAIL},
     {"new 1|pthread_(mutex|cond)_init 1", REPORT, REPORT, TStatus_FAIL, TStatus_FAIL},
     {"fopen 1|new [23]", "", FALL_BACK, TStatus_OK, TStatus_OK},                                    // the background

@@ -59,6 +59,14 @@ SOperationEntry* const s_apoOperations[] = {
 };
 
 void* s_pvLibrary = nullptr;
+
+// A library may have a load and an unload of its own, and depend on them. What they return is not examined. The look-up goes
+// through the library's handle alone, so it never finds the functions of that name below.
+void CallOwn(const KCHAR8* pszName)
+{
+    if (void* const pvOwn = dlsym(s_pvLibrary, pszName))
+        reinterpret_cast<TStatus (*)()>(pvOwn)();
+}
 }
 
 TStatus Tavrin_Load(void)
@@ -74,6 +82,7 @@ TStatus Tavrin_Load(void)
         return TStatus_FAIL;
     }
 
+    CallOwn("Tavrin_Load");
     for (SOperationEntry* poOperation : s_apoOperations)
     {
         poOperation->pvAddress = dlsym(s_pvLibrary, poOperation->pszName);
@@ -93,7 +102,10 @@ TStatus Tavrin_UnLoad(void)
         poOperation->pvAddress = nullptr;
 
     if (s_pvLibrary != nullptr)
+    {
+        CallOwn("Tavrin_UnLoad");
         dlclose(s_pvLibrary);
+    }
     s_pvLibrary = nullptr;
     return TStatus_OK;
 }
