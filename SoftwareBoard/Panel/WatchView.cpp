@@ -69,7 +69,7 @@ bool Watcher::Look()
     }
     catch (const NoBoardError& roError)
     {
-        oView.strProblem = MakePrintable(roError.what()) + "; waiting for one";
+        oView.strProblem = "waiting for a board: " + MakePrintable(roError.what());
     }
     catch (const BoardError& roError)
     {

@@ -349,7 +349,7 @@ TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
 TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
 {
     Live oWatch("watch");
-    oWatch.Await("waiting for one\n");
+    oWatch.Await("waiting for a board");
     Expect("create", 0, "");
     oWatch.Await("outputs 2\nprogress 0 %\nprogress bar not running\noutput 0: off\noutput 1: off\n");
     {
@@ -364,7 +364,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     std::ofstream(At("board.state")) << "damaged";
     oWatch.Await("problem: " + At("board.state"));
     fs::remove(At("board.state"));
-    oWatch.Await("waiting for one");
+    oWatch.Await("waiting for a board");
     Expect("create", 0, "");
     oWatch.Await("outputs 2\nprogress 0 %\n");
     EXPECT_EQ(oWatch.strText.find("problem"), std::string::npos);

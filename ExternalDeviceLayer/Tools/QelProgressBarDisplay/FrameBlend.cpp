@@ -1,11 +1,12 @@
 #include "FrameBlend.h"
 
 #include <cstddef>
-#include <cstring>
 
 #ifdef __x86_64__
 #include <immintrin.h>
 #endif
+
+#include "PixelWord.h"
 
 namespace
 {
@@ -30,12 +31,7 @@ void BlendPixels(KUINT8* __restrict puiRow, const KUINT8* __restrict puiGround, 
 {
     for (std::size_t i = 0; i < uiPixels; ++i)
     {
-        KUINT32 uiPixel  = 0;
-        KUINT32 uiGround = 0;
-        std::memcpy(&uiPixel, puiRow + 4 * i, sizeof(uiPixel));
-        std::memcpy(&uiGround, puiGround + 4 * i, sizeof(uiGround));
-        uiPixel = BlendPixel(uiPixel, uiGround);
-        std::memcpy(puiRow + 4 * i, &uiPixel, sizeof(uiPixel));
+        WritePixelWord(puiRow + 4 * i, BlendPixel(ReadPixelWord(puiRow + 4 * i), ReadPixelWord(puiGround + 4 * i)));
     }
 }
 

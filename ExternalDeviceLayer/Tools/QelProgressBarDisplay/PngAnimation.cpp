@@ -1,10 +1,9 @@
 #include "PngAnimation.h"
 
 #include <cstddef>
-#include <cstring>
+#include <new>
 
 #include "FrameBlend.h"
-#include "LargePages.h"
 #include "QelCheck.h"
 #include "QelTools.h"
 
@@ -12,26 +11,31 @@ namespace
 {
 constexpr KUINT32 BYTES_PER_PIXEL      = 4;
 constexpr KUINT32 FILE_NAME_CHARACTERS = 512;
+constexpr KCHAR8  FILE_NAME_END[]      = ".png";
 
 // Frames are never released. Those of every sequence are kept here, where a leak checker finds them.
 struct SFrameSequence
 {
     KUINT8**        ppuiFrames;
-    KUINT8*         puiBlock;  // where all of them lie
     SFrameSequence* poNext;
 };
 SFrameSequence* s_poFrameSequences = nullptr;
 
-// One block, come to frame by frame.
-KUINT8** NewFrameSequence(KUINT32 uiFrameCount, std::size_t uiFrameBytes)
+// As many frames, each null so far; null when the heap refuses.
+KUINT8** NewFrameSequence(KUINT32 uiFrameCount)
 {
-    s_poFrameSequences           = new SFrameSequence{new KUINT8*[uiFrameCount](), nullptr, s_poFrameSequences};
-    s_poFrameSequences->puiBlock = new KUINT8[RoomOnLargePages(uiFrameBytes * uiFrameCount)];
+    KUINT8** const ppuiFrames = new (std::nothrow) KUINT8*[uiFrameCount]();
+    if (ppuiFrames == nullptr)
+        return nullptr;
 
-    KUINT8* puiFirst = PutOnLargePages(s_poFrameSequences->puiBlock, uiFrameBytes * uiFrameCount);
-    for (KUINT32 i = 0; i < uiFrameCount; ++i)
-        s_poFrameSequences->ppuiFrames[i] = puiFirst + i * uiFrameBytes;
-    return s_poFrameSequences->ppuiFrames;
+    auto* const poSequence = new (std::nothrow) SFrameSequence{ppuiFrames, s_poFrameSequences};
+    if (poSequence == nullptr)
+    {
+        delete[] ppuiFrames;
+        return nullptr;
+    }
+    s_poFrameSequences = poSequence;
+    return ppuiFrames;
 }
 
 KUINT32 WidthOf(const TRECT& roRegion)
@@ -68,14 +72,15 @@ void CopyFrameRow(KUINT8* puiTarget, const KUINT8* puiSource, KUINT32 uiBytes)
     QelTools_memcpy(puiTarget, puiSource, uiBytes);
 }
 
-// Opens the frame of a number, counted from 1. A name that is cut has lost its number and would name one file for ever:
-// it opens nothing.
+// Opens the frame of a number, counted from 1. A name that is too long is cut. One whose number was cut would name one file
+// for ever: it opens nothing.
 std::FILE* OpenFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber)
 {
     char      acFileName[FILE_NAME_CHARACTERS];
-    const int iLength = std::snprintf(acFileName, sizeof(acFileName), "%s%02u.png", pszAnimBaseFileName, uiNumber);
+    const int iLength =
+        std::snprintf(acFileName, sizeof(acFileName), "%s%02u%s", pszAnimBaseFileName, uiNumber, FILE_NAME_END);
 
-    if (iLength < 0 || static_cast<std::size_t>(iLength) >= sizeof(acFileName))
+    if (iLength < 0 || static_cast<std::size_t>(iLength) >= sizeof(acFileName) + sizeof(FILE_NAME_END) - 1)
         return nullptr;
     return std::fopen(acFileName, "rb");
 }
@@ -125,14 +130,16 @@ KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgrou
     QEL_CHECK_OR_ABORT(uiFrameCount != 0);
 
     roAnimationData.uiNbOfAnimation      = uiFrameCount;
-    roAnimationData.ppuiAnimationSurface = NewFrameSequence(uiFrameCount, uiFrameBytes);
+    roAnimationData.ppuiAnimationSurface = NewFrameSequence(uiFrameCount);
     roAnimationData.oRegion              = roAnimRegion;
+    QEL_CHECK_OR_ABORT(roAnimationData.ppuiAnimationSurface != nullptr);
 
     for (KUINT32 i = 0; i < uiFrameCount; ++i)
     {
-        // A frame smaller than the region leaves the rest as it is here: transparent.
-        KUINT8* puiFrame = roAnimationData.ppuiAnimationSurface[i];
-        std::memset(puiFrame, 0, uiFrameBytes);
+        // A picture smaller than the region leaves the rest as it is here: transparent.
+        KUINT8* const puiFrame                  = new (std::nothrow) KUINT8[uiFrameBytes]();
+        roAnimationData.ppuiAnimationSurface[i] = puiFrame;
+        QEL_CHECK_OR_ABORT(puiFrame != nullptr);
 
         QEL_CHECK_OR_ABORT(LoadFrame(pszAnimBaseFileName, i + 1, roAnimRegion, puiFrame));
 

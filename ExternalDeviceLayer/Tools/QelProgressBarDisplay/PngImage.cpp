@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <csetjmp>
 #include <cstddef>
-#include <cstring>
 #include <new>
 
 #include <png.h>
 
 #include "LargePages.h"
+#include "PixelWord.h"
 #include "PngAnimation.h"
 #include "QelCheck.h"
 #include "QelTools.h"
@@ -75,7 +75,8 @@ KBOOL32 DecodeImage(png_structp poPng, png_infop poInfo, std::FILE* poPngFile, K
         return FALSE;
 
     png_init_io(poPng, poPngFile);
-    png_set_crc_action(poPng, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);  // transparency that is lost is damage as well
+    // Chunks that change no pixel are skipped unread: they may be large, and libpng's warnings would quote them.
+    png_set_keep_unknown_chunks(poPng, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_read_info(poPng, poInfo);
 
     const png_uint_32 uiImageWidth  = png_get_image_width(poPng, poInfo);
@@ -104,10 +105,7 @@ void CopyWithoutAlpha(KUINT8* puiTarget, const KUINT8* puiSource, std::size_t ui
 {
     for (; uiPixels > 1; --uiPixels, puiTarget += BYTES_PER_PIXEL, puiSource += BYTES_PER_PIXEL - 1)
     {
-        KUINT32 uiPixel = 0;
-        std::memcpy(&uiPixel, puiSource, sizeof(uiPixel));
-        uiPixel &= 0x00FFFFFFu;
-        std::memcpy(puiTarget, &uiPixel, sizeof(uiPixel));
+        WritePixelWord(puiTarget, ReadPixelWord(puiSource) & 0x00FFFFFFu);
     }
     if (uiPixels == 1)
     {
