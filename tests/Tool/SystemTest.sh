@@ -93,6 +93,11 @@ tool -l 16 -p 10 10 50 50 -a 10 10 50 50 -f "$work/none" -i "$0" <&- >&- 2>&-
 expect 'status with closed streams' 0 "$?"
 expect 'board after closed streams' 'off;off;' "$(outputs)"
 
+# A log at its size limit takes nothing down.
+truncate -s 8M "$work/log"
+(ulimit -f 8192 && tool -l 16 -p 10 10 50 50 -a 10 10 50 50 -f "$work/none" >>"$work/log")
+expect 'status and outputs with a full log' '0 off;off;' "$? $(outputs)"
+
 # A machine without a library, and any command line at all.
 cp "$bin/QelProgressBarDisplay" "$work/alone"
 expect 'help without a library' 'Arguments:' "$(limited "$work/alone" -h | sed -n 2p)"
