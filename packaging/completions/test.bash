@@ -26,7 +26,7 @@ offered() { # what TAB offers at the end of a line, sorted
 status=0
 fault() { echo "bash: $*"; status=1; }
 while IFS='|' read -r line wanted; do
-  got=$(offered "$line" | xargs)
+  got=$(offered "$line" | paste -s -d ' ' -)
   [ "$got" = "$wanted" ] || fault "'$line' offers '$got' instead of '$wanted'"
 done < <(grep -v '^#' "$here/lines")
 
