@@ -56,7 +56,8 @@ const SCommand* FindCommand(std::string_view svName)
 
 constexpr char pszFooter[] =
     "The board lives in the folder $TAVRIN_BOARD, otherwise in tavrin-board in $XDG_RUNTIME_DIR,\n"
-    "otherwise in /tmp/tavrin-board-UID. The first that uses it makes a board of one device and two outputs.";
+    "otherwise in /tmp/tavrin-board-UID. A run makes a board of one device and two outputs where there is\n"
+    "none; status, snapshot and watch only look.";
 
 int Fail(const std::string& strWhy, int iStatus = 1)
 {
