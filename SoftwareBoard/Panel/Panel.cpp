@@ -38,13 +38,15 @@ CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32&
     return roCommand.add_option_function<std::string>(strName, fTake, strHelp)->type_name("NUMBER");
 }
 
-CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, const std::string& strHelp)
+CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStandardOutput, const std::string& strHelp)
 {
-    const auto fTake = [&rstrPath](const std::string& strPath) {
+    const auto fTake = [&rstrPath, bStandardOutput](const std::string& strPath) {
         std::string strEnd = strPath.substr(strPath.rfind('.') + 1);
         std::transform(strEnd.begin(), strEnd.end(), strEnd.begin(), [](unsigned char c) { return std::tolower(c); });
         if (strEnd.size() < strPath.size() && (strEnd == "jpg" || strEnd == "jpeg"))
             throw CLI::ValidationError("FILE", "'" + strPath + "' names a JPEG, and what is written is a PNG");
+        if (strPath == "-" && !bStandardOutput)
+            throw CLI::ValidationError("FILE", "what the tool prints goes to standard output; name a file");
         if (strPath == "-" && isatty(STDOUT_FILENO) == 1)
             throw CLI::ValidationError("FILE", "a terminal takes no PNG; name a file, or send standard output to one");
         rstrPath = strPath;

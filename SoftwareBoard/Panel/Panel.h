@@ -46,7 +46,7 @@ CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32&
 
 // The required PNG file that a command writes; "-" is standard output, unless that is a terminal. A name that is another
 // format's is a usage error.
-CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, const std::string& strHelp);
+CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStandardOutput, const std::string& strHelp);
 
 // Which device a subcommand is about.
 CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice);

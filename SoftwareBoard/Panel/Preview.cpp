@@ -173,7 +173,8 @@ Action AddPreview(CLI::App& roCommand, const PassedOn& roPassedOn)
         std::vector<KUINT32> auiPercents = {0, 25, 50, 75, 100};
     };
     const auto poOptions = std::make_shared<SOptions>();
-    AddPngFile(roCommand, poOptions->strFile, "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width");
+    AddPngFile(roCommand, poOptions->strFile, false,
+               "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width");
     roCommand
         .add_option_function<std::vector<std::string>>(
             "--at",

@@ -147,9 +147,10 @@ void CheckFrames(const char* pszBase, const SPlace& roPlace)
     bool        bThere = true;
     for (KUINT32 uiFrame = 1; bThere; ++uiFrame)
     {
-        char acName[512];  // as the tool forms it
-        std::snprintf(acName, sizeof(acName), "%s%02u.png", pszBase, uiFrame);
-        bThere = access(acName, R_OK) == 0;
+        char         acName[512];  // as the tool forms it: one whose number was cut would be every frame's
+        const int    iLength = std::snprintf(acName, sizeof(acName), "%s%02u.png", pszBase, uiFrame);
+        const size_t uiToEnd = static_cast<size_t>(iLength) - sizeof(".png") + 1;
+        bThere               = uiToEnd < sizeof(acName) && access(acName, R_OK) == 0;
         if (!bThere && uiFrame > 1)
             break;
         const std::string strFault = FaultOf(acName, roPlace);
