@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 
 #include "BoardError.h"
@@ -83,8 +84,14 @@ void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t u
 }
 }
 
-void WritePngFile(const SPicture& roPicture, const std::string& strPath)
+void WritePngFile(const SPicture& roPicture, const std::string& strGiven)
 {
+    // A link stays, and what it leads to is replaced; the last one may lead to nothing yet.
+    std::filesystem::path oPath(strGiven);
+    for (int iLink = 0; iLink < 40 && std::filesystem::is_symlink(oPath); ++iLink)
+        oPath = oPath.parent_path() / std::filesystem::read_symlink(oPath);
+    const std::string strPath = oPath.string();
+
     struct stat oStat = {};
     if (strPath == "-")
         WritePng(roPicture, stdout, "standard output");
