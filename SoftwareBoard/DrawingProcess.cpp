@@ -86,7 +86,7 @@ std::optional<KINT64> DrawingProcess::FindTimeAsleep() const
         return 0;
     timespec   oRan   = {};
     const char cState = m_oClock ? StateOf(m_iPid) : '?';
-    if ((cState != 'S' && cState != 'T' && cState != 't') || clock_gettime(*m_oClock, &oRan) != 0)
+    if (cState != 'S' || clock_gettime(*m_oClock, &oRan) != 0)
         return std::nullopt;
     return KINT64{oRan.tv_sec} * 1'000'000'000 + oRan.tv_nsec;
 }

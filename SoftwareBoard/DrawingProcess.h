@@ -39,8 +39,8 @@ public:
     }
 
 private:
-    // The processor time that the process has used, in nanoseconds, while it sleeps or is stopped; nothing while it runs or
-    // waits for a processor. A constant once it is gone.
+    // The processor time that the process has used, in nanoseconds, while its first thread sleeps. Nothing while that runs,
+    // waits for a processor or was stopped, which may be in the middle of a picture. A constant once it is gone.
     std::optional<KINT64> FindTimeAsleep() const;
     bool                  IsKept() const;
 

@@ -109,7 +109,8 @@ TEST_F(PictureTest, OnlyAProcessThatRanMayHaveDrawn)
     EXPECT_LE(fCount(oKnown), 2) << "the first look, and that of a new second";
     EXPECT_EQ(fCount(oStranger), 3) << "the time of who has not made the pixels says nothing";
     const auto fRun = [&] { oDrawing.Resume(), oDrawing.Await(); };
-    EXPECT_EQ(std::tuple(oKnown.SleptWhile([] {}), oKnown.SleptWhile(fRun), oStranger.SleptWhile([] {})), std::tuple(true, false, false));
+    EXPECT_EQ(std::tuple(oKnown.SleptWhile([] {}), oKnown.SleptWhile(fRun), oStranger.SleptWhile([] {})), std::tuple(false, false, false))
+        << "one that was stopped may be in the middle of a picture";
     EXPECT_GE(fCount(oKnown), 1);
     oDrawing.Kill();
     EXPECT_EQ(fCount(oKnown), 1) << "what it drew last";
