@@ -2,6 +2,9 @@
 
 #include <fcntl.h>
 
+#include <chrono>
+#include <thread>
+
 #include "BoardError.h"
 #include "PixelFiles.h"
 
@@ -11,37 +14,40 @@ namespace
 {
 constexpr char pszNewName[] = "board.new";
 
-enum class EPlace
-{
-    Empty,  // another process may make a board there first
-    Taken,  // by a board that may be replaced
-};
-
 // Makes a board whole and renames it to its place. Who makes one holds the transaction of the new board, so others that make
-// one at the same time wait; what a killed process left of one is written anew. Nothing when another process was first.
-std::optional<Board> TryMake(BoardFolder& roFolder, const SBoardPlan& roPlan, EPlace ePlace)
+// one at the same time wait; what a killed process left of one is written anew. Nothing when another board came to the place
+// first: where poOld is null there must be none, otherwise that one, whose clients are shut out.
+std::optional<Board> TryMake(BoardFolder& roFolder, const SBoardPlan& roPlan, const BoardState* poOld)
 {
     FileDescriptor                oFile = roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT);
     const BoardLocks              oLocks(oFile);
     const BoardLocks::Transaction oTransaction(oLocks);
     if (!roFolder.IsNameOf(pszNewName, oFile))
         return std::nullopt;
+    if (!BoardFolder::IsUnfinished(oFile) && !BoardState::IsOurs(oFile))
+        throw BoardError(roFolder.PathOf(pszNewName) + ": not a file of the board's; it is left alone");
+
+    std::optional<BoardState> ooState;
     try
     {
-        if (ePlace == EPlace::Empty && roFolder.Exists(BoardState::msc_szName))
+        const bool bFree = poOld != nullptr ? roFolder.IsNameOf(BoardState::msc_szName, poOld->GetFile())
+                                            : !roFolder.Exists(BoardState::msc_szName);
+        if (bFree)
         {
-            roFolder.Remove(pszNewName);
-            return std::nullopt;
+            ooState.emplace(BoardState::Write(std::move(oFile), roFolder.PathOf(pszNewName), roPlan));
+            roFolder.Rename(pszNewName, BoardState::msc_szName);
         }
-        BoardState oState = BoardState::Write(std::move(oFile), roFolder.PathOf(pszNewName), roPlan);
-        roFolder.Rename(pszNewName, BoardState::msc_szName);
-        return Board(std::move(roFolder), std::move(oState));
+        else
+            roFolder.Remove(pszNewName);
     }
     catch (...)
     {
         roFolder.Remove(pszNewName);
         throw;
     }
+    if (!ooState)
+        return std::nullopt;
+    return Board(std::move(roFolder), std::move(*ooState));
 }
 }
 
@@ -66,7 +72,7 @@ Board Board::ObserveOrMake()
         BoardFolder oFolder = BoardFolder::OpenOrMake();
         if (!oFolder.Exists(BoardState::msc_szName))
         {
-            if (auto ooBoard = TryMake(oFolder, DefaultPlan(), EPlace::Empty))
+            if (auto ooBoard = TryMake(oFolder, DefaultPlan(), nullptr))
                 return std::move(*ooBoard);
         }
         try
@@ -93,16 +99,21 @@ Board Board::Open()
 
 Board Board::Create(const SBoardPlan& roPlan)
 {
+    using namespace std::chrono;
+    const auto oEnd = steady_clock::now() + 200ms;  // a command that only sets the progress is a client for less
     for (;;)
     {
         BoardFolder               oFolder = BoardFolder::OpenOrMake();
         const auto                ooOld   = BoardState::Find(oFolder);
         std::optional<BoardLocks> ooLocks;
         if (ooOld && !ooLocks.emplace(ooOld->GetFile()).TryShutOutClients())
-            throw BoardError(oFolder.GetPath() + ": the board is in use; end the processes that use it first");
-        if (ooOld && ooOld->IsReplaced())
+        {
+            if (steady_clock::now() >= oEnd)
+                throw BoardError(oFolder.GetPath() + ": the board is in use; end the processes that use it first");
+            std::this_thread::sleep_for(5ms);
             continue;
-        auto ooBoard = TryMake(oFolder, roPlan, ooOld ? EPlace::Taken : EPlace::Empty);
+        }
+        auto ooBoard = TryMake(oFolder, roPlan, ooOld ? &*ooOld : nullptr);
         if (!ooBoard)
             continue;
         const BoardLocks::Transaction oTransaction(ooBoard->m_oLocks);

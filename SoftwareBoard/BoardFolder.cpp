@@ -93,6 +93,12 @@ int BoardFolder::Allocate(const FileDescriptor& roFile, off_t iSize)
     return iError;
 }
 
+bool BoardFolder::IsUnfinished(const FileDescriptor& roFile)
+{
+    KUINT64 uiBegin = 0;
+    return pread(roFile.Get(), &uiBegin, sizeof(uiBegin), 0) >= 0 && uiBegin == 0;
+}
+
 bool BoardFolder::IsNameOf(const std::string& strName, const FileDescriptor& roFile) const
 {
     struct stat oNamed = {};

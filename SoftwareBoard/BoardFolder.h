@@ -8,6 +8,7 @@
 #include <string>
 
 #include "FileDescriptor.h"
+#include "QelTypes.h"
 
 namespace SoftwareBoard
 {
@@ -28,6 +29,9 @@ public:
     // Makes the file at least that long, with all its blocks there, so that writing into it cannot fail later. Returns 0 or
     // an error number. A file beyond the process's size limit is an error: the system would answer it with a signal.
     static int Allocate(const FileDescriptor& roFile, off_t iSize);
+
+    // Whether the file is empty or begins with zeros, as one does while a board is making it.
+    static bool IsUnfinished(const FileDescriptor& roFile);
 
     // Whether the name still leads to this open file.
     bool IsNameOf(const std::string& strName, const FileDescriptor& roFile) const;

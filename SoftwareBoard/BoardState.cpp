@@ -1,6 +1,7 @@
 #include "BoardState.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -101,12 +102,18 @@ std::optional<BoardState> BoardState::Find(const BoardFolder& roFolder)
     return oState;
 }
 
+bool BoardState::IsOurs(const FileDescriptor& roFile)
+{
+    std::array<char, 8> acMagic = {};
+    return pread(roFile.Get(), acMagic.data(), acMagic.size(), 0) == ssize_t{sizeof(acMagic)} && acMagic == acOurMagic;
+}
+
 BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan)
 {
     BoardState  oNew(std::move(oFile), std::move(strPath));
     const off_t iSize = DeviceOffset(roPlan.uiDeviceCount);
-    if (ftruncate(oNew.m_oFile.Get(), 0) != 0)
-        ThrowSystemError(oNew.m_strPath, "ftruncate");
+    if (ftruncate(oNew.m_oFile.Get(), 0) != 0 || fchmod(oNew.m_oFile.Get(), 0600) != 0)
+        ThrowSystemError(oNew.m_strPath, "ftruncate or fchmod");
     if (const int iError = BoardFolder::Allocate(oNew.m_oFile, iSize))
         ThrowSystemError(oNew.m_strPath, "posix_fallocate", iError);
 

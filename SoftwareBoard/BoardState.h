@@ -81,6 +81,8 @@ public:
     // The state in the folder, or nothing when there is no such file. Throws BoardError for a file that is not a board's
     // state; whether it is damaged is asked by every call that reads it.
     static std::optional<BoardState> Find(const BoardFolder& roFolder);
+    // Whether the file begins as the state of a board does.
+    static bool IsOurs(const FileDescriptor& roFile);
     // Makes roFile the state of a new board, whatever it held. All its blocks are there, so that a full disk cannot keep a
     // register or an output from being written later.
     static BoardState Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan);

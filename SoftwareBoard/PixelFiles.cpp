@@ -58,7 +58,14 @@ bool IsMarked(const FileDescriptor& roFile)
 SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes)
 {
     const BoardFolder& roFolder = roBoard.m_oFolder;
-    roFolder.Remove(pszNewName);  // a killed process may have left one
+    if (roBoard.m_oState.IsReplaced())
+        throw BoardError(roFolder.GetPath() + ": another board is there now");
+    if (const FileDescriptor oLeft = roFolder.OpenFile(pszNewName, O_RDONLY))
+    {
+        if (!BoardFolder::IsUnfinished(oLeft))
+            throw BoardError(roFolder.PathOf(pszNewName) + ": not a file of the board's; it is left alone");
+        roFolder.Remove(pszNewName);  // a killed process left it
+    }
     SPixelFile oPixels{0, roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT | O_EXCL)};
     try
     {
@@ -92,6 +99,8 @@ FileDescriptor OpenPixelFile(const Board& roBoard, KUINT32 uiNumber)
 
 void SweepPixelFiles(const Board& roBoard)
 {
+    if (roBoard.m_oState.IsReplaced())
+        return;  // the files are another board's now
     const std::set<KUINT32> oShown  = roBoard.m_oState.ReadShownPixelFiles();
     const std::string&      strPath = roBoard.m_oFolder.GetPath();
 

@@ -74,5 +74,9 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oNoRoom), 0);
         EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 1024, 1024, &ro.hBuffer), TStatus_FAIL);
         fExpect(1, "one that has no room leaves nothing");
+        std::filesystem::remove(m_oFolder / "board.state");
+        InClient([](TestClient& roOther) { EXPECT_EQ((roOther.MakeBuffer(), roOther.Enable(1)), TStatus_OK); });
+        EXPECT_EQ(ro.Disable(0), TStatus_OK);
+        EXPECT_TRUE(std::filesystem::exists(m_oFolder / "board.pixels-1")) << "the picture of the board that came in its place";
     });
 }

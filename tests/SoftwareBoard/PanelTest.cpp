@@ -222,7 +222,13 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     Expect("snapshot 0 " + At(strLong.c_str()), 0, "");
     fs::remove(At(strLong.c_str()));
     const std::string strLimited = "run -- sh -c 'ulimit -f 0; export TMPDIR=/none; exec \"$@\"' - " BOARD_PANEL " ";
-    Expect(strLimited + "snapshot 0 " + At("x.png"), 1, "x.png: write: File too large");
+    fs::create_symlink("kept.png", At("link.png"));
+    std::ofstream(At("kept.png")) << "kept";
+    for (const char* pszFile : {"x.png", "link.png"})
+        Expect(strLimited + "snapshot 0 " + At(pszFile), 1, "write: File too large");
+    EXPECT_TRUE(fs::is_symlink(At("link.png")) && fs::file_size(At("kept.png")) == 4) << "half a picture behind a link";
+    fs::remove(At("link.png")), fs::remove(At("kept.png"));
+    Expect("preview - -- -l 16", 2, "name a file");
     Expect(strLimited + "run -- sh -c 'echo x >" + At("notes") + "'", 128 + SIGXFSZ, "");
     fs::remove(At("notes"));
     Expect("run -- sh -c 'exec \"$@\" >&-' - " BOARD_PANEL " status", 1, "standard output");
@@ -243,7 +249,9 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
 TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
 {
     std::ofstream(At("notes")) << "mine";
-    std::ofstream(At("board.new")) << "left by a create that was killed";
+    std::ofstream(At("board.new")) << "a user's notes";
+    Expect("create", 1, "board.new: not a file of the board's");
+    std::ofstream(At("board.new")) << std::string(100, '\0');  // left by a create that was killed
     std::ofstream(At("board.pixels-9")) << "mine as well";
     std::filesystem::create_directory(At("board.pixels-7"));
     Holder oUser;
