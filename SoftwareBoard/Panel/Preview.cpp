@@ -80,7 +80,11 @@ public:
     }
 
     // A run that goes on is killed with this object: it would say that it received any other signal.
-    void End() const { ThrowIfFailed(*m_poTool); }
+    void End()
+    {
+        if (m_poTool->HasEnded())
+            ThrowIfFailed(*m_poTool);
+    }
 
 private:
     // FALSE when the run ended before every output was on.
@@ -131,8 +135,7 @@ private:
         {
             if (m_poTool->HasEnded() || (ooTime && std::chrono::steady_clock::now() - oStart > *ooTime))
                 return false;
-            pollfd oReads = {m_oBoard.GetReadsDescriptor(), POLLIN, 0};
-            if (const int iSignal = m_oSignals.Wait(oTick, {&oReads, 1}); iSignal != 0 && iSignal != SIGCHLD)
+            if (const int iSignal = m_oSignals.Wait(oTick); iSignal != 0 && iSignal != SIGCHLD)
                 throw EndedBySignal{iSignal};
         }
         return true;

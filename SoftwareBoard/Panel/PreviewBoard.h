@@ -20,9 +20,7 @@ public:
     // As every device reports it, and forgets the reads before.
     void SetProgress(KUINT32 uiPercent);
 
-    // Readable once something has read from the board's state.
-    int GetReadsDescriptor() const { return m_oReads.Get(); }
-    // Whether something has since the last question.
+    // Whether something has read from the board's state since this was asked last.
     bool TakeReads() const;
 
     // Output 0 of the first device whose output 0 is on, or nothing.
