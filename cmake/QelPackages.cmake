@@ -30,6 +30,7 @@ qel_install_program_pages(QelProgressBarDisplay qel-progress-bar-display)
 if(TARGET tavrin-board)
   list(APPEND COMPONENTS tavrin-board)
   qel_install_program_pages(tavrin-board tavrin-board)
+  qel_install_compressed(man/tavrin-board-viewer.1 "${CMAKE_INSTALL_MANDIR}/man1" tavrin-board-viewer.1 tavrin-board)
   install(DIRECTORY demo/ DESTINATION "${CMAKE_INSTALL_DATADIR}/tavrin-board/demo" COMPONENT tavrin-board
     FILES_MATCHING PATTERN "*.png")
 endif()

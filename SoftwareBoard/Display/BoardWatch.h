@@ -9,7 +9,7 @@
 
 #include "FileDescriptor.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 class BoardWatch
 {
@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    SoftwareBoard::FileDescriptor m_oFd;
+    FileDescriptor m_oFd;
 };
 }
 

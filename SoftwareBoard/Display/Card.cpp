@@ -7,9 +7,7 @@
 #include <filesystem>
 #include <map>
 
-using namespace SoftwareBoard;
-
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

@@ -9,7 +9,7 @@
 #include "Drm.h"
 #include "FileDescriptor.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 // A plane that can be the whole picture of a CRTC.
 struct SPlane
@@ -58,7 +58,7 @@ public:
     void Restore() const;
 
 private:
-    Card(std::string strPath, SoftwareBoard::FileDescriptor oFd);
+    Card(std::string strPath, FileDescriptor oFd);
 
     struct SFound
     {
@@ -66,12 +66,12 @@ private:
         std::vector<uint32_t> auiConnectors;
     };
 
-    std::string                   m_strPath;
-    SoftwareBoard::FileDescriptor m_oFd;
-    DrmResources                  m_poResources;
-    std::vector<SPlane>           m_oPlanes;
-    std::vector<SFound>           m_oFound;
-    bool                          m_bAtomic = false;
+    std::string         m_strPath;
+    FileDescriptor      m_oFd;
+    DrmResources        m_poResources;
+    std::vector<SPlane> m_oPlanes;
+    std::vector<SFound> m_oFound;
+    bool                m_bAtomic = false;
 };
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 std::vector<uint32_t> AssignConnectors(const std::vector<SConnector>& roConnectors, const std::vector<std::string>& roNames,
                                        std::vector<uint32_t> oBefore)

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 struct SConnector
 {

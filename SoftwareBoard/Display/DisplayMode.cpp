@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

@@ -9,7 +9,7 @@
 
 #include "Tavrin.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 // Lines are counted over both fields of an interlaced picture, as the kernel counts them. Nothing when a sum does not fit
 // the kernel's 16 bits, or when the picture has no pixels.

@@ -11,9 +11,7 @@
 #include "PixelFiles.h"
 #include "Printable.h"
 
-using namespace SoftwareBoard;
-
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

@@ -12,7 +12,7 @@
 #include "HotPlug.h"
 #include "Scanout.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 struct SDisplayPlan
 {
@@ -35,13 +35,13 @@ private:
     // A picture that outputs show, and who draws it.
     struct SFollowed
     {
-        SFollowed(const SoftwareBoard::SOutputRecord& roOutput, SoftwareBoard::FileDescriptor oPixels);
+        SFollowed(const SOutputRecord& roOutput, FileDescriptor oPixels);
 
         void Update();
 
-        Picture                       oPicture;
-        SoftwareBoard::DrawingProcess oDrawing;
-        std::string                   strTrouble;  // why it cannot be read any more
+        Picture        oPicture;
+        DrawingProcess oDrawing;
+        std::string    strTrouble;  // why it cannot be read any more
     };
 
     struct SOutput
@@ -54,31 +54,30 @@ private:
         std::unique_ptr<Scanout>   poScanout;
     };
 
-    void        OpenBoard();
-    void        FollowBoard();
-    void        FollowPictures();
-    void        TakeUp(KUINT32 uiOutput);
-    std::string Light(KUINT32 uiOutput, const SoftwareBoard::SOutputRecord& roRecord, SoftwareBoard::FileDescriptor oPixels,
-                      const SConnector& roConnector);
-    void        Darken(SOutput& roOutput) const;
-    std::shared_ptr<SFollowed> Follow(const SoftwareBoard::SOutputRecord& roRecord,
-                                      SoftwareBoard::FileDescriptor       oPixels) const;
+    void                       OpenBoard();
+    void                       FollowBoard();
+    void                       FollowPictures();
+    void                       TakeUp(KUINT32 uiOutput);
+    std::string                Light(KUINT32 uiOutput, const SOutputRecord& roRecord, FileDescriptor oPixels,
+                                     const SConnector& roConnector);
+    void                       Darken(SOutput& roOutput) const;
+    std::shared_ptr<SFollowed> Follow(const SOutputRecord& roRecord, FileDescriptor oPixels) const;
     std::vector<uint32_t>      FindTaken(const SOutput& roButOf) const;
     void                       Assign();
     void                       SetPace();
-    void                       Say(KUINT32 uiOutput, SoftwareBoard::EVerdict eVerdict, const std::string& strText);
+    void                       Say(KUINT32 uiOutput, EVerdict eVerdict, const std::string& strText);
     const SConnector*          FindConnector(uint32_t uiId) const;
 
-    const SDisplayPlan                  m_oPlan;
-    Card                                m_oCard;
-    HotPlug                             m_oHotPlug;
-    std::optional<SoftwareBoard::Board> m_ooBoard;
-    std::optional<BoardWatch>           m_ooWatch;
-    std::vector<SConnector>             m_oConnectors;
-    std::vector<SOutput>                m_oOutputs;
-    SoftwareBoard::FileDescriptor       m_oSignals;
-    SoftwareBoard::FileDescriptor       m_oTimer;
-    uint64_t                            m_uiPeriodNs = 0;
+    const SDisplayPlan        m_oPlan;
+    Card                      m_oCard;
+    HotPlug                   m_oHotPlug;
+    std::optional<Board>      m_ooBoard;
+    std::optional<BoardWatch> m_ooWatch;
+    std::vector<SConnector>   m_oConnectors;
+    std::vector<SOutput>      m_oOutputs;
+    FileDescriptor            m_oSignals;
+    FileDescriptor            m_oTimer;
+    uint64_t                  m_uiPeriodNs = 0;
 };
 
 // Cards, connectors, formats, and which output each would show, on standard output.

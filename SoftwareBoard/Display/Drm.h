@@ -9,7 +9,7 @@
 
 #include "BoardError.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 template <auto pfFree> struct DrmFree
 {
@@ -31,7 +31,7 @@ using DrmAtomicRequest = DrmPointer<drmModeAtomicReq, drmModeAtomicFree>;
 inline void CheckDrm(int iResult, const std::string& strWhat)
 {
     if (iResult < 0)
-        SoftwareBoard::ThrowSystemError(strWhat, "the kernel says", iResult == -1 ? errno : -iResult);
+        ThrowSystemError(strWhat, "the kernel says", iResult == -1 ? errno : -iResult);
 }
 }
 

@@ -1,6 +1,6 @@
 #include "HotPlug.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 HotPlug::HotPlug() : m_poUdev(udev_new())
 {

@@ -6,7 +6,7 @@
 
 #include "Drm.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 class HotPlug
 {

@@ -5,9 +5,7 @@
 #include "DisplayServer.h"
 #include "Printable.h"
 
-using namespace SoftwareBoard;
-
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

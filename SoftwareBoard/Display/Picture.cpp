@@ -8,9 +8,7 @@
 #include "BoardError.h"
 #include "PlaneLayout.h"
 
-using namespace SoftwareBoard;
-
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

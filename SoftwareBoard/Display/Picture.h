@@ -8,15 +8,15 @@
 #include "Board.h"
 #include "ScanFormat.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 class Picture
 {
 public:
     // The part of the file that the timings' active size covers; beyond the buffer there is none.
-    Picture(const SoftwareBoard::SOutputRecord& roOutput, SoftwareBoard::FileDescriptor oPixels);
+    Picture(const SOutputRecord& roOutput, FileDescriptor oPixels);
 
-    bool IsOf(const SoftwareBoard::SOutputRecord& roOutput, const SoftwareBoard::FileDescriptor& roPixels) const;
+    bool IsOf(const SOutputRecord& roOutput, const FileDescriptor& roPixels) const;
 
     // Looks again. Throws BoardError for a file that was cut.
     void Update();
@@ -27,17 +27,17 @@ public:
     // The rows that changed after uiTime into memory that is as wide and high as the timings' active size at least.
     void CopyChanges(KUINT64 uiTime, const SScanFormat& roFormat, KUINT8* puiTo, size_t uiPitchInBytes) const;
 
-    const SoftwareBoard::FileDescriptor& GetFile() const { return m_oPixels; }
+    const FileDescriptor& GetFile() const { return m_oPixels; }
 
 private:
-    size_t                        m_uiWidth;  // pixels
-    size_t                        m_uiHeight;
-    size_t                        m_uiFilePitch;  // pixels
-    SoftwareBoard::FileDescriptor m_oPixels;
-    std::vector<KUINT32>          m_auiPixels;
-    std::vector<KUINT64>          m_auiChanged;  // of each row
-    std::vector<KUINT32>          m_auiFromFile;
-    KUINT64                       m_uiTime = 0;
+    size_t               m_uiWidth;  // pixels
+    size_t               m_uiHeight;
+    size_t               m_uiFilePitch;  // pixels
+    FileDescriptor       m_oPixels;
+    std::vector<KUINT32> m_auiPixels;
+    std::vector<KUINT64> m_auiChanged;  // of each row
+    std::vector<KUINT32> m_auiFromFile;
+    KUINT64              m_uiTime = 0;
 };
 }
 

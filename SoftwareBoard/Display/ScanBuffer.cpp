@@ -4,9 +4,7 @@
 
 #include <algorithm>
 
-using namespace SoftwareBoard;
-
-namespace Display
+namespace SoftwareBoard::Display
 {
 ScanBuffer::ScanBuffer(const Card& roCard, const SScanFormat& roFormat, uint32_t uiWidth, uint32_t uiHeight)
     : m_iFd(roCard.GetFd()), m_roFormat(roFormat)

@@ -5,10 +5,10 @@
 #include "Card.h"
 #include "Picture.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 // The card has no room for another picture.
-class NoMemoryOnCard : public SoftwareBoard::BoardError
+class NoMemoryOnCard : public BoardError
 {
 public:
     using BoardError::BoardError;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <iterator>
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

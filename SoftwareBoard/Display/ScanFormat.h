@@ -9,7 +9,7 @@
 
 #include "QelTypes.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 struct SScanFormat
 {

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <set>
 
-using namespace SoftwareBoard;
-
-namespace Display
+namespace SoftwareBoard::Display
 {
 namespace
 {

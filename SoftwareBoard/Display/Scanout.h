@@ -9,7 +9,7 @@
 #include "DisplayMode.h"
 #include "ScanBuffer.h"
 
-namespace Display
+namespace SoftwareBoard::Display
 {
 class Scanout
 {

@@ -2,9 +2,7 @@
 
 #include <fstream>
 
-using namespace SoftwareBoard;
-
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

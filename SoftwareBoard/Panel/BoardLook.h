@@ -10,7 +10,7 @@
 #include "DescribeDisplay.h"
 #include "Printable.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 struct SHolder
 {
@@ -20,9 +20,9 @@ struct SHolder
 
 struct SOutputLook
 {
-    SoftwareBoard::SOutputRecord oRecord;
-    std::optional<SHolder>       ooHolder;
-    std::optional<SDisplayLook>  ooDisplay;  // nothing where no display process serves the device
+    SOutputRecord               oRecord;
+    std::optional<SHolder>      ooHolder;
+    std::optional<SDisplayLook> ooDisplay;  // nothing where no display process serves the device
 };
 
 struct SDeviceLook
@@ -37,7 +37,7 @@ struct SDeviceLook
 };
 
 // The caller is in a transaction.
-SDeviceLook LookAtDevice(const SoftwareBoard::Board& roBoard, KUINT32 uiDevice);
+SDeviceLook LookAtDevice(const Board& roBoard, KUINT32 uiDevice);
 
 // "off", or size, rate and holder; then what real displays make of it.
 std::string DescribeOutput(const SOutputLook& roOutput);

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-using namespace SoftwareBoard;
-
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

@@ -7,7 +7,7 @@
 
 #include "Board.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 enum class EDisplayState
 {
@@ -25,7 +25,7 @@ struct SDisplayLook
 };
 
 // Nothing when no display process serves the device. The caller is in a transaction.
-std::optional<SDisplayLook> LookAtDisplay(const SoftwareBoard::Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput);
+std::optional<SDisplayLook> LookAtDisplay(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput);
 
 // The state for programs: "shown", "dark", "refused" or "awaited".
 const char* NameOf(EDisplayState eState);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

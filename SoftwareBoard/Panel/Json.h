@@ -8,7 +8,7 @@
 
 #include "QelTypes.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 class JsonWriter
 {

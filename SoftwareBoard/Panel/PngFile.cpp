@@ -13,9 +13,7 @@
 #include "BoardError.h"
 #include "Signals.h"
 
-using namespace SoftwareBoard;
-
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

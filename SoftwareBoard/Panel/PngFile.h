@@ -7,7 +7,7 @@
 
 #include "Screen.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 void WritePngFile(const SPicture& roPicture, const std::string& strPath);
 }

@@ -1,6 +1,6 @@
 #include "Ramp.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

@@ -10,9 +10,7 @@
 #include "PixelFiles.h"
 #include "PlaneLayout.h"
 
-using namespace SoftwareBoard;
-
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

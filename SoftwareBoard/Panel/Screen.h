@@ -7,7 +7,7 @@
 
 #include "Board.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 struct SPicture
 {
@@ -21,12 +21,12 @@ struct SPicture
 // The screen of an output that is on. It can be read after the transaction, and also when the board is gone meanwhile.
 struct SScreen
 {
-    SoftwareBoard::SOutputRecord  oOutput;
-    SoftwareBoard::FileDescriptor oPixels;
+    SOutputRecord  oOutput;
+    FileDescriptor oPixels;
 };
 
 // The caller is in a transaction, and the output is on.
-SScreen OpenScreen(const SoftwareBoard::Board& roBoard, const SoftwareBoard::SOutputRecord& roOutput);
+SScreen OpenScreen(const Board& roBoard, const SOutputRecord& roOutput);
 
 // What is read while somebody draws may be torn: the upper rows of one picture and the lower rows of the next.
 SPicture ReadScreen(const SScreen& roScreen);

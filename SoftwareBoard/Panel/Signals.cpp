@@ -7,9 +7,7 @@
 
 #include "BoardError.h"
 
-using namespace SoftwareBoard;
-
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

@@ -12,7 +12,7 @@
 
 #include "FileDescriptor.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 class Signals
 {
@@ -31,9 +31,9 @@ public:
     const sigset_t& GetMaskBefore() const { return m_oBefore; }
 
 private:
-    sigset_t                      m_oBefore     = {};
-    struct sigaction              m_oPipeBefore = {};
-    SoftwareBoard::FileDescriptor m_oFile;
+    sigset_t         m_oBefore     = {};
+    struct sigaction m_oPipeBefore = {};
+    FileDescriptor   m_oFile;
 };
 
 // From here on the signal does nothing to this process. What it executes finds the default again, as this process found it;

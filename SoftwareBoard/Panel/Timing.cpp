@@ -1,6 +1,6 @@
 #include "Timing.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

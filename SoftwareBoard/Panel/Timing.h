@@ -7,7 +7,7 @@
 
 #include "Tavrin.h"
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 enum class ETimingKind
 {

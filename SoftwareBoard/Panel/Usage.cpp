@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 namespace
 {

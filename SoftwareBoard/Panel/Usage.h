@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace Panel
+namespace SoftwareBoard::Panel
 {
 // "; the nearest is 'status'". Unless bHoweverFar is set, nothing when no candidate is near.
 std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates, bool bHoweverFar);

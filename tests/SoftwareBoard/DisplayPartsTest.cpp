@@ -10,7 +10,7 @@
 
 namespace
 {
-using namespace Display;
+using namespace SoftwareBoard::Display;
 using SoftwareBoard::DrawingProcess;
 
 TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)

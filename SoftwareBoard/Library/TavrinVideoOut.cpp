@@ -1,0 +1,76 @@
+// Video outputs of the interface.
+#include "OutputChange.h"
+
+using namespace SoftwareBoard;
+using namespace SoftwareBoard::Library;
+
+TStatus TVideoOut_GetCount(TDevice_Handle hDev, KUINT32* puiCount)
+{
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
+        const auto ouiDevice = roClient.FindDevice(hDev);
+        if (!ouiDevice || puiCount == nullptr)
+            return TStatus_INVALID_PARAM;
+        *puiCount = roClient.OpenBoard().m_oState.ReadDevice(*ouiDevice).uiOutputCount;
+        return TStatus_OK;
+    });
+}
+
+TStatus TVideoOut_GetHandle(TDevice_Handle hDev, KUINT32 uiIndex, TAccessMode eAccessMode, TVideoOut_Handle* phVideoOut)
+{
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
+        const auto ouiDevice = roClient.FindDevice(hDev);
+        if (!ouiDevice || eAccessMode != TAccessMode_READWRITE || phVideoOut == nullptr ||
+            uiIndex >= roClient.OpenBoard().m_oState.ReadDevice(*ouiDevice).uiOutputCount)
+            return TStatus_INVALID_PARAM;
+        *phVideoOut = roClient.m_oVideoOuts.Add(std::make_unique<TVIDEOOUT_OBJECT>(TVIDEOOUT_OBJECT{*ouiDevice, uiIndex}));
+        return TStatus_OK;
+    });
+}
+
+TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalType, const tagTVideo_VidParam* poVidParam,
+                         TBuffer_Handle hBuffer, TVideoOut_PowerState ePowerState)
+{
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
+        const TVIDEOOUT_OBJECT* const poOutput = roClient.m_oVideoOuts.Find(hVideoOut);
+        const TBUFFER_OBJECT* const   poBuffer = roClient.m_oBuffers.Find(hBuffer);
+        if (poOutput == nullptr || poBuffer == nullptr || poVidParam == nullptr ||
+            eSignalType != TVideo_SignalType_USEDEFAULT || ePowerState != TVideoOut_PowerState_ON)
+            return TStatus_INVALID_PARAM;
+        // The outputs scan out this one format, from memory of their own device, a picture that a buffer could hold.
+        if (poBuffer->m_oLayout.ePixelFormat != TPixelFormat_R8G8B8A8 || poBuffer->m_uiDevice != poOutput->uiDevice ||
+            !LayOutPlane(TPixelFormat_R8G8B8A8, poVidParam->uiHActive, poVidParam->uiVActive))
+            return TStatus_INVALID_PARAM;
+
+        SOutputRecord oRecord;
+        oRecord.bEnabled       = TRUE;
+        oRecord.iHolderPid     = getpid();
+        oRecord.oVidParam      = *poVidParam;
+        oRecord.uiPixelFile    = poBuffer->m_oPixels.uiNumber;
+        oRecord.uiBufferWidth  = poBuffer->m_oLayout.uiWidth;
+        oRecord.uiBufferHeight = poBuffer->m_oLayout.uiHeight;
+        const TStatus eStatus  = EnableOutput(roClient, *poOutput, oRecord);
+        if (eStatus == TStatus_OK)
+            roClient.SweepPixelFiles();  // what it showed before may be needless now
+        return eStatus;
+    });
+}
+
+TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
+{
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
+        const TVIDEOOUT_OBJECT* const poOutput = roClient.m_oVideoOuts.Find(hVideoOut);
+        if (poOutput == nullptr)
+            return TStatus_INVALID_PARAM;
+        const TStatus eStatus = DisableOutput(roClient, *poOutput);
+        if (eStatus == TStatus_OK)
+            roClient.SweepPixelFiles();
+        return eStatus;
+    });
+}
+
+TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle hVideoOut)
+{
+    return Guarded(TStatus_FAIL, [&](Client& roClient) {
+        return roClient.m_oVideoOuts.Remove(hVideoOut) ? TStatus_OK : TStatus_INVALID_PARAM;
+    });
+}

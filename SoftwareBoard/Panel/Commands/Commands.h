@@ -1,0 +1,17 @@
+// The commands that tavrin-board carries out itself, one a file.
+#ifndef COMMANDS_H
+#define COMMANDS_H
+
+#include "Program.h"
+
+namespace SoftwareBoard::Panel
+{
+Action AddCreate(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddDisplay(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddProgress(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddRun(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddSnapshot(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddStatus(CLI::App& roCommand, const PassedOn& roPassedOn);
+}
+
+#endif

@@ -1,0 +1,206 @@
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "Board.h"
+#include "Commands.h"
+#include "Options.h"
+#include "Ramp.h"
+#include "Signals.h"
+
+namespace SoftwareBoard::Panel
+{
+namespace
+{
+using Clock   = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+struct SOptions
+{
+    KUINT32 uiPercent = 0;
+    KUINT32 uiDevice  = 0;
+    double  fSeconds  = 0;
+    KUINT32 uiTo      = 100;
+    bool    bLinear   = false;
+};
+
+constexpr double fMaxSeconds = 86400;
+
+double ParseSeconds(const std::string& strText)
+{
+    double            fSeconds = 0;
+    const char* const pszEnd   = strText.data() + strText.size();
+    const auto        oResult  = std::from_chars(strText.data(), pszEnd, fSeconds, std::chars_format::fixed);
+    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || !(fSeconds >= 0 && fSeconds <= fMaxSeconds))
+        throw CLI::ValidationError("--ramp", "'" + strText + "' is not a number of seconds from 0 to 86400");
+    return fSeconds;
+}
+
+// As programs write it: 40, 40.5, 40% and 40.5% are 40.
+KUINT32 TakePercent(const std::string& strText)
+{
+    std::string_view svWhole = strText;
+    if (svWhole.ends_with('%'))
+        svWhole.remove_suffix(1);
+    const size_t     uiPoint    = svWhole.find('.');
+    std::string_view svDecimals = "0";
+    if (uiPoint != std::string_view::npos)
+    {
+        svDecimals = svWhole.substr(uiPoint + 1);
+        svWhole    = svWhole.substr(0, uiPoint);
+    }
+    const auto ouiWhole  = ParseNumber(svWhole, 10, 100);
+    const bool bDecimals = !svDecimals.empty() && svDecimals.find_first_not_of("0123456789") == std::string_view::npos;
+    const bool bOver     = ouiWhole == 100u && svDecimals.find_first_not_of('0') != std::string_view::npos;
+    if (!ouiWhole || !bDecimals || bOver)
+        throw CLI::ValidationError("PERCENT", "'" + strText + "' is not a number from 0 to 100");
+    return *ouiWhole;
+}
+
+// Only the low byte: whoever writes the rest of the register at the same time loses nothing. The board is opened anew each
+// time, so that one that is made anew meanwhile is followed.
+void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
+{
+    Board::Open().m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+}
+
+// Where a ramp to uiTo begins: at what the register shows, or at 0, which is then written, where that is no less. Of two
+// ramps that begin at once the second finds the 0 of the first.
+KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
+{
+    Board                         oBoard = Board::Open();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32                 uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    if (uiNow < uiTo)
+        return uiNow;
+    oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, 0);
+    return 0;
+}
+
+// Where somebody else has written more meanwhile, another ramp perhaps, that stays. Returns what the register shows.
+KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
+{
+    Board                         oBoard = Board::Open();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32                 uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    if (uiNow < uiPercent)
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+    return std::max(uiNow, uiPercent);
+}
+
+// The ramp's own line on a terminal; nothing elsewhere, nor from the background, where it would draw over what somebody
+// else shows. However the ramp ends, what follows begins on a line of its own.
+class ProgressLine
+{
+public:
+    ProgressLine() = default;
+    ~ProgressLine()
+    {
+        if (m_bShown && IsInFront())
+            std::puts("");
+    }
+    ProgressLine(const ProgressLine&)            = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    void Show(KUINT32 uiPercent, Seconds oLeft)
+    {
+        winsize oSize = {};
+        if (!m_bTerminal || !IsInFront() || ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) != 0)
+            return;
+        char      acFigures[64];
+        const int iFigures = std::snprintf(acFigures, sizeof(acFigures), "%3u %%  %.0f s left  ", uiPercent, oLeft.count());
+        const int iBar     = std::min(oSize.ws_col - iFigures - 3, 50);  // 0 columns is a terminal that does not know
+        if (iBar > 0)
+        {
+            const auto uiDone = static_cast<size_t>(iBar) * std::min(uiPercent, 100u) / 100;  // others may write any number
+            std::printf("\r[%s%s] ", std::string(uiDone, '#').c_str(),
+                        std::string(static_cast<size_t>(iBar) - uiDone, '-').c_str());
+        }
+        std::printf("%s%s", iBar > 0 ? "" : "\r", acFigures);
+        std::fflush(stdout);
+        m_bShown = true;
+    }
+
+private:
+    static bool IsInFront()
+    {
+        const pid_t iInFront = tcgetpgrp(STDOUT_FILENO);
+        return iInFront < 0 || iInFront == getpgrp();
+    }
+
+    bool m_bTerminal = isatty(STDOUT_FILENO) == 1;
+    bool m_bShown    = false;
+};
+
+void PlayRamp(const SOptions& roOptions)
+{
+    const KUINT32           uiFrom = BeginRamp(roOptions.uiDevice, roOptions.uiTo);
+    const Signals           oSignals;
+    ProgressLine            oLine;
+    const Clock::time_point oStart = Clock::now();
+    const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds));
+
+    for (KUINT32 uiPercent = uiFrom;; ++uiPercent)
+    {
+        const KUINT32 uiShown = RaiseProgress(roOptions.uiDevice, uiPercent);
+        const bool    bLast   = uiPercent >= roOptions.uiTo;
+        const double  fTime =
+            bLast ? 1 : RampTimeOf((uiPercent + 1.0 - uiFrom) / (roOptions.uiTo - uiFrom), roOptions.bLinear);
+        const auto oDue = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds * fTime));
+        while (true)
+        {
+            const Clock::time_point oNow = Clock::now();
+            oLine.Show(uiShown, oEnd - oNow > Seconds(0) ? oEnd - oNow : Seconds(0));
+            if (oNow >= oDue)
+                break;
+            constexpr std::chrono::milliseconds oLineEvery(200);
+            const auto                          oLeft = std::chrono::ceil<std::chrono::milliseconds>(oDue - oNow);
+            if (const int iSignal = oSignals.Wait(std::min(oLeft, oLineEvery)))
+                throw EndedBySignal{iSignal};
+        }
+        if (bLast)
+            return;
+    }
+}
+}
+
+Action AddProgress(CLI::App& roCommand, const PassedOn&)
+{
+    const auto         poOptions = std::make_shared<SOptions>();
+    CLI::Option* const poPercent =
+        roCommand
+            .add_option_function<std::string>(
+                "PERCENT", [poOptions](const std::string& strText) { poOptions->uiPercent = TakePercent(strText); },
+                "The progress, 0 to 100; a % sign and decimals may follow, and are left out")
+            ->type_name("NUMBER");
+    CLI::Option* const poRamp =
+        roCommand
+            .add_option_function<std::string>(
+                "--ramp", [poOptions](const std::string& strText) { poOptions->fSeconds = ParseSeconds(strText); },
+                "Play a firmware update that takes this time: it starts slowly, halts, runs,\nand never falls. It goes on "
+                "from the "
+                "percentage that the board reports, and\nstarts at 0 where that is already reached. Ctrl-C ends it by that "
+                "signal\n"
+                "(status 130 in a shell) and leaves the register as it is")
+            ->type_name("SECONDS")
+            ->excludes(poPercent);
+    AddNumber(roCommand, "--to", poOptions->uiTo, 0, 100, "Where the ramp stops (default 100)")->needs(poRamp);
+    roCommand.add_flag("--linear", poOptions->bLinear, "The ramp runs evenly")->needs(poRamp);
+    AddDevice(roCommand, poOptions->uiDevice);
+    roCommand.parse_complete_callback([poPercent, poRamp] {
+        if (poPercent->count() + poRamp->count() == 0)
+            throw CLI::RequiredError("PERCENT or --ramp");
+    });
+
+    return [poOptions, poRamp] {
+        if (poRamp->count() != 0)
+            PlayRamp(*poOptions);
+        else
+            WriteProgress(poOptions->uiDevice, poOptions->uiPercent);
+    };
+}
+}

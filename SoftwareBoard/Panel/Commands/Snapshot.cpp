@@ -1,0 +1,42 @@
+#include <memory>
+
+#include "Board.h"
+#include "BoardError.h"
+#include "Commands.h"
+#include "Options.h"
+#include "PngFile.h"
+#include "Screen.h"
+
+namespace SoftwareBoard::Panel
+{
+namespace
+{
+SScreen OpenScreenOf(KUINT32 uiDevice, KUINT32 uiOutput)
+{
+    const Board                   oBoard = Board::Observe();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const SOutputRecord           oOutput = oBoard.m_oState.ReadOutput(uiDevice, uiOutput);
+    if (oOutput.bEnabled == FALSE)
+        throw BoardError("output " + std::to_string(uiOutput) + " is off: there is nothing to take");
+    return OpenScreen(oBoard, oOutput);
+}
+}
+
+Action AddSnapshot(CLI::App& roCommand, const PassedOn&)
+{
+    struct SOptions
+    {
+        KUINT32     uiOutput = 0;
+        KUINT32     uiDevice = 0;
+        std::string strPath;
+    };
+    const auto poOptions = std::make_shared<SOptions>();
+    AddNumber(roCommand, "OUTPUT", poOptions->uiOutput, 0, uiMaxOutputs - 1, "Which output, from 0")->required();
+    AddPngFile(roCommand, poOptions->strPath, true, "The PNG file to write, - for standard output");
+    AddDevice(roCommand, poOptions->uiDevice);
+
+    return [poOptions] {
+        WritePngFile(ReadWholeScreen(OpenScreenOf(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath);
+    };
+}
+}

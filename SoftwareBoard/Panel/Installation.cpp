@@ -1,0 +1,51 @@
+#include "Installation.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "BoardError.h"
+
+namespace SoftwareBoard::Panel
+{
+namespace
+{
+std::filesystem::path FindOwnFolder()
+{
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+// The library lies beside the program where both were built, and in its private folder where they are installed.
+std::string FindLibraryFolder()
+{
+    const std::filesystem::path oOwn        = FindOwnFolder();
+    const std::filesystem::path aoFolders[] = {oOwn, oOwn.parent_path() / "lib" / "tavrin-board"};
+    for (const std::filesystem::path& roFolder : aoFolders)
+    {
+        if (!std::filesystem::exists(roFolder / "libTavrin.so.1"))
+            continue;
+        // The dynamic linker would take it for two folders, and the command would run on another library.
+        if (roFolder.string().find_first_of(":;") != std::string::npos)
+            throw BoardError(roFolder.string() + ": LD_LIBRARY_PATH cannot hold a folder of this name");
+        return roFolder.string();
+    }
+    throw BoardError("libTavrin.so.1: neither in " + aoFolders[0].string() + " nor in " + aoFolders[1].string());
+}
+}
+
+std::string FindProgram(const std::string& strName)
+{
+    const std::filesystem::path oBeside = FindOwnFolder() / strName;
+    return access(oBeside.c_str(), X_OK) == 0 ? oBeside.string() : strName;
+}
+
+void UseBoardLibrary()
+{
+    std::string strPath = FindLibraryFolder();
+    if (const char* pszBefore = std::getenv("LD_LIBRARY_PATH"); pszBefore != nullptr && *pszBefore != '\0')
+        strPath += std::string(":") + pszBefore;
+    if (setenv("LD_LIBRARY_PATH", strPath.c_str(), 1) != 0)
+        ThrowSystemError("LD_LIBRARY_PATH", "setenv");
+}
+}

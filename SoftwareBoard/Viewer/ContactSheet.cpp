@@ -1,0 +1,109 @@
+#include "ContactSheet.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Font.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+constexpr KUINT32 uiMaxWidth  = 1920;
+constexpr KUINT32 uiGap       = 16;
+constexpr KUINT32 uiTextScale = 2;
+constexpr KUINT32 uiLabelRow  = uiTextScale * iGlyphHeight + 12;
+constexpr KUINT8  auiPaper[]  = {44, 48, 56, 255};
+constexpr KUINT8  auiInk[]    = {226, 230, 236, 255};
+
+// Each pixel is the mean of those that it stands for.
+Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT32 uiHeight)
+{
+    Panel::SPicture oTo{uiWidth, uiHeight, {}};
+    const auto      fStart = [](KUINT32 uiAt, KUINT32 uiTo, KUINT32 uiFrom) {
+        return static_cast<KUINT32>(KUINT64{uiAt} * uiFrom / uiTo);
+    };
+    oTo.auiRgba.reserve(oTo.GetPitchInBytes() * uiHeight);
+    for (KUINT32 uiY = 0; uiY < uiHeight; ++uiY)
+    {
+        const KUINT32 uiTop    = fStart(uiY, uiHeight, roFrom.uiHeight);
+        const KUINT32 uiBottom = std::max(fStart(uiY + 1, uiHeight, roFrom.uiHeight), uiTop + 1);
+        for (KUINT32 uiX = 0; uiX < uiWidth; ++uiX)
+        {
+            const KUINT32 uiLeft     = fStart(uiX, uiWidth, roFrom.uiWidth);
+            const KUINT32 uiRight    = std::max(fStart(uiX + 1, uiWidth, roFrom.uiWidth), uiLeft + 1);
+            KUINT64       auiSums[4] = {};
+            for (KUINT32 uiRow = uiTop; uiRow < uiBottom; ++uiRow)
+            {
+                const KUINT8* const puiRow = roFrom.auiRgba.data() + uiRow * roFrom.GetPitchInBytes();
+                for (size_t uiByte = size_t{uiLeft} * 4; uiByte < size_t{uiRight} * 4; ++uiByte)
+                    auiSums[uiByte % 4] += puiRow[uiByte];
+            }
+            const KUINT64 uiCount = KUINT64{uiBottom - uiTop} * (uiRight - uiLeft);
+            for (const KUINT64 uiSum : auiSums)
+                oTo.auiRgba.push_back(static_cast<KUINT8>((uiSum + uiCount / 2) / uiCount));
+        }
+    }
+    return oTo;
+}
+
+KUINT32 LabelWidth(const std::string& strLabel)
+{
+    return static_cast<KUINT32>(strLabel.size()) * iGlyphWidth * uiTextScale;
+}
+}
+
+ContactSheet::ContactSheet(size_t uiPictures)
+    : m_uiAcross(static_cast<size_t>(std::ceil(std::sqrt(static_cast<double>(uiPictures))))),
+      m_uiRoom(static_cast<KUINT32>(std::max<size_t>((uiMaxWidth - uiGap) / m_uiAcross, uiGap + 16) - uiGap))
+{}
+
+void ContactSheet::Add(const Panel::SPicture& roPicture, const std::string& strLabel)
+{
+    const KUINT32 uiLonger = std::max(roPicture.uiWidth, roPicture.uiHeight);
+    const auto    fScaled  = [&](KUINT32 uiSide) {
+        return std::max(static_cast<KUINT32>(KUINT64{uiSide} * m_uiRoom / uiLonger), KUINT32{1});
+    };
+    m_aoTiles.push_back(
+        {uiLonger <= m_uiRoom ? roPicture : ScaleDown(roPicture, fScaled(roPicture.uiWidth), fScaled(roPicture.uiHeight)),
+         strLabel});
+}
+
+Panel::SPicture ContactSheet::Draw() const
+{
+    KUINT32 uiColumn = 1, uiRow = 1;  // the largest tile's sides, gap included
+    for (const STile& roTile : m_aoTiles)
+    {
+        uiColumn = std::max(uiColumn, uiGap + std::max(roTile.oPicture.uiWidth, LabelWidth(roTile.strLabel)));
+        uiRow    = std::max(uiRow, uiGap + roTile.oPicture.uiHeight + uiLabelRow);
+    }
+    const auto      uiAcross = static_cast<KUINT32>(m_uiAcross);
+    const auto      uiDown   = static_cast<KUINT32>((m_aoTiles.size() + m_uiAcross - 1) / m_uiAcross);
+    Panel::SPicture oSheet{uiGap + uiAcross * uiColumn, uiGap + uiDown * uiRow, {}};
+    for (size_t uiPixel = 0; uiPixel < size_t{oSheet.uiWidth} * oSheet.uiHeight; ++uiPixel)
+        oSheet.auiRgba.insert(oSheet.auiRgba.end(), std::begin(auiPaper), std::end(auiPaper));
+    const auto fAt = [&](size_t uiX, size_t uiY) {
+        return oSheet.auiRgba.data() + uiY * oSheet.GetPitchInBytes() + uiX * 4;
+    };
+
+    for (size_t uiTile = 0; uiTile < m_aoTiles.size(); ++uiTile)
+    {
+        const auto& [roPicture, strLabel] = m_aoTiles[uiTile];
+        const size_t uiRoom               = uiColumn - uiGap;
+        const size_t uiX                  = uiGap + uiTile % m_uiAcross * uiColumn;
+        const size_t uiY                  = uiGap + uiTile / m_uiAcross * uiRow;
+        for (KUINT32 uiLine = 0; uiLine < roPicture.uiHeight; ++uiLine)
+            std::copy_n(roPicture.auiRgba.data() + uiLine * roPicture.GetPitchInBytes(), roPicture.GetPitchInBytes(),
+                        fAt(uiX + (uiRoom - roPicture.uiWidth) / 2, uiY + uiLine));
+
+        const size_t uiTextX = uiX + (uiRoom - LabelWidth(strLabel)) / 2, uiTextY = uiY + roPicture.uiHeight + 6;
+        ForTextPixels(strLabel, [&](int iColumn, int iLine) {
+            for (size_t uiDot = 0; uiDot < size_t{uiTextScale} * uiTextScale; ++uiDot)
+                std::copy_n(auiInk, 4,
+                            fAt(uiTextX + static_cast<size_t>(iColumn) * uiTextScale + uiDot % uiTextScale,
+                                uiTextY + static_cast<size_t>(iLine) * uiTextScale + uiDot / uiTextScale));
+        });
+    }
+    return oSheet;
+}
+}

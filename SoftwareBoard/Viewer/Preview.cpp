@@ -1,0 +1,187 @@
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "BoardError.h"
+#include "ContactSheet.h"
+#include "DrawingProcess.h"
+#include "Installation.h"
+#include "Options.h"
+#include "PngFile.h"
+#include "PreviewBoard.h"
+#include "PreviewPictures.h"
+#include "Signals.h"
+#include "ToolProcess.h"
+#include "Viewer.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+constexpr char                      pszTool[] = "QelProgressBarDisplay";
+constexpr std::chrono::milliseconds oTick(1);
+constexpr std::chrono::seconds      oLongestStep(10);  // that the tool takes
+constexpr std::chrono::seconds      oLongestLook(1);   // for a moment in which the tool sleeps
+constexpr int                       iMostRuns = 10;    // that may end before they show a percentage
+
+// The tool's failure is the command's.
+void ThrowIfFailed(const ToolProcess& roTool)
+{
+    const int iWait = roTool.GetWaitStatus().value_or(0);
+    if (WIFSIGNALED(iWait))
+    {
+        std::fprintf(stderr, "tavrin-board: %s: ended by signal %d (%s)\n", pszTool, WTERMSIG(iWait),
+                     strsignal(WTERMSIG(iWait)));
+        throw Panel::EndedWithStatus{128 + WTERMSIG(iWait)};
+    }
+    if (WEXITSTATUS(iWait) != 0)
+        throw Panel::EndedWithStatus{WEXITSTATUS(iWait)};
+}
+
+// The tool on a board of its own, from one percentage to the next. A run that ends by itself, as at 100 % or after its
+// enable time, is followed by another.
+class Preview
+{
+public:
+    explicit Preview(const Panel::PassedOn& roPassedOn) : m_oArguments(roPassedOn)
+    {
+        m_oArguments.insert(m_oArguments.begin(), m_strName.data());
+        m_bReadsProgress = std::any_of(m_oArguments.begin(), m_oArguments.end() - 1, [](const char* psz) {
+            return std::string_view(psz) == "-p" || std::string_view(psz) == "--ProgressRect";
+        });
+        Panel::UseBoardLibrary();
+    }
+
+    Panel::SPicture Show(KUINT32 uiPercent)
+    {
+        for (int iRun = 0; iRun < iMostRuns; ++iRun)
+        {
+            if (auto ooPicture = TryToShow(uiPercent))
+                return *ooPicture;
+            ThrowIfFailed(*m_poTool);
+            if (!m_bWasOn)
+                break;
+        }
+        throw BoardError(std::string(pszTool) + ": ended before it showed " + std::to_string(uiPercent) +
+                         " %; see what it said");
+    }
+
+    // A run that goes on is killed with this object: it would say that it received any other signal.
+    void End()
+    {
+        if (m_poTool->HasEnded())
+            ThrowIfFailed(*m_poTool);
+    }
+
+private:
+    // FALSE when the run ended before every output was on.
+    bool StartRun()
+    {
+        m_oBoard.SetProgress(0);  // a run that began at 100 % might be over too soon
+        m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
+        m_bWasOn = WaitUntil([this] { return m_oBoard.IsRunning(); }, std::nullopt);
+        m_ooScreen.reset();
+        if (m_bWasOn)
+            m_ooScreen = m_oBoard.OpenScreen();
+        return m_ooScreen.has_value();
+    }
+
+    // The picture, or nothing when the run ended before it showed the percentage. The percentage is set while the tool
+    // sleeps between two steps: what is read of the board afterwards is read by a step that shows it, or by the end of the
+    // run, which has given its buffer up before it reads. When the tool sleeps again it has drawn the whole step.
+    std::optional<Panel::SPicture> TryToShow(KUINT32 uiPercent)
+    {
+        if ((m_poTool == nullptr || m_poTool->HasEnded()) && !StartRun())
+            return std::nullopt;
+        const DrawingProcess oDrawing(m_ooScreen->oPixels.Get(), m_ooScreen->oOutput.iHolderPid);
+        WaitUntil([&] { return oDrawing.SleptWhile([&] { m_oBoard.SetProgress(uiPercent); }); }, oLongestLook);
+        if (m_bReadsProgress)
+        {
+            const bool bRead = WaitUntil([this] { return m_oBoard.TakeReads(); }, oLongestStep + oLongestStep / 2);
+            if (!oDrawing.CanDraw())
+            {
+                WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
+                return std::nullopt;
+            }
+            // An argument may look like the option and be none: a tool that has not read the progress within its longest
+            // step never does.
+            m_bReadsProgress = bRead;
+        }
+        Panel::SPicture oPicture = Panel::ReadWholeScreen(*m_ooScreen);
+        // At 100 % the tool ends by itself, and what it reads on its way out is not the progress.
+        if (uiPercent == 100 && m_bReadsProgress)
+            WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
+        return oPicture;
+    }
+
+    // FALSE when the tool has ended, or after the time.
+    template <class TDone> bool WaitUntil(TDone fDone, std::optional<std::chrono::seconds> ooTime)
+    {
+        const auto oStart = std::chrono::steady_clock::now();
+        while (!fDone())
+        {
+            if (m_poTool->HasEnded() || (ooTime && std::chrono::steady_clock::now() - oStart > *ooTime))
+                return false;
+            if (const int iSignal = m_oSignals.Wait(oTick); iSignal != 0 && iSignal != SIGCHLD)
+                throw Panel::EndedBySignal{iSignal};
+        }
+        return true;
+    }
+
+    const Panel::Signals          m_oSignals{SIGCHLD};
+    PreviewBoard                  m_oBoard;
+    std::string                   m_strName = pszTool;
+    std::string                   m_strTool = Panel::FindProgram(pszTool);
+    Panel::PassedOn               m_oArguments;
+    bool                          m_bReadsProgress = false;
+    bool                          m_bWasOn         = false;
+    std::optional<Panel::SScreen> m_ooScreen;  // of the run
+    std::unique_ptr<ToolProcess>  m_poTool;    // after the board: it ends first
+};
+
+void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const Panel::PassedOn& roPassedOn)
+{
+    // Better now than after the work.
+    const std::filesystem::path oFolder = std::filesystem::path(strFile).parent_path();
+    if (access(oFolder.empty() ? "." : oFolder.c_str(), W_OK | X_OK) != 0)
+        ThrowSystemError(oFolder.empty() ? "." : oFolder.string(), "access (to write a file there)");
+    WarnOfPictures(roPassedOn);
+    ContactSheet oSheet(roPercents.size());
+    Preview      oPreview(roPassedOn);
+    for (const KUINT32 uiPercent : roPercents)
+        oSheet.Add(oPreview.Show(uiPercent), std::to_string(uiPercent) + " %");
+    oPreview.End();
+    Panel::WritePngFile(oSheet.Draw(), strFile);
+}
+}
+
+Panel::Action AddPreview(CLI::App& roCommand, const Panel::PassedOn& roPassedOn)
+{
+    struct SOptions
+    {
+        std::string          strFile;
+        std::vector<KUINT32> auiPercents = {0, 25, 50, 75, 100};
+    };
+    const auto poOptions = std::make_shared<SOptions>();
+    Panel::AddPngFile(roCommand, poOptions->strFile, false,
+                      "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width");
+    roCommand
+        .add_option_function<std::vector<std::string>>(
+            "--at",
+            [poOptions](const std::vector<std::string>& roTexts) {
+                poOptions->auiPercents.clear();
+                for (const std::string& strText : roTexts)
+                    poOptions->auiPercents.push_back(Panel::TakeNumber("--at", strText, 0, 100));
+            },
+            "A percentage to show. May be repeated; without any 0, 25, 50, 75 and 100")
+        ->type_name("PERCENT")
+        ->expected(1)
+        ->take_all();
+    return [poOptions, &roPassedOn] { MakePreview(poOptions->strFile, poOptions->auiPercents, roPassedOn); };
+}
+}

@@ -1,0 +1,98 @@
+#include "PreviewBoard.h"
+
+#include <sys/inotify.h>
+
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+
+#include "Board.h"
+#include "BoardError.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+std::string MakeFolder()
+{
+    const char* const pszTemporary = std::getenv("TMPDIR");
+    std::string       strFolder    = pszTemporary != nullptr && *pszTemporary != '\0' ? pszTemporary : "/tmp";
+    strFolder += "/tavrin-preview-XXXXXX";
+    if (mkdtemp(strFolder.data()) == nullptr)
+        ThrowSystemError(strFolder, "mkdtemp (TMPDIR is to name a folder that can be written to)");
+    return strFolder;
+}
+}
+
+PreviewBoard::PreviewBoard() : m_strFolder(MakeFolder())
+{
+    try
+    {
+        if (setenv("TAVRIN_BOARD", m_strFolder.c_str(), 1) != 0)
+            ThrowSystemError("TAVRIN_BOARD", "setenv");
+        // Whichever device the arguments name is there.
+        SBoardPlan oPlan    = DefaultPlan();
+        oPlan.uiDeviceCount = uiMaxDevices;
+        Board::Create(oPlan);
+
+        m_oReads = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+        if (!m_oReads || inotify_add_watch(m_oReads.Get(), (m_strFolder + "/board.state").c_str(), IN_ACCESS) < 0)
+            ThrowSystemError(m_strFolder, "inotify");
+    }
+    catch (...)
+    {
+        std::error_code oIgnored;
+        std::filesystem::remove_all(m_strFolder, oIgnored);
+        throw;
+    }
+}
+
+PreviewBoard::~PreviewBoard()
+{
+    std::error_code oIgnored;
+    std::filesystem::remove_all(m_strFolder, oIgnored);
+}
+
+void PreviewBoard::SetProgress(KUINT32 uiPercent)
+{
+    Board         oBoard        = Board::Open();
+    const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
+    for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+    TakeReads();
+}
+
+bool PreviewBoard::TakeReads() const
+{
+    alignas(inotify_event) char acEvents[4096 + NAME_MAX];
+    bool                        bAny = false;
+    while (read(m_oReads.Get(), acEvents, sizeof(acEvents)) > 0)
+        bAny = true;
+    return bAny;
+}
+
+bool PreviewBoard::IsRunning() const
+{
+    const Board   oBoard        = Board::Open();
+    const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
+    for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
+    {
+        if (oBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg) != 0)
+            return true;
+    }
+    return false;
+}
+
+std::optional<Panel::SScreen> PreviewBoard::OpenScreen() const
+{
+    const Board                   oBoard = Board::Open();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32                 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
+    for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
+    {
+        if (const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(uiDevice, 0); oOutput.bEnabled == TRUE)
+            return Panel::OpenScreen(oBoard, oOutput);
+    }
+    return std::nullopt;
+}
+}

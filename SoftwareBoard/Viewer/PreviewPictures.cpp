@@ -1,0 +1,180 @@
+#include "PreviewPictures.h"
+
+#include <png.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "Printable.h"
+#include "QelTypes.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+struct SArguments
+{
+    KINT64      iWidth = 1024, iHeight = 768;  // of the output
+    KINT64      iLeft = 256, iTop = 100, iRight = 512, iBottom = 200;
+    bool        bAnimation = false;
+    const char* pszImage   = nullptr;
+    const char* pszBase    = nullptr;
+};
+
+using Values = std::span<char* const>;
+
+KINT64 NumberOf(const char* psz)
+{
+    return std::strtol(psz, nullptr, 10);
+}
+
+// The options of the tool; what those without an action say is nothing to the pictures.
+struct SOption
+{
+    std::string_view svShort, svLong;
+    size_t           uiValues;
+    void (*pfTake)(SArguments& ro, Values oValues);
+};
+
+// clang-format off
+constexpr SOption aoOptions[] = {
+    {"-h",  "--Help",               0, nullptr},
+    {"-d",  "--DevIdx",             1, nullptr},
+    {"-v",  "--VideoParam",        19, [](SArguments& ro, Values o) { ro.iWidth = NumberOf(o[0]); ro.iHeight = NumberOf(o[1]); }},
+    {"-i",  "--Image",              1, [](SArguments& ro, Values o) { ro.pszImage = o[0]; }},
+    {"-p",  "--ProgressRect",       4, nullptr},
+    {"-a",  "--AnimRect",           4, [](SArguments& ro, Values o) {
+        ro.bAnimation = true;
+        ro.iLeft = NumberOf(o[0]); ro.iTop = NumberOf(o[1]); ro.iRight = NumberOf(o[2]); ro.iBottom = NumberOf(o[3]); }},
+    {"-f",  "--AnimBaseFileName",   1, [](SArguments& ro, Values o) { ro.pszBase = o[0]; }},
+    {"-l",  "--AnimStepLoopTimeMs", 1, nullptr},
+    {"-et", "--EnableTime",         1, nullptr},
+};
+// clang-format on
+
+// Nothing when the tool would refuse them.
+std::optional<SArguments> Read(Values oWords)
+{
+    SArguments oArguments;
+    while (!oWords.empty())
+    {
+        const SOption* const poOption = std::find_if(std::begin(aoOptions), std::end(aoOptions), [&](const SOption& ro) {
+            return ro.svShort == oWords[0] || ro.svLong == oWords[0];
+        });
+        if (poOption == std::end(aoOptions) || oWords.size() <= poOption->uiValues || poOption->uiValues == 0)
+            return std::nullopt;
+        if (poOption->pfTake != nullptr)
+            poOption->pfTake(oArguments, oWords.subspan(1, poOption->uiValues));
+        oWords = oWords.subspan(1 + poOption->uiValues);
+    }
+    return oArguments;
+}
+
+void Warn(const std::string& strWhat)
+{
+    std::fprintf(stderr, "tavrin-board: preview: %s\n", MakePrintable(strWhat).c_str());
+}
+
+std::string SizeOf(KINT64 iWidth, KINT64 iHeight)
+{
+    return std::to_string(iWidth) + "x" + std::to_string(iHeight);
+}
+
+struct SPlace
+{
+    const char* pszName;
+    KINT64      iWidth, iHeight;
+    const char* pszInstead;  // what is seen where the picture cannot be shown
+};
+
+std::string FaultOfSize(const png_image& roImage, const SPlace& roPlace)
+{
+    const bool bOver  = roImage.width > roPlace.iWidth || roImage.height > roPlace.iHeight;
+    const bool bUnder = roImage.width < roPlace.iWidth || roImage.height < roPlace.iHeight;
+    if (!bOver && !bUnder)
+        return "";
+    return SizeOf(roImage.width, roImage.height) + ", where " + roPlace.pszName + " has " +
+           SizeOf(roPlace.iWidth, roPlace.iHeight) + (bOver ? ": it is cut, not scaled" : ": it is not scaled") +
+           (bUnder ? ", and covers only a part" : "");
+}
+
+// All of the file is read, as the tool reads it: damage may be anywhere.
+std::string FaultOfContents(std::FILE* poFile, const SPlace& roPlace)
+{
+    constexpr size_t uiMaxBytes = size_t{256} << 20;  // that the tool decodes
+    png_image        oImage     = {};
+    oImage.version              = PNG_IMAGE_VERSION;
+    const bool        bBegun    = png_image_begin_read_from_stdio(&oImage, poFile) != 0;
+    const std::string strSize   = bBegun ? FaultOfSize(oImage, roPlace) : "";
+    oImage.format               = PNG_FORMAT_RGBA;
+    const bool bSmall           = bBegun && size_t{oImage.width} * 4 <= uiMaxBytes / oImage.height;
+    if (bSmall)
+        png_image_finish_read(&oImage, nullptr, std::vector<KUINT8>(PNG_IMAGE_SIZE(oImage)).data(), 0, nullptr);
+    const bool        bFailed = !bBegun || PNG_IMAGE_FAILED(oImage);
+    const std::string strWhy  = bFailed ? oImage.message : "too large";
+    png_image_free(&oImage);
+    return bFailed || !bSmall ? "no PNG that can be read (" + strWhy + "): " + roPlace.pszInstead : strSize;
+}
+
+// What is wrong with the file; empty when nothing is. What is no plain file could be read only once, and is left to the
+// tool.
+std::string FaultOf(const std::string& strPath, const SPlace& roPlace)
+{
+    struct stat oStat = {};
+    if (stat(strPath.c_str(), &oStat) == 0 && !S_ISREG(oStat.st_mode) && !S_ISDIR(oStat.st_mode))
+        return "";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> poFile(std::fopen(strPath.c_str(), "rbe"), std::fclose);
+    if (poFile == nullptr)
+        return std::generic_category().message(errno) + ": " + roPlace.pszInstead;
+    return FaultOfContents(poFile.get(), roPlace);
+}
+
+// The tool plays the frames up to the first number without a file. Of frames in a row that are wrong alike the first is
+// told.
+void CheckFrames(const char* pszBase, const SPlace& roPlace)
+{
+    std::string strBefore;
+    bool        bThere = true;
+    for (KUINT32 uiFrame = 1; bThere; ++uiFrame)
+    {
+        char         acName[512];  // as the tool forms it: one whose number was cut would be every frame's
+        const int    iLength = std::snprintf(acName, sizeof(acName), "%s%02u.png", pszBase, uiFrame);
+        const size_t uiToEnd = static_cast<size_t>(iLength) - sizeof(".png") + 1;
+        bThere               = uiToEnd < sizeof(acName) && access(acName, R_OK) == 0;
+        if (!bThere && uiFrame > 1)
+            break;
+        const std::string strFault = FaultOf(acName, roPlace);
+        if (!strFault.empty() && strFault != strBefore)
+            Warn(acName + (": " + strFault));
+        strBefore = strFault;
+    }
+}
+}
+
+void WarnOfPictures(const std::vector<char*>& roArguments)
+{
+    const auto ooArguments = Read(Values(roArguments).first(roArguments.size() - 1));
+    if (!ooArguments)
+        return;
+    const SPlace oOutput = {"the output", ooArguments->iWidth, ooArguments->iHeight, "the background stays black"};
+    const SPlace oFrame  = {"the animation", ooArguments->iRight - ooArguments->iLeft,
+                            ooArguments->iBottom - ooArguments->iTop, "a block moves instead of the frames"};
+    if (ooArguments->pszImage != nullptr)
+    {
+        if (const std::string strFault = FaultOf(ooArguments->pszImage, oOutput); !strFault.empty())
+            Warn(ooArguments->pszImage + (": " + strFault));
+    }
+    if (ooArguments->bAnimation && ooArguments->pszBase != nullptr)
+        CheckFrames(ooArguments->pszBase, oFrame);
+}
+}

@@ -1,0 +1,111 @@
+#include "TerminalPicture.h"
+
+#include <langinfo.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+constexpr int iUsualCellWidthPx = 8, iUsualCellHeightPx = 16;
+
+// All that the fonts of the kernel's console have of the blocks.
+constexpr auto eConsoleSymbols =
+    static_cast<ChafaSymbolTags>(CHAFA_SYMBOL_TAG_SOLID | CHAFA_SYMBOL_TAG_HHALF | CHAFA_SYMBOL_TAG_VHALF);
+
+bool IsConsole()
+{
+    const char* const pszTerm = std::getenv("TERM");
+    return pszTerm != nullptr && std::string_view(pszTerm).starts_with("linux");
+}
+
+int CellWidth(const STerminalSize& ro)
+{
+    return ro.iCellWidthPx > 0 ? ro.iCellWidthPx : iUsualCellWidthPx;
+}
+
+int CellHeight(const STerminalSize& ro)
+{
+    return ro.iCellHeightPx > 0 ? ro.iCellHeightPx : iUsualCellHeightPx;
+}
+}
+
+TerminalPictures::TerminalPictures()
+{
+    const std::unique_ptr<char*, void (*)(char**)> ppszEnvironment(g_get_environ(), g_strfreev);
+    chafa_set_n_threads(1);  // a terminal's few cells are drawn before threads would have begun
+    m_poTermInfo.reset(chafa_term_db_detect(chafa_term_db_get_default(), ppszEnvironment.get()));
+    const auto fHas = [this](ChafaTermSeq eSequence) {
+        return chafa_term_info_have_seq(m_poTermInfo.get(), eSequence) != FALSE;
+    };
+
+    if (fHas(CHAFA_TERM_SEQ_BEGIN_KITTY_IMMEDIATE_IMAGE_V1))
+        m_ePixelMode = CHAFA_PIXEL_MODE_KITTY;
+    else if (fHas(CHAFA_TERM_SEQ_BEGIN_SIXELS))
+        m_ePixelMode = CHAFA_PIXEL_MODE_SIXELS;
+
+    if (HasImages() || fHas(CHAFA_TERM_SEQ_SET_COLOR_FGBG_DIRECT))
+        m_eCanvasMode = CHAFA_CANVAS_MODE_TRUECOLOR;
+    else if (fHas(CHAFA_TERM_SEQ_SET_COLOR_FGBG_256))
+        m_eCanvasMode = CHAFA_CANVAS_MODE_INDEXED_240;
+    else if (fHas(CHAFA_TERM_SEQ_SET_COLOR_FGBG_16))
+        m_eCanvasMode = CHAFA_CANVAS_MODE_INDEXED_16;
+
+    std::setlocale(LC_CTYPE, "");
+    const bool bUtf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+    m_poSymbols.reset(chafa_symbol_map_new());
+    chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_SPACE);
+    if (!bUtf8)
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_ASCII);
+    else if (IsConsole())
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), eConsoleSymbols);
+    else
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_BLOCK);
+}
+
+std::pair<int, int> TerminalPictures::FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,
+                                              const STerminalSize& roTerminal) const
+{
+    const double fWidth  = double{1} * uiWidth / CellWidth(roTerminal);
+    const double fHeight = double{1} * uiHeight / CellHeight(roTerminal);
+    const double fScale  = std::min(iColumns / fWidth, iRows / fHeight);
+    return {std::clamp(static_cast<int>(fWidth * fScale + 0.5), 1, iColumns),
+            std::clamp(static_cast<int>(fHeight * fScale + 0.5), 1, iRows)};
+}
+
+std::vector<std::string> TerminalPictures::Draw(const Panel::SPicture& roPicture, int iColumns, int iRows,
+                                                const STerminalSize& roTerminal) const
+{
+    const Owned<ChafaCanvasConfig> poConfig(chafa_canvas_config_new());
+    chafa_canvas_config_set_geometry(poConfig.get(), iColumns, iRows);
+    chafa_canvas_config_set_cell_geometry(poConfig.get(), CellWidth(roTerminal), CellHeight(roTerminal));
+    chafa_canvas_config_set_canvas_mode(poConfig.get(), m_eCanvasMode);
+    chafa_canvas_config_set_pixel_mode(poConfig.get(), m_ePixelMode);
+    chafa_canvas_config_set_symbol_map(poConfig.get(), m_poSymbols.get());
+
+    const Owned<ChafaCanvas> poCanvas(chafa_canvas_new(poConfig.get()));
+    chafa_canvas_draw_all_pixels(poCanvas.get(), CHAFA_PIXEL_RGBA8_UNASSOCIATED, roPicture.auiRgba.data(),
+                                 static_cast<gint>(roPicture.uiWidth), static_cast<gint>(roPicture.uiHeight),
+                                 static_cast<gint>(roPicture.GetPitchInBytes()));
+    const Owned<GString> poText(chafa_canvas_print(poCanvas.get(), m_poTermInfo.get()));
+    const std::string    strText(poText->str, poText->len);
+    if (m_ePixelMode == CHAFA_PIXEL_MODE_KITTY)
+        return {"\x1b_Ga=d,d=C,q=2\x1b\\" + strText};  // first the image that stands at the cursor goes, they would pile up
+    if (HasImages())
+        return {strText};
+
+    std::vector<std::string> astrRows;
+    for (size_t uiFrom = 0; uiFrom < strText.size();)
+    {
+        const size_t uiEnd = std::min(strText.find('\n', uiFrom), strText.size());
+        astrRows.push_back(strText.substr(uiFrom, uiEnd - uiFrom));
+        uiFrom = uiEnd + 1;
+    }
+    return astrRows;
+}
+}

@@ -1,0 +1,53 @@
+// Pictures in the terminal's own terms: its graphics where it has them, coloured cells elsewhere.
+#ifndef TERMINAL_PICTURE_H
+#define TERMINAL_PICTURE_H
+
+#include <chafa.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Screen.h"
+#include "Terminal.h"
+
+namespace SoftwareBoard::Viewer
+{
+class TerminalPictures
+{
+public:
+    // Asks the environment what the terminal can do.
+    TerminalPictures();
+
+    // How many cells a picture takes that is to fit into this many, undistorted.
+    std::pair<int, int> FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,
+                                const STerminalSize& roTerminal) const;
+
+    // A text for each row of cells, or one for all of them where the terminal draws images.
+    std::vector<std::string> Draw(const Panel::SPicture& roPicture, int iColumns, int iRows,
+                                  const STerminalSize& roTerminal) const;
+
+    // Takes away what images left behind that drawing over them does not.
+    std::string GetImageEraser() const { return m_ePixelMode == CHAFA_PIXEL_MODE_KITTY ? "\x1b_Ga=d,q=2\x1b\\" : ""; }
+
+    bool HasImages() const { return m_ePixelMode != CHAFA_PIXEL_MODE_SYMBOLS; }
+
+private:
+    struct SUnref
+    {
+        void operator()(ChafaTermInfo* po) const { chafa_term_info_unref(po); }
+        void operator()(ChafaSymbolMap* po) const { chafa_symbol_map_unref(po); }
+        void operator()(ChafaCanvasConfig* po) const { chafa_canvas_config_unref(po); }
+        void operator()(ChafaCanvas* po) const { chafa_canvas_unref(po); }
+        void operator()(GString* po) const { g_string_free(po, TRUE); }
+    };
+    template <class T> using Owned = std::unique_ptr<T, SUnref>;
+
+    Owned<ChafaTermInfo>  m_poTermInfo;
+    Owned<ChafaSymbolMap> m_poSymbols;
+    ChafaCanvasMode       m_eCanvasMode = CHAFA_CANVAS_MODE_FGBG;
+    ChafaPixelMode        m_ePixelMode  = CHAFA_PIXEL_MODE_SYMBOLS;
+};
+}
+
+#endif

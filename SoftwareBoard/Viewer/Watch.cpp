@@ -1,0 +1,66 @@
+#include "Watch.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include "BoardError.h"
+#include "Options.h"
+#include "Viewer.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+bool IsTerminal()
+{
+    const char* const pszTerm = std::getenv("TERM");
+    return isatty(STDOUT_FILENO) == 1 && pszTerm != nullptr && *pszTerm != '\0' && std::string_view(pszTerm) != "dumb";
+}
+
+void Watch(KUINT32 uiDevice, bool bWindow)
+{
+    const bool bTerminal = !bWindow && IsTerminal();
+    Watcher    oWatcher(uiDevice, bWindow || bTerminal);
+    if (bTerminal)
+        return WatchInTerminal(oWatcher);
+    if (bWindow)
+        return WatchInWindow(oWatcher);
+    WatchInLines(oWatcher);
+}
+}
+
+std::vector<std::string> DescribeInRows(size_t uiOutput, const SOutputView& roOutput, int iColumns, int iRows)
+{
+    std::vector<std::string> astrRows;
+    std::string              strText   = "output " + std::to_string(uiOutput) + ": " + roOutput.strState;
+    const auto               uiColumns = static_cast<size_t>(std::max(iColumns, 0));
+    while (static_cast<int>(astrRows.size()) + 1 < iRows && strText.size() > uiColumns)
+    {
+        const size_t uiSpace = strText.rfind(' ', uiColumns);
+        if (uiSpace == std::string::npos)
+            break;
+        astrRows.push_back(strText.substr(0, uiSpace));
+        strText.erase(0, uiSpace + 1);
+    }
+    astrRows.push_back(strText);
+    return astrRows;
+}
+
+Panel::Action AddWatch(CLI::App& roCommand, const Panel::PassedOn&)
+{
+    struct SOptions
+    {
+        KUINT32 uiDevice = 0;
+        bool    bWindow  = false;
+    };
+    const auto poOptions = std::make_shared<SOptions>();
+    roCommand.add_flag(
+        "--window", poOptions->bWindow,
+        "In a window, one tile an output; its button, Escape or q close it. Otherwise\nin the terminal, where Ctrl-C "
+        "or q end it; off a terminal one line a change");
+    Panel::AddDevice(roCommand, poOptions->uiDevice);
+    return [poOptions] { Watch(poOptions->uiDevice, poOptions->bWindow); };
+}
+}

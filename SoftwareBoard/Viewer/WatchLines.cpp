@@ -1,0 +1,83 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "BoardError.h"
+#include "Signals.h"
+#include "Watch.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+// SIGINT and SIGTERM end it as its own decision, any other ends the process.
+bool IsEnd(int iSignal)
+{
+    if (iSignal == SIGINT || iSignal == SIGTERM)
+        return true;
+    if (iSignal != 0)
+        throw Panel::EndedBySignal{iSignal};
+    return false;
+}
+
+// FALSE when nobody reads any more, or a signal came while a reader was slow.
+bool PrintLine(const std::string& strLine, const Panel::Signals& roSignals)
+{
+    pollfd oOutput = {STDOUT_FILENO, POLLOUT, 0};
+    while (oOutput.revents == 0)
+    {
+        if (IsEnd(roSignals.Wait(std::chrono::hours(1), {&oOutput, 1})))
+            return false;
+    }
+    if (std::printf("%s\n", strLine.c_str()) >= 0 && std::fflush(stdout) == 0)
+        return true;
+    if (errno != EPIPE)
+        ThrowSystemError("standard output", "write");
+    return false;
+}
+
+std::vector<std::string> DescribeBoard(const SBoardView& roView, const std::string& strTitle)
+{
+    if (!roView.strProblem.empty())
+        return {"problem: " + roView.strProblem};
+    std::vector<std::string> astrLines = {
+        "board " + strTitle + ": outputs " + std::to_string(roView.aoOutputs.size()),
+        "progress " + std::to_string(roView.uiProgressPct) + " %",
+        std::string("progress bar ") + (roView.bBarRunning ? "running" : "not running"),
+    };
+    for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
+        astrLines.push_back("output " + std::to_string(uiOutput) + ": " + roView.aoOutputs[uiOutput].strState);
+    return astrLines;
+}
+}
+
+void WatchInLines(Watcher& roWatcher)
+{
+    const Panel::Signals     oSignals;
+    ino_t                    uiBoard = 0;
+    std::vector<std::string> astrBefore;
+    while (true)
+    {
+        const auto oLookBegan = std::chrono::steady_clock::now();
+        if (roWatcher.Look())
+        {
+            const SBoardView& roView = roWatcher.GetView();
+            if (roView.uiBoard != uiBoard)
+                astrBefore.clear();  // another board: all of it is new
+            uiBoard                                  = roView.uiBoard;
+            const std::vector<std::string> astrLines = DescribeBoard(roView, roWatcher.GetTitle());
+            for (const std::string& strLine : astrLines)
+            {
+                const bool bSaid = std::find(astrBefore.begin(), astrBefore.end(), strLine) != astrBefore.end();
+                if (!bSaid && !PrintLine(strLine, oSignals))
+                    return;
+            }
+            astrBefore = astrLines;
+        }
+        // A pipe whose reader is gone says so at once, not only when the next line is written.
+        pollfd    oOutput = {STDOUT_FILENO, 0, 0};
+        const int iSignal = oSignals.Wait(roWatcher.GetPause(oLookBegan), {&oOutput, 1});
+        if (IsEnd(iSignal) || (oOutput.revents & POLLERR) != 0)
+            return;
+    }
+}
+}

@@ -1,0 +1,11 @@
+#include "BoardError.h"
+#include "Watch.h"
+
+namespace SoftwareBoard::Viewer
+{
+void WatchInTerminal(Watcher&)
+{
+    throw BoardError(
+        "watch: built without libchafa, so no pictures in a terminal; \"tavrin-board watch | cat\" gives lines");
+}
+}

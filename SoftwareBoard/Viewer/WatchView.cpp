@@ -1,0 +1,144 @@
+#include "WatchView.h"
+
+#include <algorithm>
+
+#include "Board.h"
+#include "BoardError.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+constexpr std::chrono::milliseconds oBusyPause(34), oIdlePause(150);
+constexpr KUINT32                   uiLooksUntilIdle = 30;
+
+struct SScreens
+{
+    ino_t                                      uiBoard;
+    Panel::SDeviceLook                         oDevice;
+    std::vector<std::optional<Panel::SScreen>> aooScreens;
+    std::vector<std::string>                   astrProblems;
+};
+
+// As short as it can be in the transaction: pixels are read after it.
+SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
+{
+    const Board                   oBoard = Board::Observe();
+    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+
+    SScreens oScreens{oBoard.m_oState.GetFile().GetInode(), Panel::LookAtDevice(oBoard, uiDevice), {}, {}};
+    for (const Panel::SOutputLook& roOutput : oScreens.oDevice.aoOutputs)
+    {
+        oScreens.aooScreens.emplace_back();
+        oScreens.astrProblems.emplace_back();
+        if (!bWithPictures || roOutput.oRecord.bEnabled == FALSE)
+            continue;
+        try
+        {
+            oScreens.aooScreens.back() = Panel::OpenScreen(oBoard, roOutput.oRecord);
+        }
+        catch (const BoardError& roError)
+        {
+            oScreens.astrProblems.back() = roError.what();
+        }
+    }
+    return oScreens;
+}
+}
+
+Watcher::Watcher(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
+{
+    m_strTitle = MakePrintable(BoardFolder::DefaultPath()) + ", device " + std::to_string(uiDevice);
+    try
+    {
+        Board::Observe().m_oState.ReadDevice(uiDevice);
+    }
+    catch (const NoBoardError&)
+    {
+        // Every look says so until there is one.
+    }
+}
+
+bool Watcher::Look()
+{
+    SBoardView oView;
+    try
+    {
+        oView = LookAtBoard();
+    }
+    catch (const NoBoardError& roError)
+    {
+        oView.strProblem = "waiting for a board: " + MakePrintable(roError.what());
+    }
+    catch (const BoardError& roError)
+    {
+        oView.strProblem = MakePrintable(roError.what());
+    }
+    const bool bChanged    = oView != m_oView;
+    m_uiLooksWithoutChange = bChanged ? 0 : m_uiLooksWithoutChange + 1;
+    m_oView                = std::move(oView);
+    return bChanged;
+}
+
+SBoardView Watcher::LookAtBoard()
+{
+    SBoardView     oView;
+    const SScreens oScreens = OpenScreens(m_uiDevice, m_bWithPictures);
+    oView.uiBoard           = oScreens.uiBoard;
+    oView.uiProgressPct     = oScreens.oDevice.GetProgressPct();
+    oView.bBarRunning       = oScreens.oDevice.uiProgressBarRunning != 0;
+    Pictures oTaken;
+    for (size_t uiOutput = 0; uiOutput < oScreens.aooScreens.size(); ++uiOutput)
+    {
+        SOutputView oOutput{Panel::DescribeOutput(oScreens.oDevice.aoOutputs[uiOutput]), nullptr};
+        std::string strProblem = oScreens.astrProblems[uiOutput];
+        try
+        {
+            if (const auto& roScreen = oScreens.aooScreens[uiOutput])
+                oOutput.poPicture = Take(*roScreen, oTaken);
+        }
+        catch (const BoardError& roError)
+        {
+            strProblem = roError.what();
+        }
+        if (!strProblem.empty())
+            oOutput.strState += "; " + MakePrintable(strProblem);
+        oView.aoOutputs.push_back(std::move(oOutput));
+    }
+    m_oPictures = std::move(oTaken);
+    return oView;
+}
+
+// Outputs often show one file: it is read once a look.
+std::shared_ptr<const Panel::SPicture> Watcher::Take(const Panel::SScreen& roScreen, Pictures& roTaken) const
+{
+    const KUINT32 uiFile  = roScreen.oOutput.uiPixelFile;
+    const auto    fIsSize = [&](const auto& ro) {
+        return ro->uiWidth == roScreen.oOutput.oVidParam.uiHActive && ro->uiHeight == roScreen.oOutput.oVidParam.uiVActive;
+    };
+    auto& roOfFile = roTaken[uiFile];
+    if (const auto i = std::find_if(roOfFile.begin(), roOfFile.end(), fIsSize); i != roOfFile.end())
+        return *i;
+
+    std::shared_ptr<const Panel::SPicture> poPicture;
+    if (const auto iBefore = m_oPictures.find(uiFile); iBefore != m_oPictures.end())
+    {
+        const auto& roBefore = iBefore->second;
+        const auto  i        = std::find_if(roBefore.begin(), roBefore.end(), fIsSize);
+        if (i != roBefore.end() && Panel::IsShowing(roScreen, **i))
+            poPicture = *i;
+    }
+    if (poPicture == nullptr)
+        poPicture = std::make_shared<const Panel::SPicture>(Panel::ReadScreen(roScreen));
+    roOfFile.push_back(poPicture);
+    return poPicture;
+}
+
+std::chrono::milliseconds Watcher::GetPause(std::chrono::steady_clock::time_point oLookBegan) const
+{
+    using Milliseconds = std::chrono::milliseconds;
+    const auto oSpent  = std::chrono::ceil<Milliseconds>(std::chrono::steady_clock::now() - oLookBegan);
+    const auto oEvery  = m_uiLooksWithoutChange < uiLooksUntilIdle ? oBusyPause : oIdlePause;
+    return std::max(oEvery - oSpent, 2 * oSpent);
+}
+}

@@ -1,0 +1,217 @@
+#include <SDL.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "BoardError.h"
+#include "Font.h"
+#include "Signals.h"
+#include "Watch.h"
+
+namespace SoftwareBoard::Viewer
+{
+namespace
+{
+constexpr int iTextScale = 2;
+constexpr int iTextRow   = iGlyphHeight * iTextScale + 8;  // with the room around it
+constexpr int iCaption   = 2;                              // rows of text
+constexpr int iMargin    = 8;
+
+[[noreturn]] void ThrowSdlError(const char* pszCall, const char* pszAdvice)
+{
+    throw BoardError(std::string("the window: ") + pszCall + ": " + SDL_GetError() + pszAdvice);
+}
+
+// Everything that SDL holds, for as long as the window is there.
+class Sdl
+{
+public:
+    Sdl()
+    {
+        SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+        SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+        // SDL's other drivers show a window to nobody. SDL_VIDEODRIVER has the last word.
+        SDL_SetHint(SDL_HINT_VIDEODRIVER, std::getenv("WAYLAND_DISPLAY") != nullptr ? "x11,wayland" : "x11");
+        if (SDL_Init(SDL_INIT_VIDEO) != 0)
+            ThrowSdlError("SDL_Init", "; set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
+    }
+    ~Sdl() { SDL_Quit(); }
+    Sdl(const Sdl&)            = delete;
+    Sdl& operator=(const Sdl&) = delete;
+};
+
+struct SDestroy
+{
+    void operator()(SDL_Window* po) const { SDL_DestroyWindow(po); }
+    void operator()(SDL_Renderer* po) const { SDL_DestroyRenderer(po); }
+    void operator()(SDL_Texture* po) const { SDL_DestroyTexture(po); }
+};
+template <class T> using Owned = std::unique_ptr<T, SDestroy>;
+
+// The largest rectangle of the picture's shape in the room, in its middle.
+SDL_Rect FitInto(const SDL_Rect& roRoom, int iWidth, int iHeight)
+{
+    const double fScale  = std::min(double{1} * roRoom.w / iWidth, double{1} * roRoom.h / iHeight);
+    const int    iFitted = std::max(static_cast<int>(iWidth * fScale), 1),
+              iTall      = std::max(static_cast<int>(iHeight * fScale), 1);
+    return {roRoom.x + (roRoom.w - iFitted) / 2, roRoom.y + (roRoom.h - iTall) / 2, iFitted, iTall};
+}
+
+class Window
+{
+public:
+    explicit Window(Watcher& roWatcher);
+
+    void Draw();
+    // What a person did to the window meanwhile; FALSE when that was to close it.
+    bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const;
+
+private:
+    struct STile
+    {
+        std::shared_ptr<const Panel::SPicture> poPicture;
+        Owned<SDL_Texture>                     poTexture;
+    };
+
+    void DrawTile(size_t uiOutput, const SDL_Rect& roRoom);
+    void DrawText(const std::string& strText, const SDL_Rect& roRoom) const;
+    void Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const;
+
+    Watcher&            m_roWatcher;
+    Sdl                 m_oSdl;
+    Owned<SDL_Window>   m_poWindow;
+    Owned<SDL_Renderer> m_poRenderer;
+    std::vector<STile>  m_aoTiles;
+};
+
+Window::Window(Watcher& roWatcher) : m_roWatcher(roWatcher)
+{
+    m_poWindow.reset(SDL_CreateWindow(("Board " + roWatcher.GetTitle()).c_str(), SDL_WINDOWPOS_UNDEFINED,
+                                      SDL_WINDOWPOS_UNDEFINED, 1040, 490, SDL_WINDOW_RESIZABLE));
+    if (m_poWindow == nullptr)
+        ThrowSdlError("SDL_CreateWindow", "");
+    m_poRenderer.reset(SDL_CreateRenderer(m_poWindow.get(), -1, 0));
+    if (m_poRenderer == nullptr)
+        ThrowSdlError("SDL_CreateRenderer", "");
+    SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
+}
+
+void Window::Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const
+{
+    SDL_SetRenderDrawColor(m_poRenderer.get(), uiRed, uiGreen, uiBlue, 255);
+    SDL_RenderFillRect(m_poRenderer.get(), &roRect);
+}
+
+void Window::DrawText(const std::string& strText, const SDL_Rect& roRoom) const
+{
+    SDL_RenderSetClipRect(m_poRenderer.get(), &roRoom);
+    ForTextPixels(strText, [&](int iX, int iY) {
+        Fill({roRoom.x + iX * iTextScale, roRoom.y + 4 + iY * iTextScale, iTextScale, iTextScale}, 210, 214, 220);
+    });
+    SDL_RenderSetClipRect(m_poRenderer.get(), nullptr);
+}
+
+void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
+{
+    const SOutputView& roOutput = m_roWatcher.GetView().aoOutputs[uiOutput];
+    const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - iCaption * iTextRow, 1)};
+    int                iY       = oScreen.y + oScreen.h;
+    for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roRoom.w / (iGlyphWidth * iTextScale), iCaption))
+    {
+        DrawText(strText, {roRoom.x, iY, roRoom.w, iTextRow});
+        iY += iTextRow;
+    }
+    Fill(oScreen, 20, 22, 26);
+
+    STile& roTile = m_aoTiles[uiOutput];
+    if (roTile.poPicture != roOutput.poPicture)
+    {
+        const bool bSameSize = roTile.poPicture != nullptr && roOutput.poPicture != nullptr && roTile.poTexture != nullptr &&
+                               roTile.poPicture->uiWidth == roOutput.poPicture->uiWidth &&
+                               roTile.poPicture->uiHeight == roOutput.poPicture->uiHeight;
+        roTile.poPicture = roOutput.poPicture;
+        if (!bSameSize)
+            roTile.poTexture.reset(roTile.poPicture == nullptr
+                                       ? nullptr
+                                       : SDL_CreateTexture(m_poRenderer.get(), SDL_PIXELFORMAT_ABGR8888,
+                                                           SDL_TEXTUREACCESS_STREAMING,
+                                                           static_cast<int>(roTile.poPicture->uiWidth),
+                                                           static_cast<int>(roTile.poPicture->uiHeight)));
+        if (roTile.poTexture != nullptr)
+            SDL_UpdateTexture(roTile.poTexture.get(), nullptr, roTile.poPicture->auiRgba.data(),
+                              static_cast<int>(roTile.poPicture->GetPitchInBytes()));
+    }
+    if (roTile.poTexture == nullptr)
+        return;
+    const SDL_Rect oPlace =
+        FitInto(oScreen, static_cast<int>(roTile.poPicture->uiWidth), static_cast<int>(roTile.poPicture->uiHeight));
+    SDL_RenderCopy(m_poRenderer.get(), roTile.poTexture.get(), nullptr, &oPlace);
+}
+
+void Window::Draw()
+{
+    int iWidth = 0, iHeight = 0;
+    SDL_GetRendererOutputSize(m_poRenderer.get(), &iWidth, &iHeight);
+    const SBoardView& roView = m_roWatcher.GetView();
+    SDL_SetRenderDrawColor(m_poRenderer.get(), 40, 44, 52, 255);
+    SDL_RenderClear(m_poRenderer.get());
+
+    if (!roView.strProblem.empty())
+        DrawText(roView.strProblem, {iMargin, iMargin, iWidth - 2 * iMargin, iTextRow});
+    else
+    {
+        const int iOutputs = static_cast<int>(roView.aoOutputs.size());
+        int       iAcross  = 1;
+        while (iAcross * iAcross < iOutputs)
+            ++iAcross;
+        const int iDown   = std::max((iOutputs + iAcross - 1) / iAcross, 1);
+        const int iColumn = (iWidth - iMargin) / iAcross;
+        const int iRow    = (iHeight - iMargin - iTextRow) / iDown;
+        m_aoTiles.resize(roView.aoOutputs.size());
+        for (int i = 0; i < iOutputs; ++i)
+            DrawTile(static_cast<size_t>(i), {iMargin + i % iAcross * iColumn, iMargin + i / iAcross * iRow,
+                                              std::max(iColumn - iMargin, 1), std::max(iRow - iMargin / 2, 1)});
+        const int iBar = static_cast<int>(std::min(roView.uiProgressPct, 100u));
+        Fill({0, iHeight - iTextRow, iWidth * iBar / 100, iTextRow}, 62, 96, 140);
+        DrawText("progress " + std::to_string(roView.uiProgressPct) + " %" +
+                     (roView.bBarRunning ? ", progress bar running" : ""),
+                 {iMargin, iHeight - iTextRow, iWidth - iMargin, iTextRow});
+    }
+    SDL_RenderPresent(m_poRenderer.get());
+}
+
+bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
+{
+    SDL_Event oEvent = {};
+    for (int iGot = SDL_WaitEventTimeout(&oEvent, static_cast<int>(oWait.count())); iGot != 0; iGot = SDL_PollEvent(&oEvent))
+    {
+        const bool bKey = oEvent.type == SDL_KEYDOWN;
+        if (oEvent.type == SDL_QUIT || (bKey && (oEvent.key.keysym.sym == SDLK_ESCAPE || oEvent.key.keysym.sym == SDLK_q)))
+            return false;
+        rbRedraw = rbRedraw || oEvent.type == SDL_WINDOWEVENT;
+    }
+    return true;
+}
+}
+
+void WatchInWindow(Watcher& roWatcher)
+{
+    const Panel::Signals oSignals;
+    Window               oWindow(roWatcher);
+    bool                 bRedraw = true;
+    while (true)
+    {
+        const auto oLookBegan = std::chrono::steady_clock::now();
+        if (roWatcher.Look() || bRedraw)
+            oWindow.Draw();
+        bRedraw = false;
+        if (!oWindow.HandleEvents(roWatcher.GetPause(oLookBegan), bRedraw))
+            return;
+        const int iSignal = oSignals.Wait(std::chrono::milliseconds(0));
+        if (iSignal == SIGINT || iSignal == SIGTERM)
+            return;
+        if (iSignal != 0)
+            throw Panel::EndedBySignal{iSignal};
+    }
+}
+}

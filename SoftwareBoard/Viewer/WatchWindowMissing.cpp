@@ -1,0 +1,10 @@
+#include "BoardError.h"
+#include "Watch.h"
+
+namespace SoftwareBoard::Viewer
+{
+void WatchInWindow(Watcher&)
+{
+    throw BoardError("watch --window: built without SDL2, so there are no windows; \"tavrin-board watch\" needs none");
+}
+}
