@@ -19,9 +19,9 @@ constexpr char pszNewName[] = "board.new";
 // first: where poOld is null there must be none, otherwise that one, whose clients are shut out.
 std::optional<Board> TryMake(BoardFolder& roFolder, const SBoardPlan& roPlan, const BoardState* poOld)
 {
-    FileDescriptor                oFile = roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT);
-    const BoardLocks              oLocks(oFile);
-    const BoardLocks::Transaction oTransaction(oLocks);
+    FileDescriptor    oFile = roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT);
+    const BoardLocks  oLocks(oFile);
+    const Transaction oTransaction(oLocks);
     if (!roFolder.IsNameOf(pszNewName, oFile))
         return std::nullopt;
     if (!BoardFolder::IsUnfinished(oFile) && !BoardState::IsOurs(oFile))
@@ -116,8 +116,10 @@ Board Board::Create(const SBoardPlan& roPlan)
         auto ooBoard = TryMake(oFolder, roPlan, ooOld ? &*ooOld : nullptr);
         if (!ooBoard)
             continue;
-        const BoardLocks::Transaction oTransaction(ooBoard->m_oLocks);
-        SweepPixelFiles(*ooBoard);
+        {
+            const Transaction oTransaction(ooBoard->m_oLocks);
+            SweepPixelFiles(oTransaction, ooBoard->m_oFolder, ooBoard->m_oState);
+        }
         return std::move(*ooBoard);
     }
 }

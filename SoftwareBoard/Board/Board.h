@@ -6,6 +6,7 @@
 #include "BoardFolder.h"
 #include "BoardLocks.h"
 #include "BoardState.h"
+#include "Transaction.h"
 
 namespace SoftwareBoard
 {

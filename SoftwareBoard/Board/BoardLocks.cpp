@@ -39,6 +39,14 @@ bool TryLockByte(int iFd, off_t iByte, short sType)
     return true;
 }
 
+bool IsByteLocked(int iFd, off_t iByte, short sType)
+{
+    struct flock oLock = OneByte(iByte, sType);
+    if (fcntl(iFd, F_OFD_GETLK, &oLock) != 0)
+        ThrowSystemError("a lock of the board", "fcntl(F_OFD_GETLK)");
+    return oLock.l_type != F_UNLCK;
+}
+
 void UnlockByte(int iFd, off_t iByte) noexcept
 {
     struct flock oLock = OneByte(iByte, F_UNLCK);
@@ -66,11 +74,4 @@ void BoardLocks::Wait(off_t iByte, short sType) const
     m_bGaveUp = false;
 }
 
-bool BoardLocks::IsByteHeldByAnother(off_t iByte) const
-{
-    struct flock oLock = OneByte(iByte, F_WRLCK);
-    if (fcntl(m_oFile.Get(), F_OFD_GETLK, &oLock) != 0)
-        ThrowSystemError("a lock of the board", "fcntl(F_OFD_GETLK)");
-    return oLock.l_type != F_UNLCK;
-}
 }

@@ -14,6 +14,8 @@ namespace SoftwareBoard
 {
 // Tries to lock one byte of an open file, with type F_RDLCK (shared) or F_WRLCK. FALSE when somebody else has it.
 bool TryLockByte(int iFd, off_t iByte, short sType);
+// Whether a lock of this type would be refused now, through another open file than the one that holds the byte.
+bool IsByteLocked(int iFd, off_t iByte, short sType);
 // A failed unlock is ignored: closing the file releases the lock.
 void UnlockByte(int iFd, off_t iByte) noexcept;
 
@@ -42,24 +44,11 @@ public:
     bool TryServeDevice(KUINT32 uiDevice) { return TryLockByte(m_oFile.Get(), DisplayByte(uiDevice), F_WRLCK); }
     bool IsDeviceServedByAnother(KUINT32 uiDevice) const { return IsByteHeldByAnother(DisplayByte(uiDevice)); }
 
-    // While one exists, no other process reads or changes outputs and pixel files. Short; one at a time in a process.
-    class Transaction
-    {
-    public:
-        // Waits for the transaction of another process. Throws BoardError when that takes too long.
-        explicit Transaction(const BoardLocks& roLocks) : m_iFd(roLocks.m_oFile.Get())
-        {
-            roLocks.Wait(msc_iTransaction, F_WRLCK);
-        }
-        ~Transaction() { UnlockByte(m_iFd, msc_iTransaction); }
-        Transaction(const Transaction&)            = delete;
-        Transaction& operator=(const Transaction&) = delete;
-
-    private:
-        int m_iFd;
-    };
-
 private:
+    friend class Transaction;
+    void BeginTransaction() const { Wait(msc_iTransaction, F_WRLCK); }
+    void EndTransaction() const { UnlockByte(m_oFile.Get(), msc_iTransaction); }
+
     static constexpr off_t msc_iTransaction  = 0;
     static constexpr off_t msc_iClients      = 1;
     static constexpr off_t msc_iFirstDisplay = 512;
@@ -73,7 +62,7 @@ private:
     }
 
     void Wait(off_t iByte, short sType) const;
-    bool IsByteHeldByAnother(off_t iByte) const;
+    bool IsByteHeldByAnother(off_t iByte) const { return IsByteLocked(m_oFile.Get(), iByte, F_WRLCK); }
 
     FileDescriptor m_oFile;
     mutable bool   m_bGaveUp = false;  // the last wait took too long

@@ -25,13 +25,13 @@ struct SHeader
     KUINT32             uiDeviceCount;
 };
 constexpr std::array<char, 8> acOurMagic  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
-constexpr KUINT32             uiOurLayout = 3;
+constexpr KUINT32             uiOurLayout = 4;
 
 // What the file holds of one output.
 struct SOutputPlace
 {
     SOutputRecord oRecord;
-    alignas(128) SVerdict oVerdict;
+    SVerdict      oVerdict;
 };
 using OutputPage = std::array<SOutputPlace, uiMaxOutputs>;
 
@@ -61,6 +61,14 @@ constexpr off_t VerdictOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
 {
     return DeviceOffset(uiDevice) + 2 * iPage + 4 * off_t{uiRegister};
+}
+
+// Makes what the file holds a text that ends, and that cannot command a terminal.
+template <size_t uiSize> void MakeText(std::array<char, uiSize>& racText)
+{
+    racText.back() = '\0';
+    std::replace_if(
+        racText.begin(), racText.end(), [](char c) { return c != '\0' && (c < ' ' || c > '~'); }, '?');
 }
 
 bool IsName(const TSTR64& szName)
@@ -171,7 +179,7 @@ SDeviceRecord BoardState::ReadDevice(KUINT32 uiDevice) const
     return oDevice;
 }
 
-SOutputRecord BoardState::ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const
+SOutputRecord BoardState::ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     if (const KUINT32 uiCount = ReadDevice(uiDevice).uiOutputCount; uiOutput >= uiCount)
         throw BoardError(m_strPath + ": device " + std::to_string(uiDevice) + " has no output " + std::to_string(uiOutput) +
@@ -185,7 +193,7 @@ SOutputRecord BoardState::ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const
     return oOutput;
 }
 
-KUINT32 BoardState::WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
+KUINT32 BoardState::WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
 {
     SOutputRecord oOutput = roOutput;
     oOutput.uiGeneration  = ReadGeneration(uiDevice, uiOutput) + 1;
@@ -199,7 +207,7 @@ KUINT32 BoardState::ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const
     return Read<KUINT32>(GenerationOffset(uiDevice, uiOutput));
 }
 
-std::set<KUINT32> BoardState::ReadShownPixelFiles() const
+std::set<KUINT32> BoardState::ReadShownPixelFiles(const Transaction&) const
 {
     std::set<KUINT32> oShown;
     const KUINT32     uiCount = GetDeviceCount();
@@ -214,23 +222,22 @@ std::set<KUINT32> BoardState::ReadShownPixelFiles() const
     return oShown;
 }
 
-SVerdict BoardState::ReadVerdict(KUINT32 uiDevice, KUINT32 uiOutput) const
+SVerdict BoardState::ReadVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     CheckDevice(uiDevice);
     auto oVerdict = Read<SVerdict>(VerdictOffset(uiDevice, uiOutput));
-    // It is shown to people: none of it may command their terminal.
-    std::replace_if(
-        oVerdict.acText.begin(), oVerdict.acText.end(), [](char c) { return c != '\0' && (c < ' ' || c > '~'); }, '?');
-    oVerdict.acText.back() = '\0';
+    MakeText(oVerdict.acConnector);
+    MakeText(oVerdict.acReason);
     return oVerdict;
 }
 
-void BoardState::WriteVerdict(KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
-                              const std::string& strText)
+void BoardState::WriteVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration,
+                              EVerdict eVerdict, const std::string& strConnector, const std::string& strReason)
 {
     CheckDevice(uiDevice);
     SVerdict oVerdict{uiGeneration, eVerdict};
-    strText.copy(oVerdict.acText.data(), oVerdict.acText.size() - 1);
+    strConnector.copy(oVerdict.acConnector.data(), oVerdict.acConnector.size() - 1);
+    strReason.copy(oVerdict.acReason.data(), oVerdict.acReason.size() - 1);
     Write(VerdictOffset(uiDevice, uiOutput), oVerdict);
 }
 

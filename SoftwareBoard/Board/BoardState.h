@@ -18,6 +18,8 @@
 
 namespace SoftwareBoard
 {
+class Transaction;
+
 constexpr KUINT32 uiMaxDevices    = 8;
 constexpr KUINT32 uiMaxOutputs    = 16;  // of a device, as the next two
 constexpr KUINT32 uiMaxFpgas      = 16;
@@ -70,7 +72,8 @@ struct SVerdict
 {
     KUINT32               uiGeneration = 0;
     EVerdict              eVerdict     = EVerdict::Awaited;
-    std::array<char, 112> acText       = {};  // the connector, or why not; cut where it is too long, with an end in any case
+    std::array<char, 40>  acConnector  = {};  // such as HDMI-A-1; empty when the output has none
+    std::array<char, 128> acReason     = {};  // why it is refused; both texts are cut where they are too long
 };
 
 class BoardState
@@ -90,16 +93,17 @@ public:
     KUINT32       GetDeviceCount() const;
     SDeviceRecord ReadDevice(KUINT32 uiDevice) const;
 
-    SOutputRecord ReadOutput(KUINT32 uiDevice, KUINT32 uiOutput) const;
-    KUINT32       WriteOutput(KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);  // the new generation
+    SOutputRecord ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const;
+    KUINT32       WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput,
+                              const SOutputRecord& roOutput);                // the new generation
     KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word, which needs no transaction
 
     // The numbers of the pixel files that outputs show, also those of devices whose record is damaged.
-    std::set<KUINT32> ReadShownPixelFiles() const;
+    std::set<KUINT32> ReadShownPixelFiles(const Transaction&) const;
 
-    SVerdict ReadVerdict(KUINT32 uiDevice, KUINT32 uiOutput) const;
-    void     WriteVerdict(KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
-                          const std::string& strText);
+    SVerdict ReadVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const;
+    void     WriteVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
+                          const std::string& strConnector, const std::string& strReason = "");
 
     // Another board was made in its place, or it was removed.
     bool IsReplaced() const { return m_oFile.IsRemoved(); }

@@ -1,7 +1,6 @@
 #include "DrawingProcess.h"
 
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -53,16 +52,6 @@ DrawingProcess::DrawingProcess(int iPixels, KINT32 iPid) : m_iPixels(iPixels)
     m_oClock = oClock;
 }
 
-// Its maker holds a lock on it as long as it can be drawn into.
-bool DrawingProcess::IsKept() const
-{
-    struct flock oLock = {};
-    oLock.l_type       = F_RDLCK;
-    oLock.l_whence     = SEEK_SET;
-    oLock.l_len        = 1;
-    return fcntl(m_iPixels, F_OFD_GETLK, &oLock) != 0 || oLock.l_type != F_UNLCK;
-}
-
 bool DrawingProcess::MayHaveDrawn()
 {
     timespec oNow = {};
@@ -73,7 +62,7 @@ bool DrawingProcess::MayHaveDrawn()
     m_oWritten           = oStat.st_mtim;
     if (m_bGone)
         return bWritten;
-    m_bGone = !IsKept();  // what it drew before it went is still to be seen, once
+    m_bGone = !CanDraw();  // what it drew before it went is still to be seen, once
     // Asked before the picture is looked at, so that what it draws meanwhile counts at the next time.
     const bool bRan = !m_oClock || clock_gettime(*m_oClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
     m_oRan          = oRan;
@@ -82,7 +71,7 @@ bool DrawingProcess::MayHaveDrawn()
 
 std::optional<KINT64> DrawingProcess::FindTimeAsleep() const
 {
-    if (!IsKept())
+    if (!CanDraw())
         return 0;
     timespec   oRan   = {};
     const char cState = m_oClock ? StateOf(m_iPid) : '?';

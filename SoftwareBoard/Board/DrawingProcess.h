@@ -7,7 +7,7 @@
 
 #include <optional>
 
-#include "FileDescriptor.h"
+#include "PixelFiles.h"
 #include "QelTypes.h"
 
 namespace SoftwareBoard
@@ -24,7 +24,7 @@ public:
     bool MayHaveDrawn();
 
     // Whether somebody still has the buffer, which may be another process than the one that is known.
-    bool CanDraw() const { return IsKept(); }
+    bool CanDraw() const { return HasMaker(m_iPixels); }
 
     // Nobody can draw any more, as MayHaveDrawn found.
     bool IsGone() const { return m_bGone; }
@@ -42,7 +42,6 @@ private:
     // The processor time that the process has used, in nanoseconds, while its first thread sleeps. Nothing while that runs,
     // waits for a processor or was stopped, which may be in the middle of a picture. A constant once it is gone.
     std::optional<KINT64> FindTimeAsleep() const;
-    bool                  IsKept() const;
 
     int                      m_iPixels;
     pid_t                    m_iPid = 0;  // 0: not known

@@ -21,6 +21,9 @@ constexpr std::string_view svPrefix = "board.pixels-";
 // While a file is being made, in a transaction, it has this name, so that no other process finds half of one.
 constexpr char pszNewName[] = "board.pixels-new";
 
+// Whoever needs the file has this byte of it locked: the maker alone, others together.
+constexpr off_t iNeededByte = 0;
+
 // Stands behind the pixels.
 using Mark               = std::array<char, 8>;
 constexpr Mark acOurMark = {'T', 'A', 'V', 'R', 'I', 'N', 'P', 'X'};
@@ -38,12 +41,6 @@ std::optional<KUINT32> NumberOf(const std::string& strName)
     return strName == NameOf(uiNumber) ? std::optional(uiNumber) : std::nullopt;
 }
 
-// Through an open file of its own the caller meets the maker's lock even when it is the maker itself.
-bool IsKept(const FileDescriptor& roFile)
-{
-    return !TryLockByte(roFile.Get(), 0, F_WRLCK);
-}
-
 // A user's file may have the name of a pixel file; only one that ends with the mark is a board's.
 bool IsMarked(const FileDescriptor& roFile)
 {
@@ -55,10 +52,10 @@ bool IsMarked(const FileDescriptor& roFile)
 }
 }
 
-SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes)
+SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
+                         KUINT32 uiSizeInBytes)
 {
-    const BoardFolder& roFolder = roBoard.m_oFolder;
-    if (roBoard.m_oState.IsReplaced())
+    if (roState.IsReplaced())
         throw BoardError(roFolder.GetPath() + ": another board is there now");
     if (const FileDescriptor oLeft = roFolder.OpenFile(pszNewName, O_RDONLY))
     {
@@ -73,10 +70,10 @@ SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes)
             ThrowSystemError(roFolder.PathOf(pszNewName), "posix_fallocate", iError);
         if (pwrite(oPixels.oFile.Get(), acOurMark.data(), sizeof(Mark), off_t{uiSizeInBytes}) != ssize_t{sizeof(Mark)})
             ThrowSystemError(roFolder.PathOf(pszNewName), "pwrite");
-        TryLockByte(oPixels.oFile.Get(), 0, F_WRLCK);
+        TryLockByte(oPixels.oFile.Get(), iNeededByte, F_WRLCK);
 
         // A number that an output still shows is not given out again, also when somebody took its file away.
-        const std::set<KUINT32> oShown = roBoard.m_oState.ReadShownPixelFiles();
+        const std::set<KUINT32> oShown = roState.ReadShownPixelFiles(roTransaction);
         while (oShown.contains(oPixels.uiNumber) || roFolder.Exists(NameOf(oPixels.uiNumber)))
             ++oPixels.uiNumber;
         roFolder.Rename(pszNewName, NameOf(oPixels.uiNumber));
@@ -89,22 +86,32 @@ SPixelFile MakePixelFile(const Board& roBoard, KUINT32 uiSizeInBytes)
     return oPixels;
 }
 
-FileDescriptor OpenPixelFile(const Board& roBoard, KUINT32 uiNumber)
+void KeepPixelFile(const FileDescriptor& roPixels)
 {
-    FileDescriptor oFile = roBoard.m_oFolder.OpenFile(NameOf(uiNumber), O_RDONLY);
+    TryLockByte(roPixels.Get(), iNeededByte, F_RDLCK);
+}
+
+bool HasMaker(int iPixels)
+{
+    return IsByteLocked(iPixels, iNeededByte, F_RDLCK);
+}
+
+FileDescriptor OpenPixelFile(const Transaction&, const BoardFolder& roFolder, KUINT32 uiNumber)
+{
+    FileDescriptor oFile = roFolder.OpenFile(NameOf(uiNumber), O_RDONLY);
     if (!oFile)
-        ThrowSystemError(roBoard.m_oFolder.PathOf(NameOf(uiNumber)), "open", ENOENT);
+        ThrowSystemError(roFolder.PathOf(NameOf(uiNumber)), "open", ENOENT);
     return oFile;
 }
 
-void SweepPixelFiles(const Board& roBoard)
+void SweepPixelFiles(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState)
 {
-    if (roBoard.m_oState.IsReplaced())
+    if (roState.IsReplaced())
         return;  // the files are another board's now
-    const std::set<KUINT32> oShown  = roBoard.m_oState.ReadShownPixelFiles();
-    const std::string&      strPath = roBoard.m_oFolder.GetPath();
+    const std::set<KUINT32> oShown  = roState.ReadShownPixelFiles(roTransaction);
+    const std::string&      strPath = roFolder.GetPath();
 
-    const int iFd = openat(roBoard.m_oFolder.GetDescriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int iFd = openat(roFolder.GetDescriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, int (*)(DIR*)> poDir(iFd < 0 ? nullptr : fdopendir(iFd), closedir);
     if (poDir == nullptr)
         ThrowSystemError(strPath, "opendir");
@@ -117,9 +124,9 @@ void SweepPixelFiles(const Board& roBoard)
             continue;
         try
         {
-            if (const FileDescriptor oFile = roBoard.m_oFolder.OpenFile(strName, O_RDWR);
-                oFile && IsMarked(oFile) && !IsKept(oFile))
-                roBoard.m_oFolder.Remove(strName);
+            if (const FileDescriptor oFile = roFolder.OpenFile(strName, O_RDWR);
+                oFile && IsMarked(oFile) && !IsByteLocked(oFile.Get(), iNeededByte, F_WRLCK))
+                roFolder.Remove(strName);
         }
         catch (const BoardError&)
         {

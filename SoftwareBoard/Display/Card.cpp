@@ -4,8 +4,11 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <map>
+
+#include "BoardError.h"
 
 namespace SoftwareBoard::Display
 {
@@ -186,6 +189,20 @@ uint32_t Card::FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszN
         return poProperty->prop_id;
     }
     return 0;
+}
+
+void Card::TakeFlips()
+{
+    char          acEvents[1024];  // the kernel delivers whole events
+    const ssize_t iRead = read(m_oFd.Get(), acEvents, sizeof(acEvents));
+    for (ssize_t iAt = 0; iAt + ssize_t{sizeof(drm_event_vblank)} <= iRead;)
+    {
+        drm_event_vblank oEvent = {};
+        std::memcpy(&oEvent, acEvents + iAt, sizeof(oEvent));
+        if (oEvent.base.type == DRM_EVENT_FLIP_COMPLETE)
+            m_oFlips.erase(oEvent.user_data);
+        iAt += std::max<ssize_t>(oEvent.base.length, sizeof(oEvent.base));
+    }
 }
 
 void Card::TurnOff(uint32_t uiCrtc) const

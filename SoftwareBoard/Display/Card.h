@@ -4,10 +4,12 @@
 #define CARD_H
 
 #include <optional>
+#include <set>
 
 #include "Connectors.h"
 #include "Drm.h"
 #include "FileDescriptor.h"
+#include "QelTypes.h"
 
 namespace SoftwareBoard::Display
 {
@@ -52,6 +54,13 @@ public:
 
     uint32_t FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue = nullptr) const;
 
+    // Page flips under way, by numbers that the kernel hands back: whoever began one may be gone when it happens. NextFlip
+    // gives out a number that no flip has had, and TakeFlips is to be called when the descriptor is readable.
+    KUINT64 NextFlip() { return ++m_uiLastFlip; }
+    void    BeginFlip(KUINT64 uiFlip) { m_oFlips.insert(uiFlip); }
+    bool    IsFlipping(KUINT64 uiFlip) const { return m_oFlips.contains(uiFlip); }
+    void    TakeFlips();
+
     void TurnOff(uint32_t uiCrtc) const;
     void TurnAllOff() const;
     // Every CRTC as it was found.
@@ -72,6 +81,8 @@ private:
     std::vector<SPlane> m_oPlanes;
     std::vector<SFound> m_oFound;
     bool                m_bAtomic = false;
+    std::set<KUINT64>   m_oFlips;
+    KUINT64             m_uiLastFlip = 0;
 };
 }
 

@@ -1,23 +1,22 @@
 // The display process: keeps a card showing what the outputs of one device of the board show, and tells the board what
 // became of each. It is no client of the board: a new one may be made underneath, which it follows.
 //
-// While it serves, it holds the device's display lock, by which the library knows that an enable has to wait for a verdict;
-// with the process the lock goes, and the outputs are outputs in software again.
+// While it serves, it holds the device's display lock, by which the library knows that an enable has to wait for a verdict.
+// With the process the lock goes, and the outputs are outputs in software again.
 #ifndef DISPLAY_SERVER_H
 #define DISPLAY_SERVER_H
 
 #include "Board.h"
-#include "BoardWatch.h"
-#include "DrawingProcess.h"
+#include "DisplayOutput.h"
+#include "FileChanges.h"
 #include "HotPlug.h"
-#include "Scanout.h"
 
 namespace SoftwareBoard::Display
 {
 struct SDisplayPlan
 {
-    std::string              strCard;      // empty: the first with mode setting
-    std::vector<std::string> oConnectors;  // empty: those that are connected, in the card's order
+    std::string              strCard;         // empty: the first with mode setting
+    std::vector<std::string> astrConnectors;  // empty: those that are connected, in the card's order
     KUINT32                  uiDevice = 0;
     bool                     bLegacy  = false;
 };
@@ -25,62 +24,42 @@ struct SDisplayPlan
 class DisplayServer
 {
 public:
+    // Takes the card. Throws BoardError with what a person should read.
     explicit DisplayServer(const SDisplayPlan& roPlan);
+    // Gives the card back as it was found.
     ~DisplayServer();
 
-    // Until a signal that ends processes comes.
-    void Serve();
+    // Serves until the descriptor iEnd is readable.
+    void ServeUntilReadable(int iEnd);
 
 private:
-    // A picture that outputs show, and who draws it.
-    struct SFollowed
-    {
-        SFollowed(const SOutputRecord& roOutput, FileDescriptor oPixels);
+    void OpenBoard();
+    void Assign();
+    void FollowBoard();
+    void TakeUp(KUINT32 uiOutput);
+    void Light(DisplayOutput& roOutput, const SConnector& roConnector, Screen oScreen);
+    void FollowScreens();
+    void SetTimer();
+    void Say(KUINT32 uiOutput, EVerdict eVerdict, const std::string& strConnector, const std::string& strReason = "");
+    void Refuse(KUINT32 uiOutput, const std::string& strConnector, const std::string& strReason,
+                const std::string& strDetail = "");
+    const SConnector* FindConnector(uint32_t uiId) const;
+    uint32_t          ChooseCrtc(const DisplayOutput& roOutput, const SConnector& roConnector) const;
 
-        void Update();
+    std::shared_ptr<FollowedScreen> FindOrFollow(Screen oScreen) const;
 
-        Picture        oPicture;
-        DrawingProcess oDrawing;
-        std::string    strTrouble;  // why it cannot be read any more
-    };
-
-    struct SOutput
-    {
-        bool                       bTaken       = false;
-        KUINT32                    uiGeneration = 0;
-        uint32_t                   uiConnector  = 0;
-        std::string                strTrouble;  // why what it shows does not follow the buffer
-        std::shared_ptr<SFollowed> poFollowed;
-        std::unique_ptr<Scanout>   poScanout;
-    };
-
-    void                       OpenBoard();
-    void                       FollowBoard();
-    void                       FollowPictures();
-    void                       TakeUp(KUINT32 uiOutput);
-    std::string                Light(KUINT32 uiOutput, const SOutputRecord& roRecord, FileDescriptor oPixels,
-                                     const SConnector& roConnector);
-    void                       Darken(SOutput& roOutput) const;
-    std::shared_ptr<SFollowed> Follow(const SOutputRecord& roRecord, FileDescriptor oPixels) const;
-    std::vector<uint32_t>      FindTaken(const SOutput& roButOf) const;
-    void                       Assign();
-    void                       SetPace();
-    void                       Say(KUINT32 uiOutput, EVerdict eVerdict, const std::string& strText);
-    const SConnector*          FindConnector(uint32_t uiId) const;
-
-    const SDisplayPlan        m_oPlan;
-    Card                      m_oCard;
-    HotPlug                   m_oHotPlug;
-    std::optional<Board>      m_ooBoard;
-    std::optional<BoardWatch> m_ooWatch;
-    std::vector<SConnector>   m_oConnectors;
-    std::vector<SOutput>      m_oOutputs;
-    FileDescriptor            m_oSignals;
-    FileDescriptor            m_oTimer;
-    uint64_t                  m_uiPeriodNs = 0;
+    const SDisplayPlan         m_oPlan;
+    Card                       m_oCard;
+    HotPlug                    m_oHotPlug;
+    std::optional<Board>       m_ooBoard;
+    std::optional<FileChanges> m_ooChanges;  // of the board's folder
+    std::vector<SConnector>    m_aoConnectors;
+    std::vector<DisplayOutput> m_aoOutputs;
+    FileDescriptor             m_oTimer;
+    uint64_t                   m_uiPeriodNs = 0;
 };
 
-// Cards, connectors, formats, and which output each would show, on standard output.
+// Prints cards, connectors, formats, and which output each connector would show.
 void ListDisplays(const SDisplayPlan& roPlan);
 }
 

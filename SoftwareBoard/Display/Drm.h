@@ -1,13 +1,11 @@
-// libdrm's objects, each freed by its own function, and what its failures are in words.
-#ifndef DRM_H_
-#define DRM_H_
+// libdrm's objects, each freed by its own function.
+#ifndef DRM_H
+#define DRM_H
 
 #include <xf86drm.h>
 #include <xf86drmMode.h>
 
 #include <memory>
-
-#include "BoardError.h"
 
 namespace SoftwareBoard::Display
 {
@@ -26,13 +24,6 @@ using DrmPlane         = DrmPointer<drmModePlane, drmModeFreePlane>;
 using DrmProperties    = DrmPointer<drmModeObjectProperties, drmModeFreeObjectProperties>;
 using DrmProperty      = DrmPointer<drmModePropertyRes, drmModeFreeProperty>;
 using DrmAtomicRequest = DrmPointer<drmModeAtomicReq, drmModeAtomicFree>;
-
-// For calls that answer 0, or the negative error number, or -1 and errno.
-inline void CheckDrm(int iResult, const std::string& strWhat)
-{
-    if (iResult < 0)
-        ThrowSystemError(strWhat, "the kernel says", iResult == -1 ? errno : -iResult);
-}
 }
 
 #endif

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "BoardError.h"
 #include "DisplayServer.h"
 #include "Printable.h"
 
@@ -44,7 +45,7 @@ void ListCard(const Card& roCard, const std::vector<std::string>& roNames)
 void ListDisplays(const SDisplayPlan& roPlan)
 {
     if (!roPlan.strCard.empty())
-        return ListCard(Card::Open(roPlan.strCard), roPlan.oConnectors);
+        return ListCard(Card::Open(roPlan.strCard), roPlan.astrConnectors);
     const std::vector<std::string> oPaths = Card::FindPaths();
     if (oPaths.empty())
         Card::Open("");  // throws that there is none
@@ -52,7 +53,7 @@ void ListDisplays(const SDisplayPlan& roPlan)
     {
         try
         {
-            ListCard(Card::Open(strPath), roPlan.oConnectors);
+            ListCard(Card::Open(strPath), roPlan.astrConnectors);
         }
         catch (const BoardError& roError)
         {

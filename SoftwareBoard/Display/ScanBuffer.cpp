@@ -2,16 +2,15 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
+#include "Refusal.h"
 
 namespace SoftwareBoard::Display
 {
 ScanBuffer::ScanBuffer(const Card& roCard, const SScanFormat& roFormat, uint32_t uiWidth, uint32_t uiHeight)
     : m_iFd(roCard.GetFd()), m_roFormat(roFormat)
 {
-    if (const int iResult = drmModeCreateDumbBuffer(m_iFd, uiWidth, uiHeight, 32, 0, &m_uiHandle, &m_uiPitch, &m_uiSize);
-        iResult != 0)
-        throw NoMemoryOnCard("has no memory for the picture: the kernel says: " + std::generic_category().message(-iResult));
+    CheckDrm<NoMemoryOnCard>(drmModeCreateDumbBuffer(m_iFd, uiWidth, uiHeight, 32, 0, &m_uiHandle, &m_uiPitch, &m_uiSize),
+                             "has no memory for the picture");
     try
     {
         const uint32_t auiHandles[4] = {m_uiHandle};
@@ -49,9 +48,9 @@ void ScanBuffer::Free()
     drmModeDestroyDumbBuffer(m_iFd, m_uiHandle);
 }
 
-void ScanBuffer::Fill(const Picture& roPicture)
+void ScanBuffer::Fill(const ScreenCopy& roCopy)
 {
-    roPicture.CopyChanges(m_uiTime, m_roFormat, static_cast<KUINT8*>(m_pMapped), m_uiPitch);
-    m_uiTime = roPicture.GetTime();
+    roCopy.CopyChanges(m_uiTime, m_roFormat, static_cast<KUINT8*>(m_pMapped), m_uiPitch);
+    m_uiTime = roCopy.GetTime();
 }
 }

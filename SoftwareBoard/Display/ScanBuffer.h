@@ -3,31 +3,24 @@
 #define SCAN_BUFFER_H
 
 #include "Card.h"
-#include "Picture.h"
+#include "ScreenCopy.h"
 
 namespace SoftwareBoard::Display
 {
-// The card has no room for another picture.
-class NoMemoryOnCard : public BoardError
-{
-public:
-    using BoardError::BoardError;
-};
-
 class ScanBuffer
 {
 public:
-    // Black. Throws what a person should read.
+    // Black. Throws Refusal; NoMemoryOnCard where the card has no memory for it.
     ScanBuffer(const Card& roCard, const SScanFormat& roFormat, uint32_t uiWidth, uint32_t uiHeight);
     ~ScanBuffer();
     ScanBuffer(const ScanBuffer&)            = delete;
     ScanBuffer& operator=(const ScanBuffer&) = delete;
 
-    // Takes over what has changed since it was last filled.
-    void Fill(const Picture& roPicture);
+    // Copies the rows that changed since it was last filled.
+    void Fill(const ScreenCopy& roCopy);
 
     uint32_t GetFrameBuffer() const { return m_uiFrameBuffer; }
-    KUINT64  GetTime() const { return m_uiTime; }
+    KUINT64  GetTime() const { return m_uiTime; }  // of the copy when it was filled
 
 private:
     void Free();
@@ -39,7 +32,7 @@ private:
     uint64_t           m_uiSize        = 0;
     uint32_t           m_uiFrameBuffer = 0;
     void*              m_pMapped       = nullptr;
-    KUINT64            m_uiTime        = 0;  // of the picture
+    KUINT64            m_uiTime        = 0;
 };
 }
 

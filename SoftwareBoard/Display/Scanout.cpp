@@ -1,7 +1,8 @@
 #include "Scanout.h"
 
 #include <algorithm>
-#include <set>
+
+#include "Refusal.h"
 
 namespace SoftwareBoard::Display
 {
@@ -15,9 +16,6 @@ struct SSetting
     uint64_t    uiValue;
 };
 
-// By their numbers, which the kernel hands back; a scanout may be gone when its flip is told of.
-std::set<uintptr_t> oFlipsUnderWay;
-
 // At least one line long, so that nonsense in the timings asks for no division by it.
 uint64_t RefreshNsOf(const drmModeModeInfo& ro)
 {
@@ -26,16 +24,16 @@ uint64_t RefreshNsOf(const drmModeModeInfo& ro)
 }
 }
 
-Scanout::Scanout(const Card& roCard, const SConnector& roConnector, uint32_t uiCrtc, const drmModeModeInfo& roMode,
-                 const Picture& roPicture)
+Scanout::Scanout(Card& roCard, const SConnector& roConnector, uint32_t uiCrtc, const drmModeModeInfo& roMode,
+                 const ScreenCopy& roCopy)
     : m_roCard(roCard), m_uiCrtc(uiCrtc), m_poPlane(roCard.FindPlane(uiCrtc)), m_uiRefreshNs(RefreshNsOf(roMode))
 {
     const SScanFormat* const poFormat = m_poPlane != nullptr ? ChooseFormat(m_poPlane->auiFourCcs) : &CommonFormat();
     if (poFormat == nullptr)
-        throw BoardError("has no format of 32-bit pixels");
+        throw Refusal("has no format of 32-bit pixels");
     for (std::unique_ptr<ScanBuffer>& rpoBuffer : m_apoBuffers)
         rpoBuffer = std::make_unique<ScanBuffer>(roCard, *poFormat, roMode.hdisplay, roMode.vdisplay);
-    m_apoBuffers[0]->Fill(roPicture);
+    m_apoBuffers[0]->Fill(roCopy);
     if (roCard.IsAtomic() && m_poPlane != nullptr)
         SetAtomic(roConnector.uiId, roMode);
     else
@@ -85,20 +83,9 @@ void Scanout::SetLegacy(uint32_t uiConnector, drmModeModeInfo oMode)
              "refuses the mode");
 }
 
-void Scanout::TakeFlips(const Card& roCard)
+int Scanout::Flip(uint32_t uiFrameBuffer, void* pFlip) const
 {
-    drmEventContext oContext    = {};
-    oContext.version            = 3;
-    oContext.page_flip_handler2 = [](int, unsigned, unsigned, unsigned, unsigned, void* pFlip) {
-        oFlipsUnderWay.erase(reinterpret_cast<uintptr_t>(pFlip));
-    };
-    drmHandleEvent(roCard.GetFd(), &oContext);
-}
-
-int Scanout::Flip(uint32_t uiFrameBuffer, uintptr_t uiFlip) const
-{
-    const int   iFd   = m_roCard.GetFd();
-    void* const pFlip = reinterpret_cast<void*>(uiFlip);
+    const int iFd = m_roCard.GetFd();
     if (m_uiFrameBufferProperty == 0)
         return drmModePageFlip(iFd, m_uiCrtc, uiFrameBuffer, DRM_MODE_PAGE_FLIP_EVENT, pFlip);
     const DrmAtomicRequest poRequest(drmModeAtomicAlloc());
@@ -107,18 +94,18 @@ int Scanout::Flip(uint32_t uiFrameBuffer, uintptr_t uiFlip) const
     return drmModeAtomicCommit(iFd, poRequest.get(), DRM_MODE_PAGE_FLIP_EVENT | DRM_MODE_ATOMIC_NONBLOCK, pFlip);
 }
 
-void Scanout::Show(const Picture& roPicture)
+void Scanout::Show(const ScreenCopy& roCopy)
 {
-    static uintptr_t s_uiLastFlip = 0;
-    if (oFlipsUnderWay.contains(m_uiFlip) || !IsBehind(roPicture))
+    if (m_roCard.IsFlipping(m_uiFlip) || !IsBehind(roCopy))
         return;
-    m_apoBuffers[1]->Fill(roPicture);
-    const int iResult = Flip(m_apoBuffers[1]->GetFrameBuffer(), s_uiLastFlip + 1);
+    m_apoBuffers[1]->Fill(roCopy);
+    const KUINT64 uiFlip  = m_roCard.NextFlip();
+    const int     iResult = Flip(m_apoBuffers[1]->GetFrameBuffer(), reinterpret_cast<void*>(uiFlip));
     if (iResult == -EBUSY)  // with the last one: the next refresh tries again
         return;
     CheckDrm(iResult, "takes no new picture");
-    m_uiFlip = ++s_uiLastFlip;
-    oFlipsUnderWay.insert(m_uiFlip);
+    m_roCard.BeginFlip(uiFlip);
+    m_uiFlip = uiFlip;
     std::swap(m_apoBuffers[0], m_apoBuffers[1]);
 }
 }

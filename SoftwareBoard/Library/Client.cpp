@@ -85,9 +85,9 @@ void Client::SweepPixelFiles() noexcept
 {
     try
     {
-        const Board&                  roBoard = OpenBoard();
-        const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-        SoftwareBoard::SweepPixelFiles(roBoard);
+        const Board&      roBoard = OpenBoard();
+        const Transaction oTransaction(roBoard.m_oLocks);
+        SoftwareBoard::SweepPixelFiles(oTransaction, roBoard.m_oFolder, roBoard.m_oState);
     }
     catch (...)
     {}

@@ -12,7 +12,8 @@ namespace
 {
 // What the output shows from now on, held by this process while it shows something. Others see it change at once, with
 // its holder; a failure leaves what was held before. The new generation, or nothing when another process holds it.
-std::optional<KUINT32> Show(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const SOutputRecord& roRecord)
+std::optional<KUINT32> Show(Client& roClient, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput,
+                            const SOutputRecord& roRecord)
 {
     const bool bWasHeld = roClient.IsHolding(roOutput);
     if (!roClient.HoldOutput(roOutput))
@@ -20,7 +21,8 @@ std::optional<KUINT32> Show(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, 
     KUINT32 uiGeneration = 0;
     try
     {
-        uiGeneration = roClient.OpenBoard().m_oState.WriteOutput(roOutput.uiDevice, roOutput.uiOutput, roRecord);
+        uiGeneration =
+            roClient.OpenBoard().m_oState.WriteOutput(roTransaction, roOutput.uiDevice, roOutput.uiOutput, roRecord);
     }
     catch (...)
     {
@@ -37,15 +39,16 @@ std::optional<KUINT32> Show(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, 
 // process that is gone from being swept meanwhile.
 struct SBefore
 {
-    SBefore(const Board& roBoard, const TVIDEOOUT_OBJECT& roOutput, bool bHeld) : m_bHeld(bHeld)
+    SBefore(const Board& roBoard, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput, bool bHeld)
+        : m_bHeld(bHeld)
     {
         try
         {
-            m_oRecord = roBoard.m_oState.ReadOutput(roOutput.uiDevice, roOutput.uiOutput);
+            m_oRecord = roBoard.m_oState.ReadOutput(roTransaction, roOutput.uiDevice, roOutput.uiOutput);
             if (m_oRecord.bEnabled == FALSE)
                 return;
-            m_oPixels = OpenPixelFile(roBoard, m_oRecord.uiPixelFile);
-            TryLockByte(m_oPixels.Get(), 0, F_RDLCK);
+            m_oPixels = OpenPixelFile(roTransaction, roBoard.m_oFolder, m_oRecord.uiPixelFile);
+            KeepPixelFile(m_oPixels);
         }
         catch (const BoardError&)
         {
@@ -53,10 +56,10 @@ struct SBefore
         }
     }
 
-    void ComeBack(Client& roClient, const TVIDEOOUT_OBJECT& roOutput) const
+    void ComeBack(Client& roClient, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput) const
     {
         const bool bShows = m_oPixels && !m_oPixels.IsRemoved();
-        Show(roClient, roOutput, bShows ? m_oRecord : SOutputRecord());
+        Show(roClient, roTransaction, roOutput, bShows ? m_oRecord : SOutputRecord());
         if (!m_bHeld && roClient.IsHolding(roOutput))
             roClient.ReleaseOutput(roOutput);
     }
@@ -78,10 +81,10 @@ bool IsShown(const Board& roBoard, const TVIDEOOUT_OBJECT& roOutput, KUINT32 uiG
     {
         const bool bLast = steady_clock::now() - oStart >= oPatience;
         {
-            const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
+            const Transaction oTransaction(roBoard.m_oLocks);
             if (!roBoard.m_oLocks.IsDeviceServedByAnother(roOutput.uiDevice))
                 return true;
-            const SVerdict oVerdict = roBoard.m_oState.ReadVerdict(roOutput.uiDevice, roOutput.uiOutput);
+            const SVerdict oVerdict = roBoard.m_oState.ReadVerdict(oTransaction, roOutput.uiDevice, roOutput.uiOutput);
             if (oVerdict.uiGeneration == uiGeneration && oVerdict.eVerdict != EVerdict::Awaited)
                 return oVerdict.eVerdict == EVerdict::Shown;
         }
@@ -98,23 +101,23 @@ TStatus EnableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const S
     std::optional<SBefore> ooBefore;
     std::optional<KUINT32> ouiGeneration;
     {
-        const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
+        const Transaction oTransaction(roBoard.m_oLocks);
         if (roBoard.m_oLocks.IsDeviceServedByAnother(roOutput.uiDevice))
-            ooBefore.emplace(roBoard, roOutput, roClient.IsHolding(roOutput));
-        ouiGeneration = Show(roClient, roOutput, roRecord);
+            ooBefore.emplace(roBoard, oTransaction, roOutput, roClient.IsHolding(roOutput));
+        ouiGeneration = Show(roClient, oTransaction, roOutput, roRecord);
     }
     if (!ouiGeneration)
         return TStatus_RESOURCES_BUSY;
     if (!ooBefore || IsShown(roBoard, roOutput, *ouiGeneration))
         return TStatus_OK;
-    const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-    ooBefore->ComeBack(roClient, roOutput);
+    const Transaction oTransaction(roBoard.m_oLocks);
+    ooBefore->ComeBack(roClient, oTransaction, roOutput);
     return TStatus_FAIL;
 }
 
 TStatus DisableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput)
 {
-    const BoardLocks::Transaction oTransaction(roClient.OpenBoard().m_oLocks);
-    return Show(roClient, roOutput, SOutputRecord()) ? TStatus_OK : TStatus_RESOURCES_BUSY;
+    const Transaction oTransaction(roClient.OpenBoard().m_oLocks);
+    return Show(roClient, oTransaction, roOutput, SOutputRecord()) ? TStatus_OK : TStatus_RESOURCES_BUSY;
 }
 }

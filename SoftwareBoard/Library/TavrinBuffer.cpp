@@ -15,10 +15,11 @@ TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUIN
 
         const Board& roBoard = roClient.OpenBoard();
         roBoard.m_oState.ReadDevice(*ouiDevice);  // throws for a damaged one
-        const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-        SweepPixelFiles(roBoard);
-        *phBuffer = roClient.m_oBuffers.Add(
-            std::make_unique<TBUFFER_OBJECT>(*ouiDevice, *ooLayout, MakePixelFile(roBoard, ooLayout->uiSizeInBytes)));
+        const Transaction oTransaction(roBoard.m_oLocks);
+        SweepPixelFiles(oTransaction, roBoard.m_oFolder, roBoard.m_oState);
+        *phBuffer = roClient.m_oBuffers.Add(std::make_unique<TBUFFER_OBJECT>(
+            *ouiDevice, *ooLayout,
+            MakePixelFile(oTransaction, roBoard.m_oFolder, roBoard.m_oState, ooLayout->uiSizeInBytes)));
         return TStatus_OK;
     });
 }

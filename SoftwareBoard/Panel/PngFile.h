@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "Screen.h"
+#include "Picture.h"
 
 namespace SoftwareBoard::Panel
 {

@@ -25,8 +25,11 @@ Signals::Signals(std::initializer_list<int> aiOthers)
     // Shells start background jobs with SIGINT and SIGQUIT ignored; a person who sends one means it all the same.
     for (const int iSignal : {SIGINT, SIGTERM, SIGQUIT})
         sigaddset(&oSet, iSignal);
-    if (!IsIgnored(SIGHUP))
-        sigaddset(&oSet, SIGHUP);
+    for (const int iSignal : {SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGIO, SIGPWR, SIGSTKFLT, SIGXCPU})
+    {
+        if (!IsIgnored(iSignal))
+            sigaddset(&oSet, iSignal);
+    }
     for (const int iSignal : aiOthers)
         sigaddset(&oSet, iSignal);
 

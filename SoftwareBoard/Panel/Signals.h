@@ -17,9 +17,9 @@ namespace SoftwareBoard::Panel
 class Signals
 {
 public:
-    // SIGINT, SIGTERM, SIGQUIT and SIGHUP, those that a person or a system ends a program with, and the others that are
-    // named. A hang-up that the caller had ignored (nohup) stays ignored. SIGPIPE does nothing meanwhile: a write to what
-    // nobody reads any more fails.
+    // Those that end a process and are no fault of its own, and the others that are named. A signal that the caller had
+    // ignored stays so, as a hang-up under nohup; SIGINT, SIGTERM and SIGQUIT always count. SIGPIPE does nothing meanwhile:
+    // a write to what nobody reads any more fails.
     explicit Signals(std::initializer_list<int> aiOthers = {});
     ~Signals();
     Signals(const Signals&)            = delete;
@@ -27,6 +27,9 @@ public:
 
     // The next signal, or 0 after the time or when one of the other descriptors has something to say.
     int Wait(std::chrono::milliseconds oTimeout, std::span<pollfd> aoOthers = {}) const;
+
+    // Readable when a signal is there.
+    int GetDescriptor() const { return m_oFile.Get(); }
 
     const sigset_t& GetMaskBefore() const { return m_oBefore; }
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Screen.h"
+#include "Picture.h"
 
 namespace SoftwareBoard::Viewer
 {

@@ -98,7 +98,7 @@ private:
     {
         if ((m_poTool == nullptr || m_poTool->HasEnded()) && !StartRun())
             return std::nullopt;
-        const DrawingProcess oDrawing(m_ooScreen->oPixels.Get(), m_ooScreen->oOutput.iHolderPid);
+        const DrawingProcess oDrawing(m_ooScreen->GetPixels().Get(), m_ooScreen->GetOutput().iHolderPid);
         WaitUntil([&] { return oDrawing.SleptWhile([&] { m_oBoard.SetProgress(uiPercent); }); }, oLongestLook);
         if (m_bReadsProgress)
         {
@@ -112,7 +112,7 @@ private:
             // step never does.
             m_bReadsProgress = bRead;
         }
-        Panel::SPicture oPicture = Panel::ReadWholeScreen(*m_ooScreen);
+        Panel::SPicture oPicture = Panel::ReadWholePicture(*m_ooScreen);
         // At 100 % the tool ends by itself, and what it reads on its way out is not the progress.
         if (uiPercent == 100 && m_bReadsProgress)
             WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
@@ -133,15 +133,15 @@ private:
         return true;
     }
 
-    const Panel::Signals          m_oSignals{SIGCHLD};
-    PreviewBoard                  m_oBoard;
-    std::string                   m_strName = pszTool;
-    std::string                   m_strTool = Panel::FindProgram(pszTool);
-    Panel::PassedOn               m_oArguments;
-    bool                          m_bReadsProgress = false;
-    bool                          m_bWasOn         = false;
-    std::optional<Panel::SScreen> m_ooScreen;  // of the run
-    std::unique_ptr<ToolProcess>  m_poTool;    // after the board: it ends first
+    const Panel::Signals         m_oSignals{SIGCHLD};
+    PreviewBoard                 m_oBoard;
+    std::string                  m_strName = pszTool;
+    std::string                  m_strTool = Panel::FindProgram(pszTool);
+    Panel::PassedOn              m_oArguments;
+    bool                         m_bReadsProgress = false;
+    bool                         m_bWasOn         = false;
+    std::optional<Screen>        m_ooScreen;  // of the run
+    std::unique_ptr<ToolProcess> m_poTool;    // after the board: it ends first
 };
 
 void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const Panel::PassedOn& roPassedOn)

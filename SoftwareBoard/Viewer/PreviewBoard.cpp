@@ -83,15 +83,15 @@ bool PreviewBoard::IsRunning() const
     return false;
 }
 
-std::optional<Panel::SScreen> PreviewBoard::OpenScreen() const
+std::optional<Screen> PreviewBoard::OpenScreen() const
 {
-    const Board                   oBoard = Board::Open();
-    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32                 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
+    const Board       oBoard = Board::Open();
+    const Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32     uiDeviceCount = oBoard.m_oState.GetDeviceCount();
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
     {
-        if (const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(uiDevice, 0); oOutput.bEnabled == TRUE)
-            return Panel::OpenScreen(oBoard, oOutput);
+        if (const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(oTransaction, uiDevice, 0); oOutput.bEnabled == TRUE)
+            return Screen(oTransaction, oBoard.m_oFolder, oOutput);
     }
     return std::nullopt;
 }

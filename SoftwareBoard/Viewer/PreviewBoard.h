@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "Screen.h"
+#include "Picture.h"
 
 namespace SoftwareBoard::Viewer
 {
@@ -24,7 +24,7 @@ public:
     bool TakeReads() const;
 
     // Output 0 of the first device whose output 0 is on, or nothing.
-    std::optional<Panel::SScreen> OpenScreen() const;
+    std::optional<Screen> OpenScreen() const;
     // Whether the tool has turned all outputs on; until its loop asks for the progress it reads nothing after that.
     bool IsRunning() const;
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Screen.h"
+#include "Picture.h"
 #include "Terminal.h"
 
 namespace SoftwareBoard::Viewer

@@ -21,13 +21,13 @@ bool IsTerminal()
 
 void Watch(KUINT32 uiDevice, bool bWindow)
 {
-    const bool bTerminal = !bWindow && IsTerminal();
-    Watcher    oWatcher(uiDevice, bWindow || bTerminal);
+    const bool   bTerminal = !bWindow && IsTerminal();
+    WatchedBoard oBoard(uiDevice, bWindow || bTerminal);
     if (bTerminal)
-        return WatchInTerminal(oWatcher);
+        return WatchInTerminal(oBoard);
     if (bWindow)
-        return WatchInWindow(oWatcher);
-    WatchInLines(oWatcher);
+        return WatchInWindow(oBoard);
+    WatchInLines(oBoard);
 }
 }
 

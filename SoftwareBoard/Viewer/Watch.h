@@ -2,7 +2,7 @@
 #ifndef WATCH_H
 #define WATCH_H
 
-#include "WatchView.h"
+#include "WatchedBoard.h"
 
 namespace SoftwareBoard::Viewer
 {
@@ -10,10 +10,10 @@ namespace SoftwareBoard::Viewer
 std::vector<std::string> DescribeInRows(size_t uiOutput, const SOutputView& roOutput, int iColumns, int iRows);
 
 // One plain line a change, for a file or another program.
-void WatchInLines(Watcher& roWatcher);
+void WatchInLines(WatchedBoard& roBoard);
 
-void WatchInTerminal(Watcher& roWatcher);
-void WatchInWindow(Watcher& roWatcher);
+void WatchInTerminal(WatchedBoard& roBoard);
+void WatchInWindow(WatchedBoard& roBoard);
 }
 
 #endif

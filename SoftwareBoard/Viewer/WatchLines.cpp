@@ -50,21 +50,21 @@ std::vector<std::string> DescribeBoard(const SBoardView& roView, const std::stri
 }
 }
 
-void WatchInLines(Watcher& roWatcher)
+void WatchInLines(WatchedBoard& roBoard)
 {
     const Panel::Signals     oSignals;
     ino_t                    uiBoard = 0;
     std::vector<std::string> astrBefore;
     while (true)
     {
-        const auto oLookBegan = std::chrono::steady_clock::now();
-        if (roWatcher.Look())
+        const auto oUpdateBegan = std::chrono::steady_clock::now();
+        if (roBoard.Update())
         {
-            const SBoardView& roView = roWatcher.GetView();
+            const SBoardView& roView = roBoard.GetView();
             if (roView.uiBoard != uiBoard)
                 astrBefore.clear();  // another board: all of it is new
             uiBoard                                  = roView.uiBoard;
-            const std::vector<std::string> astrLines = DescribeBoard(roView, roWatcher.GetTitle());
+            const std::vector<std::string> astrLines = DescribeBoard(roView, roBoard.GetTitle());
             for (const std::string& strLine : astrLines)
             {
                 const bool bSaid = std::find(astrBefore.begin(), astrBefore.end(), strLine) != astrBefore.end();
@@ -75,7 +75,7 @@ void WatchInLines(Watcher& roWatcher)
         }
         // A pipe whose reader is gone says so at once, not only when the next line is written.
         pollfd    oOutput = {STDOUT_FILENO, 0, 0};
-        const int iSignal = oSignals.Wait(roWatcher.GetPause(oLookBegan), {&oOutput, 1});
+        const int iSignal = oSignals.Wait(roBoard.GetPause(oUpdateBegan), {&oOutput, 1});
         if (IsEnd(iSignal) || (oOutput.revents & POLLERR) != 0)
             return;
     }

@@ -37,7 +37,7 @@ constexpr int iRowsForLongCaption = 6;
 class TerminalView
 {
 public:
-    explicit TerminalView(Watcher& roWatcher) : m_roWatcher(roWatcher)
+    explicit TerminalView(WatchedBoard& roBoard) : m_roBoard(roBoard)
     {
         m_oTerminal.SetImageEraser(m_oPictures.GetImageEraser());
     }
@@ -65,7 +65,7 @@ private:
         std::vector<std::string>               astrTexts;
     };
 
-    Watcher&            m_roWatcher;
+    WatchedBoard&       m_roBoard;
     TerminalPictures    m_oPictures;
     Terminal            m_oTerminal;
     STerminalSize       m_oSize;
@@ -75,7 +75,7 @@ private:
 // As many tiles across as make the pictures largest.
 STiles TerminalView::LayOut(int iRows) const
 {
-    const auto&            roOutputs = m_roWatcher.GetView().aoOutputs;
+    const auto&            roOutputs = m_roBoard.GetView().aoOutputs;
     const int              iOutputs  = std::max(static_cast<int>(roOutputs.size()), 1);
     const Panel::SPicture  oUsual    = {4, 3, {}};
     const auto             i = std::find_if(roOutputs.begin(), roOutputs.end(), [](const auto& ro) { return ro.poPicture; });
@@ -106,7 +106,7 @@ STiles TerminalView::LayOut(int iRows) const
 
 void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles)
 {
-    const SOutputView& roOutput = m_roWatcher.GetView().aoOutputs[uiOutput];
+    const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
     const int          iHigh    = roTiles.iRows - roTiles.iCaption;
     int                iLine    = iRow + iHigh;
     for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roTiles.iColumns, roTiles.iCaption))
@@ -128,7 +128,7 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles
 // The whole row is the bar, and the words stand in it.
 void TerminalView::DrawProgress(int iRow)
 {
-    const SBoardView& roView = m_roWatcher.GetView();
+    const SBoardView& roView = m_roBoard.GetView();
     std::string       strBar = CutOrFill(" progress " + std::to_string(roView.uiProgressPct) + " %" +
                                              (roView.bBarRunning ? ", progress bar running" : ""),
                                          m_oSize.iColumns);
@@ -139,12 +139,12 @@ void TerminalView::DrawProgress(int iRow)
 void TerminalView::Draw()
 {
     m_oSize                  = Terminal::GetSize();
-    const SBoardView& roView = m_roWatcher.GetView();
+    const SBoardView& roView = m_roBoard.GetView();
     const bool        bTitle = m_oSize.iRows >= 6;
     const int         iTop   = bTitle ? 1 : 0;
     const int         iRows  = m_oSize.iRows - iTop - 1;
     if (bTitle)
-        m_oTerminal.Put(0, 0, "\x1b[1m" + CutOrFill("board " + m_roWatcher.GetTitle(), m_oSize.iColumns) + "\x1b[0m");
+        m_oTerminal.Put(0, 0, "\x1b[1m" + CutOrFill("board " + m_roBoard.GetTitle(), m_oSize.iColumns) + "\x1b[0m");
     if (!roView.strProblem.empty())
     {
         m_oTerminal.Put(m_oSize.iRows / 2, 0, CutOrFill(roView.strProblem, m_oSize.iColumns));
@@ -182,23 +182,23 @@ void StopProcess()
 }
 }
 
-void WatchInTerminal(Watcher& roWatcher)
+void WatchInTerminal(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals({SIGWINCH, SIGTSTP, SIGCONT});
-    TerminalView         oView(roWatcher);
+    TerminalView         oView(roBoard);
     const bool           bKeys   = isatty(STDIN_FILENO) == 1;
     bool                 bRedraw = true;
     while (true)
     {
-        const auto oLookBegan = std::chrono::steady_clock::now();
-        if (!oView.IsBehind() && (roWatcher.Look() || bRedraw))
+        const auto oUpdateBegan = std::chrono::steady_clock::now();
+        if (!oView.IsBehind() && (roBoard.Update() || bRedraw))
         {
             oView.Draw();
             bRedraw = false;
         }
 
         pollfd            aoFiles[] = {{bKeys ? STDIN_FILENO : -1, POLLIN, 0}, oView.AwaitWriting()};
-        const int         iSignal   = oSignals.Wait(roWatcher.GetPause(oLookBegan), aoFiles);
+        const int         iSignal   = oSignals.Wait(roBoard.GetPause(oUpdateBegan), aoFiles);
         const std::string strKeys   = (aoFiles[0].revents & POLLIN) != 0 ? ReadKeys() : "";
         if (strKeys.find('q') != std::string::npos)
             return;

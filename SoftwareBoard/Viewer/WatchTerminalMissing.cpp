@@ -3,7 +3,7 @@
 
 namespace SoftwareBoard::Viewer
 {
-void WatchInTerminal(Watcher&)
+void WatchInTerminal(WatchedBoard&)
 {
     throw BoardError(
         "watch: built without libchafa, so no pictures in a terminal; \"tavrin-board watch | cat\" gives lines");

@@ -60,7 +60,7 @@ SDL_Rect FitInto(const SDL_Rect& roRoom, int iWidth, int iHeight)
 class Window
 {
 public:
-    explicit Window(Watcher& roWatcher);
+    explicit Window(WatchedBoard& roBoard);
 
     void Draw();
     // What a person did to the window meanwhile; FALSE when that was to close it.
@@ -77,16 +77,16 @@ private:
     void DrawText(const std::string& strText, const SDL_Rect& roRoom) const;
     void Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const;
 
-    Watcher&            m_roWatcher;
+    WatchedBoard&       m_roBoard;
     Sdl                 m_oSdl;
     Owned<SDL_Window>   m_poWindow;
     Owned<SDL_Renderer> m_poRenderer;
     std::vector<STile>  m_aoTiles;
 };
 
-Window::Window(Watcher& roWatcher) : m_roWatcher(roWatcher)
+Window::Window(WatchedBoard& roBoard) : m_roBoard(roBoard)
 {
-    m_poWindow.reset(SDL_CreateWindow(("Board " + roWatcher.GetTitle()).c_str(), SDL_WINDOWPOS_UNDEFINED,
+    m_poWindow.reset(SDL_CreateWindow(("Board " + roBoard.GetTitle()).c_str(), SDL_WINDOWPOS_UNDEFINED,
                                       SDL_WINDOWPOS_UNDEFINED, 1040, 490, SDL_WINDOW_RESIZABLE));
     if (m_poWindow == nullptr)
         ThrowSdlError("SDL_CreateWindow", "");
@@ -113,7 +113,7 @@ void Window::DrawText(const std::string& strText, const SDL_Rect& roRoom) const
 
 void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
 {
-    const SOutputView& roOutput = m_roWatcher.GetView().aoOutputs[uiOutput];
+    const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
     const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - iCaption * iTextRow, 1)};
     int                iY       = oScreen.y + oScreen.h;
     for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roRoom.w / (iGlyphWidth * iTextScale), iCaption))
@@ -152,7 +152,7 @@ void Window::Draw()
 {
     int iWidth = 0, iHeight = 0;
     SDL_GetRendererOutputSize(m_poRenderer.get(), &iWidth, &iHeight);
-    const SBoardView& roView = m_roWatcher.GetView();
+    const SBoardView& roView = m_roBoard.GetView();
     SDL_SetRenderDrawColor(m_poRenderer.get(), 40, 44, 52, 255);
     SDL_RenderClear(m_poRenderer.get());
 
@@ -194,18 +194,18 @@ bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
 }
 }
 
-void WatchInWindow(Watcher& roWatcher)
+void WatchInWindow(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals;
-    Window               oWindow(roWatcher);
+    Window               oWindow(roBoard);
     bool                 bRedraw = true;
     while (true)
     {
-        const auto oLookBegan = std::chrono::steady_clock::now();
-        if (roWatcher.Look() || bRedraw)
+        const auto oUpdateBegan = std::chrono::steady_clock::now();
+        if (roBoard.Update() || bRedraw)
             oWindow.Draw();
         bRedraw = false;
-        if (!oWindow.HandleEvents(roWatcher.GetPause(oLookBegan), bRedraw))
+        if (!oWindow.HandleEvents(roBoard.GetPause(oUpdateBegan), bRedraw))
             return;
         const int iSignal = oSignals.Wait(std::chrono::milliseconds(0));
         if (iSignal == SIGINT || iSignal == SIGTERM)

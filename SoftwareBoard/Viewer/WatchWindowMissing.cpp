@@ -3,7 +3,7 @@
 
 namespace SoftwareBoard::Viewer
 {
-void WatchInWindow(Watcher&)
+void WatchInWindow(WatchedBoard&)
 {
     throw BoardError("watch --window: built without SDL2, so there are no windows; \"tavrin-board watch\" needs none");
 }

@@ -1,17 +1,18 @@
 // What shows an output on a display, as far as that needs no card: modes, formats, who shows what, and the changed rows.
 #include <drm_fourcc.h>
 
+#include "Board.h"
 #include "BoardError.h"
 #include "BoardWorld.h"
 #include "Connectors.h"
 #include "DisplayMode.h"
 #include "DrawingProcess.h"
-#include "Picture.h"
+#include "ScreenCopy.h"
 
 namespace
 {
 using namespace SoftwareBoard::Display;
-using SoftwareBoard::DrawingProcess;
+using SoftwareBoard::DrawingProcess, SoftwareBoard::Screen;
 
 TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
 {
@@ -62,20 +63,25 @@ TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
         EXPECT_EQ(AssignConnectors(oConnectors, oNames, oBefore), oNow);
 }
 
-struct PictureTest : BoardWorld
+struct ScreenCopyTest : BoardWorld
 {
+    static Screen Observe(const SoftwareBoard::SOutputRecord& roOutput)
+    {
+        const auto                       oBoard = SoftwareBoard::Board::Observe();
+        const SoftwareBoard::Transaction oTransaction(oBoard.m_oLocks);
+        return {oTransaction, oBoard.m_oFolder, roOutput};
+    }
     static constexpr KUINT32 uiWidth = 33, uiHeight = 700;  // more rows than are read at once
     auto Open() const { return SoftwareBoard::FileDescriptor(open((m_oFolder / "board.pixels-0").c_str(), O_RDONLY)); }
 };
 
-TEST_F(PictureTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
+TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
 {
     InClient([&](TestClient& ro) {
         constexpr size_t uiFrom = 48, uiTo = 40, uiRows = 800;  // pixels from row to row
         ro.MakeBuffer(uiWidth, uiHeight);
         KUINT32* const               puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        Picture                      oPicture({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight},
-                                              Open());
+        ScreenCopy                   oPicture(Observe({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
         std::vector<KUINT32>         aauiShown[] = {std::vector(uiTo * uiRows, 5u), std::vector(uiTo * uiRows, 5u)};
         KUINT64                      auiTimes[2] = {};
         const std::tuple<size_t, size_t, int, KUINT64> aoSteps[] = {  // row and column drawn, buffer filled, time then
@@ -97,7 +103,7 @@ TEST_F(PictureTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
     });
 }
 
-TEST_F(PictureTest, OnlyAProcessThatRanMayHaveDrawn)
+TEST_F(ScreenCopyTest, OnlyAProcessThatRanMayHaveDrawn)
 {
     Process oDrawing([] { TestClient().MakeBuffer(uiWidth, uiHeight), Process::Pause(), Process::Pause(); });
     oDrawing.Await();

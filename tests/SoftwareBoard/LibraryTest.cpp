@@ -60,12 +60,12 @@ TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
     const Board oStopped = Board::Open(), oBoard = Board::Open();
     const auto  oStart   = std::chrono::steady_clock::now();
     {
-        const BoardLocks::Transaction oTransaction(oStopped.m_oLocks);
+        const Transaction oTransaction(oStopped.m_oLocks);
         for (int iTry = 0; iTry < 20; ++iTry)  // as the end of a run with many outputs would
-            EXPECT_THROW(BoardLocks::Transaction(oBoard.m_oLocks), BoardError);
+            EXPECT_THROW(Transaction(oBoard.m_oLocks), BoardError);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(8));
-    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const Transaction oTransaction(oBoard.m_oLocks);
 }
 
 // What another process is answered about output 0; output 1 is free in any case.

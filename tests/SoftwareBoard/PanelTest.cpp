@@ -289,29 +289,28 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
 TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
 {
     using SoftwareBoard::EVerdict;
-    const std::tuple<EVerdict, std::string, std::string, std::string> aoCases[] = {
-        {EVerdict::Shown, "HDMI-A-1", ", shown on HDMI-A-1\n", R"({"connector":"HDMI-A-1","state":"shown","reason":null})"},
-        {EVerdict::Shown, "eDP-1", "off, dark on eDP-1\n", R"({"connector":"eDP-1","state":"dark","reason":null})"},
-        {EVerdict::Refused, "DP-12 takes none", "off, not shown: DP-12 takes none\n", R"({"connector":"DP-12","state":"refused","reason":"takes none"})"},
-        {EVerdict::Refused, "none is there", "off, not shown: none is there\n", R"({"connector":null,"state":"refused","reason":"none is there"})"},
-        {EVerdict::Refused, "A-1", "off, not shown: A-1\n", R"({"connector":null,"state":"refused","reason":"A-1"})"},
-        {EVerdict::Awaited, "", "off, not shown yet\n", R"({"connector":null,"state":"awaited","reason":null})"},
+    const std::tuple<EVerdict, std::string, std::string, std::string, std::string> aoCases[] = {
+        {EVerdict::Shown, "HDMI-A-1", "", ", shown on HDMI-A-1\n", R"({"connector":"HDMI-A-1","state":"shown","reason":null})"},
+        {EVerdict::Shown, "eDP-1", "", "off, dark on eDP-1\n", R"({"connector":"eDP-1","state":"dark","reason":null})"},
+        {EVerdict::Refused, "DP-12", "takes none", "off, not shown: DP-12 takes none\n", R"({"connector":"DP-12","state":"refused","reason":"takes none"})"},
+        {EVerdict::Refused, "", "none is there", "off, not shown: none is there\n", R"({"connector":null,"state":"refused","reason":"none is there"})"},
+        {EVerdict::Awaited, "", "", "off, not shown yet\n", R"({"connector":null,"state":"awaited","reason":null})"},
     };
-    Expect("create --outputs 6", 0, "");
+    Expect("create --outputs 5", 0, "");
     Holder  oHolder;
     Process oDisplay([&] {
         SoftwareBoard::Board oBoard = SoftwareBoard::Board::Observe();
         EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
-        for (KUINT32 uiOutput = 0; const auto& [eVerdict, strText, strWords, strJson] : aoCases)
+        for (KUINT32 uiOutput = 0; const auto& [eVerdict, strConnector, strReason, strWords, strJson] : aoCases)
         {
-            const SoftwareBoard::BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
-            oBoard.m_oState.WriteVerdict(0, uiOutput, oBoard.m_oState.ReadGeneration(0, uiOutput), eVerdict, strText);
+            const SoftwareBoard::Transaction oTransaction(oBoard.m_oLocks);
+            oBoard.m_oState.WriteVerdict(oTransaction, 0, uiOutput, oBoard.m_oState.ReadGeneration(0, uiOutput), eVerdict, strConnector, strReason);
             ++uiOutput;
         }
         Process::Pause();
     });
     oDisplay.Await();
-    for (KUINT32 uiOutput = 0; const auto& [eVerdict, strText, strWords, strJson] : aoCases)
+    for (KUINT32 uiOutput = 0; const auto& [eVerdict, strConnector, strReason, strWords, strJson] : aoCases)
     {
         Expect("status | grep 'output " + std::to_string(uiOutput++) + ":'", 0, strWords);
         Expect("status --json", 0, "\"display\":" + strJson);

@@ -25,10 +25,15 @@ struct Display : Process
 
 struct VerdictTest : BoardWorld
 {
+    static SOutputRecord ReadOutput(const Board& ro)
+    {
+        const Transaction oTransaction(ro.m_oLocks);
+        return ro.m_oState.ReadOutput(oTransaction, 0, 0);
+    }
     static bool Say(Board& ro, KUINT32 uiGeneration, EVerdict eVerdict)
     {
-        const BoardLocks::Transaction oTransaction(ro.m_oLocks);
-        ro.m_oState.WriteVerdict(0, 0, uiGeneration, eVerdict, "why");
+        const Transaction oTransaction(ro.m_oLocks);
+        ro.m_oState.WriteVerdict(oTransaction, 0, 0, uiGeneration, eVerdict, "why");
         return true;
     }
 };
@@ -51,7 +56,7 @@ TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
             const auto iMs = (std::chrono::steady_clock::now() - oStart) / std::chrono::milliseconds(1);
             EXPECT_TRUE(iFromMs <= iMs && iMs < iToMs) << strName << " took " << iMs << " ms";
             const Board oBoard = Board::Observe();
-            for (const bool bOn : {oBoard.m_oState.ReadOutput(0, 0).bEnabled != 0, oBoard.m_oLocks.IsOutputHeldByAnother(0, 0)})
+            for (const bool bOn : {ReadOutput(oBoard).bEnabled != 0, oBoard.m_oLocks.IsOutputHeldByAnother(0, 0)})
                 EXPECT_EQ(bOn, eStatus == TStatus_OK) << strName;
             EXPECT_EQ(ro.Disable(0), TStatus_OK);
         });
@@ -69,7 +74,7 @@ TEST_F(VerdictTest, RefusalBringsBackWhatAnotherProcessLeftOnAndKeepsItsPixels)
     });
     InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_FAIL); });
     oDisplay.Kill();
-    EXPECT_EQ(Board::Observe().m_oState.ReadOutput(0, 0).oVidParam.uiHActive, 64u);
+    EXPECT_EQ(ReadOutput(Board::Observe()).oVidParam.uiHActive, 64u);
     EXPECT_EQ(CountFiles("board.pixels-0"), 1) << "the picture that is shown again";
 }
 }

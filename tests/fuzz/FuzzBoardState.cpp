@@ -39,14 +39,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
 
     const auto fTry = [](auto fBody) { try { fBody(); } catch (const BoardError&) {} };
     fTry([&] { Board::Observe(); });
-    fTry([&] { SweepPixelFiles(oBoard); });
+    const Transaction oTransaction(oBoard.m_oLocks);
+    fTry([&] { SweepPixelFiles(oTransaction, oBoard.m_oFolder, oState); });
     for (KUINT32 uiDevice = 0; uiDevice <= uiMaxDevices; ++uiDevice)
     {
         fTry([&] {
             const SDeviceRecord oDevice = oState.ReadDevice(uiDevice);
             Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= uiMaxOutputs && oDevice.uiFpgaCount <= uiMaxFpgas);
             for (KUINT32 uiOutput = 0; uiOutput <= oDevice.uiOutputCount; ++uiOutput)
-                fTry([&] { Must(oState.ReadOutput(uiDevice, uiOutput).bEnabled <= TRUE && uiOutput < oDevice.uiOutputCount); });
+                fTry([&] { Must(oState.ReadOutput(oTransaction, uiDevice, uiOutput).bEnabled <= TRUE && uiOutput < oDevice.uiOutputCount); });
         });
         fTry([&] { oState.WriteRegister(uiDevice, uiProgressReg, 7), Must(oState.ReadRegister(uiDevice, uiProgressReg) == 7); });
     }

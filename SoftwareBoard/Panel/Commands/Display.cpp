@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "DisplayServer.h"
 #include "Options.h"
+#include "Signals.h"
 
 namespace SoftwareBoard::Panel
 {
@@ -16,7 +17,7 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
     const auto poOptions = std::make_shared<SOptions>();
     roCommand.add_option("--card", poOptions->oPlan.strCard, "The card, as /dev/dri/card0 (default: the first that can)");
     roCommand
-        .add_option("--connector", poOptions->oPlan.oConnectors,
+        .add_option("--connector", poOptions->oPlan.astrConnectors,
                     "The connector of output 0, then of output 1, and so on\n(default: those that are connected, in order)")
         ->type_name("NAME")
         ->expected(1)
@@ -31,7 +32,12 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
         if (poOptions->bList)
             Display::ListDisplays(poOptions->oPlan);
         else
-            Display::DisplayServer(poOptions->oPlan).Serve();
+        {
+            const Signals oSignals;
+            Display::DisplayServer(poOptions->oPlan).ServeUntilReadable(oSignals.GetDescriptor());
+            while (oSignals.Wait(std::chrono::milliseconds(0)) != 0)
+            {}  // they have ended it, and are not to end the process as well
+        }
     };
 }
 }

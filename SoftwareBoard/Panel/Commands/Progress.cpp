@@ -72,9 +72,9 @@ void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 // ramps that begin at once the second finds the 0 of the first.
 KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
 {
-    Board                         oBoard = Board::Open();
-    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32                 uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    Board             oBoard = Board::Open();
+    const Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
     if (uiNow < uiTo)
         return uiNow;
     oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, 0);
@@ -84,9 +84,9 @@ KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
 // Where somebody else has written more meanwhile, another ramp perhaps, that stays. Returns what the register shows.
 KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
-    Board                         oBoard = Board::Open();
-    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32                 uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    Board             oBoard = Board::Open();
+    const Transaction oTransaction(oBoard.m_oLocks);
+    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
     if (uiNow < uiPercent)
         oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
     return std::max(uiNow, uiPercent);

@@ -4,21 +4,21 @@
 #include "BoardError.h"
 #include "Commands.h"
 #include "Options.h"
+#include "Picture.h"
 #include "PngFile.h"
-#include "Screen.h"
 
 namespace SoftwareBoard::Panel
 {
 namespace
 {
-SScreen OpenScreenOf(KUINT32 uiDevice, KUINT32 uiOutput)
+Screen OpenScreen(KUINT32 uiDevice, KUINT32 uiOutput)
 {
-    const Board                   oBoard = Board::Observe();
-    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
-    const SOutputRecord           oOutput = oBoard.m_oState.ReadOutput(uiDevice, uiOutput);
+    const Board         oBoard = Board::Observe();
+    const Transaction   oTransaction(oBoard.m_oLocks);
+    const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(oTransaction, uiDevice, uiOutput);
     if (oOutput.bEnabled == FALSE)
         throw BoardError("output " + std::to_string(uiOutput) + " is off: there is nothing to take");
-    return OpenScreen(oBoard, oOutput);
+    return Screen(oTransaction, oBoard.m_oFolder, oOutput);
 }
 }
 
@@ -36,7 +36,7 @@ Action AddSnapshot(CLI::App& roCommand, const PassedOn&)
     AddDevice(roCommand, poOptions->uiDevice);
 
     return [poOptions] {
-        WritePngFile(ReadWholeScreen(OpenScreenOf(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath);
+        WritePngFile(ReadWholePicture(OpenScreen(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath);
     };
 }
 }

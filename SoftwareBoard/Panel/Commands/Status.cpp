@@ -3,8 +3,8 @@
 
 #include "Board.h"
 #include "BoardError.h"
-#include "BoardLook.h"
 #include "Commands.h"
+#include "DeviceStatus.h"
 #include "Json.h"
 #include "Options.h"
 #include "Timing.h"
@@ -13,7 +13,7 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-void PrintDevice(KUINT32 uiDevice, const SDeviceLook& roDevice)
+void PrintDevice(KUINT32 uiDevice, const SDeviceStatus& roDevice)
 {
     std::printf("device %u\n", uiDevice);
     if (!roDevice.strProblem.empty())
@@ -29,7 +29,7 @@ void PrintDevice(KUINT32 uiDevice, const SDeviceLook& roDevice)
     std::printf("  register %u (progress): 0x%08x (%u %%)\n", uiProgressReg, roDevice.uiProgress, roDevice.GetProgressPct());
     for (size_t uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
     {
-        const SOutputLook& roOutput = roDevice.aoOutputs[uiOutput];
+        const SOutputStatus& roOutput = roDevice.aoOutputs[uiOutput];
         std::printf("  output %zu: %s\n", uiOutput, DescribeOutput(roOutput).c_str());
         if (roOutput.oRecord.bEnabled == TRUE)
             std::printf("    timing: %s\n", DescribeTiming(roOutput.oRecord.oVidParam).c_str());
@@ -72,7 +72,7 @@ void WriteText(JsonWriter& roJson, const std::string& strText)
         roJson.String(strText);
 }
 
-void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputLook& roOutput)
+void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputStatus& roOutput)
 {
     const tagTVideo_VidParam& roVidParam = roOutput.oRecord.oVidParam;
     const bool                bEnabled   = roOutput.oRecord.bEnabled == TRUE;
@@ -102,7 +102,7 @@ void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputLook& roOutp
     roJson.EndObject();
 }
 
-void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceLook& roDevice)
+void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceStatus& roDevice)
 {
     roJson.BeginObject().Key("device").Number(uiDevice);
     if (!roDevice.strProblem.empty())
@@ -122,7 +122,7 @@ void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceLook& roDevi
     roJson.EndArray().EndObject();
 }
 
-void PrintJson(const std::string& strPath, const std::vector<SDeviceLook>& roDevices)
+void PrintJson(const std::string& strPath, const std::vector<SDeviceStatus>& roDevices)
 {
     JsonWriter oJson;
     oJson.BeginObject().Key("board").String(strPath).Key("devices").BeginArray();
@@ -132,7 +132,7 @@ void PrintJson(const std::string& strPath, const std::vector<SDeviceLook>& roDev
     std::printf("%s\n", oJson.GetText().c_str());
 }
 
-void PrintLines(const std::string& strPath, const std::vector<SDeviceLook>& roDevices)
+void PrintLines(const std::string& strPath, const std::vector<SDeviceStatus>& roDevices)
 {
     std::printf("board %s\n", MakePrintable(strPath).c_str());
     for (KUINT32 uiDevice = 0; uiDevice < roDevices.size(); ++uiDevice)
@@ -140,15 +140,15 @@ void PrintLines(const std::string& strPath, const std::vector<SDeviceLook>& roDe
 }
 
 // A damaged device does not keep the others from being told of.
-std::vector<SDeviceLook> LookAtAll(const Board& roBoard)
+std::vector<SDeviceStatus> ReadAll(const Board& roBoard)
 {
-    const BoardLocks::Transaction oTransaction(roBoard.m_oLocks);
-    std::vector<SDeviceLook>      aoDevices(roBoard.m_oState.GetDeviceCount());
+    const Transaction          oTransaction(roBoard.m_oLocks);
+    std::vector<SDeviceStatus> aoDevices(roBoard.m_oState.GetDeviceCount());
     for (KUINT32 uiDevice = 0; uiDevice < aoDevices.size(); ++uiDevice)
     {
         try
         {
-            aoDevices[uiDevice] = LookAtDevice(roBoard, uiDevice);
+            aoDevices[uiDevice] = ReadDeviceStatus(oTransaction, roBoard, uiDevice);
         }
         catch (const BoardError& roError)
         {
@@ -165,14 +165,14 @@ Action AddStatus(CLI::App& roCommand, const PassedOn&)
     roCommand.add_flag("--json", *pbJson, "As one JSON object on one line, for programs");
 
     return [pbJson] {
-        const Board                    oBoard    = Board::Observe();
-        const std::vector<SDeviceLook> aoDevices = LookAtAll(oBoard);
-        const std::string&             strPath   = oBoard.m_oFolder.GetPath();
+        const Board                      oBoard    = Board::Observe();
+        const std::vector<SDeviceStatus> aoDevices = ReadAll(oBoard);
+        const std::string&               strPath   = oBoard.m_oFolder.GetPath();
         if (*pbJson)
             PrintJson(strPath, aoDevices);
         else
             PrintLines(strPath, aoDevices);
-        for (const SDeviceLook& roDevice : aoDevices)
+        for (const SDeviceStatus& roDevice : aoDevices)
         {
             if (!roDevice.strProblem.empty())
                 throw BoardError(roDevice.strProblem);

@@ -1,7 +1,7 @@
 // What a watcher sees: a look at the board, again and again. Each look opens the board anew and is no client of it, so that
 // it never keeps the board from being made anew and follows it when it is.
-#ifndef WATCH_VIEW_H
-#define WATCH_VIEW_H
+#ifndef WATCHED_BOARD_H
+#define WATCHED_BOARD_H
 
 #include <sys/types.h>
 
@@ -9,8 +9,8 @@
 #include <map>
 #include <memory>
 
-#include "BoardLook.h"
-#include "Screen.h"
+#include "DeviceStatus.h"
+#include "Picture.h"
 
 namespace SoftwareBoard::Viewer
 {
@@ -34,14 +34,14 @@ struct SBoardView
     bool operator==(const SBoardView&) const = default;
 };
 
-class Watcher
+class WatchedBoard
 {
 public:
     // Throws if the board cannot be believed or lacks the device. One that is not there yet is waited for.
-    Watcher(KUINT32 uiDevice, bool bWithPictures);
+    WatchedBoard(KUINT32 uiDevice, bool bWithPictures);
 
     // Whether anything differs from the look before. What fails is a part of what is seen.
-    bool Look();
+    bool Update();
 
     const SBoardView& GetView() const { return m_oView; }
 
@@ -50,20 +50,20 @@ public:
 
     // How long to wait for the next look: 30 a second while something changes, fewer when nothing does, and never more than
     // a third of the time spent looking and, as the caller says since when, drawing.
-    std::chrono::milliseconds GetPause(std::chrono::steady_clock::time_point oLookBegan) const;
+    std::chrono::milliseconds GetPause(std::chrono::steady_clock::time_point oUpdateBegan) const;
 
 private:
     using Pictures = std::map<KUINT32, std::vector<std::shared_ptr<const Panel::SPicture>>>;  // by the file that holds them
 
-    SBoardView                             LookAtBoard();
-    std::shared_ptr<const Panel::SPicture> Take(const Panel::SScreen& roScreen, Pictures& roTaken) const;
+    SBoardView                             ReadBoard();
+    std::shared_ptr<const Panel::SPicture> Take(const Screen& roScreen, Pictures& roTaken) const;
 
     KUINT32     m_uiDevice;
     bool        m_bWithPictures;
     std::string m_strTitle;
     SBoardView  m_oView;
     Pictures    m_oPictures;  // of the last look
-    KUINT32     m_uiLooksWithoutChange = 0;
+    KUINT32     m_uiUpdatesWithoutChange = 0;
 };
 }
 

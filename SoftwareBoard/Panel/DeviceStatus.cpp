@@ -1,4 +1,4 @@
-#include "BoardLook.h"
+#include "DeviceStatus.h"
 
 #include <fstream>
 
@@ -17,25 +17,25 @@ std::optional<SHolder> FindHolder(const Board& roBoard, KUINT32 uiDevice, KUINT3
 }
 }
 
-SDeviceLook LookAtDevice(const Board& roBoard, KUINT32 uiDevice)
+SDeviceStatus ReadDeviceStatus(const Transaction& roTransaction, const Board& roBoard, KUINT32 uiDevice)
 {
     const SDeviceRecord oDevice = roBoard.m_oState.ReadDevice(uiDevice);
-    SDeviceLook         oLook;
-    oLook.aoFpgas.assign(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount);
-    oLook.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg);
-    oLook.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, uiProgressReg);
+    SDeviceStatus       oStatus;
+    oStatus.aoFpgas.assign(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount);
+    oStatus.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg);
+    oStatus.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, uiProgressReg);
     for (KUINT32 uiOutput = 0; uiOutput < oDevice.uiOutputCount; ++uiOutput)
     {
-        SOutputLook oOutput{roBoard.m_oState.ReadOutput(uiDevice, uiOutput), std::nullopt,
-                            LookAtDisplay(roBoard, uiDevice, uiOutput)};
+        SOutputStatus oOutput{roBoard.m_oState.ReadOutput(roTransaction, uiDevice, uiOutput), std::nullopt,
+                              ReadDisplayStatus(roTransaction, roBoard, uiDevice, uiOutput)};
         if (oOutput.oRecord.bEnabled == TRUE)
             oOutput.ooHolder = FindHolder(roBoard, uiDevice, uiOutput, oOutput.oRecord.iHolderPid);
-        oLook.aoOutputs.push_back(std::move(oOutput));
+        oStatus.aoOutputs.push_back(std::move(oOutput));
     }
-    return oLook;
+    return oStatus;
 }
 
-std::string DescribeOutput(const SOutputLook& roOutput)
+std::string DescribeOutput(const SOutputStatus& roOutput)
 {
     const std::string strDisplay = roOutput.ooDisplay ? ", " + DescribeDisplay(*roOutput.ooDisplay) : "";
     if (roOutput.oRecord.bEnabled == FALSE)

@@ -1,4 +1,4 @@
-#include "WatchView.h"
+#include "WatchedBoard.h"
 
 #include <algorithm>
 
@@ -10,24 +10,24 @@ namespace SoftwareBoard::Viewer
 namespace
 {
 constexpr std::chrono::milliseconds oBusyPause(34), oIdlePause(150);
-constexpr KUINT32                   uiLooksUntilIdle = 30;
+constexpr KUINT32                   uiUpdatesUntilIdle = 30;
 
 struct SScreens
 {
-    ino_t                                      uiBoard;
-    Panel::SDeviceLook                         oDevice;
-    std::vector<std::optional<Panel::SScreen>> aooScreens;
-    std::vector<std::string>                   astrProblems;
+    ino_t                              uiBoard;
+    Panel::SDeviceStatus               oDevice;
+    std::vector<std::optional<Screen>> aooScreens;
+    std::vector<std::string>           astrProblems;
 };
 
 // As short as it can be in the transaction: pixels are read after it.
 SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
 {
-    const Board                   oBoard = Board::Observe();
-    const BoardLocks::Transaction oTransaction(oBoard.m_oLocks);
+    const Board       oBoard = Board::Observe();
+    const Transaction oTransaction(oBoard.m_oLocks);
 
-    SScreens oScreens{oBoard.m_oState.GetFile().GetInode(), Panel::LookAtDevice(oBoard, uiDevice), {}, {}};
-    for (const Panel::SOutputLook& roOutput : oScreens.oDevice.aoOutputs)
+    SScreens oScreens{oBoard.m_oState.GetFile().GetInode(), Panel::ReadDeviceStatus(oTransaction, oBoard, uiDevice), {}, {}};
+    for (const Panel::SOutputStatus& roOutput : oScreens.oDevice.aoOutputs)
     {
         oScreens.aooScreens.emplace_back();
         oScreens.astrProblems.emplace_back();
@@ -35,7 +35,7 @@ SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
             continue;
         try
         {
-            oScreens.aooScreens.back() = Panel::OpenScreen(oBoard, roOutput.oRecord);
+            oScreens.aooScreens.back() = Screen(oTransaction, oBoard.m_oFolder, roOutput.oRecord);
         }
         catch (const BoardError& roError)
         {
@@ -46,7 +46,7 @@ SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
 }
 }
 
-Watcher::Watcher(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
+WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
 {
     m_strTitle = MakePrintable(BoardFolder::DefaultPath()) + ", device " + std::to_string(uiDevice);
     try
@@ -59,12 +59,12 @@ Watcher::Watcher(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m
     }
 }
 
-bool Watcher::Look()
+bool WatchedBoard::Update()
 {
     SBoardView oView;
     try
     {
-        oView = LookAtBoard();
+        oView = ReadBoard();
     }
     catch (const NoBoardError& roError)
     {
@@ -74,13 +74,13 @@ bool Watcher::Look()
     {
         oView.strProblem = MakePrintable(roError.what());
     }
-    const bool bChanged    = oView != m_oView;
-    m_uiLooksWithoutChange = bChanged ? 0 : m_uiLooksWithoutChange + 1;
-    m_oView                = std::move(oView);
+    const bool bChanged      = oView != m_oView;
+    m_uiUpdatesWithoutChange = bChanged ? 0 : m_uiUpdatesWithoutChange + 1;
+    m_oView                  = std::move(oView);
     return bChanged;
 }
 
-SBoardView Watcher::LookAtBoard()
+SBoardView WatchedBoard::ReadBoard()
 {
     SBoardView     oView;
     const SScreens oScreens = OpenScreens(m_uiDevice, m_bWithPictures);
@@ -110,11 +110,12 @@ SBoardView Watcher::LookAtBoard()
 }
 
 // Outputs often show one file: it is read once a look.
-std::shared_ptr<const Panel::SPicture> Watcher::Take(const Panel::SScreen& roScreen, Pictures& roTaken) const
+std::shared_ptr<const Panel::SPicture> WatchedBoard::Take(const Screen& roScreen, Pictures& roTaken) const
 {
-    const KUINT32 uiFile  = roScreen.oOutput.uiPixelFile;
+    const KUINT32 uiFile  = roScreen.GetOutput().uiPixelFile;
     const auto    fIsSize = [&](const auto& ro) {
-        return ro->uiWidth == roScreen.oOutput.oVidParam.uiHActive && ro->uiHeight == roScreen.oOutput.oVidParam.uiVActive;
+        return ro->uiWidth == roScreen.GetOutput().oVidParam.uiHActive &&
+               ro->uiHeight == roScreen.GetOutput().oVidParam.uiVActive;
     };
     auto& roOfFile = roTaken[uiFile];
     if (const auto i = std::find_if(roOfFile.begin(), roOfFile.end(), fIsSize); i != roOfFile.end())
@@ -129,16 +130,16 @@ std::shared_ptr<const Panel::SPicture> Watcher::Take(const Panel::SScreen& roScr
             poPicture = *i;
     }
     if (poPicture == nullptr)
-        poPicture = std::make_shared<const Panel::SPicture>(Panel::ReadScreen(roScreen));
+        poPicture = std::make_shared<const Panel::SPicture>(Panel::ReadPicture(roScreen));
     roOfFile.push_back(poPicture);
     return poPicture;
 }
 
-std::chrono::milliseconds Watcher::GetPause(std::chrono::steady_clock::time_point oLookBegan) const
+std::chrono::milliseconds WatchedBoard::GetPause(std::chrono::steady_clock::time_point oUpdateBegan) const
 {
     using Milliseconds = std::chrono::milliseconds;
-    const auto oSpent  = std::chrono::ceil<Milliseconds>(std::chrono::steady_clock::now() - oLookBegan);
-    const auto oEvery  = m_uiLooksWithoutChange < uiLooksUntilIdle ? oBusyPause : oIdlePause;
+    const auto oSpent  = std::chrono::ceil<Milliseconds>(std::chrono::steady_clock::now() - oUpdateBegan);
+    const auto oEvery  = m_uiUpdatesWithoutChange < uiUpdatesUntilIdle ? oBusyPause : oIdlePause;
     return std::max(oEvery - oSpent, 2 * oSpent);
 }
 }

@@ -1,0 +1,55 @@
+#include "Screen.h"
+
+#include <sys/stat.h>
+
+#include "BoardError.h"
+#include "PixelFiles.h"
+#include "PlaneLayout.h"
+
+namespace SoftwareBoard
+{
+namespace
+{
+// Few calls, and what is read stays in the processor's caches until it is used.
+constexpr size_t uiBytesAtOnce = size_t{256} << 10;
+
+SPlaneLayout LayoutOf(const SOutputRecord& roOutput)
+{
+    return *LayOutPlane(TPixelFormat_R8G8B8A8, roOutput.uiBufferWidth, roOutput.uiBufferHeight);
+}
+}
+
+Screen::Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const SOutputRecord& roOutput)
+    : m_oOutput(roOutput), m_oPixels(OpenPixelFile(roTransaction, roFolder, roOutput.uiPixelFile))
+{}
+
+bool Screen::operator==(const Screen& roOther) const
+{
+    struct stat oOurs  = {};
+    struct stat oOther = {};
+    return fstat(m_oPixels.Get(), &oOurs) == 0 && fstat(roOther.m_oPixels.Get(), &oOther) == 0 &&
+           oOurs.st_ino == oOther.st_ino && oOurs.st_dev == oOther.st_dev && GetWidth() == roOther.GetWidth() &&
+           GetHeight() == roOther.GetHeight();
+}
+
+size_t Screen::Pitch() const
+{
+    return LayoutOf(m_oOutput).uiPitch;
+}
+
+size_t Screen::RowsAtOnce() const
+{
+    return std::max<size_t>(uiBytesAtOnce / LayoutOf(m_oOutput).uiPitchInBytes, 1);
+}
+
+void Screen::ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t uiRows) const
+{
+    // Read, not mapped: a file that is cut meanwhile is an error here and would be a signal there.
+    const size_t uiPitch   = LayoutOf(m_oOutput).uiPitchInBytes;
+    const size_t uiInBytes = uiRows * uiPitch;
+    if (pread(m_oPixels.Get(), roPixels.data(), uiInBytes, static_cast<off_t>(uiFirstRow * uiPitch)) !=
+        static_cast<ssize_t>(uiInBytes))
+        throw BoardError("board.pixels-" + std::to_string(m_oOutput.uiPixelFile) +
+                         ": the pixels that the output shows are cut short; enable it anew");
+}
+}

@@ -1,0 +1,95 @@
+#include "DisplayOutput.h"
+
+#include <utility>
+
+#include "Refusal.h"
+
+namespace SoftwareBoard::Display
+{
+FollowedScreen::FollowedScreen(Screen oScreen)
+    : m_oCopy(std::move(oScreen)),
+      m_oDrawing(m_oCopy.GetScreen().GetPixels().Get(), m_oCopy.GetScreen().GetOutput().iHolderPid)
+{
+    m_oCopy.Update();
+}
+
+void FollowedScreen::Update()
+try
+{
+    if (m_strProblem.empty() && m_oDrawing.MayHaveDrawn())
+        m_oCopy.Update();
+}
+catch (const BoardError& roError)
+{
+    m_strProblem = roError.what();
+}
+
+void DisplayOutput::Connect(uint32_t uiConnector)
+{
+    Darken();
+    Renew();
+    m_uiConnector = uiConnector;
+}
+
+void DisplayOutput::TakeUp(KUINT32 uiGeneration)
+{
+    m_ouiGeneration = uiGeneration;
+    m_strProblem.clear();
+}
+
+void DisplayOutput::Light(const SConnector& roConnector, uint32_t uiCrtc, const drmModeModeInfo& roMode,
+                          std::shared_ptr<FollowedScreen> poScreen)
+{
+    const auto fLight = [&] {
+        m_poScanout = std::make_unique<Scanout>(*m_poCard, roConnector, uiCrtc, roMode, poScreen->GetCopy());
+    };
+    try
+    {
+        fLight();
+    }
+    catch (const NoMemoryOnCard&)
+    {
+        if (m_poScanout == nullptr)
+            throw;
+        Darken();  // what it shows takes the memory
+        fLight();
+    }
+    m_poScreen = std::move(poScreen);
+}
+
+void DisplayOutput::Darken()
+{
+    if (m_poScanout != nullptr)
+        m_poCard->TurnOff(m_poScanout->GetCrtc());
+    m_poScanout.reset();
+    m_poScreen.reset();
+}
+
+std::optional<std::string> DisplayOutput::Follow()
+{
+    if (m_poScanout == nullptr)
+        return std::nullopt;
+    m_poScreen->Update();
+    std::string strProblem = m_poScreen->GetProblem();
+    if (!strProblem.empty())
+        strProblem = "keeps its last picture: " + strProblem;
+    try
+    {
+        m_poScanout->Show(m_poScreen->GetCopy());
+    }
+    catch (const Refusal& roRefusal)
+    {
+        strProblem = roRefusal.what();
+    }
+    if (std::exchange(m_strProblem, strProblem) == strProblem)
+        return std::nullopt;
+    return strProblem;
+}
+
+std::optional<uint64_t> DisplayOutput::GetPeriodNs() const
+{
+    if (m_poScanout == nullptr || (m_poScreen->IsFinished() && !m_poScanout->IsBehind(m_poScreen->GetCopy())))
+        return std::nullopt;
+    return m_poScanout->GetRefreshNs();
+}
+}

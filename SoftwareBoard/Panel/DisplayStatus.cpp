@@ -1,0 +1,45 @@
+#include "DisplayStatus.h"
+
+namespace SoftwareBoard::Panel
+{
+std::optional<SDisplayStatus> ReadDisplayStatus(const Transaction& roTransaction, const Board& roBoard, KUINT32 uiDevice,
+                                                KUINT32 uiOutput)
+{
+    if (!roBoard.m_oLocks.IsDeviceServedByAnother(uiDevice))
+        return std::nullopt;
+    const SVerdict      oVerdict = roBoard.m_oState.ReadVerdict(roTransaction, uiDevice, uiOutput);
+    const SOutputRecord oOutput  = roBoard.m_oState.ReadOutput(roTransaction, uiDevice, uiOutput);
+    if (oVerdict.uiGeneration != oOutput.uiGeneration || oVerdict.eVerdict == EVerdict::Awaited)
+        return SDisplayStatus{};
+    SDisplayStatus oStatus{EDisplayState::Refused, oVerdict.acConnector.data(), oVerdict.acReason.data()};
+    if (oVerdict.eVerdict == EVerdict::Shown)
+        oStatus.eState = oOutput.bEnabled == TRUE ? EDisplayState::Shown : EDisplayState::Dark;
+    return oStatus;
+}
+
+const char* NameOf(EDisplayState eState)
+{
+    switch (eState)
+    {
+    case EDisplayState::Shown: return "shown";
+    case EDisplayState::Dark: return "dark";
+    case EDisplayState::Refused: return "refused";
+    case EDisplayState::Awaited: break;
+    }
+    return "awaited";
+}
+
+std::string DescribeDisplay(const SDisplayStatus& roDisplay)
+{
+    const std::string& strConnector = roDisplay.strConnector;
+    switch (roDisplay.eState)
+    {
+    case EDisplayState::Shown: return "shown on " + strConnector;
+    case EDisplayState::Dark: return "dark on " + strConnector;
+    case EDisplayState::Refused:
+        return "not shown: " + strConnector + (strConnector.empty() ? "" : " ") + roDisplay.strReason;
+    case EDisplayState::Awaited: break;
+    }
+    return "not shown yet";
+}
+}
