@@ -275,7 +275,7 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
     Process oHolder([] { prctl(PR_SET_NAME, "\x1b[2J\"\x9B" "x"); HoldOutput(); });
     oHolder.Await();
     const std::string strPid = std::to_string(oHolder.GetPid());
-    Expect("status --json", 0, "{\"board\":\"" + At("a") + "\\\"\\\\\\u000a\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD(\","
+    Expect("status --json", 0, "{\"board\":\"" + At("a") + "\\\"\\\\\\n\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD(\","
         "\"devices\":[{\"device\":0,\"fpgas\":[{\"name\":\"FPGA 0\",\"device_code\":3,\"major\":1,\"minor\":33,\"build\":0,"
         "\"address\":208,\"vendor\":50151}],\"registers\":{\"6908\":0,\"7932\":0},\"progress\":0,\"outputs\":[{\"output\":0,"
         "\"enabled\":true,\"width\":32,\"height\":8,\"rate_hz\":60,\"holder\":{\"pid\":" + strPid + ",\"name\":\"?[2J\\\"?x\"},"

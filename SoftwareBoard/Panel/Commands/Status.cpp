@@ -1,11 +1,12 @@
 #include <cstdio>
 #include <memory>
 
+#include <nlohmann/json.hpp>
+
 #include "Board.h"
 #include "BoardError.h"
 #include "Commands.h"
 #include "DeviceStatus.h"
-#include "Json.h"
 #include "Options.h"
 #include "Timing.h"
 
@@ -13,6 +14,8 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
+using Json = nlohmann::ordered_json;
+
 void PrintDevice(KUINT32 uiDevice, const SDeviceStatus& roDevice)
 {
     std::printf("device %u\n", uiDevice);
@@ -36,100 +39,95 @@ void PrintDevice(KUINT32 uiDevice, const SDeviceStatus& roDevice)
     }
 }
 
-void WriteFpga(JsonWriter& roJson, const tagTBoard_FpgaInfo& roFpga)
+Json ToJson(const tagTBoard_FpgaInfo& roFpga)
 {
-    roJson.BeginObject().Key("name").String(roFpga.szName).Key("device_code").Number(roFpga.ui16DevID);
-    roJson.Key("major").Number(roFpga.uiVersionMajor).Key("minor").Number(roFpga.uiVersionMinor);
-    roJson.Key("build").Number(roFpga.uiVersionBuild);
-    roJson.Key("address").Number(roFpga.uiI2cAddress).Key("vendor").Number(roFpga.ui16VendorID).EndObject();
+    return {{"name", roFpga.szName},          {"device_code", roFpga.ui16DevID}, {"major", roFpga.uiVersionMajor},
+            {"minor", roFpga.uiVersionMinor}, {"build", roFpga.uiVersionBuild},  {"address", roFpga.uiI2cAddress},
+            {"vendor", roFpga.ui16VendorID}};
 }
 
-void WriteTiming(JsonWriter& roJson, const tagTVideo_VidParam& roVidParam)
+Json ToJson(const tagTVideo_VidParam& roVidParam)
 {
-    roJson.BeginObject();
+    Json oTiming;
     for (const STimingField& roField : TimingFields())
     {
-        const KUINT32 uiValue = roField.pfGet(roVidParam);
-        roJson.Key(roField.pszName);
+        const KUINT32     uiValue = roField.pfGet(roVidParam);
+        const char* const pszWord = WordOf(roField, uiValue);
+        Json&             roValue = oTiming[roField.pszName];
         if (roField.eKind == ETimingKind::NUMBER)
-            roJson.Number(uiValue);
+            roValue = uiValue;
         else if (roField.eKind != ETimingKind::WORD)
-            roJson.Bool(uiValue != 0);
-        else if (const char* pszWord = WordOf(roField, uiValue))
-            roJson.String(pszWord);
-        else
-            roJson.Null();
+            roValue = uiValue != 0;
+        else if (pszWord != nullptr)
+            roValue = pszWord;
     }
-    roJson.EndObject();
+    return oTiming;
 }
 
-// Null where there is none.
-void WriteText(JsonWriter& roJson, const std::string& strText)
+// Null where there is no text.
+Json ToJson(const std::string& strText)
 {
-    if (strText.empty())
-        roJson.Null();
-    else
-        roJson.String(strText);
+    return strText.empty() ? Json() : Json(strText);
 }
 
-void WriteOutput(JsonWriter& roJson, KUINT32 uiOutput, const SOutputStatus& roOutput)
+Json ToJson(const std::optional<SHolder>& roHolder)
+{
+    return roHolder ? Json{{"pid", roHolder->iPid}, {"name", roHolder->strName}} : Json();
+}
+
+Json ToJson(const std::optional<SDisplayStatus>& roDisplay)
+{
+    if (!roDisplay)
+        return {};
+    return {{"connector", ToJson(roDisplay->strConnector)},
+            {"state", NameOf(roDisplay->eState)},
+            {"reason", ToJson(roDisplay->strReason)}};
+}
+
+Json ToJson(size_t uiOutput, const SOutputStatus& roOutput)
 {
     const tagTVideo_VidParam& roVidParam = roOutput.oRecord.oVidParam;
     const bool                bEnabled   = roOutput.oRecord.bEnabled == TRUE;
-    roJson.BeginObject().Key("output").Number(uiOutput).Key("enabled").Bool(bEnabled);
+    Json                      oOutput    = {{"output", uiOutput}, {"enabled", bEnabled}};
     if (bEnabled)
     {
-        roJson.Key("width").Number(roVidParam.uiHActive).Key("height").Number(roVidParam.uiVActive);
-        roJson.Key("rate_hz").Number(roVidParam.uiVRate_Hz).Key("holder");
-        if (const auto& roHolder = roOutput.ooHolder)
-            roJson.BeginObject().Key("pid").Number(roHolder->iPid).Key("name").String(roHolder->strName).EndObject();
-        else
-            roJson.Null();
-        roJson.Key("timing");
-        WriteTiming(roJson, roVidParam);
+        oOutput["width"]   = roVidParam.uiHActive;
+        oOutput["height"]  = roVidParam.uiVActive;
+        oOutput["rate_hz"] = roVidParam.uiVRate_Hz;
+        oOutput["holder"]  = ToJson(roOutput.ooHolder);
+        oOutput["timing"]  = ToJson(roVidParam);
     }
-    roJson.Key("display");
-    if (const auto& roDisplay = roOutput.ooDisplay)
-    {
-        roJson.BeginObject().Key("connector");
-        WriteText(roJson, roDisplay->strConnector);
-        roJson.Key("state").String(NameOf(roDisplay->eState)).Key("reason");
-        WriteText(roJson, roDisplay->strReason);
-        roJson.EndObject();
-    }
-    else
-        roJson.Null();
-    roJson.EndObject();
+    oOutput["display"] = ToJson(roOutput.ooDisplay);
+    return oOutput;
 }
 
-void WriteDevice(JsonWriter& roJson, KUINT32 uiDevice, const SDeviceStatus& roDevice)
+Json ToJson(KUINT32 uiDevice, const SDeviceStatus& roDevice)
 {
-    roJson.BeginObject().Key("device").Number(uiDevice);
     if (!roDevice.strProblem.empty())
-    {
-        roJson.Key("problem").String(roDevice.strProblem).EndObject();
-        return;
-    }
-    roJson.Key("fpgas").BeginArray();
+        return {{"device", uiDevice}, {"problem", roDevice.strProblem}};
+    Json oFpgas   = Json::array();
+    Json oOutputs = Json::array();
     for (const tagTBoard_FpgaInfo& roFpga : roDevice.aoFpgas)
-        WriteFpga(roJson, roFpga);
-    roJson.EndArray().Key("registers").BeginObject();
-    roJson.Key(std::to_string(uiProgressBarRunningReg)).Number(roDevice.uiProgressBarRunning);
-    roJson.Key(std::to_string(uiProgressReg)).Number(roDevice.uiProgress).EndObject();
-    roJson.Key("progress").Number(roDevice.GetProgressPct()).Key("outputs").BeginArray();
-    for (KUINT32 uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
-        WriteOutput(roJson, uiOutput, roDevice.aoOutputs[uiOutput]);
-    roJson.EndArray().EndObject();
+        oFpgas.push_back(ToJson(roFpga));
+    for (size_t uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
+        oOutputs.push_back(ToJson(uiOutput, roDevice.aoOutputs[uiOutput]));
+    return {{"device", uiDevice},
+            {"fpgas", oFpgas},
+            {"registers",
+             {{std::to_string(uiProgressBarRunningReg), roDevice.uiProgressBarRunning},
+              {std::to_string(uiProgressReg), roDevice.uiProgress}}},
+            {"progress", roDevice.GetProgressPct()},
+            {"outputs", oOutputs}};
 }
 
 void PrintJson(const std::string& strPath, const std::vector<SDeviceStatus>& roDevices)
 {
-    JsonWriter oJson;
-    oJson.BeginObject().Key("board").String(strPath).Key("devices").BeginArray();
+    Json oDevices = Json::array();
     for (KUINT32 uiDevice = 0; uiDevice < roDevices.size(); ++uiDevice)
-        WriteDevice(oJson, uiDevice, roDevices[uiDevice]);
-    oJson.EndArray().EndObject();
-    std::printf("%s\n", oJson.GetText().c_str());
+        oDevices.push_back(ToJson(uiDevice, roDevices[uiDevice]));
+    const Json oBoard = {{"board", strPath}, {"devices", oDevices}};
+    // A path may hold any bytes: those that are no UTF-8 become the replacement character.
+    std::printf("%s\n", oBoard.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
 void PrintLines(const std::string& strPath, const std::vector<SDeviceStatus>& roDevices)
