@@ -3,18 +3,17 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Font.h"
+#include "Text.h"
 
 namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr KUINT32 uiMaxWidth  = 1920;
-constexpr KUINT32 uiGap       = 16;
-constexpr KUINT32 uiTextScale = 2;
-constexpr KUINT32 uiLabelRow  = uiTextScale * iGlyphHeight + 12;
-constexpr KUINT8  auiPaper[]  = {44, 48, 56, 255};
-constexpr KUINT8  auiInk[]    = {226, 230, 236, 255};
+constexpr KUINT32 uiMaxWidth = 1920;
+constexpr KUINT32 uiGap      = 16;
+constexpr KUINT32 uiLabelRow = 28;
+
+constexpr STextColours oColours = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
 
 // Each pixel is the mean of those that it stands for.
 Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT32 uiHeight)
@@ -49,7 +48,7 @@ Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT3
 
 KUINT32 LabelWidth(const std::string& strLabel)
 {
-    return static_cast<KUINT32>(strLabel.size()) * iGlyphWidth * uiTextScale;
+    return static_cast<KUINT32>(TextWidth(strLabel));
 }
 }
 
@@ -80,29 +79,23 @@ Panel::SPicture ContactSheet::Draw() const
     const auto      uiAcross = static_cast<KUINT32>(m_uiAcross);
     const auto      uiDown   = static_cast<KUINT32>((m_aoTiles.size() + m_uiAcross - 1) / m_uiAcross);
     Panel::SPicture oSheet{uiGap + uiAcross * uiColumn, uiGap + uiDown * uiRow, {}};
+    const auto&     roPaper = oColours.auiPaper;
     for (size_t uiPixel = 0; uiPixel < size_t{oSheet.uiWidth} * oSheet.uiHeight; ++uiPixel)
-        oSheet.auiRgba.insert(oSheet.auiRgba.end(), std::begin(auiPaper), std::end(auiPaper));
-    const auto fAt = [&](size_t uiX, size_t uiY) {
-        return oSheet.auiRgba.data() + uiY * oSheet.GetPitchInBytes() + uiX * 4;
+        oSheet.auiRgba.insert(oSheet.auiRgba.end(), {roPaper[0], roPaper[1], roPaper[2], 255});
+    const auto fPaste = [&](const Panel::SPicture& roPicture, size_t uiX, size_t uiY) {
+        for (size_t uiLine = 0; uiLine < roPicture.uiHeight; ++uiLine)
+            std::copy_n(roPicture.auiRgba.data() + uiLine * roPicture.GetPitchInBytes(), roPicture.GetPitchInBytes(),
+                        oSheet.auiRgba.data() + (uiY + uiLine) * oSheet.GetPitchInBytes() + uiX * 4);
     };
 
     for (size_t uiTile = 0; uiTile < m_aoTiles.size(); ++uiTile)
     {
-        const auto& [roPicture, strLabel] = m_aoTiles[uiTile];
-        const size_t uiRoom               = uiColumn - uiGap;
-        const size_t uiX                  = uiGap + uiTile % m_uiAcross * uiColumn;
-        const size_t uiY                  = uiGap + uiTile / m_uiAcross * uiRow;
-        for (KUINT32 uiLine = 0; uiLine < roPicture.uiHeight; ++uiLine)
-            std::copy_n(roPicture.auiRgba.data() + uiLine * roPicture.GetPitchInBytes(), roPicture.GetPitchInBytes(),
-                        fAt(uiX + (uiRoom - roPicture.uiWidth) / 2, uiY + uiLine));
-
-        const size_t uiTextX = uiX + (uiRoom - LabelWidth(strLabel)) / 2, uiTextY = uiY + roPicture.uiHeight + 6;
-        ForTextPixels(strLabel, [&](int iColumn, int iLine) {
-            for (size_t uiDot = 0; uiDot < size_t{uiTextScale} * uiTextScale; ++uiDot)
-                std::copy_n(auiInk, 4,
-                            fAt(uiTextX + static_cast<size_t>(iColumn) * uiTextScale + uiDot % uiTextScale,
-                                uiTextY + static_cast<size_t>(iLine) * uiTextScale + uiDot / uiTextScale));
-        });
+        const auto& [oPicture, strLabel] = m_aoTiles[uiTile];
+        const KUINT32 uiRoom             = uiColumn - uiGap;
+        const size_t  uiX                = uiGap + uiTile % m_uiAcross * uiColumn;
+        const size_t  uiY                = uiGap + uiTile / m_uiAcross * uiRow;
+        fPaste(oPicture, uiX + (uiRoom - oPicture.uiWidth) / 2, uiY);
+        fPaste(DrawText(strLabel, uiRoom, uiLabelRow, oColours, true), uiX, uiY + oPicture.uiHeight);
     }
     return oSheet;
 }

@@ -31,23 +31,6 @@ void Watch(KUINT32 uiDevice, bool bWindow)
 }
 }
 
-std::vector<std::string> DescribeInRows(size_t uiOutput, const SOutputView& roOutput, int iColumns, int iRows)
-{
-    std::vector<std::string> astrRows;
-    std::string              strText   = "output " + std::to_string(uiOutput) + ": " + roOutput.strState;
-    const auto               uiColumns = static_cast<size_t>(std::max(iColumns, 0));
-    while (static_cast<int>(astrRows.size()) + 1 < iRows && strText.size() > uiColumns)
-    {
-        const size_t uiSpace = strText.rfind(' ', uiColumns);
-        if (uiSpace == std::string::npos)
-            break;
-        astrRows.push_back(strText.substr(0, uiSpace));
-        strText.erase(0, uiSpace + 1);
-    }
-    astrRows.push_back(strText);
-    return astrRows;
-}
-
 Panel::Action AddWatch(CLI::App& roCommand, const Panel::PassedOn&)
 {
     struct SOptions

@@ -6,9 +6,6 @@
 
 namespace SoftwareBoard::Viewer
 {
-// The caption of an output, in rows of this many characters; the last may be longer.
-std::vector<std::string> DescribeInRows(size_t uiOutput, const SOutputView& roOutput, int iColumns, int iRows);
-
 // One plain line a change, for a file or another program.
 void WatchInLines(WatchedBoard& roBoard);
 

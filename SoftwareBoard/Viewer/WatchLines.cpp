@@ -45,7 +45,7 @@ std::vector<std::string> DescribeBoard(const SBoardView& roView, const std::stri
         std::string("progress bar ") + (roView.bBarRunning ? "running" : "not running"),
     };
     for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
-        astrLines.push_back("output " + std::to_string(uiOutput) + ": " + roView.aoOutputs[uiOutput].strState);
+        astrLines.push_back(DescribeOutput(uiOutput, roView.aoOutputs[uiOutput]));
     return astrLines;
 }
 }

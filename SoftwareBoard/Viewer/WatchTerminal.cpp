@@ -3,20 +3,25 @@
 #include "BoardError.h"
 #include "Signals.h"
 #include "TerminalPicture.h"
+#include "Text.h"
 #include "Watch.h"
 
 namespace SoftwareBoard::Viewer
 {
 namespace
 {
-// A text of just this many columns.
-std::string CutOrFill(std::string strText, int iColumns)
+FitsFunction FitsColumns(int iColumns)
 {
-    const auto uiColumns = static_cast<size_t>(std::max(iColumns, 0));
-    if (strText.size() > uiColumns && uiColumns > 3)
-        strText.replace(uiColumns - 2, std::string::npos, "..");
-    strText.resize(uiColumns, ' ');
-    return strText;
+    return
+        [uiColumns = static_cast<size_t>(std::max(iColumns, 0))](const std::string& str) { return str.size() <= uiColumns; };
+}
+
+// A text of just this many columns.
+std::string CutOrFill(const std::string& strText, int iColumns)
+{
+    std::string strCut = CutText(strText, FitsColumns(iColumns));
+    strCut.resize(static_cast<size_t>(std::max(iColumns, 0)), ' ');
+    return strCut;
 }
 
 // Where the outputs stand between the title and the progress: a grid of tiles, each with its caption under it.
@@ -109,7 +114,8 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles
     const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
     const int          iHigh    = roTiles.iRows - roTiles.iCaption;
     int                iLine    = iRow + iHigh;
-    for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roTiles.iColumns, roTiles.iCaption))
+    for (const std::string& strText :
+         WrapText(DescribeOutput(uiOutput, roOutput), static_cast<size_t>(roTiles.iCaption), FitsColumns(roTiles.iColumns)))
         m_oTerminal.Put(iLine++, iColumn, CutOrFill(strText, roTiles.iColumns));
     if (roOutput.poPicture == nullptr || iHigh < 1)
         return;
@@ -129,9 +135,7 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles
 void TerminalView::DrawProgress(int iRow)
 {
     const SBoardView& roView = m_roBoard.GetView();
-    std::string       strBar = CutOrFill(" progress " + std::to_string(roView.uiProgressPct) + " %" +
-                                             (roView.bBarRunning ? ", progress bar running" : ""),
-                                         m_oSize.iColumns);
+    std::string       strBar = CutOrFill(std::string(" ").append(DescribeProgress(roView)), m_oSize.iColumns);
     strBar.insert(strBar.size() * std::min(roView.uiProgressPct, 100u) / 100, "\x1b[0;2m");
     m_oTerminal.Put(iRow, 0, "\x1b[7m" + strBar + "\x1b[0m");
 }

@@ -4,18 +4,26 @@
 #include <cstdlib>
 
 #include "BoardError.h"
-#include "Font.h"
 #include "Signals.h"
+#include "Text.h"
 #include "Watch.h"
 
 namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr int iTextScale = 2;
-constexpr int iTextRow   = iGlyphHeight * iTextScale + 8;  // with the room around it
-constexpr int iCaption   = 2;                              // rows of text
-constexpr int iMargin    = 8;
+constexpr int iTextRow = 24;  // pixels
+constexpr int iCaption = 2;   // rows of text
+constexpr int iMargin  = 8;
+
+constexpr STextColours oCaptionColours = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
+
+constexpr STextColours oBarColours = {.auiInk = {210, 214, 220}, .auiPaper = {62, 96, 140}};
+
+FitsFunction FitsPixels(int iWidth)
+{
+    return [iWidth](const std::string& strText) { return TextWidth(strText) <= iWidth; };
+}
 
 [[noreturn]] void ThrowSdlError(const char* pszCall, const char* pszAdvice)
 {
@@ -48,6 +56,11 @@ struct SDestroy
 };
 template <class T> using Owned = std::unique_ptr<T, SDestroy>;
 
+void FillTexture(SDL_Texture* poTexture, const Panel::SPicture& roPicture)
+{
+    SDL_UpdateTexture(poTexture, nullptr, roPicture.auiRgba.data(), static_cast<int>(roPicture.GetPitchInBytes()));
+}
+
 // The largest rectangle of the picture's shape in the room, in its middle.
 SDL_Rect FitInto(const SDL_Rect& roRoom, int iWidth, int iHeight)
 {
@@ -73,9 +86,12 @@ private:
         Owned<SDL_Texture>                     poTexture;
     };
 
-    void DrawTile(size_t uiOutput, const SDL_Rect& roRoom);
-    void DrawText(const std::string& strText, const SDL_Rect& roRoom) const;
-    void Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const;
+    void               DrawTile(size_t uiOutput, const SDL_Rect& roRoom);
+    void               DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const;
+    void               ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const;
+    void               DrawProgress(int iWidth, int iY) const;
+    Owned<SDL_Texture> MakeTexture(const Panel::SPicture& roPicture) const;
+    void               Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const;
 
     WatchedBoard&       m_roBoard;
     Sdl                 m_oSdl;
@@ -102,13 +118,35 @@ void Window::Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 u
     SDL_RenderFillRect(m_poRenderer.get(), &roRect);
 }
 
-void Window::DrawText(const std::string& strText, const SDL_Rect& roRoom) const
+Owned<SDL_Texture> Window::MakeTexture(const Panel::SPicture& roPicture) const
 {
-    SDL_RenderSetClipRect(m_poRenderer.get(), &roRoom);
-    ForTextPixels(strText, [&](int iX, int iY) {
-        Fill({roRoom.x + iX * iTextScale, roRoom.y + 4 + iY * iTextScale, iTextScale, iTextScale}, 210, 214, 220);
-    });
-    SDL_RenderSetClipRect(m_poRenderer.get(), nullptr);
+    return Owned<SDL_Texture>(SDL_CreateTexture(m_poRenderer.get(), SDL_PIXELFORMAT_ABGR8888, SDL_TEXTUREACCESS_STREAMING,
+                                                static_cast<int>(roPicture.uiWidth), static_cast<int>(roPicture.uiHeight)));
+}
+
+// One row of text, cut where the room ends.
+void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const
+{
+    const std::string        strCut    = CutText(strText, FitsPixels(roRoom.w));
+    const auto               uiWidth   = static_cast<KUINT32>(std::max(TextWidth(strCut), 1));
+    const Panel::SPicture    oText     = DrawText(strCut, uiWidth, iTextRow, roColours, false);
+    const Owned<SDL_Texture> poTexture = MakeTexture(oText);
+    if (poTexture == nullptr)
+        return;
+    FillTexture(poTexture.get(), oText);
+    const SDL_Rect oPlace = {roRoom.x, roRoom.y, static_cast<int>(uiWidth), iTextRow};
+    SDL_RenderCopy(m_poRenderer.get(), poTexture.get(), nullptr, &oPlace);
+}
+
+// The texture of a picture of the same size is filled anew.
+void Window::ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const
+{
+    const auto fSize = [](const Panel::SPicture& ro) { return std::pair(ro.uiWidth, ro.uiHeight); };
+    if (roTile.poTexture == nullptr || rpoPicture == nullptr || fSize(*roTile.poPicture) != fSize(*rpoPicture))
+        roTile.poTexture = rpoPicture != nullptr ? MakeTexture(*rpoPicture) : nullptr;
+    if (roTile.poTexture != nullptr)
+        FillTexture(roTile.poTexture.get(), *rpoPicture);
+    roTile.poPicture = rpoPicture;
 }
 
 void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
@@ -116,36 +154,37 @@ void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
     const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
     const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - iCaption * iTextRow, 1)};
     int                iY       = oScreen.y + oScreen.h;
-    for (const std::string& strText : DescribeInRows(uiOutput, roOutput, roRoom.w / (iGlyphWidth * iTextScale), iCaption))
+    for (const std::string& strText : WrapText(DescribeOutput(uiOutput, roOutput), iCaption, FitsPixels(roRoom.w)))
     {
-        DrawText(strText, {roRoom.x, iY, roRoom.w, iTextRow});
+        DrawLine(strText, {roRoom.x, iY, roRoom.w, iTextRow}, oCaptionColours);
         iY += iTextRow;
     }
     Fill(oScreen, 20, 22, 26);
 
     STile& roTile = m_aoTiles[uiOutput];
     if (roTile.poPicture != roOutput.poPicture)
-    {
-        const bool bSameSize = roTile.poPicture != nullptr && roOutput.poPicture != nullptr && roTile.poTexture != nullptr &&
-                               roTile.poPicture->uiWidth == roOutput.poPicture->uiWidth &&
-                               roTile.poPicture->uiHeight == roOutput.poPicture->uiHeight;
-        roTile.poPicture = roOutput.poPicture;
-        if (!bSameSize)
-            roTile.poTexture.reset(roTile.poPicture == nullptr
-                                       ? nullptr
-                                       : SDL_CreateTexture(m_poRenderer.get(), SDL_PIXELFORMAT_ABGR8888,
-                                                           SDL_TEXTUREACCESS_STREAMING,
-                                                           static_cast<int>(roTile.poPicture->uiWidth),
-                                                           static_cast<int>(roTile.poPicture->uiHeight)));
-        if (roTile.poTexture != nullptr)
-            SDL_UpdateTexture(roTile.poTexture.get(), nullptr, roTile.poPicture->auiRgba.data(),
-                              static_cast<int>(roTile.poPicture->GetPitchInBytes()));
-    }
+        ChangePicture(roTile, roOutput.poPicture);
     if (roTile.poTexture == nullptr)
         return;
     const SDL_Rect oPlace =
         FitInto(oScreen, static_cast<int>(roTile.poPicture->uiWidth), static_cast<int>(roTile.poPicture->uiHeight));
     SDL_RenderCopy(m_poRenderer.get(), roTile.poTexture.get(), nullptr, &oPlace);
+}
+
+// The whole row is the bar, and the words stand in it.
+void Window::DrawProgress(int iWidth, int iY) const
+{
+    const SBoardView& roView = m_roBoard.GetView();
+    const int         iBar   = iWidth * static_cast<int>(std::min(roView.uiProgressPct, 100u)) / 100;
+    const SDL_Rect    oBar = {0, iY, iBar, iTextRow}, oRest = {iBar, iY, iWidth - iBar, iTextRow};
+    const SDL_Rect    oWords = {iMargin, iY, iWidth - iMargin, iTextRow};
+    Fill(oBar, oBarColours.auiPaper[0], oBarColours.auiPaper[1], oBarColours.auiPaper[2]);
+    for (const auto& [oPart, oColours] : {std::pair(oBar, oBarColours), std::pair(oRest, oCaptionColours)})
+    {
+        SDL_RenderSetClipRect(m_poRenderer.get(), &oPart);
+        DrawLine(DescribeProgress(roView), oWords, oColours);
+    }
+    SDL_RenderSetClipRect(m_poRenderer.get(), nullptr);
 }
 
 void Window::Draw()
@@ -157,7 +196,7 @@ void Window::Draw()
     SDL_RenderClear(m_poRenderer.get());
 
     if (!roView.strProblem.empty())
-        DrawText(roView.strProblem, {iMargin, iMargin, iWidth - 2 * iMargin, iTextRow});
+        DrawLine(roView.strProblem, {iMargin, iMargin, iWidth - 2 * iMargin, iTextRow}, oCaptionColours);
     else
     {
         const int iOutputs = static_cast<int>(roView.aoOutputs.size());
@@ -171,11 +210,7 @@ void Window::Draw()
         for (int i = 0; i < iOutputs; ++i)
             DrawTile(static_cast<size_t>(i), {iMargin + i % iAcross * iColumn, iMargin + i / iAcross * iRow,
                                               std::max(iColumn - iMargin, 1), std::max(iRow - iMargin / 2, 1)});
-        const int iBar = static_cast<int>(std::min(roView.uiProgressPct, 100u));
-        Fill({0, iHeight - iTextRow, iWidth * iBar / 100, iTextRow}, 62, 96, 140);
-        DrawText("progress " + std::to_string(roView.uiProgressPct) + " %" +
-                     (roView.bBarRunning ? ", progress bar running" : ""),
-                 {iMargin, iHeight - iTextRow, iWidth - iMargin, iTextRow});
+        DrawProgress(iWidth, iHeight - iTextRow);
     }
     SDL_RenderPresent(m_poRenderer.get());
 }

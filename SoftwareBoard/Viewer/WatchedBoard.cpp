@@ -46,6 +46,16 @@ SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
 }
 }
 
+std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput)
+{
+    return "output " + std::to_string(uiOutput) + ": " + roOutput.strState;
+}
+
+std::string DescribeProgress(const SBoardView& roView)
+{
+    return "progress " + std::to_string(roView.uiProgressPct) + " %" + (roView.bBarRunning ? ", progress bar running" : "");
+}
+
 WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
 {
     m_strTitle = MakePrintable(BoardFolder::DefaultPath()) + ", device " + std::to_string(uiDevice);

@@ -23,6 +23,9 @@ struct SOutputView
     bool operator==(const SOutputView&) const = default;
 };
 
+// "output 0: " and the state.
+std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput);
+
 struct SBoardView
 {
     std::string              strProblem;         // why the board cannot be read now, and then nothing else counts
@@ -33,6 +36,9 @@ struct SBoardView
 
     bool operator==(const SBoardView&) const = default;
 };
+
+// "progress 40 %", and whether the tool says that its bar is running.
+std::string DescribeProgress(const SBoardView& roView);
 
 class WatchedBoard
 {
