@@ -1,4 +1,4 @@
-# How every target of the project is built, and the one way in which a folder becomes a library.
+# Compiler and linker options for every target, and the functions that make a library of a folder and build a program.
 
 add_library(QelBuildOptions INTERFACE)
 target_compile_features(QelBuildOptions INTERFACE cxx_std_20)
@@ -10,10 +10,10 @@ target_compile_options(QelBuildOptions INTERFACE
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 include(CheckPIESupported)
-check_pie_supported(LANGUAGES CXX)  # programs are linked as such too, whatever the compiler's own default
+check_pie_supported(LANGUAGES CXX)  # links programs as position independent too, whatever the compiler's default
 
-# What stands in the way of whoever finds a fault to exploit. Sanitizers bring their own, and see less through these; the
-# checks of FORTIFY need an optimizer.
+# Hardening. Builds with sanitizers do without it: sanitizers have their own checks and find less with these. FORTIFY needs an
+# optimized build.
 if(NOT QEL_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize|-O0")
   target_compile_options(QelBuildOptions INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>
@@ -22,21 +22,23 @@ if(NOT QEL_SANITIZE AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize|-O0")
   target_link_options(QelBuildOptions INTERFACE -Wl,-z,relro,-z,now)
 endif()
 
-# A release's bytes do not tell where it was built.
+# The same sources give the same bytes, whichever folder they are built in.
 target_compile_options(QelBuildOptions INTERFACE
   $<$<CONFIG:Release>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=>)
 
 if(QEL_SANITIZE)
   target_compile_options(QelBuildOptions INTERFACE -fsanitize=${QEL_SANITIZE} -fno-omit-frame-pointer)
-  # g++ takes the standard library's own code for uninitialized when it is instrumented.
+  # g++ warns of uninitialized values in the standard library's own code when that is instrumented.
   target_compile_options(QelBuildOptions INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   if(QEL_SANITIZE MATCHES "undefined")
     target_compile_options(QelBuildOptions INTERFACE -fno-sanitize-recover=undefined)
   endif()
-  # Programs alone bring the sanitizer's runtime, and show it to the libraries that they open, which must not bring a second.
+  # Only programs link the sanitizer's runtime. They export it to the libraries that they open, which must not load a second
+  # one.
   set(QEL_SANITIZE_PROGRAM_OPTIONS -fsanitize=${QEL_SANITIZE}
     "-Wl,--export-dynamic-symbol=__?san_*" "-Wl,--export-dynamic-symbol=__sanitizer_*")
-  # The sanitizer's dlopen stands between a program and the loader: only inside the program does its RUNPATH still count.
+  # The sanitizer replaces dlopen. The program's RUNPATH counts only if that dlopen is part of the program, so link it
+  # statically.
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     if(QEL_SANITIZE MATCHES "address")
       list(APPEND QEL_SANITIZE_PROGRAM_OPTIONS -static-libasan)
@@ -47,8 +49,8 @@ if(QEL_SANITIZE)
 endif()
 
 # qel_folder(<name> SOURCES <file>... [USES <library>...] [INCLUDES <dir>...])
-# One folder of the house as one static library, whose public headers stand in the folder itself unless INCLUDES says
-# where. It names the folders that it uses; those above it are neither found nor linked, which holds the floors.
+# Makes a static library of one folder of the project. Its public headers are in the folder itself, or where INCLUDES says.
+# USES names the folders that it uses. Folders of higher layers are neither found nor linked, which enforces the layers.
 function(qel_folder NAME)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES;INCLUDES" ${ARGN})
   if(NOT ARG_INCLUDES)
@@ -59,11 +61,12 @@ function(qel_folder NAME)
   target_link_libraries(${NAME} PUBLIC ${ARG_USES} PRIVATE QelBuildOptions)
 endfunction()
 
-# CMake ends a program's RUNPATH with the separator, and the empty element behind that is the folder where the user stands:
-# libraries of anybody would be loaded from there.
+# Without this, CMake ends a program's RUNPATH with a separator. The empty element after it means the current folder, so
+# programs would load libraries from wherever the user is.
 set(CMAKE_EXECUTABLE_RUNTIME_CXX_FLAG_SEP "")
 
-# A program of the project; RUNPATH $ORIGIN in the build tree and nothing else, none when installed.
+# qel_program(<name> <file>...)
+# Makes a program. Its RUNPATH is $ORIGIN in the build tree; an installed program has none.
 function(qel_program NAME)
   add_executable(${NAME} ${ARGN})
   target_link_libraries(${NAME} PRIVATE QelBuildOptions)
