@@ -1,8 +1,8 @@
-# What is installed beside the programs, and the Debian packages: one for the tool, one for the software board. Both are
-# install components of their packages' names, so that either can be installed without the other.
+# Installs what belongs to the programs, and makes the Debian packages: one for the tool, one for the software board. Each is an
+# install component of its package's name, so either can be installed without the other.
 
 # qel_install_compressed(<file> <folder> <name> <component>)
-# Debian keeps pages and change logs compressed, without a time in them.
+# Debian wants manual pages and change logs compressed, without a time stamp.
 function(qel_install_compressed FILE FOLDER NAME COMPONENT)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${FILE}")
   set(COMPRESSED "${CMAKE_BINARY_DIR}/compressed/${NAME}.gz")
@@ -13,7 +13,7 @@ function(qel_install_compressed FILE FOLDER NAME COMPONENT)
 endfunction()
 
 # qel_install_program_pages(<program> <component>)
-# A program's manual page and completions, and its package's papers.
+# Installs a program's manual page and completions, and the copyright and change log of its package.
 function(qel_install_program_pages PROGRAM COMPONENT)
   qel_install_compressed(man/${PROGRAM}.1 "${CMAKE_INSTALL_MANDIR}/man1" ${PROGRAM}.1 ${COMPONENT})
   install(FILES completions/${PROGRAM}.bash DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
@@ -36,7 +36,7 @@ if(TARGET tavrin-board)
 endif()
 
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # it would come before those of the packages
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # otherwise this one precedes the description of each package
 set(CPACK_COMPONENTS_ALL ${COMPONENTS})
 set(CPACK_PACKAGE_CONTACT "QelProgressBarDisplay developers <developers@qelprogressbardisplay.example.org>")
 set(CPACK_PACKAGE_VENDOR "QelProgressBarDisplay developers")
@@ -57,23 +57,24 @@ set(CPACK_DEBIAN_QEL-PROGRESS-BAR-DISPLAY_PACKAGE_SUGGESTS tavrin-board)
 set(CPACK_DEBIAN_QEL-PROGRESS-BAR-DISPLAY_DESCRIPTION
 "full-screen progress display on a video-processing board
 QelProgressBarDisplay drives every video output of a board with given timings,
-paints a PNG background, plays an animation and fills a bar from the
-percentage that the board reports, while the board carries out something long
-that must not be interrupted, such as an update of its firmware.
+paints a PNG background, plays an animation and fills a bar with the
+percentage that the board reports, while the board does something long that
+must not be interrupted, such as an update of its firmware.
 
 It needs the device library libTavrin.so.1 of the board's maker, or the
-software board of the package tavrin-board.")
+software board from the package tavrin-board.")
 
 set(CPACK_DEBIAN_TAVRIN-BOARD_PACKAGE_NAME tavrin-board)
 set(CPACK_DEBIAN_TAVRIN-BOARD_PACKAGE_RECOMMENDS qel-progress-bar-display)
 set(CPACK_DEBIAN_TAVRIN-BOARD_DESCRIPTION
 "video-processing board in software, with a front panel
-What QelProgressBarDisplay needs of a board, in software: the tool runs, is
-seen and is tried without any hardware. A board lives in a folder and outlives
-the processes that use it; tavrin-board makes boards, writes the progress that
-they report, and shows what their outputs show.
+The software board replaces a video-processing board, so QelProgressBarDisplay
+can be run, watched and tested without hardware. A board lives in a folder and
+stays there after the processes that use it have ended. tavrin-board makes
+boards, writes the progress that they report, and shows what their outputs
+show.
 
-The board's device library stands in a private folder, which only
-\"tavrin-board run\" puts in the way of a program.")
+The board's device library is in a private folder. A program gets it only
+under \"tavrin-board run\".")
 
 include(CPack)
