@@ -1,9 +1,9 @@
 #!/bin/bash
-# test.bash SHARE_FOLDER BIN_FOLDER: the bash completions installed there offer what the table of lines says, and every
-# option and command that the programs tell of themselves.
+# test.bash SHARE_FOLDER BIN_FOLDER: tests the bash completions installed there. They must offer what the table "lines" says, and
+# every option and command that the programs print in their help.
 export LC_ALL=C
-compopt() { :; } # is for TAB alone
-shopt -s lastpipe # what finds a fault at the end of a pipe says so
+compopt() { :; } # works only during a real completion
+shopt -s lastpipe # the last part of a pipe can set a variable of this shell
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -11,7 +11,7 @@ trap 'rm -rf "$work"' EXIT
 BASH_COMPLETION_USER_DIR=$work/none XDG_DATA_DIRS=$1 PATH=$2:$PATH
 cd "$work" && touch picture.png picture.txt frame01.png frame02.png
 
-offered() { # what TAB offers at the end of a line, sorted
+offered() { # LINE: prints what TAB offers at its end, sorted
   COMP_LINE=$1 COMP_POINT=${#1} COMPREPLY=()
   read -ra COMP_WORDS <<<"$1"
   [[ $1 == *' ' ]] && COMP_WORDS+=('')
@@ -30,7 +30,7 @@ while IFS='|' read -r line wanted; do
   [ "$got" = "$wanted" ] || fault "'$line' offers '$got' instead of '$wanted'"
 done < <(grep -v '^#' "$here/lines")
 
-offers_all() { # LINE: what is read, one a line
+offers_all() { # LINE: whether TAB offers every word that standard input lists
   missing=$(sort -u | comm -23 - <(offered "$1"))
   [ -z "$missing" ] || fault "'$1' does not offer" $missing
 }

@@ -1,6 +1,6 @@
 #!/bin/zsh -f
-# test.zsh FUNCTION_FOLDER BIN_FOLDER: the zsh completions installed there, in a zsh at a terminal, do what the table of
-# lines says: TAB completes the line to its one word, or leaves it as it is.
+# test.zsh FUNCTION_FOLDER BIN_FOLDER: tests the zsh completions installed there, in a zsh on a terminal. They must do what the
+# table "lines" says: TAB completes the last word, or leaves the line as it is.
 here=${0:A:h} work=$(mktemp -d)
 trap 'rm -rf $work' EXIT
 cd $work && touch picture.png picture.txt frame01.png frame02.png
