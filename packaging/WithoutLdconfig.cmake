@@ -1,5 +1,5 @@
-# CPack takes a private folder in /usr/lib for one that the dynamic linker searches, and adds scripts that run ldconfig.
-# Here they are taken out again, and the package is packed anew by Debian's own tool.
+# Removes the scripts that run ldconfig from the packages. CPack adds them because it treats a private folder in /usr/lib as one
+# that the dynamic linker searches. Debian's own tool then packs the package again.
 foreach(PACKAGE IN LISTS CPACK_PACKAGE_FILES)
   set(UNPACKED "${CPACK_TEMPORARY_DIRECTORY}.unpacked")
   file(REMOVE_RECURSE "${UNPACKED}")
