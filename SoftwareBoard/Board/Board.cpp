@@ -12,37 +12,37 @@ namespace SoftwareBoard
 {
 namespace
 {
-constexpr char pszNewName[] = "board.new";
+constexpr char NEW_NAME[] = "board.new";
 
 // Makes a board whole and renames it to its place. Who makes one holds the transaction of the new board, so others that make
 // one at the same time wait; what a killed process left of one is written anew. Nothing when another board came to the place
 // first: where poOld is null there must be none, otherwise that one, whose clients are shut out.
 std::optional<Board> TryMake(BoardFolder& roFolder, const SBoardPlan& roPlan, const BoardState* poOld)
 {
-    FileDescriptor    oFile = roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT);
+    FileDescriptor    oFile = roFolder.OpenFile(NEW_NAME, O_RDWR | O_CREAT);
     const BoardLocks  oLocks(oFile);
     const Transaction oTransaction(oLocks);
-    if (!roFolder.IsNameOf(pszNewName, oFile))
+    if (!roFolder.IsNameOf(NEW_NAME, oFile))
         return std::nullopt;
     if (!BoardFolder::IsUnfinished(oFile) && !BoardState::IsOurs(oFile))
-        throw BoardError(roFolder.PathOf(pszNewName) + ": not a file of the board's; it is left alone");
+        throw BoardError(roFolder.PathOf(NEW_NAME) + ": not a file of the board's; it is left alone");
 
     std::optional<BoardState> ooState;
     try
     {
-        const bool bFree = poOld != nullptr ? roFolder.IsNameOf(BoardState::msc_szName, poOld->GetFile())
-                                            : !roFolder.Exists(BoardState::msc_szName);
+        const bool bFree = poOld != nullptr ? roFolder.IsNameOf(BoardState::FILE_NAME, poOld->GetFile())
+                                            : !roFolder.Exists(BoardState::FILE_NAME);
         if (bFree)
         {
-            ooState.emplace(BoardState::Write(std::move(oFile), roFolder.PathOf(pszNewName), roPlan));
-            roFolder.Rename(pszNewName, BoardState::msc_szName);
+            ooState.emplace(BoardState::Write(std::move(oFile), roFolder.PathOf(NEW_NAME), roPlan));
+            roFolder.Rename(NEW_NAME, BoardState::FILE_NAME);
         }
         else
-            roFolder.Remove(pszNewName);
+            roFolder.Remove(NEW_NAME);
     }
     catch (...)
     {
-        roFolder.Remove(pszNewName);
+        roFolder.Remove(NEW_NAME);
         throw;
     }
     if (!ooState)
@@ -70,7 +70,7 @@ Board Board::ObserveOrMake()
     for (;;)
     {
         BoardFolder oFolder = BoardFolder::OpenOrMake();
-        if (!oFolder.Exists(BoardState::msc_szName))
+        if (!oFolder.Exists(BoardState::FILE_NAME))
         {
             if (auto ooBoard = TryMake(oFolder, DefaultPlan(), nullptr))
                 return std::move(*ooBoard);

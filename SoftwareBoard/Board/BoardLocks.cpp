@@ -12,8 +12,8 @@ namespace
 using namespace std::chrono_literals;
 
 // A process that was stopped while it holds a lock may never give it back, and whoever waits for that could not be ended.
-constexpr std::chrono::seconds      oPatience     = 5s;
-constexpr std::chrono::milliseconds oBetweenTries = 1ms;
+constexpr std::chrono::seconds      PATIENCE      = 5s;
+constexpr std::chrono::milliseconds BETWEEN_TRIES = 1ms;
 
 struct flock OneByte(off_t iByte, short sType)
 {
@@ -63,13 +63,13 @@ BoardLocks::BoardLocks(const FileDescriptor& roFile) : m_oFile(fcntl(roFile.Get(
 // is over soon as well.
 void BoardLocks::Wait(off_t iByte, short sType) const
 {
-    const auto oEnd = std::chrono::steady_clock::now() + (m_bGaveUp ? 0s : oPatience);
+    const auto oEnd = std::chrono::steady_clock::now() + (m_bGaveUp ? 0s : PATIENCE);
     while (!TryLockByte(m_oFile.Get(), iByte, sType))
     {
         m_bGaveUp = std::chrono::steady_clock::now() >= oEnd;
         if (m_bGaveUp)
             throw BoardError("a lock of the board: another process holds it for too long; is it stopped?");
-        std::this_thread::sleep_for(oBetweenTries);
+        std::this_thread::sleep_for(BETWEEN_TRIES);
     }
     m_bGaveUp = false;
 }

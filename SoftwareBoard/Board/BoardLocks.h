@@ -26,9 +26,9 @@ public:
     explicit BoardLocks(const FileDescriptor& roFile);
 
     // A client of the board, for the rest of the process. Waits while a new board is being made.
-    void JoinClients() { Wait(msc_iClients, F_RDLCK); }
+    void JoinClients() { Wait(CLIENTS_BYTE, F_RDLCK); }
     // The only one: FALSE when the board has a client.
-    bool TryShutOutClients() { return TryLockByte(m_oFile.Get(), msc_iClients, F_WRLCK); }
+    bool TryShutOutClients() { return TryLockByte(m_oFile.Get(), CLIENTS_BYTE, F_WRLCK); }
 
     bool TryHoldOutput(KUINT32 uiDevice, KUINT32 uiOutput)
     {
@@ -46,19 +46,19 @@ public:
 
 private:
     friend class Transaction;
-    void BeginTransaction() const { Wait(msc_iTransaction, F_WRLCK); }
-    void EndTransaction() const { UnlockByte(m_oFile.Get(), msc_iTransaction); }
+    void BeginTransaction() const { Wait(TRANSACTION_BYTE, F_WRLCK); }
+    void EndTransaction() const { UnlockByte(m_oFile.Get(), TRANSACTION_BYTE); }
 
-    static constexpr off_t msc_iTransaction  = 0;
-    static constexpr off_t msc_iClients      = 1;
-    static constexpr off_t msc_iFirstDisplay = 512;
-    static constexpr off_t msc_iFirstOutput  = 1024;
-    static constexpr off_t msc_iDeviceStride = 1024;
+    static constexpr off_t TRANSACTION_BYTE   = 0;
+    static constexpr off_t CLIENTS_BYTE       = 1;
+    static constexpr off_t FIRST_DISPLAY_BYTE = 512;
+    static constexpr off_t FIRST_OUTPUT_BYTE  = 1024;
+    static constexpr off_t DEVICE_STRIDE      = 1024;
 
-    static off_t DisplayByte(KUINT32 uiDevice) { return msc_iFirstDisplay + off_t{uiDevice}; }
+    static off_t DisplayByte(KUINT32 uiDevice) { return FIRST_DISPLAY_BYTE + off_t{uiDevice}; }
     static off_t OutputByte(KUINT32 uiDevice, KUINT32 uiOutput)
     {
-        return msc_iFirstOutput + msc_iDeviceStride * off_t{uiDevice} + off_t{uiOutput};
+        return FIRST_OUTPUT_BYTE + DEVICE_STRIDE * off_t{uiDevice} + off_t{uiOutput};
     }
 
     void Wait(off_t iByte, short sType) const;

@@ -24,8 +24,8 @@ struct SHeader
     KUINT32             uiLayout;
     KUINT32             uiDeviceCount;
 };
-constexpr std::array<char, 8> acOurMagic  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
-constexpr KUINT32             uiOurLayout = 4;
+constexpr std::array<char, 8> OUR_MAGIC  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
+constexpr KUINT32             OUR_LAYOUT = 4;
 
 // What the file holds of one output.
 struct SOutputPlace
@@ -33,22 +33,23 @@ struct SOutputPlace
     SOutputRecord oRecord;
     SVerdict      oVerdict;
 };
-using OutputPage = std::array<SOutputPlace, uiMaxOutputs>;
+using OutputPage = std::array<SOutputPlace, MAX_OUTPUTS>;
 
 // In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
 // No record crosses a page, so a killed writer never leaves half a record; the lock keeps readers off while it is written.
-constexpr off_t iPage         = 4096;
-constexpr off_t iDeviceStride = 2 * iPage + off_t{uiRegisterCount} * 4;
-static_assert(sizeof(SHeader) <= iPage && sizeof(SDeviceRecord) <= iPage && sizeof(OutputPage) == iPage);
+constexpr off_t PAGE_IN_BYTES = 4096;
+constexpr off_t DEVICE_STRIDE = 2 * PAGE_IN_BYTES + off_t{REGISTER_COUNT} * 4;
+static_assert(sizeof(SHeader) <= PAGE_IN_BYTES && sizeof(SDeviceRecord) <= PAGE_IN_BYTES &&
+              sizeof(OutputPage) == PAGE_IN_BYTES);
 static_assert(sizeof(SOutputRecord) == 80 && std::endian::native == std::endian::little);
 
 constexpr off_t DeviceOffset(KUINT32 uiDevice)
 {
-    return iPage + iDeviceStride * off_t{uiDevice};
+    return PAGE_IN_BYTES + DEVICE_STRIDE * off_t{uiDevice};
 }
 constexpr off_t OutputOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
-    return DeviceOffset(uiDevice) + iPage + off_t{sizeof(SOutputPlace)} * off_t{uiOutput};
+    return DeviceOffset(uiDevice) + PAGE_IN_BYTES + off_t{sizeof(SOutputPlace)} * off_t{uiOutput};
 }
 constexpr off_t GenerationOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
@@ -60,7 +61,7 @@ constexpr off_t VerdictOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 }
 constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
 {
-    return DeviceOffset(uiDevice) + 2 * iPage + 4 * off_t{uiRegister};
+    return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + 4 * off_t{uiRegister};
 }
 
 // Makes what the file holds a text that ends, and that cannot command a terminal.
@@ -102,10 +103,10 @@ SBoardPlan DefaultPlan()
 
 std::optional<BoardState> BoardState::Find(const BoardFolder& roFolder)
 {
-    FileDescriptor oFile = roFolder.OpenFile(msc_szName, O_RDWR);
+    FileDescriptor oFile = roFolder.OpenFile(FILE_NAME, O_RDWR);
     if (!oFile)
         return std::nullopt;
-    BoardState oState(std::move(oFile), roFolder.PathOf(msc_szName));
+    BoardState oState(std::move(oFile), roFolder.PathOf(FILE_NAME));
     oState.CheckIsOurs();
     return oState;
 }
@@ -113,7 +114,7 @@ std::optional<BoardState> BoardState::Find(const BoardFolder& roFolder)
 bool BoardState::IsOurs(const FileDescriptor& roFile)
 {
     std::array<char, 8> acMagic = {};
-    return pread(roFile.Get(), acMagic.data(), acMagic.size(), 0) == ssize_t{sizeof(acMagic)} && acMagic == acOurMagic;
+    return pread(roFile.Get(), acMagic.data(), acMagic.size(), 0) == ssize_t{sizeof(acMagic)} && acMagic == OUR_MAGIC;
 }
 
 BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan)
@@ -134,18 +135,18 @@ BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SB
     }
     for (KUINT32 uiDevice = 0; uiDevice < roPlan.uiDeviceCount; ++uiDevice)
         oNew.Write(DeviceOffset(uiDevice), oDevice);
-    oNew.Write(0, SHeader{acOurMagic, uiOurLayout, roPlan.uiDeviceCount});
+    oNew.Write(0, SHeader{OUR_MAGIC, OUR_LAYOUT, roPlan.uiDeviceCount});
     return oNew;
 }
 
 KUINT32 BoardState::CheckIsOurs() const
 {
     const SHeader oHeader = Read<SHeader>(0);
-    if (oHeader.acMagic != acOurMagic)
+    if (oHeader.acMagic != OUR_MAGIC)
         throw BoardError(m_strPath + ": not the state of a board; remove it, or set TAVRIN_BOARD to another folder");
-    if (oHeader.uiLayout != uiOurLayout)
+    if (oHeader.uiLayout != OUR_LAYOUT)
         throw BoardError(m_strPath + ": a board of layout " + std::to_string(oHeader.uiLayout) + ", where " +
-                         std::to_string(uiOurLayout) + " is known; remove it, or set TAVRIN_BOARD to another folder");
+                         std::to_string(OUR_LAYOUT) + " is known; remove it, or set TAVRIN_BOARD to another folder");
     return oHeader.uiDeviceCount;
 }
 
@@ -156,7 +157,7 @@ KUINT32 BoardState::GetDeviceCount() const
     const off_t iSize = lseek(m_oFile.Get(), 0, SEEK_END);
     if (iSize < 0)
         ThrowSystemError(m_strPath, "lseek");
-    if (uiCount == 0 || uiCount > uiMaxDevices || iSize != DeviceOffset(uiCount))
+    if (uiCount == 0 || uiCount > MAX_DEVICES || iSize != DeviceOffset(uiCount))
         throw BoardError(m_strPath + ": damaged (number of devices or size of the file); make the board anew");
     return uiCount;
 }
@@ -172,7 +173,7 @@ SDeviceRecord BoardState::ReadDevice(KUINT32 uiDevice) const
 {
     CheckDevice(uiDevice);
     const auto oDevice = Read<SDeviceRecord>(DeviceOffset(uiDevice));
-    if (oDevice.uiOutputCount > uiMaxOutputs || oDevice.uiFpgaCount > uiMaxFpgas ||
+    if (oDevice.uiOutputCount > MAX_OUTPUTS || oDevice.uiFpgaCount > MAX_FPGAS ||
         !std::all_of(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount,
                      [](const tagTBoard_FpgaInfo& ro) { return ro.uiSize == sizeof(ro) && IsName(ro.szName); }))
         throw BoardError(m_strPath + ": damaged (record of device " + std::to_string(uiDevice) + "); make the board anew");

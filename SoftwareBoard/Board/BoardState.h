@@ -20,13 +20,13 @@ namespace SoftwareBoard
 {
 class Transaction;
 
-constexpr KUINT32 uiMaxDevices    = 8;
-constexpr KUINT32 uiMaxOutputs    = 16;  // of a device, as the next two
-constexpr KUINT32 uiMaxFpgas      = 16;
-constexpr KUINT32 uiRegisterCount = 16384;
+constexpr KUINT32 MAX_DEVICES    = 8;
+constexpr KUINT32 MAX_OUTPUTS    = 16;  // of a device, as the next two
+constexpr KUINT32 MAX_FPGAS      = 16;
+constexpr KUINT32 REGISTER_COUNT = 16384;
 
-constexpr KUINT32 uiProgressBarRunningReg = 6908;
-constexpr KUINT32 uiProgressReg           = 7932;  // its low byte is the percentage
+constexpr KUINT32 PROGRESS_BAR_RUNNING_REGISTER = 6908;
+constexpr KUINT32 PROGRESS_REGISTER             = 7932;  // its low byte is the percentage
 
 // What a new board is made of; every device gets the same.
 struct SBoardPlan
@@ -44,9 +44,9 @@ SBoardPlan DefaultPlan();
 
 struct SDeviceRecord
 {
-    KUINT32                                    uiOutputCount = 0;
-    KUINT32                                    uiFpgaCount   = 0;
-    std::array<tagTBoard_FpgaInfo, uiMaxFpgas> aoFpgas       = {};
+    KUINT32                                   uiOutputCount = 0;
+    KUINT32                                   uiFpgaCount   = 0;
+    std::array<tagTBoard_FpgaInfo, MAX_FPGAS> aoFpgas       = {};
 };
 
 struct SOutputRecord
@@ -79,7 +79,7 @@ struct SVerdict
 class BoardState
 {
 public:
-    static constexpr char msc_szName[] = "board.state";
+    static constexpr char FILE_NAME[] = "board.state";
 
     // The state in the folder, or nothing when there is no such file. Throws BoardError for a file that is not a board's
     // state; whether it is damaged is asked by every call that reads it.

@@ -48,8 +48,8 @@ DrawingProcess::DrawingProcess(int iPixels, KINT32 iPid) : m_iPixels(iPixels)
     clockid_t   oClock = {};
     if (iPid <= 0 || fstat(iPixels, &oStat) != 0 || !HasOpen(iPid, oStat) || clock_getcpuclockid(iPid, &oClock) != 0)
         return;
-    m_iPid   = iPid;
-    m_oClock = oClock;
+    m_iPid    = iPid;
+    m_ooClock = oClock;
 }
 
 bool DrawingProcess::MayHaveDrawn()
@@ -64,7 +64,7 @@ bool DrawingProcess::MayHaveDrawn()
         return bWritten;
     m_bGone = !CanDraw();  // what it drew before it went is still to be seen, once
     // Asked before the picture is looked at, so that what it draws meanwhile counts at the next time.
-    const bool bRan = !m_oClock || clock_gettime(*m_oClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
+    const bool bRan = !m_ooClock || clock_gettime(*m_ooClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
     m_oRan          = oRan;
     return std::exchange(m_iLooked, oNow.tv_sec) != oNow.tv_sec || bWritten || bRan || m_bGone;
 }
@@ -74,8 +74,8 @@ std::optional<KINT64> DrawingProcess::FindTimeAsleep() const
     if (!CanDraw())
         return 0;
     timespec   oRan   = {};
-    const char cState = m_oClock ? StateOf(m_iPid) : '?';
-    if (cState != 'S' || clock_gettime(*m_oClock, &oRan) != 0)
+    const char cState = m_ooClock ? StateOf(m_iPid) : '?';
+    if (cState != 'S' || clock_gettime(*m_ooClock, &oRan) != 0)
         return std::nullopt;
     return KINT64{oRan.tv_sec} * 1'000'000'000 + oRan.tv_nsec;
 }

@@ -45,7 +45,7 @@ private:
 
     int                      m_iPixels;
     pid_t                    m_iPid = 0;  // 0: not known
-    std::optional<clockid_t> m_oClock;    // the processor time of the process
+    std::optional<clockid_t> m_ooClock;   // the processor time of the process
     timespec                 m_oRan     = {};
     timespec                 m_oWritten = {};
     time_t                   m_iLooked  = 0;

@@ -17,27 +17,27 @@ namespace SoftwareBoard
 {
 namespace
 {
-constexpr std::string_view svPrefix = "board.pixels-";
+constexpr std::string_view FILE_PREFIX = "board.pixels-";
 // While a file is being made, in a transaction, it has this name, so that no other process finds half of one.
-constexpr char pszNewName[] = "board.pixels-new";
+constexpr char NEW_NAME[] = "board.pixels-new";
 
 // Whoever needs the file has this byte of it locked: the maker alone, others together.
-constexpr off_t iNeededByte = 0;
+constexpr off_t NEEDED_BYTE = 0;
 
 // Stands behind the pixels.
-using Mark               = std::array<char, 8>;
-constexpr Mark acOurMark = {'T', 'A', 'V', 'R', 'I', 'N', 'P', 'X'};
+using Mark              = std::array<char, 8>;
+constexpr Mark OUR_MARK = {'T', 'A', 'V', 'R', 'I', 'N', 'P', 'X'};
 
 std::string NameOf(KUINT32 uiNumber)
 {
-    return std::string(svPrefix) + std::to_string(uiNumber);
+    return std::string(FILE_PREFIX) + std::to_string(uiNumber);
 }
 
 std::optional<KUINT32> NumberOf(const std::string& strName)
 {
     KUINT32 uiNumber = 0;
-    if (strName.starts_with(svPrefix))
-        std::from_chars(strName.data() + svPrefix.size(), strName.data() + strName.size(), uiNumber);
+    if (strName.starts_with(FILE_PREFIX))
+        std::from_chars(strName.data() + FILE_PREFIX.size(), strName.data() + strName.size(), uiNumber);
     return strName == NameOf(uiNumber) ? std::optional(uiNumber) : std::nullopt;
 }
 
@@ -48,7 +48,7 @@ bool IsMarked(const FileDescriptor& roFile)
     Mark        acRead = {};
     return fstat(roFile.Get(), &oStat) == 0 && oStat.st_size >= off_t{sizeof(Mark)} &&
            pread(roFile.Get(), acRead.data(), sizeof(Mark), oStat.st_size - off_t{sizeof(Mark)}) == ssize_t{sizeof(Mark)} &&
-           acRead == acOurMark;
+           acRead == OUR_MARK;
 }
 }
 
@@ -57,30 +57,30 @@ SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& ro
 {
     if (roState.IsReplaced())
         throw BoardError(roFolder.GetPath() + ": another board is there now");
-    if (const FileDescriptor oLeft = roFolder.OpenFile(pszNewName, O_RDONLY))
+    if (const FileDescriptor oLeft = roFolder.OpenFile(NEW_NAME, O_RDONLY))
     {
         if (!BoardFolder::IsUnfinished(oLeft))
-            throw BoardError(roFolder.PathOf(pszNewName) + ": not a file of the board's; it is left alone");
-        roFolder.Remove(pszNewName);  // a killed process left it
+            throw BoardError(roFolder.PathOf(NEW_NAME) + ": not a file of the board's; it is left alone");
+        roFolder.Remove(NEW_NAME);  // a killed process left it
     }
-    SPixelFile oPixels{0, roFolder.OpenFile(pszNewName, O_RDWR | O_CREAT | O_EXCL)};
+    SPixelFile oPixels{0, roFolder.OpenFile(NEW_NAME, O_RDWR | O_CREAT | O_EXCL)};
     try
     {
         if (const int iError = BoardFolder::Allocate(oPixels.oFile, off_t{uiSizeInBytes} + off_t{sizeof(Mark)}))
-            ThrowSystemError(roFolder.PathOf(pszNewName), "posix_fallocate", iError);
-        if (pwrite(oPixels.oFile.Get(), acOurMark.data(), sizeof(Mark), off_t{uiSizeInBytes}) != ssize_t{sizeof(Mark)})
-            ThrowSystemError(roFolder.PathOf(pszNewName), "pwrite");
-        TryLockByte(oPixels.oFile.Get(), iNeededByte, F_WRLCK);
+            ThrowSystemError(roFolder.PathOf(NEW_NAME), "posix_fallocate", iError);
+        if (pwrite(oPixels.oFile.Get(), OUR_MARK.data(), sizeof(Mark), off_t{uiSizeInBytes}) != ssize_t{sizeof(Mark)})
+            ThrowSystemError(roFolder.PathOf(NEW_NAME), "pwrite");
+        TryLockByte(oPixels.oFile.Get(), NEEDED_BYTE, F_WRLCK);
 
         // A number that an output still shows is not given out again, also when somebody took its file away.
         const std::set<KUINT32> oShown = roState.ReadShownPixelFiles(roTransaction);
         while (oShown.contains(oPixels.uiNumber) || roFolder.Exists(NameOf(oPixels.uiNumber)))
             ++oPixels.uiNumber;
-        roFolder.Rename(pszNewName, NameOf(oPixels.uiNumber));
+        roFolder.Rename(NEW_NAME, NameOf(oPixels.uiNumber));
     }
     catch (...)
     {
-        roFolder.Remove(pszNewName);
+        roFolder.Remove(NEW_NAME);
         throw;
     }
     return oPixels;
@@ -88,12 +88,12 @@ SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& ro
 
 void KeepPixelFile(const FileDescriptor& roPixels)
 {
-    TryLockByte(roPixels.Get(), iNeededByte, F_RDLCK);
+    TryLockByte(roPixels.Get(), NEEDED_BYTE, F_RDLCK);
 }
 
 bool HasMaker(int iPixels)
 {
-    return IsByteLocked(iPixels, iNeededByte, F_RDLCK);
+    return IsByteLocked(iPixels, NEEDED_BYTE, F_RDLCK);
 }
 
 FileDescriptor OpenPixelFile(const Transaction&, const BoardFolder& roFolder, KUINT32 uiNumber)
@@ -125,7 +125,7 @@ void SweepPixelFiles(const Transaction& roTransaction, const BoardFolder& roFold
         try
         {
             if (const FileDescriptor oFile = roFolder.OpenFile(strName, O_RDWR);
-                oFile && IsMarked(oFile) && !IsByteLocked(oFile.Get(), iNeededByte, F_WRLCK))
+                oFile && IsMarked(oFile) && !IsByteLocked(oFile.Get(), NEEDED_BYTE, F_WRLCK))
                 roFolder.Remove(strName);
         }
         catch (const BoardError&)

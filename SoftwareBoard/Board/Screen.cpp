@@ -11,7 +11,7 @@ namespace SoftwareBoard
 namespace
 {
 // Few calls, and what is read stays in the processor's caches until it is used.
-constexpr size_t uiBytesAtOnce = size_t{256} << 10;
+constexpr size_t BYTES_AT_ONCE = size_t{256} << 10;
 
 SPlaneLayout LayoutOf(const SOutputRecord& roOutput)
 {
@@ -39,7 +39,7 @@ size_t Screen::Pitch() const
 
 size_t Screen::RowsAtOnce() const
 {
-    return std::max<size_t>(uiBytesAtOnce / LayoutOf(m_oOutput).uiPitchInBytes, 1);
+    return std::max<size_t>(BYTES_AT_ONCE / LayoutOf(m_oOutput).uiPitchInBytes, 1);
 }
 
 void Screen::ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t uiRows) const

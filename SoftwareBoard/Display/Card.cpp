@@ -14,8 +14,8 @@ namespace SoftwareBoard::Display
 {
 namespace
 {
-constexpr char pszFolder[] = "/dev/dri";
-constexpr char pszPrefix[] = "card";
+constexpr char CARD_FOLDER[] = "/dev/dri";
+constexpr char CARD_PREFIX[] = "card";
 
 FileDescriptor OpenCard(const std::string& strPath)
 {
@@ -33,30 +33,30 @@ std::vector<std::string> Card::FindPaths()
 {
     std::map<unsigned long, std::string> oPaths;
     std::error_code                      oError;
-    for (const auto& roEntry : std::filesystem::directory_iterator(pszFolder, oError))
+    for (const auto& roEntry : std::filesystem::directory_iterator(CARD_FOLDER, oError))
     {
         const std::string strName = roEntry.path().filename().string();
-        if (strName.starts_with(pszPrefix))
-            oPaths[std::strtoul(strName.c_str() + sizeof(pszPrefix) - 1, nullptr, 10)] = roEntry.path().string();
+        if (strName.starts_with(CARD_PREFIX))
+            oPaths[std::strtoul(strName.c_str() + sizeof(CARD_PREFIX) - 1, nullptr, 10)] = roEntry.path().string();
     }
-    std::vector<std::string> oInOrder;
+    std::vector<std::string> astrInOrder;
     for (const auto& [uiNumber, strPath] : oPaths)
-        oInOrder.push_back(strPath);
-    return oInOrder;
+        astrInOrder.push_back(strPath);
+    return astrInOrder;
 }
 
 Card Card::Open(const std::string& strPath)
 {
     if (!strPath.empty())
         return Card(strPath, OpenCard(strPath));
-    const std::vector<std::string> oPaths = FindPaths();
-    for (const std::string& strCandidate : oPaths)
+    const std::vector<std::string> astrPaths = FindPaths();
+    for (const std::string& strCandidate : astrPaths)
     {
         FileDescriptor oFd = OpenCard(strCandidate);
-        if (DrmResources(drmModeGetResources(oFd.Get())) || strCandidate == oPaths.back())
+        if (DrmResources(drmModeGetResources(oFd.Get())) || strCandidate == astrPaths.back())
             return Card(strCandidate, std::move(oFd));
     }
-    throw BoardError(std::string(pszFolder) + ": this machine has no display controller, or no driver for it");
+    throw BoardError(std::string(CARD_FOLDER) + ": this machine has no display controller, or no driver for it");
 }
 
 Card::Card(std::string strPath, FileDescriptor oFd)
@@ -80,19 +80,19 @@ Card::Card(std::string strPath, FileDescriptor oFd)
             continue;
         FindProperty(poPlane->plane_id, DRM_MODE_OBJECT_PLANE, "type", &uiType);
         if (uiType == DRM_PLANE_TYPE_PRIMARY)
-            m_oPlanes.push_back({poPlane->plane_id,
-                                 poPlane->possible_crtcs,
-                                 poPlane->crtc_id,
-                                 {poPlane->formats, poPlane->formats + poPlane->count_formats}});
+            m_aoPlanes.push_back({poPlane->plane_id,
+                                  poPlane->possible_crtcs,
+                                  poPlane->crtc_id,
+                                  {poPlane->formats, poPlane->formats + poPlane->count_formats}});
     }
     // Where planes go with several CRTCs, outputs must not take each other's.
     for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
     {
         const uint32_t uiCrtc = m_poResources->crtcs[iCrtc];
-        const auto     oFree  = std::find_if(m_oPlanes.begin(), m_oPlanes.end(), [&](const SPlane& ro) {
+        const auto     oFree  = std::find_if(m_aoPlanes.begin(), m_aoPlanes.end(), [&](const SPlane& ro) {
             return ro.uiCrtc == 0 && (ro.uiPossibleCrtcs >> iCrtc & 1) != 0;
         });
-        if (FindPlane(uiCrtc) == nullptr && oFree != m_oPlanes.end())
+        if (FindPlane(uiCrtc) == nullptr && oFree != m_aoPlanes.end())
             oFree->uiCrtc = uiCrtc;
     }
 }
@@ -105,24 +105,24 @@ void Card::BecomeMaster()
     if (drmIsMaster(m_oFd.Get()) == 0 && drmSetMaster(m_oFd.Get()) != 0)
         ThrowSystemError(m_strPath, "another program, such as a desktop, holds the card");
 
-    const std::vector<SConnector> oConnectors = ReadConnectors();
+    const std::vector<SConnector> aoConnectors = ReadConnectors();
     for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
     {
         SFound oFound{DrmCrtc(drmModeGetCrtc(m_oFd.Get(), m_poResources->crtcs[iCrtc])), {}};
-        for (const SConnector& roConnector : oConnectors)
+        for (const SConnector& roConnector : aoConnectors)
         {
             if (oFound.poCrtc != nullptr && roConnector.uiCrtc == oFound.poCrtc->crtc_id)
                 oFound.auiConnectors.push_back(roConnector.uiId);
         }
         if (oFound.poCrtc != nullptr)
-            m_oFound.push_back(std::move(oFound));
+            m_aoFound.push_back(std::move(oFound));
     }
     TurnAllOff();
 }
 
 std::vector<SConnector> Card::ReadConnectors() const
 {
-    std::vector<SConnector> oConnectors;
+    std::vector<SConnector> aoConnectors;
     const DrmResources      poNow(drmModeGetResources(m_oFd.Get()));  // a dock brings connectors of its own
     if (poNow == nullptr)
         ThrowSystemError(m_strPath, "the card is gone");
@@ -145,9 +145,9 @@ std::vector<SConnector> Card::ReadConnectors() const
             if (poEncoder->encoder_id == poConnector->encoder_id)
                 oConnector.uiCrtc = poEncoder->crtc_id;
         }
-        oConnectors.push_back(std::move(oConnector));
+        aoConnectors.push_back(std::move(oConnector));
     }
-    return oConnectors;
+    return aoConnectors;
 }
 
 uint32_t Card::ChooseCrtc(const SConnector& roConnector, const std::vector<SConnector>& roAll,
@@ -172,8 +172,8 @@ uint32_t Card::ChooseCrtc(const SConnector& roConnector, const std::vector<SConn
 const SPlane* Card::FindPlane(uint32_t uiCrtc) const
 {
     const auto oFound =
-        std::find_if(m_oPlanes.begin(), m_oPlanes.end(), [&](const SPlane& ro) { return ro.uiCrtc == uiCrtc; });
-    return oFound == m_oPlanes.end() ? nullptr : &*oFound;
+        std::find_if(m_aoPlanes.begin(), m_aoPlanes.end(), [&](const SPlane& ro) { return ro.uiCrtc == uiCrtc; });
+    return oFound == m_aoPlanes.end() ? nullptr : &*oFound;
 }
 
 uint32_t Card::FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue) const
@@ -212,14 +212,14 @@ void Card::TurnOff(uint32_t uiCrtc) const
 
 void Card::TurnAllOff() const
 {
-    for (const SFound& ro : m_oFound)
+    for (const SFound& ro : m_aoFound)
         TurnOff(ro.poCrtc->crtc_id);
 }
 
 void Card::Restore() const
 {
     TurnAllOff();  // first, so that no connector is still fed by another
-    for (const SFound& ro : m_oFound)
+    for (const SFound& ro : m_aoFound)
     {
         drmModeCrtc& roCrtc = *ro.poCrtc;
         if (roCrtc.mode_valid == 0 || roCrtc.buffer_id == 0)

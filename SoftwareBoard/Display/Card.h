@@ -41,7 +41,7 @@ public:
     int                        GetFd() const { return m_oFd.Get(); }
     bool                       IsAtomic() const { return m_bAtomic; }
     void                       UseLegacyCalls() { m_bAtomic = false; }
-    const std::vector<SPlane>& GetPlanes() const { return m_oPlanes; }
+    const std::vector<SPlane>& GetPlanes() const { return m_aoPlanes; }
 
     // Looks at the connectors anew. Throws when the card is gone.
     std::vector<SConnector> ReadConnectors() const;
@@ -78,8 +78,8 @@ private:
     std::string         m_strPath;
     FileDescriptor      m_oFd;
     DrmResources        m_poResources;
-    std::vector<SPlane> m_oPlanes;
-    std::vector<SFound> m_oFound;
+    std::vector<SPlane> m_aoPlanes;
+    std::vector<SFound> m_aoFound;
     bool                m_bAtomic = false;
     std::set<KUINT64>   m_oFlips;
     KUINT64             m_uiLastFlip = 0;

@@ -20,7 +20,7 @@ struct SConnector
 // For each output the id of its connector, 0 for none. Without names the n-th output has the n-th connected one, and keeps
 // it until it is pulled, whatever comes and goes beside it; the names, in their order, fix it by hand.
 std::vector<uint32_t> AssignConnectors(const std::vector<SConnector>& roConnectors, const std::vector<std::string>& roNames,
-                                       std::vector<uint32_t> oBefore);
+                                       std::vector<uint32_t> auiBefore);
 }
 
 #endif

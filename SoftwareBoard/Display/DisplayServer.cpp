@@ -13,12 +13,12 @@ namespace SoftwareBoard::Display
 {
 namespace
 {
-constexpr uint64_t uiSecondNs = 1'000'000'000;
+constexpr uint64_t SECOND_NS = 1'000'000'000;
 // Fallback poll, for events that inotify or udev should have reported.
-constexpr uint64_t uiIdleNs    = uiSecondNs;
-constexpr uint64_t uiFastestNs = 2'000'000;  // whatever the timings ask for
+constexpr uint64_t IDLE_NS    = SECOND_NS;
+constexpr uint64_t FASTEST_NS = 2'000'000;  // whatever the timings ask for
 
-constexpr uint32_t uiFolderEvents = IN_MODIFY | IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr uint32_t FOLDER_EVENTS = IN_MODIFY | IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
 }
 
 DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
@@ -53,7 +53,7 @@ void DisplayServer::OpenBoard()
 {
     m_ooBoard.emplace(Board::ObserveOrMake());
     const Transaction oTransaction(m_ooBoard->m_oLocks);
-    m_ooChanges.emplace(m_ooBoard->m_oFolder.GetPath(), uiFolderEvents);
+    m_ooChanges.emplace(m_ooBoard->m_oFolder.GetPath(), FOLDER_EVENTS);
     const KUINT32 uiOutputCount = m_ooBoard->m_oState.ReadDevice(m_oPlan.uiDevice).uiOutputCount;
     if (!m_ooBoard->m_oLocks.TryServeDevice(m_oPlan.uiDevice))
         throw BoardError(m_ooBoard->m_oFolder.GetPath() + ": another display process shows device " +
@@ -230,12 +230,12 @@ void DisplayServer::FollowScreens()
 // As often as the fastest display refreshes while somebody draws; otherwise it is enough to wait to be told.
 void DisplayServer::SetTimer()
 {
-    uint64_t uiPeriodNs = uiIdleNs;
+    uint64_t uiPeriodNs = IDLE_NS;
     for (const DisplayOutput& roOutput : m_aoOutputs)
-        uiPeriodNs = std::min(uiPeriodNs, std::max(roOutput.GetPeriodNs().value_or(uiIdleNs), uiFastestNs));
+        uiPeriodNs = std::min(uiPeriodNs, std::max(roOutput.GetPeriodNs().value_or(IDLE_NS), FASTEST_NS));
     if (std::exchange(m_uiPeriodNs, uiPeriodNs) == uiPeriodNs)
         return;
-    const timespec   oPeriod = {static_cast<time_t>(uiPeriodNs / uiSecondNs), static_cast<long>(uiPeriodNs % uiSecondNs)};
+    const timespec   oPeriod = {static_cast<time_t>(uiPeriodNs / SECOND_NS), static_cast<long>(uiPeriodNs % SECOND_NS)};
     const itimerspec oTimes  = {oPeriod, oPeriod};
     timerfd_settime(m_oTimer.Get(), 0, &oTimes, nullptr);
 }

@@ -25,16 +25,16 @@ std::string NameFormats(const SPlane& roPlane)
 
 void ListCard(const Card& roCard, const std::vector<std::string>& roNames)
 {
-    const std::vector<SConnector> oConnectors = roCard.ReadConnectors();
-    const std::vector<uint32_t>   oShown      = AssignConnectors(oConnectors, roNames, std::vector<uint32_t>(uiMaxOutputs));
+    const std::vector<SConnector> aoConnectors = roCard.ReadConnectors();
+    const std::vector<uint32_t>   auiShown     = AssignConnectors(aoConnectors, roNames, std::vector<uint32_t>(MAX_OUTPUTS));
     std::printf("card %s: %s\n", MakePrintable(roCard.GetPath()).c_str(), roCard.IsAtomic() ? "atomic" : "legacy");
-    for (const SConnector& roConnector : oConnectors)
+    for (const SConnector& roConnector : aoConnectors)
     {
-        const auto oFound = std::find(oShown.begin(), oShown.end(), roConnector.uiId);
+        const auto oFound = std::find(auiShown.begin(), auiShown.end(), roConnector.uiId);
         std::printf("  connector %s (%u): %s", MakePrintable(roConnector.strName).c_str(), roConnector.uiId,
                     roConnector.bConnected ? "connected" : "nothing connected");
-        if (oFound != oShown.end())
-            std::printf(", shows output %td", oFound - oShown.begin());
+        if (oFound != auiShown.end())
+            std::printf(", shows output %td", oFound - auiShown.begin());
         std::printf("\n");
     }
     for (const SPlane& roPlane : roCard.GetPlanes())
@@ -46,10 +46,10 @@ void ListDisplays(const SDisplayPlan& roPlan)
 {
     if (!roPlan.strCard.empty())
         return ListCard(Card::Open(roPlan.strCard), roPlan.astrConnectors);
-    const std::vector<std::string> oPaths = Card::FindPaths();
-    if (oPaths.empty())
+    const std::vector<std::string> astrPaths = Card::FindPaths();
+    if (astrPaths.empty())
         Card::Open("");  // throws that there is none
-    for (const std::string& strPath : oPaths)
+    for (const std::string& strPath : astrPaths)
     {
         try
         {

@@ -11,13 +11,13 @@ namespace SoftwareBoard::Display
 namespace
 {
 // Cheapest first.
-constexpr SScanFormat aoFormats[] = {
+constexpr SScanFormat FORMATS[] = {
     {DRM_FORMAT_XBGR8888, false, false},
     {DRM_FORMAT_ABGR8888, false, true},
     {DRM_FORMAT_XRGB8888, true, false},
     {DRM_FORMAT_ARGB8888, true, true},
 };
-constexpr KUINT32 uiAlpha = 0xFF000000;
+constexpr KUINT32 ALPHA_MASK = 0xFF000000;
 
 constexpr KUINT32 ExchangeRedAndBlue(KUINT32 ui)
 {
@@ -27,20 +27,20 @@ constexpr KUINT32 ExchangeRedAndBlue(KUINT32 ui)
 
 const SScanFormat* ChooseFormat(const std::vector<uint32_t>& roFourCcs)
 {
-    const auto* const poFormat = std::find_if(std::begin(aoFormats), std::end(aoFormats), [&](const SScanFormat& ro) {
+    const auto* const poFormat = std::find_if(std::begin(FORMATS), std::end(FORMATS), [&](const SScanFormat& ro) {
         return std::find(roFourCcs.begin(), roFourCcs.end(), ro.uiFourCc) != roFourCcs.end();
     });
-    return poFormat == std::end(aoFormats) ? nullptr : poFormat;
+    return poFormat == std::end(FORMATS) ? nullptr : poFormat;
 }
 
 const SScanFormat& CommonFormat()
 {
-    return aoFormats[2];
+    return FORMATS[2];
 }
 
 void CopyRow(const SScanFormat& roFormat, const KUINT32* puiFrom, KUINT32* puiTo, size_t uiPixels)
 {
-    const KUINT32 uiSet = roFormat.bAlphaCounts ? uiAlpha : 0;
+    const KUINT32 uiSet = roFormat.bAlphaCounts ? ALPHA_MASK : 0;
     if (roFormat.bRedAndBlueExchanged)
         std::transform(puiFrom, puiFrom + uiPixels, puiTo, [=](KUINT32 ui) { return ExchangeRedAndBlue(ui) | uiSet; });
     else if (roFormat.bAlphaCounts)

@@ -32,7 +32,7 @@ Client& Client::Get()
 
 Client::Client()
 {
-    for (KUINT32 uiDevice = 0; uiDevice < uiMaxDevices; ++uiDevice)
+    for (KUINT32 uiDevice = 0; uiDevice < MAX_DEVICES; ++uiDevice)
         m_aoDevices[uiDevice].uiIndex = uiDevice;
 }
 
@@ -40,15 +40,15 @@ void Client::ForgetAll()
 {
     m_oBuffers.Clear();
     m_oVideoOuts.Clear();
-    m_oBoard.reset();
+    m_ooBoard.reset();
     m_aabHeld = {};
 }
 
 Board& Client::OpenBoard()
 {
-    if (!m_oBoard)
-        m_oBoard.emplace(Board::Open());
-    return *m_oBoard;
+    if (!m_ooBoard)
+        m_ooBoard.emplace(Board::Open());
+    return *m_ooBoard;
 }
 
 TDevice_Handle Client::DeviceAt(KUINT32 uiDevice)
@@ -62,7 +62,7 @@ std::optional<KUINT32> Client::FindDevice(TDevice_Handle hDev) const
 {
     for (const TDEVICE_OBJECT& roDevice : m_aoDevices)
     {
-        if (&roDevice == hDev && m_oBoard && roDevice.bIsKnown)
+        if (&roDevice == hDev && m_ooBoard && roDevice.bIsKnown)
             return roDevice.uiIndex;
     }
     return std::nullopt;

@@ -86,9 +86,9 @@ private:
     Client();
     void ForgetAll();
 
-    std::optional<Board>                                     m_oBoard;
-    std::array<TDEVICE_OBJECT, uiMaxDevices>                 m_aoDevices = {};
-    std::array<std::array<bool, uiMaxOutputs>, uiMaxDevices> m_aabHeld   = {};
+    std::optional<Board>                                   m_ooBoard;
+    std::array<TDEVICE_OBJECT, MAX_DEVICES>                m_aoDevices = {};
+    std::array<std::array<bool, MAX_OUTPUTS>, MAX_DEVICES> m_aabHeld   = {};
 };
 
 // The body of an operation: what it returns, or tFailed when anything is thrown on the way.

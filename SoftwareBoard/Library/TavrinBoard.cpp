@@ -22,7 +22,7 @@ TStatus TBoard_RegWrite(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32 uiValue
 {
     return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
-        if (!ouiDevice || uiRegister >= uiRegisterCount)
+        if (!ouiDevice || uiRegister >= REGISTER_COUNT)
             return TStatus_INVALID_PARAM;
         roClient.OpenBoard().m_oState.WriteRegister(*ouiDevice, uiRegister, uiValue);
         return TStatus_OK;
@@ -33,7 +33,7 @@ TStatus TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* puiValu
 {
     return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const auto ouiDevice = roClient.FindDevice(hDev);
-        if (!ouiDevice || uiRegister >= uiRegisterCount || puiValue == nullptr)
+        if (!ouiDevice || uiRegister >= REGISTER_COUNT || puiValue == nullptr)
             return TStatus_INVALID_PARAM;
         *puiValue = roClient.OpenBoard().m_oState.ReadRegister(*ouiDevice, uiRegister);
         return TStatus_OK;

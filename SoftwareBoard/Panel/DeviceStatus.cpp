@@ -22,8 +22,8 @@ SDeviceStatus ReadDeviceStatus(const Transaction& roTransaction, const Board& ro
     const SDeviceRecord oDevice = roBoard.m_oState.ReadDevice(uiDevice);
     SDeviceStatus       oStatus;
     oStatus.aoFpgas.assign(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount);
-    oStatus.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg);
-    oStatus.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, uiProgressReg);
+    oStatus.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, PROGRESS_BAR_RUNNING_REGISTER);
+    oStatus.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER);
     for (KUINT32 uiOutput = 0; uiOutput < oDevice.uiOutputCount; ++uiOutput)
     {
         SOutputStatus oOutput{roBoard.m_oState.ReadOutput(roTransaction, uiDevice, uiOutput), std::nullopt,

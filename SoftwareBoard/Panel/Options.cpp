@@ -58,6 +58,6 @@ CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStanda
 
 CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice)
 {
-    return AddNumber(roCommand, "--device", ruiDevice, 0, uiMaxDevices - 1, "Which device of the board, from 0 (default 0)");
+    return AddNumber(roCommand, "--device", ruiDevice, 0, MAX_DEVICES - 1, "Which device of the board, from 0 (default 0)");
 }
 }

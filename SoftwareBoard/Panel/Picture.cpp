@@ -13,14 +13,14 @@ namespace SoftwareBoard::Panel
 namespace
 {
 // A timing may name far more pixels than any screen has; nobody should need this much memory to look at it.
-constexpr size_t uiMaxBytes = size_t{1} << 30;
+constexpr size_t MAX_BYTES = size_t{1} << 30;
 
-constexpr KUINT32 uiOpaqueBlack = 0xFF000000;
+constexpr KUINT32 OPAQUE_BLACK = 0xFF000000;
 
 SPicture BlankPicture(const SOutputRecord& roOutput)
 {
     SPicture oPicture{roOutput.oVidParam.uiHActive, roOutput.oVidParam.uiVActive, {}};
-    if (oPicture.uiHeight > uiMaxBytes / std::max<size_t>(oPicture.GetPitchInBytes(), 1))
+    if (oPicture.uiHeight > MAX_BYTES / std::max<size_t>(oPicture.GetPitchInBytes(), 1))
         throw BoardError("a picture of " + std::to_string(oPicture.uiWidth) + "x" + std::to_string(oPicture.uiHeight) +
                          " is too large to be taken");
     return oPicture;
@@ -30,16 +30,16 @@ SPicture BlankPicture(const SOutputRecord& roOutput)
 template <class TTakeRow> void ReadPictureRows(const Screen& roScreen, TTakeRow fTakeRow)
 {
     const tagTVideo_VidParam& roVidParam = roScreen.GetOutput().oVidParam;
-    std::vector<KUINT32>      auiRow(roVidParam.uiHActive, uiOpaqueBlack);
+    std::vector<KUINT32>      auiRow(roVidParam.uiHActive, OPAQUE_BLACK);
     const auto fTakeWords = [&](size_t uiRow) { return fTakeRow(uiRow, reinterpret_cast<const KUINT8*>(auiRow.data())); };
 
     bool bGoOn = true;
     roScreen.ReadRows([&](size_t uiRow, const KUINT32* puiPixels) {
         std::transform(puiPixels, puiPixels + roScreen.GetWidth(), auiRow.begin(),
-                       [](KUINT32 uiPixel) { return uiPixel | uiOpaqueBlack; });
+                       [](KUINT32 uiPixel) { return uiPixel | OPAQUE_BLACK; });
         return bGoOn = fTakeWords(uiRow);
     });
-    std::fill(auiRow.begin(), auiRow.end(), uiOpaqueBlack);
+    std::fill(auiRow.begin(), auiRow.end(), OPAQUE_BLACK);
     for (size_t uiRow = roScreen.GetHeight(); bGoOn && uiRow < roVidParam.uiVActive; ++uiRow)
         bGoOn = fTakeWords(uiRow);
 }

@@ -11,7 +11,7 @@ struct SPoint
 };
 
 // Straight lines from point to point; where the work stays, the update halts.
-constexpr SPoint aoPoints[] = {
+constexpr SPoint POINTS[] = {
     {0.00, 0.00}, {0.15, 0.04}, {0.35, 0.20}, {0.45, 0.20}, {0.60, 0.46},
     {0.68, 0.52}, {0.80, 0.52}, {0.92, 0.95}, {1.00, 1.00},
 };
@@ -21,8 +21,8 @@ double RampTimeOf(double fWork, bool bLinear)
 {
     if (bLinear)
         return fWork;
-    const SPoint* poFrom = aoPoints;
-    for (const SPoint& roTo : aoPoints)
+    const SPoint* poFrom = POINTS;
+    for (const SPoint& roTo : POINTS)
     {
         // Work that a halt begins with is done before it.
         if (fWork <= roTo.fWork && roTo.fWork > poFrom->fWork)

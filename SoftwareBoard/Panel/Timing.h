@@ -11,10 +11,10 @@ namespace SoftwareBoard::Panel
 {
 enum class ETimingKind
 {
-    NUMBER,
-    YES_NO,
-    POLARITY,
-    WORD,
+    Number,
+    YesNo,
+    Polarity,
+    Word,
 };
 
 struct STimingField
@@ -22,7 +22,7 @@ struct STimingField
     const char* pszName;
     ETimingKind eKind;
     KUINT32 (*pfGet)(const tagTVideo_VidParam& roVidParam);
-    std::span<const char* const> apszWords;  // of a WORD, by value
+    std::span<const char* const> apszWords;  // of a Word, by value
 };
 
 std::span<const STimingField> TimingFields();

@@ -9,11 +9,11 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr KUINT32 uiMaxWidth = 1920;
-constexpr KUINT32 uiGap      = 16;
-constexpr KUINT32 uiLabelRow = 28;
+constexpr KUINT32 MAX_WIDTH = 1920;
+constexpr KUINT32 GAP       = 16;
+constexpr KUINT32 LABEL_ROW = 28;
 
-constexpr STextColours oColours = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
+constexpr STextColours COLOURS = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
 
 // Each pixel is the mean of those that it stands for.
 Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT32 uiHeight)
@@ -54,7 +54,7 @@ KUINT32 LabelWidth(const std::string& strLabel)
 
 ContactSheet::ContactSheet(size_t uiPictures)
     : m_uiAcross(static_cast<size_t>(std::ceil(std::sqrt(static_cast<double>(uiPictures))))),
-      m_uiRoom(static_cast<KUINT32>(std::max<size_t>((uiMaxWidth - uiGap) / m_uiAcross, uiGap + 16) - uiGap))
+      m_uiRoom(static_cast<KUINT32>(std::max<size_t>((MAX_WIDTH - GAP) / m_uiAcross, GAP + 16) - GAP))
 {}
 
 void ContactSheet::Add(const Panel::SPicture& roPicture, const std::string& strLabel)
@@ -73,13 +73,13 @@ Panel::SPicture ContactSheet::Draw() const
     KUINT32 uiColumn = 1, uiRow = 1;  // the largest tile's sides, gap included
     for (const STile& roTile : m_aoTiles)
     {
-        uiColumn = std::max(uiColumn, uiGap + std::max(roTile.oPicture.uiWidth, LabelWidth(roTile.strLabel)));
-        uiRow    = std::max(uiRow, uiGap + roTile.oPicture.uiHeight + uiLabelRow);
+        uiColumn = std::max(uiColumn, GAP + std::max(roTile.oPicture.uiWidth, LabelWidth(roTile.strLabel)));
+        uiRow    = std::max(uiRow, GAP + roTile.oPicture.uiHeight + LABEL_ROW);
     }
     const auto      uiAcross = static_cast<KUINT32>(m_uiAcross);
     const auto      uiDown   = static_cast<KUINT32>((m_aoTiles.size() + m_uiAcross - 1) / m_uiAcross);
-    Panel::SPicture oSheet{uiGap + uiAcross * uiColumn, uiGap + uiDown * uiRow, {}};
-    const auto&     roPaper = oColours.auiPaper;
+    Panel::SPicture oSheet{GAP + uiAcross * uiColumn, GAP + uiDown * uiRow, {}};
+    const auto&     roPaper = COLOURS.auiPaper;
     for (size_t uiPixel = 0; uiPixel < size_t{oSheet.uiWidth} * oSheet.uiHeight; ++uiPixel)
         oSheet.auiRgba.insert(oSheet.auiRgba.end(), {roPaper[0], roPaper[1], roPaper[2], 255});
     const auto fPaste = [&](const Panel::SPicture& roPicture, size_t uiX, size_t uiY) {
@@ -91,11 +91,11 @@ Panel::SPicture ContactSheet::Draw() const
     for (size_t uiTile = 0; uiTile < m_aoTiles.size(); ++uiTile)
     {
         const auto& [oPicture, strLabel] = m_aoTiles[uiTile];
-        const KUINT32 uiRoom             = uiColumn - uiGap;
-        const size_t  uiX                = uiGap + uiTile % m_uiAcross * uiColumn;
-        const size_t  uiY                = uiGap + uiTile / m_uiAcross * uiRow;
+        const KUINT32 uiRoom             = uiColumn - GAP;
+        const size_t  uiX                = GAP + uiTile % m_uiAcross * uiColumn;
+        const size_t  uiY                = GAP + uiTile / m_uiAcross * uiRow;
         fPaste(oPicture, uiX + (uiRoom - oPicture.uiWidth) / 2, uiY);
-        fPaste(DrawText(strLabel, uiRoom, uiLabelRow, oColours, true), uiX, uiY + oPicture.uiHeight);
+        fPaste(DrawText(strLabel, uiRoom, LABEL_ROW, COLOURS, true), uiX, uiY + oPicture.uiHeight);
     }
     return oSheet;
 }

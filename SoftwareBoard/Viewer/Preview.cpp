@@ -23,11 +23,11 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr char                      pszTool[] = "QelProgressBarDisplay";
-constexpr std::chrono::milliseconds oTick(1);
-constexpr std::chrono::seconds      oLongestStep(10);  // that the tool takes
-constexpr std::chrono::seconds      oLongestLook(1);   // for a moment in which the tool sleeps
-constexpr int                       iMostRuns = 10;    // that may end before they show a percentage
+constexpr char                      TOOL[] = "QelProgressBarDisplay";
+constexpr std::chrono::milliseconds TICK(1);
+constexpr std::chrono::seconds      LONGEST_STEP(10);  // that the tool takes
+constexpr std::chrono::seconds      LONGEST_LOOK(1);   // for a moment in which the tool sleeps
+constexpr int                       MOST_RUNS = 10;    // that may end before they show a percentage
 
 // The tool's failure is the command's.
 void ThrowIfFailed(const ToolProcess& roTool)
@@ -35,7 +35,7 @@ void ThrowIfFailed(const ToolProcess& roTool)
     const int iWait = roTool.GetWaitStatus().value_or(0);
     if (WIFSIGNALED(iWait))
     {
-        std::fprintf(stderr, "tavrin-board: %s: ended by signal %d (%s)\n", pszTool, WTERMSIG(iWait),
+        std::fprintf(stderr, "tavrin-board: %s: ended by signal %d (%s)\n", TOOL, WTERMSIG(iWait),
                      strsignal(WTERMSIG(iWait)));
         throw Panel::EndedWithStatus{128 + WTERMSIG(iWait)};
     }
@@ -59,7 +59,7 @@ public:
 
     Panel::SPicture Show(KUINT32 uiPercent)
     {
-        for (int iRun = 0; iRun < iMostRuns; ++iRun)
+        for (int iRun = 0; iRun < MOST_RUNS; ++iRun)
         {
             if (auto ooPicture = TryToShow(uiPercent))
                 return *ooPicture;
@@ -67,7 +67,7 @@ public:
             if (!m_bWasOn)
                 break;
         }
-        throw BoardError(std::string(pszTool) + ": ended before it showed " + std::to_string(uiPercent) +
+        throw BoardError(std::string(TOOL) + ": ended before it showed " + std::to_string(uiPercent) +
                          " %; see what it said");
     }
 
@@ -99,10 +99,10 @@ private:
         if ((m_poTool == nullptr || m_poTool->HasEnded()) && !StartRun())
             return std::nullopt;
         const DrawingProcess oDrawing(m_ooScreen->GetPixels().Get(), m_ooScreen->GetOutput().iHolderPid);
-        WaitUntil([&] { return oDrawing.SleptWhile([&] { m_oBoard.SetProgress(uiPercent); }); }, oLongestLook);
+        WaitUntil([&] { return oDrawing.SleptWhile([&] { m_oBoard.SetProgress(uiPercent); }); }, LONGEST_LOOK);
         if (m_bReadsProgress)
         {
-            const bool bRead = WaitUntil([this] { return m_oBoard.TakeReads(); }, oLongestStep + oLongestStep / 2);
+            const bool bRead = WaitUntil([this] { return m_oBoard.TakeReads(); }, LONGEST_STEP + LONGEST_STEP / 2);
             if (!oDrawing.CanDraw())
             {
                 WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
@@ -127,7 +127,7 @@ private:
         {
             if (m_poTool->HasEnded() || (ooTime && std::chrono::steady_clock::now() - oStart > *ooTime))
                 return false;
-            if (const int iSignal = m_oSignals.Wait(oTick); iSignal != 0 && iSignal != SIGCHLD)
+            if (const int iSignal = m_oSignals.Wait(TICK); iSignal != 0 && iSignal != SIGCHLD)
                 throw Panel::EndedBySignal{iSignal};
         }
         return true;
@@ -135,8 +135,8 @@ private:
 
     const Panel::Signals         m_oSignals{SIGCHLD};
     PreviewBoard                 m_oBoard;
-    std::string                  m_strName = pszTool;
-    std::string                  m_strTool = Panel::FindProgram(pszTool);
+    std::string                  m_strName = TOOL;
+    std::string                  m_strTool = Panel::FindProgram(TOOL);
     Panel::PassedOn              m_oArguments;
     bool                         m_bReadsProgress = false;
     bool                         m_bWasOn         = false;

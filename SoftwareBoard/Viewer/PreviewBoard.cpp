@@ -32,7 +32,7 @@ PreviewBoard::PreviewBoard() : m_strFolder(MakeFolder())
             ThrowSystemError("TAVRIN_BOARD", "setenv");
         // Whichever device the arguments name is there.
         SBoardPlan oPlan    = DefaultPlan();
-        oPlan.uiDeviceCount = uiMaxDevices;
+        oPlan.uiDeviceCount = MAX_DEVICES;
         Board::Create(oPlan);
 
         m_oReads = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -58,7 +58,7 @@ void PreviewBoard::SetProgress(KUINT32 uiPercent)
     Board         oBoard        = Board::Open();
     const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
-        oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
     TakeReads();
 }
 
@@ -77,7 +77,7 @@ bool PreviewBoard::IsRunning() const
     const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
     {
-        if (oBoard.m_oState.ReadRegister(uiDevice, uiProgressBarRunningReg) != 0)
+        if (oBoard.m_oState.ReadRegister(uiDevice, PROGRESS_BAR_RUNNING_REGISTER) != 0)
             return true;
     }
     return false;

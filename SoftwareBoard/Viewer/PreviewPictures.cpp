@@ -47,7 +47,7 @@ struct SOption
 };
 
 // clang-format off
-constexpr SOption aoOptions[] = {
+constexpr SOption OPTIONS[] = {
     {"-h",  "--Help",               0, nullptr},
     {"-d",  "--DevIdx",             1, nullptr},
     {"-v",  "--VideoParam",        19, [](SArguments& ro, Values o) { ro.iWidth = NumberOf(o[0]); ro.iHeight = NumberOf(o[1]); }},
@@ -68,10 +68,10 @@ std::optional<SArguments> Read(Values oWords)
     SArguments oArguments;
     while (!oWords.empty())
     {
-        const SOption* const poOption = std::find_if(std::begin(aoOptions), std::end(aoOptions), [&](const SOption& ro) {
+        const SOption* const poOption = std::find_if(std::begin(OPTIONS), std::end(OPTIONS), [&](const SOption& ro) {
             return ro.svShort == oWords[0] || ro.svLong == oWords[0];
         });
-        if (poOption == std::end(aoOptions) || oWords.size() <= poOption->uiValues || poOption->uiValues == 0)
+        if (poOption == std::end(OPTIONS) || oWords.size() <= poOption->uiValues || poOption->uiValues == 0)
             return std::nullopt;
         if (poOption->pfTake != nullptr)
             poOption->pfTake(oArguments, oWords.subspan(1, poOption->uiValues));

@@ -12,12 +12,12 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr char pszEnter[]    = "\x1b[?1049h\x1b[?25l\x1b[?7l";  // other screen, no cursor, no line wrap
-constexpr char pszLeave[]    = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
-constexpr char pszEndOfCut[] = "\x1b\\";  // whatever sequence or image was being written: it is over
-constexpr char pszClear[]    = "\x1b[0m\x1b[2J";
+constexpr char ENTER[]      = "\x1b[?1049h\x1b[?25l\x1b[?7l";  // other screen, no cursor, no line wrap
+constexpr char LEAVE[]      = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
+constexpr char END_OF_CUT[] = "\x1b\\";  // whatever sequence or image was being written: it is over
+constexpr char CLEAR[]      = "\x1b[0m\x1b[2J";
 
-constexpr std::chrono::milliseconds oPatience(200);  // with a terminal that takes nothing, on the way out
+constexpr std::chrono::milliseconds PATIENCE(200);  // with a terminal that takes nothing, on the way out
 
 // While it exists the terminal can be changed from the background too, where the system would stop the process that does.
 class Unstopped
@@ -72,21 +72,21 @@ void Terminal::Enter()
         const Unstopped oUnstopped;
         tcsetattr(STDIN_FILENO, TCSANOW, &oMode);
     }
-    Write(pszEnter);
+    Write(ENTER);
     Forget();
 }
 
 void Terminal::Leave()
 {
     const Unstopped   oUnstopped;
-    const std::string strLeave = pszEndOfCut + m_strImageEraser + pszLeave;
+    const std::string strLeave = END_OF_CUT + m_strImageEraser + LEAVE;
     try
     {
-        if (!WriteWithin(strLeave, oPatience))
+        if (!WriteWithin(strLeave, PATIENCE))
         {
             tcflush(m_oFile.Get(), TCOFLUSH);
             tcflow(m_oFile.Get(), TCOON);
-            WriteWithin(strLeave, oPatience);
+            WriteWithin(strLeave, PATIENCE);
         }
     }
     catch (const BoardError&)
@@ -119,7 +119,7 @@ void Terminal::Present()
     std::string strOut;
     if (!bSameplaces || m_bForgotten)
     {
-        strOut = m_strImageEraser + pszClear;
+        strOut = m_strImageEraser + CLEAR;
         m_oShown.clear();
     }
     for (const auto& [roPlace, roText] : m_oNext)

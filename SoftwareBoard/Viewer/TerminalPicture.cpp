@@ -12,10 +12,10 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr int iUsualCellWidthPx = 8, iUsualCellHeightPx = 16;
+constexpr int USUAL_CELL_WIDTH_PX = 8, USUAL_CELL_HEIGHT_PX = 16;
 
 // All that the fonts of the kernel's console have of the blocks.
-constexpr auto eConsoleSymbols =
+constexpr auto CONSOLE_SYMBOLS =
     static_cast<ChafaSymbolTags>(CHAFA_SYMBOL_TAG_SOLID | CHAFA_SYMBOL_TAG_HHALF | CHAFA_SYMBOL_TAG_VHALF);
 
 bool IsConsole()
@@ -26,12 +26,12 @@ bool IsConsole()
 
 int CellWidth(const STerminalSize& ro)
 {
-    return ro.iCellWidthPx > 0 ? ro.iCellWidthPx : iUsualCellWidthPx;
+    return ro.iCellWidthPx > 0 ? ro.iCellWidthPx : USUAL_CELL_WIDTH_PX;
 }
 
 int CellHeight(const STerminalSize& ro)
 {
-    return ro.iCellHeightPx > 0 ? ro.iCellHeightPx : iUsualCellHeightPx;
+    return ro.iCellHeightPx > 0 ? ro.iCellHeightPx : USUAL_CELL_HEIGHT_PX;
 }
 }
 
@@ -63,7 +63,7 @@ TerminalPictures::TerminalPictures()
     if (!bUtf8)
         chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_ASCII);
     else if (IsConsole())
-        chafa_symbol_map_add_by_tags(m_poSymbols.get(), eConsoleSymbols);
+        chafa_symbol_map_add_by_tags(m_poSymbols.get(), CONSOLE_SYMBOLS);
     else
         chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_BLOCK);
 }

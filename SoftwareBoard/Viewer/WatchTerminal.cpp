@@ -33,11 +33,11 @@ struct STiles
     int iCaption = 1;  // rows of it
 };
 
-constexpr char cCtrlL = 'L' & 0x1F;  // draws anew what others have drawn over
+constexpr char CTRL_L = 'L' & 0x1F;  // draws anew what others have drawn over
 
 // A tile narrower than most captions has two rows for them, unless it is so low that the picture needs the second.
-constexpr int iColumnsForCaption  = 60;
-constexpr int iRowsForLongCaption = 6;
+constexpr int COLUMNS_FOR_CAPTION   = 60;
+constexpr int ROWS_FOR_LONG_CAPTION = 6;
 
 class TerminalView
 {
@@ -93,7 +93,7 @@ STiles TerminalView::LayOut(int iRows) const
         STiles    oTiles{iAcross, (m_oSize.iColumns - (iAcross - 1)) / iAcross, iRows / iDown, 1};
         if (oTiles.iColumns < 1 || oTiles.iRows < 1)
             continue;
-        if (oTiles.iRows >= iRowsForLongCaption && oTiles.iColumns < iColumnsForCaption)
+        if (oTiles.iRows >= ROWS_FOR_LONG_CAPTION && oTiles.iColumns < COLUMNS_FOR_CAPTION)
             oTiles.iCaption = 2;
         const int  iHigh  = oTiles.iRows - oTiles.iCaption;
         const auto oCells = iHigh > 0 ? m_oPictures.FitInto(oTiles.iColumns, iHigh, roLike.uiWidth, roLike.uiHeight, m_oSize)
@@ -210,7 +210,7 @@ void WatchInTerminal(WatchedBoard& roBoard)
             throw Panel::EndedBySignal{SIGHUP};
         if (aoFiles[1].revents != 0)
             oView.WriteOn();
-        if (strKeys.find(cCtrlL) != std::string::npos)
+        if (strKeys.find(CTRL_L) != std::string::npos)
         {
             oView.DrawAnew();
             bRedraw = true;

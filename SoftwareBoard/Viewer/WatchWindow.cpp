@@ -12,13 +12,13 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr int iTextRow = 24;  // pixels
-constexpr int iCaption = 2;   // rows of text
-constexpr int iMargin  = 8;
+constexpr int TEXT_ROW     = 24;  // pixels
+constexpr int CAPTION_ROWS = 2;   // rows of text
+constexpr int MARGIN       = 8;
 
-constexpr STextColours oCaptionColours = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
+constexpr STextColours CAPTION_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
 
-constexpr STextColours oBarColours = {.auiInk = {210, 214, 220}, .auiPaper = {62, 96, 140}};
+constexpr STextColours BAR_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {62, 96, 140}};
 
 FitsFunction FitsPixels(int iWidth)
 {
@@ -129,12 +129,12 @@ void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const 
 {
     const std::string        strCut    = CutText(strText, FitsPixels(roRoom.w));
     const auto               uiWidth   = static_cast<KUINT32>(std::max(TextWidth(strCut), 1));
-    const Panel::SPicture    oText     = DrawText(strCut, uiWidth, iTextRow, roColours, false);
+    const Panel::SPicture    oText     = DrawText(strCut, uiWidth, TEXT_ROW, roColours, false);
     const Owned<SDL_Texture> poTexture = MakeTexture(oText);
     if (poTexture == nullptr)
         return;
     FillTexture(poTexture.get(), oText);
-    const SDL_Rect oPlace = {roRoom.x, roRoom.y, static_cast<int>(uiWidth), iTextRow};
+    const SDL_Rect oPlace = {roRoom.x, roRoom.y, static_cast<int>(uiWidth), TEXT_ROW};
     SDL_RenderCopy(m_poRenderer.get(), poTexture.get(), nullptr, &oPlace);
 }
 
@@ -152,12 +152,12 @@ void Window::ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPi
 void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
 {
     const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
-    const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - iCaption * iTextRow, 1)};
+    const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - CAPTION_ROWS * TEXT_ROW, 1)};
     int                iY       = oScreen.y + oScreen.h;
-    for (const std::string& strText : WrapText(DescribeOutput(uiOutput, roOutput), iCaption, FitsPixels(roRoom.w)))
+    for (const std::string& strText : WrapText(DescribeOutput(uiOutput, roOutput), CAPTION_ROWS, FitsPixels(roRoom.w)))
     {
-        DrawLine(strText, {roRoom.x, iY, roRoom.w, iTextRow}, oCaptionColours);
-        iY += iTextRow;
+        DrawLine(strText, {roRoom.x, iY, roRoom.w, TEXT_ROW}, CAPTION_COLOURS);
+        iY += TEXT_ROW;
     }
     Fill(oScreen, 20, 22, 26);
 
@@ -176,10 +176,10 @@ void Window::DrawProgress(int iWidth, int iY) const
 {
     const SBoardView& roView = m_roBoard.GetView();
     const int         iBar   = iWidth * static_cast<int>(std::min(roView.uiProgressPct, 100u)) / 100;
-    const SDL_Rect    oBar = {0, iY, iBar, iTextRow}, oRest = {iBar, iY, iWidth - iBar, iTextRow};
-    const SDL_Rect    oWords = {iMargin, iY, iWidth - iMargin, iTextRow};
-    Fill(oBar, oBarColours.auiPaper[0], oBarColours.auiPaper[1], oBarColours.auiPaper[2]);
-    for (const auto& [oPart, oColours] : {std::pair(oBar, oBarColours), std::pair(oRest, oCaptionColours)})
+    const SDL_Rect    oBar = {0, iY, iBar, TEXT_ROW}, oRest = {iBar, iY, iWidth - iBar, TEXT_ROW};
+    const SDL_Rect    oWords = {MARGIN, iY, iWidth - MARGIN, TEXT_ROW};
+    Fill(oBar, BAR_COLOURS.auiPaper[0], BAR_COLOURS.auiPaper[1], BAR_COLOURS.auiPaper[2]);
+    for (const auto& [oPart, oColours] : {std::pair(oBar, BAR_COLOURS), std::pair(oRest, CAPTION_COLOURS)})
     {
         SDL_RenderSetClipRect(m_poRenderer.get(), &oPart);
         DrawLine(DescribeProgress(roView), oWords, oColours);
@@ -196,7 +196,7 @@ void Window::Draw()
     SDL_RenderClear(m_poRenderer.get());
 
     if (!roView.strProblem.empty())
-        DrawLine(roView.strProblem, {iMargin, iMargin, iWidth - 2 * iMargin, iTextRow}, oCaptionColours);
+        DrawLine(roView.strProblem, {MARGIN, MARGIN, iWidth - 2 * MARGIN, TEXT_ROW}, CAPTION_COLOURS);
     else
     {
         const int iOutputs = static_cast<int>(roView.aoOutputs.size());
@@ -204,13 +204,13 @@ void Window::Draw()
         while (iAcross * iAcross < iOutputs)
             ++iAcross;
         const int iDown   = std::max((iOutputs + iAcross - 1) / iAcross, 1);
-        const int iColumn = (iWidth - iMargin) / iAcross;
-        const int iRow    = (iHeight - iMargin - iTextRow) / iDown;
+        const int iColumn = (iWidth - MARGIN) / iAcross;
+        const int iRow    = (iHeight - MARGIN - TEXT_ROW) / iDown;
         m_aoTiles.resize(roView.aoOutputs.size());
         for (int i = 0; i < iOutputs; ++i)
-            DrawTile(static_cast<size_t>(i), {iMargin + i % iAcross * iColumn, iMargin + i / iAcross * iRow,
-                                              std::max(iColumn - iMargin, 1), std::max(iRow - iMargin / 2, 1)});
-        DrawProgress(iWidth, iHeight - iTextRow);
+            DrawTile(static_cast<size_t>(i), {MARGIN + i % iAcross * iColumn, MARGIN + i / iAcross * iRow,
+                                              std::max(iColumn - MARGIN, 1), std::max(iRow - MARGIN / 2, 1)});
+        DrawProgress(iWidth, iHeight - TEXT_ROW);
     }
     SDL_RenderPresent(m_poRenderer.get());
 }

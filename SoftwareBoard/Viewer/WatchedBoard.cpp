@@ -9,8 +9,8 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr std::chrono::milliseconds oBusyPause(34), oIdlePause(150);
-constexpr KUINT32                   uiUpdatesUntilIdle = 30;
+constexpr std::chrono::milliseconds BUSY_PAUSE(34), IDLE_PAUSE(150);
+constexpr KUINT32                   UPDATES_UNTIL_IDLE = 30;
 
 struct SScreens
 {
@@ -149,7 +149,7 @@ std::chrono::milliseconds WatchedBoard::GetPause(std::chrono::steady_clock::time
 {
     using Milliseconds = std::chrono::milliseconds;
     const auto oSpent  = std::chrono::ceil<Milliseconds>(std::chrono::steady_clock::now() - oUpdateBegan);
-    const auto oEvery  = m_uiUpdatesWithoutChange < uiUpdatesUntilIdle ? oBusyPause : oIdlePause;
+    const auto oEvery  = m_uiUpdatesWithoutChange < UPDATES_UNTIL_IDLE ? BUSY_PAUSE : IDLE_PAUSE;
     return std::max(oEvery - oSpent, 2 * oSpent);
 }
 }

@@ -1,5 +1,7 @@
 // What the tests of this room share: standard output caught as text, and calls of the C library made to fail.
-#pragma once
+#ifndef SUPPORT_H
+#define SUPPORT_H
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -57,3 +59,5 @@ void ExpectCut(const std::string& rsText, FnWrite fnWrite)
 
 // The text with every number in it replaced by '#'.
 std::string WithoutNumbers(const std::string& rsText);
+
+#endif

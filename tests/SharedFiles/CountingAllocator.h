@@ -1,5 +1,7 @@
 // What tests of the containers share: an allocator that sees every wrong move, and the number of check reports.
-#pragma once
+#ifndef COUNTING_ALLOCATOR_H
+#define COUNTING_ALLOCATOR_H
+
 #include <algorithm>
 #include <cstring>
 #include <random>
@@ -64,3 +66,5 @@ private:
     std::map<const void*, std::vector<unsigned char>> m_oBlocks;
     std::vector<std::vector<unsigned char>>           m_aoGone;
 };
+
+#endif

@@ -1,6 +1,8 @@
 // A world for one test: a folder of its own for the board, and processes that are its clients. The test itself never opens the
 // library, so each client begins with a fresh one.
-#pragma once
+#ifndef BOARD_WORLD_H
+#define BOARD_WORLD_H
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -144,3 +146,5 @@ struct BoardWorld : testing::Test
     char                        m_szFolder[24] = "/tmp/board-test-XXXXXX";
     const std::filesystem::path m_oFolder      = mkdtemp(m_szFolder);
 };
+
+#endif

@@ -1,5 +1,7 @@
 // What the fuzz targets share: each is one function over the bytes of a file, and traps when something is not as it must be.
-#pragma once
+#ifndef FUZZ_H
+#define FUZZ_H
+
 #include <cstddef>
 #include <cstdint>
 
@@ -10,3 +12,5 @@ inline void Must(bool bHolds)
     if (!bHolds)
         __builtin_trap();
 }
+
+#endif

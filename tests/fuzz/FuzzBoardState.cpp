@@ -41,15 +41,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
     fTry([&] { Board::Observe(); });
     const Transaction oTransaction(oBoard.m_oLocks);
     fTry([&] { SweepPixelFiles(oTransaction, oBoard.m_oFolder, oState); });
-    for (KUINT32 uiDevice = 0; uiDevice <= uiMaxDevices; ++uiDevice)
+    for (KUINT32 uiDevice = 0; uiDevice <= MAX_DEVICES; ++uiDevice)
     {
         fTry([&] {
             const SDeviceRecord oDevice = oState.ReadDevice(uiDevice);
-            Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= uiMaxOutputs && oDevice.uiFpgaCount <= uiMaxFpgas);
+            Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= MAX_OUTPUTS && oDevice.uiFpgaCount <= MAX_FPGAS);
             for (KUINT32 uiOutput = 0; uiOutput <= oDevice.uiOutputCount; ++uiOutput)
                 fTry([&] { Must(oState.ReadOutput(oTransaction, uiDevice, uiOutput).bEnabled <= TRUE && uiOutput < oDevice.uiOutputCount); });
         });
-        fTry([&] { oState.WriteRegister(uiDevice, uiProgressReg, 7), Must(oState.ReadRegister(uiDevice, uiProgressReg) == 7); });
+        fTry([&] { oState.WriteRegister(uiDevice, PROGRESS_REGISTER, 7), Must(oState.ReadRegister(uiDevice, PROGRESS_REGISTER) == 7); });
     }
     return 0;
 }

@@ -21,7 +21,7 @@ std::optional<std::string> TakeTail(std::string& rstrText, char cMark)
     return strTail;
 }
 
-constexpr char pszFpgaForm[] = "DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR]";
+constexpr char FPGA_FORM[] = "DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR]";
 
 // Taken apart from the end.
 std::optional<tagTBoard_FpgaInfo> ParseFpga(std::string strText)
@@ -49,8 +49,8 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
     const auto poPlan   = std::make_shared<SBoardPlan>(DefaultPlan());
     const auto pbNoFpga = std::make_shared<bool>(false);
 
-    AddNumber(roCommand, "--devices", poPlan->uiDeviceCount, 1, uiMaxDevices, "Number of devices (default 1)");
-    AddNumber(roCommand, "--outputs", poPlan->uiOutputCount, 0, uiMaxOutputs, "Video outputs of every device (default 2)");
+    AddNumber(roCommand, "--devices", poPlan->uiDeviceCount, 1, MAX_DEVICES, "Number of devices (default 1)");
+    AddNumber(roCommand, "--outputs", poPlan->uiOutputCount, 0, MAX_OUTPUTS, "Video outputs of every device (default 2)");
     CLI::Option* const poFpga = roCommand.add_option_function<std::vector<std::string>>(
         "--fpga",
         [poPlan](const std::vector<std::string>& roTexts) {
@@ -59,13 +59,13 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
             {
                 const auto ooFpga = ParseFpga(strText);
                 if (!ooFpga)
-                    throw CLI::ValidationError("--fpga", "'" + strText + "' is not " + pszFpgaForm);
+                    throw CLI::ValidationError("--fpga", "'" + strText + "' is not " + FPGA_FORM);
                 poPlan->aoFpgas.push_back(*ooFpga);
             }
-            if (poPlan->aoFpgas.size() > uiMaxFpgas)
-                throw CLI::ValidationError("--fpga", "at most " + std::to_string(uiMaxFpgas) + " of them");
+            if (poPlan->aoFpgas.size() > MAX_FPGAS)
+                throw CLI::ValidationError("--fpga", "at most " + std::to_string(MAX_FPGAS) + " of them");
         },
-        std::string("An FPGA of every device, as ") + pszFpgaForm +
+        std::string("An FPGA of every device, as ") + FPGA_FORM +
             ":\ndevice code, address and vendor in hexadecimal (address d0 and vendor c3e7\n"
             "unless given), the version in decimal. May be repeated; without any there is\none, 3:1.33.0");
     poFpga->type_name("FPGA")->expected(1)->take_all();

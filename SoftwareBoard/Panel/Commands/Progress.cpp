@@ -28,14 +28,14 @@ struct SOptions
     bool    bLinear   = false;
 };
 
-constexpr double fMaxSeconds = 86400;
+constexpr double MAX_SECONDS = 86400;
 
 double ParseSeconds(const std::string& strText)
 {
     double            fSeconds = 0;
     const char* const pszEnd   = strText.data() + strText.size();
     const auto        oResult  = std::from_chars(strText.data(), pszEnd, fSeconds, std::chars_format::fixed);
-    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || !(fSeconds >= 0 && fSeconds <= fMaxSeconds))
+    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || !(fSeconds >= 0 && fSeconds <= MAX_SECONDS))
         throw CLI::ValidationError("--ramp", "'" + strText + "' is not a number of seconds from 0 to 86400");
     return fSeconds;
 }
@@ -65,7 +65,7 @@ KUINT32 TakePercent(const std::string& strText)
 // time, so that one that is made anew meanwhile is followed.
 void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
-    Board::Open().m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+    Board::Open().m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
 }
 
 // Where a ramp to uiTo begins: at what the register shows, or at 0, which is then written, where that is no less. Of two
@@ -74,10 +74,10 @@ KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
 {
     Board             oBoard = Board::Open();
     const Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER) & 0xFF;
     if (uiNow < uiTo)
         return uiNow;
-    oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, 0);
+    oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, 0);
     return 0;
 }
 
@@ -86,9 +86,9 @@ KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
     Board             oBoard = Board::Open();
     const Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, uiProgressReg) & 0xFF;
+    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER) & 0xFF;
     if (uiNow < uiPercent)
-        oBoard.m_oState.WriteRegisterLowByte(uiDevice, uiProgressReg, static_cast<KUINT8>(uiPercent));
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
     return std::max(uiNow, uiPercent);
 }
 

@@ -31,7 +31,7 @@ Action AddSnapshot(CLI::App& roCommand, const PassedOn&)
         std::string strPath;
     };
     const auto poOptions = std::make_shared<SOptions>();
-    AddNumber(roCommand, "OUTPUT", poOptions->uiOutput, 0, uiMaxOutputs - 1, "Which output, from 0")->required();
+    AddNumber(roCommand, "OUTPUT", poOptions->uiOutput, 0, MAX_OUTPUTS - 1, "Which output, from 0")->required();
     AddPngFile(roCommand, poOptions->strPath, true, "The PNG file to write, - for standard output");
     AddDevice(roCommand, poOptions->uiDevice);
 

@@ -28,8 +28,10 @@ void PrintDevice(KUINT32 uiDevice, const SDeviceStatus& roDevice)
         std::printf("  %s: device code 0x%04x, version %u.%u.%u, address 0x%02x, vendor 0x%04x\n", roFpga.szName,
                     roFpga.ui16DevID, roFpga.uiVersionMajor, roFpga.uiVersionMinor, roFpga.uiVersionBuild,
                     roFpga.uiI2cAddress, roFpga.ui16VendorID);
-    std::printf("  register %u (progress bar running): 0x%08x\n", uiProgressBarRunningReg, roDevice.uiProgressBarRunning);
-    std::printf("  register %u (progress): 0x%08x (%u %%)\n", uiProgressReg, roDevice.uiProgress, roDevice.GetProgressPct());
+    std::printf("  register %u (progress bar running): 0x%08x\n", PROGRESS_BAR_RUNNING_REGISTER,
+                roDevice.uiProgressBarRunning);
+    std::printf("  register %u (progress): 0x%08x (%u %%)\n", PROGRESS_REGISTER, roDevice.uiProgress,
+                roDevice.GetProgressPct());
     for (size_t uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
     {
         const SOutputStatus& roOutput = roDevice.aoOutputs[uiOutput];
@@ -54,9 +56,9 @@ Json ToJson(const tagTVideo_VidParam& roVidParam)
         const KUINT32     uiValue = roField.pfGet(roVidParam);
         const char* const pszWord = WordOf(roField, uiValue);
         Json&             roValue = oTiming[roField.pszName];
-        if (roField.eKind == ETimingKind::NUMBER)
+        if (roField.eKind == ETimingKind::Number)
             roValue = uiValue;
-        else if (roField.eKind != ETimingKind::WORD)
+        else if (roField.eKind != ETimingKind::Word)
             roValue = uiValue != 0;
         else if (pszWord != nullptr)
             roValue = pszWord;
@@ -114,8 +116,8 @@ Json ToJson(KUINT32 uiDevice, const SDeviceStatus& roDevice)
     return {{"device", uiDevice},
             {"fpgas", oFpgas},
             {"registers",
-             {{std::to_string(uiProgressBarRunningReg), roDevice.uiProgressBarRunning},
-              {std::to_string(uiProgressReg), roDevice.uiProgress}}},
+             {{std::to_string(PROGRESS_BAR_RUNNING_REGISTER), roDevice.uiProgressBarRunning},
+              {std::to_string(PROGRESS_REGISTER), roDevice.uiProgress}}},
             {"progress", roDevice.GetProgressPct()},
             {"outputs", oOutputs}};
 }
