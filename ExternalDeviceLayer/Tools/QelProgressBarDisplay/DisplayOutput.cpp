@@ -1,9 +1,10 @@
-#include "DisplayRun.h"
+#include "DisplayOutput.h"
+
 #include "QelCheck.h"
 
 namespace
 {
-// Gets the handle of an output, does with it what fOperate does, and releases it. The first failure is the result.
+// Gets the handle of an output, passes it to fOperate and releases it. Returns the status of the first failure.
 template <class FOperate> TStatus WithOutput(TDevice_Handle hDev, KUINT32 uiVideoOutIndex, FOperate fOperate)
 {
     TVideoOut_Handle hVideoOut = nullptr;

@@ -1,19 +1,21 @@
-#include <cerrno>
-#include <cstdio>
+#include "StopSignal.h"
+
 #include <poll.h>
 #include <unistd.h>
 
-#include "DisplayRun.h"
+#include <cerrno>
+#include <cstdio>
+
 #include "QelTools.h"
 
 std::atomic<KBOOL32> g_bStopSignal{FALSE};
 
 namespace
 {
-// How long the handler waits for a reader that has stopped reading: it must not keep the run from ending.
+// How long the handler waits for room in a full pipe. A reader that has stopped reading must not keep the run from ending.
 constexpr int READER_TIMEOUT_MS = 100;
 
-// Writes text and number by means that a signal handler may use: no stream, no formatter, no heap.
+// Uses only what is safe in a signal handler: no stream, no formatted printing, no heap.
 void WriteSignalLine(int iSignal)
 {
     constexpr char TEXT[]      = "Received signal: ";
@@ -23,7 +25,7 @@ void WriteSignalLine(int iSignal)
     char*          pchBegin = pchEnd;
 
     *--pchBegin = '\n';
-    auto uiRest = static_cast<unsigned>(iSignal);  // the system counts signals from 1
+    auto uiRest = static_cast<unsigned>(iSignal);  // positive
     do
         *--pchBegin = static_cast<char>('0' + uiRest % 10);
     while ((uiRest /= 10) != 0);
@@ -36,7 +38,7 @@ void WriteSignalLine(int iSignal)
 
     while (pchBegin < pchEnd)
     {
-        const ssize_t iWritten = write(STDOUT_FILENO, pchBegin, static_cast<std::size_t>(pchEnd - pchBegin));
+        const ssize_t iWritten = write(STDOUT_FILENO, pchBegin, static_cast<size_t>(pchEnd - pchBegin));
         if (iWritten <= 0)
             return;
         pchBegin += iWritten;
@@ -67,7 +69,7 @@ void SetupSignalHandler()
 
 void SignalHandler(int iSignal, siginfo_t*, void*)
 {
-    const int iErrno = errno;  // the interrupted code's
+    const int iErrno = errno;  // of the interrupted code
 
     if (iSignal == SIGTERM || iSignal == SIGINT)
         g_bStopSignal = TRUE;

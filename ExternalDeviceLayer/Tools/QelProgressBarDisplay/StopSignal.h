@@ -1,0 +1,21 @@
+// SIGTERM and SIGINT end a run in order.
+#ifndef STOP_SIGNAL_H
+#define STOP_SIGNAL_H
+
+#include <atomic>
+#include <csignal>
+
+#include "QelTypes.h"
+
+// Set by the first SIGTERM or SIGINT, and never cleared.
+extern std::atomic<KBOOL32> g_bStopSignal;
+static_assert(std::atomic<KBOOL32>::is_always_lock_free, "a signal handler writes it");
+
+// Installs SignalHandler for SIGTERM and SIGINT; prints a line for each that fails. Also makes standard output
+// line-buffered: the handler writes past the stream, so no earlier line may still wait in the stream's buffer.
+void SetupSignalHandler();
+
+// Prints the signal's number, and sets g_bStopSignal after SIGTERM or SIGINT.
+void SignalHandler(int iSignal, siginfo_t* oSigInfo, void* hContext);
+
+#endif
