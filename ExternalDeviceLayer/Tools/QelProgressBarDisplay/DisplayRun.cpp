@@ -47,19 +47,20 @@ struct SRequest
     tagTVideo_VidParam& oVidParam;
 };
 
-// A run in phases, each of which starts when the one before succeeded and reports its own failures. Whatever they made is
-// taken back by TakeBack, on every path.
+// A run in phases. Each phase starts when the one before succeeded, and reports its own failures. The destructor takes back
+// what they made.
 class CRun
 {
 public:
     explicit CRun(const SRequest& roRequest) : m_roRequest(roRequest) {}
+    CRun(const CRun&) = delete;
+    ~CRun();
 
     TStatus TestRectangles() const;
     TStatus OpenDevice();
     TStatus PaintFirstPicture();
     TStatus ShowOnEveryOutput();
     TStatus Loop();
-    void    TakeBack();
 
 private:
     TStatus                     BeginAccess();
@@ -260,11 +261,11 @@ void CRun::StepProgressBar(QelSurface* poDrawSurface)
     ProgressDrawingUpdate(m_roRequest.roProgressBarRect, m_oProgressReg.f.uUpdatePct, m_oProgressBarData, poDrawSurface);
 }
 
-void CRun::TakeBack()
+CRun::~CRun()
 {
     if (m_hDev != nullptr)
     {
-        // Every output of the device, also one that this run did not come to enable.
+        // Every output of the device, even one that this run has not enabled.
         for (KUINT32 i = 0; m_roRequest.uiEnableTime == 0 && i < m_uiNbVideoOut; ++i)
             DisableDisplay(m_hDev, i);
         if (m_hDrawBuffer != nullptr)
@@ -296,7 +297,5 @@ TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect
         eStatus = oRun.ShowOnEveryOutput();
     if (eStatus >= 0)
         eStatus = oRun.Loop();
-
-    oRun.TakeBack();
     return eStatus;
 }
