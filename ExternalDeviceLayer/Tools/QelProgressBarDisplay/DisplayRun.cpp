@@ -21,18 +21,18 @@ using CDrawSurface = QelSurfaceTyped<QelColor<TPixelFormat_R8G8B8A8, unsigned in
 
 // Registers of the board.
 constexpr KUINT32 REG_PROGRESS_BAR_RUNNING = 6908;  // 1 while every output shows the run's picture
-constexpr KUINT32 REG_PROGRESS_UPDATE      = 7932;  // RegPROGRESS_UPDATE
+constexpr KUINT32 REG_PROGRESS_UPDATE      = 7932;  // see RegPROGRESS_UPDATE
 
 constexpr KUINT32 LAST_RUNNING_PCT = 99;
 constexpr KUINT32 ACCESS_MODE      = 0;
 constexpr KUINT32 MAX_PLANES       = std::extent_v<decltype(tagTBuffer_PlaneInfo::auiPitch)>;
 
-// The rectangle animation: where its block starts, and how far it moves in a step.
+// The block of the rectangle animation: its edges at the start, and how far it moves in a step.
 constexpr KUINT32 BLOCK_BEGIN_PCT = 0;
 constexpr KUINT32 BLOCK_END_PCT   = 50;
 constexpr KUINT32 BLOCK_STEP_PCT  = 5;
 
-// What a run is asked for; lives in the caller's frame.
+// The arguments of DisplayProgressBar.
 struct SRequest
 {
     KUINT32             uiDevIndex;
@@ -72,12 +72,12 @@ private:
     void                        StepProgressBar(QelSurface* poDrawSurface);
 
     const SRequest&      m_roRequest;
-    HEvent               m_hEvent                 = nullptr;  // the step timer: nothing triggers it
+    HEvent               m_hEvent                 = nullptr;  // the step timer; nothing triggers it
     TDevice_Handle       m_hDev                   = nullptr;
     TBuffer_Handle       m_hDrawBuffer            = nullptr;
     KUINT32              m_uiNbVideoOut           = 0;
     tagTBuffer_PlaneInfo m_oPlaneInfo             = {};
-    KUINTPTR             m_apuiBuffer[MAX_PLANES] = {};  // of the access period that is open
+    KUINTPTR             m_apuiBuffer[MAX_PLANES] = {};  // plane addresses, valid while the buffer is accessed
     KBOOL32              m_bUsePngAnimation       = FALSE;
     SAnimationData       m_oAnimationData         = {};
     SAnimationPngData    m_oAnimationPngData      = {};
@@ -208,8 +208,8 @@ Qel_Abort:
     return eStatus;
 }
 
-// The picture stays accessed for the whole loop: what is drawn reaches the outputs without a further call. A step
-// allocates nothing.
+// The buffer stays accessed for the whole loop: whatever is drawn into it shows on the outputs without a further call. A
+// step allocates nothing.
 TStatus CRun::Loop()
 {
     std::unique_ptr<QelSurface> poDrawSurface;
@@ -225,7 +225,7 @@ TStatus CRun::Loop()
     {
         if (g_oOsServices.Event_Wait(m_hEvent, m_roRequest.uiAnimStepLoopTimeMs) != TStatus_TIMEOUT)
             break;
-        // Tested after the wait, so that the last picture stays for a step.
+        // Tested after the wait, so that the last picture stays on screen for one more step.
         if (m_oProgressReg.f.uUpdatePct > LAST_RUNNING_PCT || bTimeOut)
             break;
 
@@ -282,9 +282,19 @@ TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect
                            const char* pszAnimBaseFileName, KUINT32 uiAnimStepLoopTimeMs, const tagTRECT& roAnimRect,
                            KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation, tagTVideo_VidParam& oVidParam)
 {
-    const SRequest oRequest{uiDevIndex, roProgressBarRect, pszImageFileName, pszAnimBaseFileName, uiAnimStepLoopTimeMs,
-                            roAnimRect, uiEnableTime,      bProgressBar,     bAnimation,          oVidParam};
-    CRun           oRun(oRequest);
+    const SRequest oRequest = {
+        .uiDevIndex           = uiDevIndex,
+        .roProgressBarRect    = roProgressBarRect,
+        .pszImageFileName     = pszImageFileName,
+        .pszAnimBaseFileName  = pszAnimBaseFileName,
+        .uiAnimStepLoopTimeMs = uiAnimStepLoopTimeMs,
+        .roAnimRect           = roAnimRect,
+        .uiEnableTime         = uiEnableTime,
+        .bProgressBar         = bProgressBar,
+        .bAnimation           = bAnimation,
+        .oVidParam            = oVidParam,
+    };
+    CRun oRun(oRequest);
 
     SetupSignalHandler();
 
