@@ -1,67 +1,62 @@
 // The operations of Tavrin.h for a client: each passes its arguments on to the library that Tavrin_Load opened.
 //
-// Loading at run time lets one binary drive whichever library the machine has, and lets it say so where there is none.
+// Loading at run time lets one binary drive whichever library the machine has, and report where there is none.
 #include <dlfcn.h>
 
 #include "OsServices.h"
 #include "Tavrin.h"
 
-// Set in columns by hand.
-// clang-format off
-
 namespace
 {
 constexpr KCHAR8 LIBRARY_NAME[] = "libTavrin.so.1";
 
-// An operation's name, and its address in the library while that is loaded.
-struct SOperationEntry
-{
-    const KCHAR8* pszName;
-    void*         pvAddress = nullptr;
-};
-
-template <class TFunction>
-struct SOperation;
-
-template <class TResult, class... TArguments>
-struct SOperation<TResult(TArguments...)> : SOperationEntry
-{
-    // Calls the library, or answers what stands for a library that is not there.
-    TResult CallOr(TResult oUnloaded, TArguments... arguments) const
-    {
-        if (pvAddress == nullptr)
-            return oUnloaded;
-        return reinterpret_cast<TResult (*)(TArguments...)>(pvAddress)(arguments...);
-    }
-};
-
-SOperation<decltype(Tavrin_GetDeviceCount)>   s_oGetDeviceCount{{"Tavrin_GetDeviceCount"}};
-SOperation<decltype(Tavrin_GetDevice)>        s_oGetDevice{{"Tavrin_GetDevice"}};
-SOperation<decltype(TBuffer_CreateVideo)>     s_oCreateVideo{{"TBuffer_CreateVideo"}};
-SOperation<decltype(TBuffer_GetPlaneInfo)>    s_oGetPlaneInfo{{"TBuffer_GetPlaneInfo"}};
-SOperation<decltype(TBuffer_BeginAccess)>     s_oBeginAccess{{"TBuffer_BeginAccess"}};
-SOperation<decltype(TBuffer_EndAccess)>       s_oEndAccess{{"TBuffer_EndAccess"}};
-SOperation<decltype(TBuffer_Destroy)>         s_oDestroy{{"TBuffer_Destroy"}};
-SOperation<decltype(TVideoOut_GetCount)>      s_oGetOutputCount{{"TVideoOut_GetCount"}};
-SOperation<decltype(TVideoOut_GetHandle)>     s_oGetOutputHandle{{"TVideoOut_GetHandle"}};
-SOperation<decltype(TVideoOut_Enable)>        s_oEnable{{"TVideoOut_Enable"}};
-SOperation<decltype(TVideoOut_Disable)>       s_oDisable{{"TVideoOut_Disable"}};
-SOperation<decltype(TVideoOut_ReleaseHandle)> s_oReleaseOutputHandle{{"TVideoOut_ReleaseHandle"}};
-SOperation<decltype(TBoard_RegWrite)>         s_oRegWrite{{"TBoard_RegWrite"}};
-SOperation<decltype(TBoard_RegRead)>          s_oRegRead{{"TBoard_RegRead"}};
-SOperation<decltype(TBoard_GetFpgaCount)>     s_oGetFpgaCount{{"TBoard_GetFpgaCount"}};
-SOperation<decltype(TBoard_GetFpgaInfo)>      s_oGetFpgaInfo{{"TBoard_GetFpgaInfo"}};
-
-SOperationEntry* const s_apoOperations[] = {
-    &s_oGetDeviceCount, &s_oGetDevice,           &s_oCreateVideo, &s_oGetPlaneInfo, &s_oBeginAccess,  &s_oEndAccess,
-    &s_oDestroy,        &s_oGetOutputCount,      &s_oGetOutputHandle, &s_oEnable,   &s_oDisable,
-    &s_oReleaseOutputHandle, &s_oRegWrite,       &s_oRegRead,     &s_oGetFpgaCount, &s_oGetFpgaInfo,
-};
-
 void* s_pvLibrary = nullptr;
 
-// A library may have a load and an unload of its own, and depend on them. What they return is not examined. The look-up goes
-// through the library's handle alone, so it never finds the functions of that name below.
+// The address of an operation in the library, null while none is loaded.
+template <auto pfOperation> void* s_pvAddress = nullptr;
+
+struct SOperation
+{
+    const KCHAR8* pszName;
+    void**        ppvAddress;
+};
+
+// Looked up in this order; the first that is missing is the one that is reported.
+// clang-format off
+constexpr SOperation OPERATIONS[] = {
+    {"Tavrin_GetDeviceCount",   &s_pvAddress<Tavrin_GetDeviceCount>},
+    {"Tavrin_GetDevice",        &s_pvAddress<Tavrin_GetDevice>},
+    {"TBuffer_CreateVideo",     &s_pvAddress<TBuffer_CreateVideo>},
+    {"TBuffer_GetPlaneInfo",    &s_pvAddress<TBuffer_GetPlaneInfo>},
+    {"TBuffer_BeginAccess",     &s_pvAddress<TBuffer_BeginAccess>},
+    {"TBuffer_EndAccess",       &s_pvAddress<TBuffer_EndAccess>},
+    {"TBuffer_Destroy",         &s_pvAddress<TBuffer_Destroy>},
+    {"TVideoOut_GetCount",      &s_pvAddress<TVideoOut_GetCount>},
+    {"TVideoOut_GetHandle",     &s_pvAddress<TVideoOut_GetHandle>},
+    {"TVideoOut_Enable",        &s_pvAddress<TVideoOut_Enable>},
+    {"TVideoOut_Disable",       &s_pvAddress<TVideoOut_Disable>},
+    {"TVideoOut_ReleaseHandle", &s_pvAddress<TVideoOut_ReleaseHandle>},
+    {"TBoard_RegWrite",         &s_pvAddress<TBoard_RegWrite>},
+    {"TBoard_RegRead",          &s_pvAddress<TBoard_RegRead>},
+    {"TBoard_GetFpgaCount",     &s_pvAddress<TBoard_GetFpgaCount>},
+    {"TBoard_GetFpgaInfo",      &s_pvAddress<TBoard_GetFpgaInfo>},
+};
+// clang-format on
+
+// What an operation returns while no library is loaded.
+template <class TResult> constexpr TResult UNLOADED          = {};
+template <> constexpr TStatus              UNLOADED<TStatus> = TStatus_FAIL;
+
+// Calls an operation in the library.
+template <auto pfOperation, class... TArguments> auto Call(TArguments... arguments)
+{
+    if (s_pvAddress<pfOperation> == nullptr)
+        return UNLOADED<decltype(pfOperation(arguments...))>;
+    return reinterpret_cast<decltype(pfOperation)>(s_pvAddress<pfOperation>)(arguments...);
+}
+
+// A library may export a load and an unload of its own, and depend on them. Their results are ignored. dlsym searches that
+// library alone, so it never finds the two functions of these names below.
 void CallOwn(const KCHAR8* pszName)
 {
     if (void* const pvOwn = dlsym(s_pvLibrary, pszName))
@@ -77,18 +72,18 @@ TStatus Tavrin_Load(void)
     s_pvLibrary = dlopen(LIBRARY_NAME, RTLD_NOW | RTLD_LOCAL);
     if (s_pvLibrary == nullptr)
     {
-        // The reason names a path of any length: it is cut so that the line keeps its end.
+        // The reason may hold a long path. It is cut so that the line keeps its end.
         OsServices::WriteErrorMsg("Cannot load %s: %.160s\n", LIBRARY_NAME, dlerror());
         return TStatus_FAIL;
     }
 
     CallOwn("Tavrin_Load");
-    for (SOperationEntry* poOperation : s_apoOperations)
+    for (const SOperation& roOperation : OPERATIONS)
     {
-        poOperation->pvAddress = dlsym(s_pvLibrary, poOperation->pszName);
-        if (poOperation->pvAddress == nullptr)
+        *roOperation.ppvAddress = dlsym(s_pvLibrary, roOperation.pszName);
+        if (*roOperation.ppvAddress == nullptr)
         {
-            OsServices::WriteErrorMsg("Cannot use %s: it has no %s\n", LIBRARY_NAME, poOperation->pszName);
+            OsServices::WriteErrorMsg("Cannot use %s: it has no %s\n", LIBRARY_NAME, roOperation.pszName);
             Tavrin_UnLoad();
             return TStatus_FAIL;
         }
@@ -98,8 +93,8 @@ TStatus Tavrin_Load(void)
 
 TStatus Tavrin_UnLoad(void)
 {
-    for (SOperationEntry* poOperation : s_apoOperations)
-        poOperation->pvAddress = nullptr;
+    for (const SOperation& roOperation : OPERATIONS)
+        *roOperation.ppvAddress = nullptr;
 
     if (s_pvLibrary != nullptr)
     {
@@ -110,84 +105,40 @@ TStatus Tavrin_UnLoad(void)
     return TStatus_OK;
 }
 
+// The other operations. Each passes its arguments on.
+// clang-format off
 KUINT32 Tavrin_GetDeviceCount(void)
-{
-    return s_oGetDeviceCount.CallOr(0);
-}
-
+    { return Call<Tavrin_GetDeviceCount>(); }
 TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
-{
-    return s_oGetDevice.CallOr(nullptr, uiDevIndex);
-}
-
+    { return Call<Tavrin_GetDevice>(uiDevIndex); }
 TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUINT32 uiWidth, KUINT32 uiHeight,
                             TBuffer_Handle* phBuffer)
-{
-    return s_oCreateVideo.CallOr(TStatus_FAIL, hDev, ePixelFormat, uiWidth, uiHeight, phBuffer);
-}
-
+    { return Call<TBuffer_CreateVideo>(hDev, ePixelFormat, uiWidth, uiHeight, phBuffer); }
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle hBuffer, tagTBuffer_PlaneInfo* poPlaneInfo)
-{
-    return s_oGetPlaneInfo.CallOr(TStatus_FAIL, hBuffer, poPlaneInfo);
-}
-
+    { return Call<TBuffer_GetPlaneInfo>(hBuffer, poPlaneInfo); }
 TStatus TBuffer_BeginAccess(TBuffer_Handle hBuffer, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
-{
-    return s_oBeginAccess.CallOr(TStatus_FAIL, hBuffer, uiMode, uiPlaneCount, auiPlanes);
-}
-
+    { return Call<TBuffer_BeginAccess>(hBuffer, uiMode, uiPlaneCount, auiPlanes); }
 TStatus TBuffer_EndAccess(TBuffer_Handle hBuffer)
-{
-    return s_oEndAccess.CallOr(TStatus_FAIL, hBuffer);
-}
-
+    { return Call<TBuffer_EndAccess>(hBuffer); }
 TStatus TBuffer_Destroy(TBuffer_Handle hBuffer)
-{
-    return s_oDestroy.CallOr(TStatus_FAIL, hBuffer);
-}
-
+    { return Call<TBuffer_Destroy>(hBuffer); }
 TStatus TVideoOut_GetCount(TDevice_Handle hDev, KUINT32* puiCount)
-{
-    return s_oGetOutputCount.CallOr(TStatus_FAIL, hDev, puiCount);
-}
-
+    { return Call<TVideoOut_GetCount>(hDev, puiCount); }
 TStatus TVideoOut_GetHandle(TDevice_Handle hDev, KUINT32 uiIndex, TAccessMode eAccessMode, TVideoOut_Handle* phVideoOut)
-{
-    return s_oGetOutputHandle.CallOr(TStatus_FAIL, hDev, uiIndex, eAccessMode, phVideoOut);
-}
-
+    { return Call<TVideoOut_GetHandle>(hDev, uiIndex, eAccessMode, phVideoOut); }
 TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalType, const tagTVideo_VidParam* poVidParam,
                          TBuffer_Handle hBuffer, TVideoOut_PowerState ePowerState)
-{
-    return s_oEnable.CallOr(TStatus_FAIL, hVideoOut, eSignalType, poVidParam, hBuffer, ePowerState);
-}
-
+    { return Call<TVideoOut_Enable>(hVideoOut, eSignalType, poVidParam, hBuffer, ePowerState); }
 TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
-{
-    return s_oDisable.CallOr(TStatus_FAIL, hVideoOut);
-}
-
+    { return Call<TVideoOut_Disable>(hVideoOut); }
 TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle hVideoOut)
-{
-    return s_oReleaseOutputHandle.CallOr(TStatus_FAIL, hVideoOut);
-}
-
+    { return Call<TVideoOut_ReleaseHandle>(hVideoOut); }
 TStatus TBoard_RegWrite(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32 uiValue)
-{
-    return s_oRegWrite.CallOr(TStatus_FAIL, hDev, uiRegister, uiValue);
-}
-
+    { return Call<TBoard_RegWrite>(hDev, uiRegister, uiValue); }
 TStatus TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* puiValue)
-{
-    return s_oRegRead.CallOr(TStatus_FAIL, hDev, uiRegister, puiValue);
-}
-
+    { return Call<TBoard_RegRead>(hDev, uiRegister, puiValue); }
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
-{
-    return s_oGetFpgaCount.CallOr(TStatus_FAIL, hDev, puiCount);
-}
-
+    { return Call<TBoard_GetFpgaCount>(hDev, puiCount); }
 TStatus TBoard_GetFpgaInfo(TDevice_Handle hDev, KUINT32 uiIndex, tagTBoard_FpgaInfo* poFpgaInfo)
-{
-    return s_oGetFpgaInfo.CallOr(TStatus_FAIL, hDev, uiIndex, poFpgaInfo);
-}
+    { return Call<TBoard_GetFpgaInfo>(hDev, uiIndex, poFpgaInfo); }
+// clang-format on
