@@ -15,13 +15,13 @@ expect() { # WHAT EXPECTED ACTUAL
   failures=$((failures + 1))
 }
 board() { "$bin/tavrin-board" "$@"; }
-# In a process group of its own, whose number is written down: a tool that hangs is ended with all that it started.
+# Runs a command in a process group of its own and notes its number, so that a tool that hangs is killed with its children.
 limited() { sh -c 'echo $$ >>"$0"; exec timeout -k 5 60 "$@"' "$work/groups" "$@"; }
 tool() { limited "$bin/QelProgressBarDisplay" "$@"; }
 outputs() { board status | sed -n 's/ *output [0-9]*: //p' | sed 's/held by [0-9].*/held/' | tr '\n' ';'; }
 stop() { kill "-$1" "$(board status | sed -n 's/.*output 0.*held by \([0-9]*\).*/\1/p')"; }
-# These wait for the job that was started last. The test is over when that takes the time of a hundred runs of the panel, which
-# a sanitizer or a busy machine slows down like the tool; and when it ends before the outputs are shown.
+# These wait for the job that was started last. The test fails when that job ends before the outputs are shown, or when it
+# takes as long as a hundred runs of the panel. A sanitizer or a busy machine slows the panel down as much as the tool.
 is_alive() { kill -0 "$!" 2>/dev/null; }
 look_again() { # WHAT
   looks=$((looks + 1))
@@ -43,11 +43,16 @@ wait_until_ended() {
     look_again 'the tool ends'
   done
 }
+alone() { # its output's number of lines, first line, the last behind the name of the program, and status
+  limited "$work/alone" "$@" >"$work/out"
+  status=$?
+  echo "$(wc -l <"$work/out"),$(head -n 1 "$work/out"),$(sed -n "\$s|^   $work/alone||p" "$work/out"),$status"
+}
 FALL_BACK='vesk(4.12.0.16)[0]: (Error) PngAnimation.cpp(LINE) Assertion failed
 Animation Png failed to load fall back on rectangle animation'
 lines() { sed 's/([0-9]*) Assertion/(LINE) Assertion/' "$1"; }
 
-# Lines of all who write come in order, through a pipe; a stop ends it with 0, the outputs off, the register 0.
+# The lines of all writers come in order through a pipe. A stop signal ends the run with 0, the outputs off, the register 0.
 { tool -l 16 -a 10 10 50 50 -f "$work/none" -i "$demo/frame01.png"; echo "status $?"; } 2>&1 | cat >"$work/out" &
 wait_until_shown
 expect 'register while it runs' 0x00000001 "$(board status | sed -n 's/.*6908.*: //p')"
@@ -59,7 +64,7 @@ status 0" "$(lines "$work/out")"
 expect 'outputs after a stop' 'off;off;' "$(outputs)"
 expect 'register after a stop' 0x00000000 "$(board status | sed -n 's/.*6908.*: //p')"
 
-# What was written is not lost when the process is killed; meanwhile no other can have the outputs.
+# A killed process has lost no line. Until then no other run gets the outputs.
 tool -l 16 -a 10 10 50 50 -f "$work/none" >"$work/out" &
 wait_until_shown
 tool >"$work/busy"
@@ -70,7 +75,7 @@ stop KILL
 wait_until_ended
 expect 'lines before a kill' "$FALL_BACK" "$(lines "$work/out")"
 
-# A reader that goes away takes nothing down.
+# The run goes on when the reader of its messages has gone.
 ( { tool -l 16 -a 10 10 50 50 -f "$work/none"; echo "$?" >"$work/status"; } | true ) &
 wait_until_shown
 stop INT
@@ -78,7 +83,7 @@ wait_until_ended
 expect 'status without a reader' 0 "$(cat "$work/status")"
 expect 'outputs without a reader' 'off;off;' "$(outputs)"
 
-# Firmware: one that is known as not supported ends the look at the FPGAs, an unknown one as well.
+# Firmware: the first FPGA that is not supported decides. A known version passes, an unknown one fails.
 for fpgas in '0 5:2.1.33 3:1.33.7' '255 3:1.33.7 3:1.33.0'; do
   # shellcheck disable=SC2086 # a status and two FPGAs
   set -- $fpgas
@@ -87,24 +92,40 @@ for fpgas in '0 5:2.1.33 3:1.33.7' '255 3:1.33.7 3:1.33.0'; do
   expect "message and status with $fpgas" "$1" "$out$?"
 done
 
-# Streams that were closed: no message may land in the board's own files.
+# Each value of the command line arrives in its place: index, timing, either rectangle, step and enable time.
+vga='640 480 60 31 25175 16 96 48 10 2 33 no no - - no RGB_FULL 444 8'
+board create >/dev/null && board progress 100
+tool -d 1 -p 10 10 50 50 >/dev/null
+expect 'status with an index too high' 255 "$?"
+# shellcheck disable=SC2086 # nineteen values
+expect 'rectangles outside the timing' 'Progress Bar Rectangle is invalid
+Animation Bar Rectangle is invalid' "$(tool -v $vga -a 10 10 50 50; tool -v $vga -p 10 10 50 50 -a 10 10 640 50)"
+tool -a 10 10 50 50 -l 500 -et 1
+expect 'status after an enable time' 0 "$?"
+expect 'outputs after an enable time' '1024x768, 60 Hz, held by nobody;1024x768, 60 Hz, held by nobody;' "$(outputs)"
+
+# With closed standard streams no message may land in the board's files.
 board create >/dev/null && board progress 100
 tool -l 16 -p 10 10 50 50 -a 10 10 50 50 -f "$work/none" -i "$0" <&- >&- 2>&-
 expect 'status with closed streams' 0 "$?"
 expect 'board after closed streams' 'off;off;' "$(outputs)"
 
-# A log at its size limit takes nothing down.
+# The run goes on when its log has reached the size limit.
 truncate -s 8M "$work/log"
 (ulimit -f 8192 && tool -l 16 -p 10 10 50 50 -a 10 10 50 50 -f "$work/none" >>"$work/log")
 expect 'status and outputs with a full log' '0 off;off;' "$? $(outputs)"
 
-# A machine without a library, and any command line at all.
+# A machine without a library, and command lines that start no run.
 cp "$bin/QelProgressBarDisplay" "$work/alone"
-expect 'help without a library' 'Arguments:' "$(limited "$work/alone" -h | sed -n 2p)"
+expect 'help without a library' '14,, -d 0 ,0' "$(alone -h)"
+expect 'an error and then help' '15,[-x] is an invalid argument., -d 0 ,0' "$(alone -x -h)"
+expect 'an error' '15,[-x] is an invalid argument., -d 0 ,255' "$(alone -x)"
+expect 'an error without help' '1,[-v] missing video parameters.,,255' "$(alone -h -v)"
 limited "$work/alone" -et 1 >"$work/out"
 expect 'status without a library' 255 "$?"
 expect 'says what is missing' 1 "$(grep -c 'Cannot load libTavrin.so.1: libTavrin.so.1: cannot open' "$work/out")"
-expect 'ten thousand arguments' 10000 "$(seq 10000 | xargs -n 10000 timeout 60 "$bin/QelProgressBarDisplay" -h | grep -c 'is an invalid argument')"
+expect 'ten thousand arguments' 10000 \
+  "$(seq 10000 | xargs -n 10000 timeout 60 "$bin/QelProgressBarDisplay" -h | grep -c 'is an invalid argument')"
 
 [ "$failures" -eq 0 ] && echo 'All good.'
 exit "$failures"
