@@ -33,7 +33,7 @@ TEST_F(DisplayRun, BadRectanglesAndIndexTouchNoBoard)
     EXPECT_TRUE(m_roBoard.asCalls.empty());
 }
 
-// Before the loop a signal skips it. At every moment: scripts/torture, on the board in software.
+// A signal before the loop skips it. scripts/torture sends one at every moment of a run on the software board.
 TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
 {
     m_bProgressBar = FALSE;
@@ -46,7 +46,7 @@ TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
         EXPECT_EQ(m_roBoard.asCalls, Calls(FORWARD.begin(), FORWARD.end() - 2) + Calls{FORWARD.back()} + UNDO_OUTPUTS);
         EXPECT_EQ(PixelAt(20, 40) | PixelAt(60, 50) | PixelAt(10, 5), 0u) << "neither bar nor animation, and not black";
     }
-    std::thread oLater;  // while a loop runs that has nothing to draw and nothing to read
+    std::thread oLater;  // sends a signal while the loop runs, which has nothing to draw or read
     m_roBoard.fFails = [&](const std::string& s) {
         if (s == "TBoard_RegWrite 6908 1")
             oLater = std::thread([] { usleep(30'000), kill(getpid(), SIGTERM); });
@@ -64,7 +64,7 @@ TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
 
 TEST_F(DisplayRun, LoopHasOneMoreWaitAfterCompletionAndIgnoresTheUpperBits)
 {
-    using Clock = std::chrono::system_clock;  // the one that waits are measured on
+    using Clock = std::chrono::system_clock;  // waits are measured on it
     Clock::time_point oRead, oEnded;
     int               iReads = 0;
 
@@ -115,15 +115,17 @@ TEST_F(DisplayRun, PicturesAreShownInTheirOrder)
     m_oBar = {20, 10, 60, 50};  // over the right half of the frames
     EXPECT_EQ(Run(), TStatus_OK);
     EXPECT_EQ(m_sOutput, "");
-    for (const auto& [x, y, uiPixel] : {std::tuple{79u, 59u, 0x28282828u}, {10u, 5u, 0xFF141414u}, {29u, 9u, 0xFF141414u}, {29u, 12u, 0x00FFFFFFu}})
+    for (const auto& [x, y, uiPixel] :
+         {std::tuple{79u, 59u, 0x28282828u}, {10u, 5u, 0xFF141414u}, {29u, 9u, 0xFF141414u}, {29u, 12u, 0x00FFFFFFu}})
         EXPECT_EQ(PixelAt(x, y), uiPixel) << x << ' ' << y;
 }
 
 TEST_F(DisplayRun, LibraryWithoutPlanesAndOutputsIsSurvived)
 {
-    m_roBoard.uiPlanes = m_roBoard.uiOutputs = 0;
-    m_bAnimation = TRUE;
-    m_pszFrames  = "/nonexistent";
+    m_roBoard.uiPlanes  = 0;
+    m_roBoard.uiOutputs = 0;
+    m_bAnimation        = TRUE;
+    m_pszFrames         = "/nonexistent";
     EXPECT_EQ(Run(), TStatus_OK);
     EXPECT_EQ(PixelAt(20, 40), 0xDEADBEEFu);
 }

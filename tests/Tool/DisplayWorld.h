@@ -1,5 +1,5 @@
-// A world for display runs: the fake board fresh, the run's arguments at their defaults, standard output captured, and the
-// calls that a run makes of the device library.
+// The fixture for display runs: a fresh fake board, default arguments, captured standard output. Also the calls that a run
+// makes to the device library.
 #pragma once
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -29,16 +29,21 @@ inline Calls OutputCalls(const std::string& s, const std::string& sOperation)
     return {"TVideoOut_GetHandle " + s + " 2", sOperation, "TVideoOut_ReleaseHandle " + s};
 }
 
-// The calls of a run of one step on a board of two outputs, up to its teardown; and the teardown of a whole run.
+// The calls of a run of one step on a board with two outputs: up to the teardown, then the teardown.
+// clang-format off
 const Calls FORWARD = Calls{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoard_GetFpgaCount", "TBoard_GetFpgaInfo 0",
                             "TBuffer_CreateVideo 52 80 60", "TBuffer_GetPlaneInfo", "TBuffer_BeginAccess 0 1",
                             "TBuffer_EndAccess", "TVideoOut_GetCount"}
     + OutputCalls("0", "TVideoOut_Enable 0 0 80 1") + OutputCalls("1", "TVideoOut_Enable 1 0 80 1")
     + Calls{"TBoard_RegWrite 6908 1", "TBuffer_BeginAccess 0 1", "TBoard_RegRead 7932", "TBuffer_EndAccess"};
+// clang-format on
 const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
 const Calls UNDO_OUTPUTS = OutputCalls("0", "TVideoOut_Disable 0") + OutputCalls("1", "TVideoOut_Disable 1") + UNDO_BUFFER;
 
-inline std::ptrdiff_t EntriesOf(const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); }
+inline std::ptrdiff_t EntriesOf(const char* psz)
+{
+    return std::distance(std::filesystem::directory_iterator(psz), {});
+}
 
 inline bool g_bRunIsUnderWay = false;
 
@@ -53,16 +58,15 @@ struct DisplayWorld : testing::Test
         m_roBoard.asCalls.clear();
         m_roBoard.auiLoads.clear();
         testing::internal::CaptureStdout();
-        g_bRunIsUnderWay = true;
-        const TStatus eStatus =
-            DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim, m_uiEnableTime,
-                               m_bProgressBar, m_bAnimation, m_oVidParam);
-        g_bRunIsUnderWay = false;
-        m_sOutput = testing::internal::GetCapturedStdout();
+        g_bRunIsUnderWay      = true;
+        const TStatus eStatus = DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim,
+                                                   m_uiEnableTime, m_bProgressBar, m_bAnimation, m_oVidParam);
+        g_bRunIsUnderWay      = false;
+        m_sOutput             = testing::internal::GetCapturedStdout();
         return eStatus;
     }
 
-    // A background of bytes 40 and that many opaque frames of grey 10, 20, ..., which the run is told to show.
+    // Writes a background whose bytes are all 40 and that many opaque frames of grey 10, 20, ... The next run shows them.
     void MakePictures(int iFrames)
     {
         std::filesystem::create_directory(m_sFolder);
@@ -70,7 +74,7 @@ struct DisplayWorld : testing::Test
         for (int i = 1; i <= iFrames; ++i)
         {
             std::vector<png_byte> auiRows(20 * 10 * 4, static_cast<png_byte>(10 * i));
-            for (std::size_t ui = 3; ui < auiRows.size(); ui += 4)
+            for (size_t ui = 3; ui < auiRows.size(); ui += 4)
                 auiRows[ui] = 255;
             WritePng(m_sFrames + "0" + std::to_string(i) + ".png", 20, 10, {}, auiRows);
         }
@@ -79,14 +83,17 @@ struct DisplayWorld : testing::Test
         m_bAnimation = TRUE;
     }
 
-    KUINT32 PixelAt(KUINT32 x, KUINT32 y) const { return m_roBoard.auiPixels.at(std::size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x); }
+    KUINT32 PixelAt(KUINT32 x, KUINT32 y) const
+    {
+        return m_roBoard.auiPixels.at(size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x);
+    }
 
-    // The tool unloads its library at the end of a run; the world must stay to be read.
+    // Keeps the library loaded after the run, so that the test can still read its world.
     static inline void* const s_pvLibrary = dlopen("libTavrin.so.1", RTLD_NOW);
 
-    SFakeTavrin&       m_roBoard      = *reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"))();
-    std::string        m_sFolder      = testing::TempDir() + "display-run-" + std::to_string(getpid());
-    std::string        m_sBack        = m_sFolder + "/back.png", m_sFrames = m_sFolder + "/frame";
+    SFakeTavrin&       m_roBoard = *reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"))();
+    std::string        m_sFolder = testing::TempDir() + "display-run-" + std::to_string(getpid());
+    std::string        m_sBack = m_sFolder + "/back.png", m_sFrames = m_sFolder + "/frame";
     std::string        m_sOutput;
     KUINT32            m_uiDevIndex   = 0;
     tagTRECT           m_oBar         = {20, 40, 60, 50};

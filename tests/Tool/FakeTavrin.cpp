@@ -13,22 +13,25 @@ template <class... TArguments> std::string CallText(const char* pszName, TArgume
     return sCall;
 }
 
-// Records the call; TRUE when it is to fail.
+// Records the call. Returns true if it is to fail.
 bool Fails(const std::string& sCall)
 {
     s_oWorld.asCalls.push_back(sCall);
     return s_oWorld.fFails && s_oWorld.fFails(sCall);
 }
 
-// Fails if it is to, and else fills in what the call gives.
-template <class FFill = void (*)()> TStatus Answer(const std::string& sCall, FFill fFill = [] {})
+// Fails if it is to. Otherwise fills in what the call returns through pointers.
+TStatus Answer(const std::string& sCall, const std::function<void()>& fFill = nullptr)
 {
     if (Fails(sCall))
         return s_oWorld.eFailure;
-    fFill();
+    if (fFill)
+        fFill();
     return TStatus_OK;
 }
 
+// From here on a short function is a line, set by hand.
+// clang-format off
 KUINT32 Pitch() { return s_oWorld.uiWidth + s_oWorld.uiPitchExtra; }
 
 template <class THandle> THandle HandleOf(KUINTPTR uiNumber) { return reinterpret_cast<THandle>(0x1000 + uiNumber); }
@@ -39,24 +42,30 @@ SFakeTavrin* FakeTavrin_World() { return &s_oWorld; }
 
 extern "C"
 {
-// Of the library's own, which a client may know nothing of.
+// The library's own two, which a client may not know of.
 TStatus        Tavrin_Load(void)   { return s_oWorld.auiLoads.push_back(s_oWorld.asCalls.size()), TStatus_FAIL; }
 TStatus        Tavrin_UnLoad(void) { return s_oWorld.auiLoads.push_back(s_oWorld.asCalls.size()), TStatus_FAIL; }
 KUINT32        Tavrin_GetDeviceCount(void) { return Fails("Tavrin_GetDeviceCount") ? 0 : 1; }
-TDevice_Handle Tavrin_GetDevice(KUINT32 ui) { return Fails(CallText("Tavrin_GetDevice", ui)) ? nullptr : HandleOf<TDevice_Handle>(ui); }
-TStatus        TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* phBuffer)
+TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
+{
+    return Fails(CallText("Tavrin_GetDevice", ui)) ? nullptr : HandleOf<TDevice_Handle>(ui);
+}
+
+TStatus TBuffer_CreateVideo(TDevice_Handle, TPixelFormat eFormat, KUINT32 uiWidth, KUINT32 uiHeight,
+                            TBuffer_Handle* phBuffer)
 {
     return Answer(CallText("TBuffer_CreateVideo", static_cast<KUINT32>(eFormat), uiWidth, uiHeight), [&] {
         s_oWorld.uiWidth  = uiWidth;
         s_oWorld.uiHeight = uiHeight;
-        s_oWorld.auiPixels.assign(std::size_t{Pitch()} * uiHeight, 0xDEADBEEF);
+        s_oWorld.auiPixels.assign(size_t{Pitch()} * uiHeight, 0xDEADBEEF);
         *phBuffer = HandleOf<TBuffer_Handle>(0);
     });
 }
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle, tagTBuffer_PlaneInfo* poInfo)
 {
     return Answer("TBuffer_GetPlaneInfo", [&] {
-        *poInfo = {.uiPlaneCount = s_oWorld.uiPlanes, .aePlaneFormat = {TPixelFormat_R8G8B8A8}, .auiWidth = {s_oWorld.uiWidth},
+        *poInfo = {.uiPlaneCount = s_oWorld.uiPlanes,
+                   .aePlaneFormat = {TPixelFormat_R8G8B8A8}, .auiWidth = {s_oWorld.uiWidth},
                    .auiWidthInBytes = {s_oWorld.uiWidth * 4}, .auiHeight = {s_oWorld.uiHeight}, .auiPitch = {Pitch()},
                    .auiPitchInBytes = {Pitch() * 4}};
     });
@@ -78,20 +87,29 @@ TStatus TBuffer_EndAccess(TBuffer_Handle)
 }
 TStatus TBuffer_Destroy(TBuffer_Handle) { return s_oWorld.puiMapped.reset(), Answer("TBuffer_Destroy"); }
 
-TStatus TVideoOut_GetCount(TDevice_Handle, KUINT32* pui) { return Answer("TVideoOut_GetCount", [&] { *pui = s_oWorld.uiOutputs; }); }
+TStatus TVideoOut_GetCount(TDevice_Handle, KUINT32* pui)
+{
+    return Answer("TVideoOut_GetCount", [&] { *pui = s_oWorld.uiOutputs; });
+}
 // A failing request leaves the handle as it is, whatever its status.
 TStatus TVideoOut_GetHandle(TDevice_Handle, KUINT32 ui, TAccessMode eMode, TVideoOut_Handle* phVideoOut)
 {
-    return Answer(CallText("TVideoOut_GetHandle", ui, static_cast<KUINT32>(eMode)), [&] { *phVideoOut = HandleOf<TVideoOut_Handle>(ui); });
+    return Answer(CallText("TVideoOut_GetHandle", ui, static_cast<KUINT32>(eMode)),
+                  [&] { *phVideoOut = HandleOf<TVideoOut_Handle>(ui); });
 }
-TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const tagTVideo_VidParam* po, TBuffer_Handle, TVideoOut_PowerState ePower)
+TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const tagTVideo_VidParam* po, TBuffer_Handle,
+                         TVideoOut_PowerState ePower)
 {
-    return Answer(CallText("TVideoOut_Enable", NumberOf(h), static_cast<KUINT32>(eSignal), po->uiHActive, static_cast<KUINT32>(ePower)));
+    return Answer(CallText("TVideoOut_Enable", NumberOf(h), static_cast<KUINT32>(eSignal), po->uiHActive,
+                           static_cast<KUINT32>(ePower)));
 }
 TStatus TVideoOut_Disable(TVideoOut_Handle h) { return Answer(CallText("TVideoOut_Disable", NumberOf(h))); }
 TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h) { return Answer(CallText("TVideoOut_ReleaseHandle", NumberOf(h))); }
 
-TStatus TBoard_RegWrite(TDevice_Handle, KUINT32 uiRegister, KUINT32 uiValue) { return Answer(CallText("TBoard_RegWrite", uiRegister, uiValue)); }
+TStatus TBoard_RegWrite(TDevice_Handle, KUINT32 uiRegister, KUINT32 uiValue)
+{
+    return Answer(CallText("TBoard_RegWrite", uiRegister, uiValue));
+}
 TStatus TBoard_RegRead(TDevice_Handle, KUINT32 uiRegister, KUINT32* puiValue)
 {
     const auto fFill = [&] { *puiValue = s_oWorld.fProgress(); };
@@ -106,3 +124,4 @@ TStatus TBoard_GetFpgaInfo(TDevice_Handle, KUINT32 ui, tagTBoard_FpgaInfo* po)
     });
 }
 }
+// clang-format on

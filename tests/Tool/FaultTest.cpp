@@ -1,9 +1,10 @@
-// Anything that a run calls may fail, once or from then on: what the run then does, says and answers, held against tables
-// of what each call means to it. And a run of a million steps.
+// Every call that a run makes fails in turn, once or from then on. Tables hold what the run must then do, print and return.
+// And a run of a million steps.
+#include <png.h>
+
 #include <csignal>
 #include <fstream>
 #include <map>
-#include <png.h>
 
 #include "DisplayWorld.h"
 #include "OsServices.h"
@@ -15,9 +16,14 @@ static std::function<bool(const std::string& sName)> s_fServiceFails;  // of a c
 static KUINT64                                       s_uiFakeNs = 0;   // the clock, when it is not 0
 static std::function<void(KUINT64 uiDeadlineNs)>     s_fOnWait;        // on the fake clock
 
-// The linker leads the calls of the program's own objects through here, those of a sanitizer that is not ready yet as well.
+// The linker leads the calls of the program's own objects through these wrappers. Some come before a sanitizer is ready.
 #define EARLY [[gnu::no_sanitize("address", "undefined", "thread")]]
-EARLY static bool ServiceFails(const char* pszName) { return g_bRunIsUnderWay && s_fServiceFails && s_fServiceFails(pszName); }
+EARLY static bool ServiceFails(const char* pszName)
+{
+    return g_bRunIsUnderWay && s_fServiceFails && s_fServiceFails(pszName);
+}
+
+// clang-format off
 #define SERVICE(result, name, parameters, arguments, failure) \
     extern "C" result __real_##name parameters;               \
     extern "C" EARLY result __wrap_##name parameters { return ServiceFails(#name) ? (failure) : __real_##name arguments; }
@@ -28,26 +34,29 @@ SERVICE(int, pthread_cond_broadcast, (pthread_cond_t* p), (p), EINVAL)
 SERVICE(std::FILE*, fopen, (const char* p, const char* q), (p, q), nullptr)
 SERVICE(void*, dlopen, (const char* p, int i), (p, i), nullptr)
 SERVICE(void*, dlsym, (void* p, const char* q), (p, q), nullptr)
-SERVICE(png_structp, png_create_read_struct, (const char* p, void* q, png_error_ptr r, png_error_ptr s), (p, q, r, s), nullptr)
+SERVICE(png_structp, png_create_read_struct, (const char* p, void* q, png_error_ptr r, png_error_ptr s), (p, q, r, s),
+        nullptr)
 SERVICE(png_infop, png_create_info_struct, (png_const_structrp p), (p), nullptr)
 
 extern "C"
 {
-void* __real__Znwm(std::size_t uiSize);
-void* __real__Znam(std::size_t uiSize);
-void* __real_malloc(std::size_t uiSize);
-void* __real__ZnamRKSt9nothrow_t(std::size_t uiSize, const std::nothrow_t& ro);
-void* __wrap__Znwm(std::size_t uiSize) { return ++s_iAllocations, __real__Znwm(uiSize); }
-void* __wrap__Znam(std::size_t uiSize) { return ++s_iAllocations, __real__Znam(uiSize); }
-void* __wrap_malloc(std::size_t uiSize) { return ++s_iAllocations, __real_malloc(uiSize); }
-void* __wrap__ZnamRKSt9nothrow_t(std::size_t uiSize, const std::nothrow_t& ro)
+void* __real__Znwm(size_t uiSize);
+void* __real__Znam(size_t uiSize);
+void* __real_malloc(size_t uiSize);
+void* __real__ZnamRKSt9nothrow_t(size_t uiSize, const std::nothrow_t& ro);
+void* __wrap__Znwm(size_t uiSize) { return ++s_iAllocations, __real__Znwm(uiSize); }
+void* __wrap__Znam(size_t uiSize) { return ++s_iAllocations, __real__Znam(uiSize); }
+void* __wrap_malloc(size_t uiSize) { return ++s_iAllocations, __real_malloc(uiSize); }
+void* __wrap__ZnamRKSt9nothrow_t(size_t uiSize, const std::nothrow_t& ro)
 {
     return ++s_iAllocations, ServiceFails("new") ? nullptr : __real__ZnamRKSt9nothrow_t(uiSize, ro);
 }
 
-int    __real_clock_gettime(clockid_t eClock, timespec* po);
-time_t __real_time(time_t* pi);
-int    __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po);
+// clang-format on
+
+int       __real_clock_gettime(clockid_t eClock, timespec* po);
+time_t    __real_time(time_t* pi);
+int       __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po);
 EARLY int __wrap_clock_gettime(clockid_t eClock, timespec* po)
 {
     if (s_uiFakeNs == 0)
@@ -55,8 +64,11 @@ EARLY int __wrap_clock_gettime(clockid_t eClock, timespec* po)
     *po = {static_cast<time_t>(s_uiFakeNs / 1'000'000'000), static_cast<long>(s_uiFakeNs % 1'000'000'000)};
     return 0;
 }
-time_t __wrap_time(time_t* pi) { return s_uiFakeNs == 0 ? __real_time(pi) : static_cast<time_t>(s_uiFakeNs / 1'000'000'000); }
-int    __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po)
+time_t __wrap_time(time_t* pi)
+{
+    return s_uiFakeNs == 0 ? __real_time(pi) : static_cast<time_t>(s_uiFakeNs / 1'000'000'000);
+}
+int __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po)
 {
     if (s_uiFakeNs == 0)
         return ServiceFails("pthread_cond_timedwait") ? EPERM : __real_pthread_cond_timedwait(poCond, poMutex, po);
@@ -69,7 +81,7 @@ namespace
 {
 struct Fault : DisplayWorld
 {
-    ~Fault() override { s_fServiceFails = nullptr; s_uiFakeNs = 0; }
+    ~Fault() override { s_fServiceFails = nullptr, s_uiFakeNs = 0; }
 
     // After a run that something failed in.
     void ExpectNothingIsLeft()
@@ -84,20 +96,34 @@ struct Fault : DisplayWorld
 
 // ---- The device library.
 
-enum EThen { LOOKED_PAST, ENDS_WITH_FAIL, ENDS_WITH_ITS_STATUS };
-
-// What it means to a run that goes forward when a call fails: how it goes on, and how many check reports it writes.
-const std::map<std::string, std::pair<EThen, int>> MEANINGS = {
-    {"Tavrin_GetDeviceCount", {ENDS_WITH_FAIL, 1}},      {"Tavrin_GetDevice", {ENDS_WITH_FAIL, 1}},
-    {"TBoard_GetFpgaCount", {ENDS_WITH_FAIL, 0}},        {"TBoard_GetFpgaInfo", {ENDS_WITH_FAIL, 0}},
-    {"TBuffer_CreateVideo", {ENDS_WITH_FAIL, 1}},        {"TBuffer_GetPlaneInfo", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TBuffer_BeginAccess", {ENDS_WITH_ITS_STATUS, 1}},  {"TBuffer_EndAccess", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TVideoOut_GetCount", {ENDS_WITH_ITS_STATUS, 1}},   {"TVideoOut_GetHandle", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TVideoOut_Enable", {ENDS_WITH_ITS_STATUS, 2}},     {"TVideoOut_ReleaseHandle", {ENDS_WITH_ITS_STATUS, 2}},
-    {"TBoard_RegWrite", {LOOKED_PAST, 0}},               {"TBoard_RegRead", {LOOKED_PAST, 0}},
+enum EThen
+{
+    IGNORED,
+    ENDS_WITH_FAIL,
+    ENDS_WITH_ITS_STATUS
 };
-constexpr std::size_t GOT_DEVICE = 2, GOT_BUFFER = 5, GOT_OUTPUTS = 9;  // so many of FORWARD succeeded
-constexpr int         LAST_READ = 3;                                    // at this one a signal ends a run that reads in vain
+
+// What happens to a run when a call fails before its teardown, and how many check reports it then writes.
+const std::map<std::string, std::pair<EThen, int>> MEANINGS = {
+    {"Tavrin_GetDeviceCount", {ENDS_WITH_FAIL, 1}},
+    {"Tavrin_GetDevice", {ENDS_WITH_FAIL, 1}},
+    {"TBoard_GetFpgaCount", {ENDS_WITH_FAIL, 0}},
+    {"TBoard_GetFpgaInfo", {ENDS_WITH_FAIL, 0}},
+    {"TBuffer_CreateVideo", {ENDS_WITH_FAIL, 1}},
+    {"TBuffer_GetPlaneInfo", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TBuffer_BeginAccess", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TBuffer_EndAccess", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_GetCount", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_GetHandle", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_Enable", {ENDS_WITH_ITS_STATUS, 2}},
+    {"TVideoOut_ReleaseHandle", {ENDS_WITH_ITS_STATUS, 2}},
+    {"TBoard_RegWrite", {IGNORED, 0}},
+    {"TBoard_RegRead", {IGNORED, 0}},
+};
+constexpr size_t GOT_DEVICE = 2, GOT_BUFFER = 5, GOT_OUTPUTS = 9;  // so many of FORWARD succeeded
+constexpr int    LAST_READ = 3;                                    // at this one a signal ends a run that reads in vain
+
+const std::string BUSY = "ABORTING: Cannot enable display, the resource is busy! \\(Video output:";
 
 struct SOutcome
 {
@@ -106,13 +132,13 @@ struct SOutcome
     TStatus     eStatus = TStatus_OK;
 };
 
-SOutcome Promised(const std::function<bool(std::size_t uiCall)>& fFails, TStatus eFailure)
+SOutcome Promised(const std::function<bool(size_t uiCall)>& fFails, TStatus eFailure)
 {
     SOutcome   o;
     const auto fCall = [&](const std::string& s) { return o.asCalls.push_back(s), !fFails(o.asCalls.size() - 1); };
     const auto fName = [](const std::string& s) { return s.substr(0, s.find(' ')); };
 
-    std::size_t uiDone = 0;
+    size_t uiDone = 0;
     for (const std::string& s : FORWARD)
     {
         bool bDone = fCall(s);
@@ -121,22 +147,24 @@ SOutcome Promised(const std::function<bool(std::size_t uiCall)>& fFails, TStatus
             bDone = fCall(s);
             o.sOutput += iRead == LAST_READ ? "Received signal: 15\n" : "";
         }
-        if (const auto& [eThen, iReports] = MEANINGS.at(fName(s)); !bDone && eThen != LOOKED_PAST)
+        if (const auto& [eThen, iReports] = MEANINGS.at(fName(s)); !bDone && eThen != IGNORED)
         {
             if (fName(s) == "TVideoOut_Enable")
                 fCall(std::string("TVideoOut_ReleaseHandle ") + s[17]);
             o.eStatus = eThen == ENDS_WITH_FAIL ? TStatus_FAIL : eFailure;
-            for (int i = 1; i <= iReports; ++i)
-                o.sOutput += s.starts_with("TVideoOut_") && fName(s) != "TVideoOut_GetCount" && i == iReports && eFailure == TStatus_RESOURCES_BUSY
-                                 ? std::string("ABORTING: Cannot enable display, the resource is busy! \\(Video output:") + s[fName(s).size() + 1] + "\\) \n"
-                                 : REPORT;
+            const bool bBusy =
+                eFailure == TStatus_RESOURCES_BUSY && s.starts_with("TVideoOut_") && fName(s) != "TVideoOut_GetCount";
+            for (int i = bBusy; i < iReports; ++i)
+                o.sOutput += REPORT;
+            if (bBusy)
+                o.sOutput += BUSY + s[fName(s).size() + 1] + "\\) \n";
             break;
         }
         ++uiDone;
     }
 
-    const auto iUndoFrom = static_cast<std::ptrdiff_t>(uiDone >= GOT_OUTPUTS ? 0 : uiDone >= GOT_BUFFER ? 6 : uiDone >= GOT_DEVICE ? 7 : 8);
-    bool       bHandle = true, bDisabled = true;
+    const int iUndoFrom = uiDone >= GOT_OUTPUTS ? 0 : uiDone >= GOT_BUFFER ? 6 : uiDone >= GOT_DEVICE ? 7 : 8;
+    bool      bHandle = true, bDisabled = true;
     for (const std::string& s : Calls(UNDO_OUTPUTS.begin() + iUndoFrom, UNDO_OUTPUTS.end()))
     {
         const bool bNeedsHandle = fName(s) == "TVideoOut_Disable" || fName(s) == "TVideoOut_ReleaseHandle";
@@ -157,11 +185,12 @@ TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
         for (const bool bFromThenOn : {false, true})
         {
             bool bFailed = true;
-            for (std::size_t uiFailing = 0; bFailed; ++uiFailing)
+            for (size_t uiFailing = 0; bFailed; ++uiFailing)
             {
-                SCOPED_TRACE(testing::Message() << "call " << uiFailing << (bFromThenOn ? " and all behind it = " : " = ") << eFailure);
-                int        iReads = 0;
-                const auto fFails = [&](std::size_t ui) { return ui == uiFailing || (bFromThenOn && ui > uiFailing); };
+                SCOPED_TRACE(testing::Message()
+                             << "call " << uiFailing << (bFromThenOn ? " and all behind it = " : " = ") << eFailure);
+                int        iReads  = 0;
+                const auto fFails  = [&](size_t ui) { return ui == uiFailing || (bFromThenOn && ui > uiFailing); };
                 bFailed            = false;
                 m_roBoard.eFailure = eFailure;
                 m_roBoard.fFails   = [&](const std::string& s) {
@@ -173,7 +202,7 @@ TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
                 EXPECT_EQ(Run(), oPromised.eStatus);
                 EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(oPromised.sOutput))) << m_sOutput;
                 EXPECT_EQ(m_roBoard.asCalls, oPromised.asCalls);
-                EXPECT_EQ(m_roBoard.auiLoads, (std::vector<std::size_t>{0, m_roBoard.asCalls.size()}));
+                EXPECT_EQ(m_roBoard.auiLoads, (std::vector<size_t>{0, m_roBoard.asCalls.size()}));
                 ExpectNothingIsLeft();
             }
         }
@@ -182,27 +211,33 @@ TEST_F(Fault, OfAnyCallOfTheLibraryEndsTheRunAndUndoesJustWhatWasDone)
 
 // ---- The services: POSIX, the heap where it may refuse, libpng.
 
-const std::string NO_TERM    = "Failed to install SIGTERM handler!\n", NO_INT = "Failed to install SIGINT handler!\n";
-const std::string NO_LIBRARY = "[^\n]*Cannot load libTavrin.so.1[^\n]*\n" + REPORT,
+const std::string NO_TERM = "Failed to install SIGTERM handler!\n", NO_INT = "Failed to install SIGINT handler!\n";
+const std::string NO_LIBRARY   = "[^\n]*Cannot load libTavrin.so.1[^\n]*\n" + REPORT,
                   NO_OPERATION = "[^\n]*Cannot use libTavrin\\.so\\.1: it has no T[A-Za-z]+_[A-Za-z]+\n" + REPORT;
 
-// A call by its name and which one of that name it is, in the order of the run; what the run says and answers when it fails
-// once, and when all behind it fail as well. Regular expressions.
-struct SLoss { const char* pszCalls; std::string sOnce, sForEver; TStatus eOnce, eForEver; };
+// Calls in the order of the run: a name, and its number among those of that name. What the run prints and returns if that
+// call alone fails, and if all after it fail too. The texts are regular expressions; the first row that fits counts.
+struct SLoss
+{
+    const char* pszCalls;
+    std::string sOnce, sForEver;
+    TStatus     eOnce, eForEver;
+};
 const SLoss LOSSES[] = {
     {"sigaction 1", NO_TERM, NO_TERM + NO_INT + NO_LIBRARY, TStatus_OK, TStatus_FAIL},
     {"sigaction 2", NO_INT, NO_INT + NO_LIBRARY, TStatus_OK, TStatus_FAIL},
     {"dlopen 1", NO_LIBRARY, NO_LIBRARY, TStatus_FAIL, TStatus_FAIL},
-    {"dlsym 1", "", NO_OPERATION, TStatus_OK, TStatus_FAIL},                                        // the library's own load
-    {"dlsym 18", "", "", TStatus_OK, TStatus_OK},                                                   // and unload
+    {"dlsym 1", "", NO_OPERATION, TStatus_OK, TStatus_FAIL},  // the library's own load
+    {"dlsym 18", "", "", TStatus_OK, TStatus_OK},             // and unload
     {"dlsym .*", NO_OPERATION, NO_OPERATION, TStatus_FAIL, TStatus_FAIL},
     {"new 1|pthread_(mutex|cond)_init 1", REPORT, REPORT, TStatus_FAIL, TStatus_FAIL},
-    {"fopen 1|new [23]", "", FALL_BACK, TStatus_OK, TStatus_OK},                                    // the background
+    {"fopen 1|new [23]", "", FALL_BACK, TStatus_OK, TStatus_OK},  // the background
     {"png_create_.*_struct 1", REPORT, REPORT + FALL_BACK, TStatus_OK, TStatus_OK},
-    {"fopen [34]", "", FALL_BACK, TStatus_OK, TStatus_OK},                                          // frames that are not counted
+    {"fopen [34]", "", FALL_BACK, TStatus_OK, TStatus_OK},  // frames that are not counted
     {"fopen .*|new .*", FALL_BACK, FALL_BACK, TStatus_OK, TStatus_OK},
     {"png_create_.*", REPORT + FALL_BACK, REPORT + FALL_BACK, TStatus_OK, TStatus_OK},
-    {"clock_gettime .*|pthread_cond_.*", "", "", TStatus_OK, TStatus_OK},                           // the loop, and behind it
+    {"clock_gettime .*|pthread_cond_.*", "", "", TStatus_OK, TStatus_OK},  // the loop, and after it
+    {"", "", "", TStatus_OK, TStatus_OK},                                  // no call has failed
 };
 
 TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
@@ -226,30 +261,34 @@ TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
             s_fServiceFails       = nullptr;
 
             SCOPED_TRACE(sFailed + (bForEver ? " and all behind it" : ""));
-            const auto poLoss = std::find_if(std::begin(LOSSES), std::end(LOSSES), [&](const SLoss& ro) { return sFailed.empty() || std::regex_match(sFailed, std::regex(ro.pszCalls)); });
+            const auto poLoss = std::find_if(std::begin(LOSSES), std::end(LOSSES), [&](const SLoss& ro) {
+                return std::regex_match(sFailed, std::regex(ro.pszCalls));
+            });
             ASSERT_NE(poLoss, std::end(LOSSES)) << "a call that nobody thought of";
-            const bool bLost = !sFailed.empty();
-            EXPECT_EQ(eStatus, !bLost ? TStatus_OK : bForEver ? poLoss->eForEver : poLoss->eOnce);
-            EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(!bLost ? "" : bForEver ? poLoss->sForEver : poLoss->sOnce))) << m_sOutput;
+            EXPECT_EQ(eStatus, bForEver ? poLoss->eForEver : poLoss->eOnce);
+            EXPECT_TRUE(std::regex_match(m_sOutput, std::regex(bForEver ? poLoss->sForEver : poLoss->sOnce))) << m_sOutput;
             const Calls& asCalls = m_roBoard.asCalls;
+            const auto   iUndo   = std::ssize(asCalls) - std::ssize(UNDO_OUTPUTS);
             EXPECT_TRUE(eStatus != TStatus_OK ? asCalls.size() <= 1
-                                              : asCalls.size() > UNDO_OUTPUTS.size() && std::equal(UNDO_OUTPUTS.rbegin(), UNDO_OUTPUTS.rend(), asCalls.rbegin()));
+                                              : iUndo > 0 && Calls(asCalls.begin() + iUndo, asCalls.end()) == UNDO_OUTPUTS);
             ExpectNothingIsLeft();
         }
     }
     EXPECT_GT(m_iTried, 80);
 }
 
-// Sixteen thousand seconds on a clock that only waits move: the step neither drifts nor takes anything with it.
+// Sixteen thousand seconds on a clock that only the waits advance. The steps do not drift, and no step leaves anything
+// behind.
 TEST_F(Fault, NoneInAMillionSteps)
 {
     constexpr KUINT64 STEP_NS = 16'000'000, STEPS = 1'000'000;
-    const auto        fHeld   = [] {
+    const auto        fHeld = [] {
         std::ifstream oMaps("/proc/self/maps");
-        return std::array{std::ptrdiff_t{s_iAllocations}, EntriesOf("/proc/self/fd"), std::count(std::istreambuf_iterator<char>(oMaps), {}, '\n')};
+        return std::array{std::ptrdiff_t{s_iAllocations}, EntriesOf("/proc/self/fd"),
+                          std::count(std::istreambuf_iterator<char>(oMaps), {}, '\n')};
     };
-    auto              aiHeld  = fHeld();
-    KUINT64           uiWaits = 0;
+    auto    aiHeld  = fHeld();
+    KUINT64 uiWaits = 0;
     MakePictures(3);
     m_uiStepMs              = 16;
     m_uiEnableTime          = 16000;
@@ -263,7 +302,8 @@ TEST_F(Fault, NoneInAMillionSteps)
         if (uiWaits > 0)
         {
             EXPECT_EQ(m_roBoard.puiMapped[5 * (80 + 16) + 10] & 0xFF, 10 * (uiWaits % 3 + 1)) << "step " << uiWaits;
-            EXPECT_EQ(m_roBoard.puiMapped[45 * (80 + 16) + 20 + std::max<KUINT64>(40 * (uiWaits % 100) / 100, 1)] & 0xFF, 0u) << "step " << uiWaits;
+            EXPECT_EQ(m_roBoard.puiMapped[45 * (80 + 16) + 20 + std::max<KUINT64>(40 * (uiWaits % 100) / 100, 1)] & 0xFF, 0u)
+                << "step " << uiWaits;
         }
         if (++uiWaits == 2)
             aiHeld = fHeld(), aiHeld[0] = s_iAllocations;  // with those of the look itself

@@ -1,7 +1,6 @@
-// What is painted: PNG pictures and frames, the blend, the bar and the rectangle's rule.
-#include <gtest/gtest.h>
-
+// What is painted: PNG pictures and frames, the blend, the bar and the rectangle animation.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -19,14 +18,14 @@ namespace
 {
 using Bytes = std::vector<KUINT8>;
 
-// A folder of its own, gone afterwards; what the tool prints stays out of the test's output.
+// A fixture with a folder of its own, which is removed afterwards, and with the tool's output captured.
 struct Picture : testing::Test
 {
     ~Picture() override { std::filesystem::remove_all(m_sFolder); }
 
     std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
 
-    // What a PNG file holds.
+    // The bytes of a PNG file.
     Bytes Png(KUINT32 uiWidth, KUINT32 uiHeight, const SPngKind& roKind, const Bytes& auiRows) const
     {
         WritePng(Path("png"), uiWidth, uiHeight, roKind, auiRows);
@@ -34,11 +33,11 @@ struct Picture : testing::Test
         return {std::istreambuf_iterator<char>(oFile), {}};
     }
 
-    // Loads into rows of uiWidth pixels and a gap, all 0x5A before, and checks that no gap is written.
+    // Loads into rows of uiWidth pixels and a gap, all filled with 0x5A, and checks that the gaps are not written.
     static KBOOL32 Load(Bytes auiFile, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
     {
         const KUINT32 uiPitch = uiWidth * 4 + 12;
-        Bytes         auiPlane(std::size_t{uiPitch} * uiHeight + 16, 0x5A);
+        Bytes         auiPlane(size_t{uiPitch} * uiHeight + 16, 0x5A);
         std::FILE*    poFile  = fmemopen(auiFile.data(), auiFile.size(), "rb");
         const KBOOL32 bLoaded = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
         std::fclose(poFile);
@@ -69,22 +68,32 @@ struct Picture : testing::Test
 
 TEST_F(Picture, EveryKindArrivesAsRgba)
 {
-    const std::tuple<SPngKind, Bytes, Bytes> CASES[] = {  // a row of four pixels, as it is stored and as it arrives, twice
-        {{8, PNG_COLOR_TYPE_RGBA}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
-        {{8, PNG_COLOR_TYPE_RGB}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0}},
+    // A row of four pixels, as it is stored and as it arrives. The picture has it twice.
+    const std::tuple<SPngKind, Bytes, Bytes> CASES[] = {
+        {{8, PNG_COLOR_TYPE_RGBA},
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16},
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
+        {{8, PNG_COLOR_TYPE_RGB},
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12},
+         {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0}},
         {{1, PNG_COLOR_TYPE_GRAY}, {0b10100000}, {255, 255, 255, 0, 0, 0, 0, 0, 255, 255, 255, 0, 0, 0, 0, 0}},
-        {{2, PNG_COLOR_TYPE_GRAY, false, true}, {0b00011011}, {0, 0, 0, 0, 85, 85, 85, 255, 170, 170, 170, 255, 255, 255, 255, 255}},
+        {{2, PNG_COLOR_TYPE_GRAY, false, true},
+         {0b00011011},
+         {0, 0, 0, 0, 85, 85, 85, 255, 170, 170, 170, 255, 255, 255, 255, 255}},
         {{8, PNG_COLOR_TYPE_GRAY_ALPHA}, {9, 8, 7, 6, 5, 4, 3, 2}, {9, 9, 9, 8, 7, 7, 7, 6, 5, 5, 5, 4, 3, 3, 3, 2}},
         {{4, PNG_COLOR_TYPE_PALETTE, false, true}, {0x01, 0x2F}, {0, 0, 0, 0, 1, 2, 3, 255, 2, 4, 6, 255, 15, 30, 45, 255}},
-        {{16, PNG_COLOR_TYPE_RGBA}, {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15, 16, 16},
+        {{16, PNG_COLOR_TYPE_RGBA},
+         {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15, 16, 16},
          {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
-        {{16, PNG_COLOR_TYPE_GRAY}, {0, 0, 128, 128, 255, 255, 7, 7}, {0, 0, 0, 0, 128, 128, 128, 0, 255, 255, 255, 0, 7, 7, 7, 0}},
+        {{16, PNG_COLOR_TYPE_GRAY},
+         {0, 0, 128, 128, 255, 255, 7, 7},
+         {0, 0, 0, 0, 128, 128, 128, 0, 255, 255, 255, 0, 7, 7, 7, 0}},
     };
     for (auto [oKind, auiStored, auiExpected] : CASES)
         for (const bool bInterlaced : {false, true})
         {
-            SCOPED_TRACE(testing::Message() << oKind.iBitDepth << " bits, type " << oKind.iColorType
-                                            << ", interlaced " << bInterlaced);
+            SCOPED_TRACE(testing::Message()
+                         << oKind.iBitDepth << " bits, type " << oKind.iColorType << ", interlaced " << bInterlaced);
             oKind.bInterlaced   = bInterlaced;
             const Bytes auiFile = Png(4, 2, oKind, auiStored);
             Bytes       auiPixels;
@@ -98,7 +107,7 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
 TEST_F(Picture, AnotherSizeIsReportedAndCut)
 {
     Bytes auiRows(5 * 3 * 4);
-    for (std::size_t i = 0; i < auiRows.size(); ++i)
+    for (size_t i = 0; i < auiRows.size(); ++i)
         auiRows[i] = static_cast<KUINT8>(i);
     const Bytes auiFile = Png(5, 3, {}, auiRows);
 
@@ -107,15 +116,17 @@ TEST_F(Picture, AnotherSizeIsReportedAndCut)
         SCOPED_TRACE(testing::Message() << uiWidth << "x" << uiHeight);
         Bytes auiPixels;
         EXPECT_TRUE(Captured([&, x = uiWidth, y = uiHeight] { return Load(auiFile, x, y, auiPixels); }));
-        EXPECT_EQ(m_sOutput, "Supplied PNG 5x3 doens't match resolution " + std::to_string(uiWidth) + "x" + std::to_string(uiHeight));
+        EXPECT_EQ(m_sOutput,
+                  "Supplied PNG 5x3 doens't match resolution " + std::to_string(uiWidth) + "x" + std::to_string(uiHeight));
         for (KUINT32 y = 0; y < uiHeight; ++y)
             for (KUINT32 i = 0; i < uiWidth * 4; ++i)
                 ASSERT_EQ(auiPixels[y * uiWidth * 4 + i], y < 3 && i < 20 ? y * 20 + i : 0x5A) << y << ", byte " << i;
     }
 }
 
-// Read whole or not at all: whatever becomes of a file, the target is a picture or untouched. Every truncation, and every
-// byte as every other value: as it is, when the target is the picture, and with sums that are right for the damage.
+// A damaged file is refused and leaves the target untouched. The test cuts the file at every byte, and sets every byte to
+// every other value. It does that once with the checksums as they are, when the picture must be right if it is accepted, and
+// once with checksums that match the damage.
 TEST_F(Picture, DamageCostsAFalseAndNothingElse)
 {
     Bytes auiPixels;
@@ -131,23 +142,27 @@ TEST_F(Picture, DamageCostsAFalseAndNothingElse)
         return bLoaded;
     };
     const int iStderr = dup(STDERR_FILENO), iStdout = dup(STDOUT_FILENO), iNull = open("/dev/null", O_WRONLY);
-    dup2(iNull, STDERR_FILENO), dup2(iNull, STDOUT_FILENO);  // libpng names each damage, and foreign sizes are named
-    for (const SPngKind& roKind : {SPngKind{8, PNG_COLOR_TYPE_RGBA}, {1, PNG_COLOR_TYPE_GRAY, true}, {4, PNG_COLOR_TYPE_PALETTE, false, true}})
+    dup2(iNull, STDERR_FILENO), dup2(iNull, STDOUT_FILENO);  // each damage is reported there
+    for (const SPngKind& roKind :
+         {SPngKind{8, PNG_COLOR_TYPE_RGBA}, {1, PNG_COLOR_TYPE_GRAY, true}, {4, PNG_COLOR_TYPE_PALETTE, false, true}})
     {
         const Bytes auiWhole = Png(6, 5, roKind, Bytes(6 * 5 * 4, 0x33));
         Bytes       auiPicture;
         EXPECT_TRUE(fLoad(auiWhole, auiPicture));
         const std::string sWhole(auiWhole.begin(), auiWhole.end());
-        const std::size_t uiAlpha = std::min(sWhole.find("tRNS"), sWhole.size()), uiImage = sWhole.find("IDAT") - 4;
-        for (std::size_t i = 0; i < auiWhole.size(); ++i)
+        const size_t      uiAlpha = std::min(sWhole.find("tRNS"), sWhole.size()), uiImage = sWhole.find("IDAT") - 4;
+        for (size_t i = 0; i < auiWhole.size(); ++i)
         {
             SCOPED_TRACE(testing::Message() << "type " << roKind.iColorType << ", byte " << i << " of " << auiWhole.size());
-            EXPECT_FALSE(i > 0 && fLoad(Bytes(auiWhole.begin(), auiWhole.begin() + static_cast<std::ptrdiff_t>(i)), auiPixels)) << "a truncated file passed";
+            EXPECT_FALSE(i > 0 &&
+                         fLoad(Bytes(auiWhole.begin(), auiWhole.begin() + static_cast<std::ptrdiff_t>(i)), auiPixels))
+                << "a truncated file passed";
             Bytes auiDamaged = auiWhole;
             while (++auiDamaged[i] != auiWhole[i])
             {
-                const bool bMayPass = i >= uiAlpha && i < uiImage;  // without its transparency, as all but the critical chunks
-                EXPECT_TRUE(!fLoad(auiDamaged, auiPixels) || auiPixels == auiPicture || bMayPass) << "a damaged picture passed: " << int{auiDamaged[i]};
+                const bool bMayPass = i >= uiAlpha && i < uiImage;  // the transparency alone may be lost
+                EXPECT_TRUE(!fLoad(auiDamaged, auiPixels) || auiPixels == auiPicture || bMayPass)
+                    << "a damaged picture passed: " << int{auiDamaged[i]};
                 Bytes auiMended = auiDamaged;
                 MendSums(auiMended);
                 fLoad(auiMended, auiPixels);
@@ -160,14 +175,14 @@ TEST_F(Picture, DamageCostsAFalseAndNothingElse)
     RecordProperty("Tried", iTried);
 }
 
-// A wrong checksum, and a text that would command a terminal if a warning quoted it.
+// Their checksum is wrong, and their text would control the terminal if a warning quoted it.
 TEST_F(Picture, ChunksThatChangeNoPixelAreNotRead)
 {
     const Bytes auiWhole = Png(6, 5, {8, PNG_COLOR_TYPE_RGBA}, Bytes(6 * 5 * 4, 0x33));
     for (const std::string sName : {"tEXt", "zTXt", "iTXt", "iCCP", "gAMA", "pHYs", "tIME", "sPLT", "xxXx"})
     {
-        const std::string sChunk = std::string("\0\0\0\x0c", 4) + sName + "\x1b[2Jabc\0\0xyz" + std::string(5, '\7');
-        Bytes auiFile = auiWhole, auiPixels;
+        const std::string sChunk  = std::string("\0\0\0\x0c", 4) + sName + "\x1b[2Jabc\0\0xyz" + std::string(5, '\7');
+        Bytes             auiFile = auiWhole, auiPixels;
         auiFile.insert(auiFile.begin() + 33, sChunk.begin(), sChunk.begin() + 24);
         testing::internal::CaptureStderr();
         EXPECT_TRUE(Load(auiFile, 6, 5, auiPixels)) << sName;
@@ -196,11 +211,13 @@ TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
                 auiRow[4 * i]     = static_cast<KUINT8>(i);
                 auiRow[4 * i + 1] = static_cast<KUINT8>(255 - i);
                 auiRow[4 * i + 2] = static_cast<KUINT8>(i + 128);
-                auiRow[4 * i + 3] = static_cast<KUINT8>(uiAlpha + (i & 8) * i);  // eight alike, eight apart
+                auiRow[4 * i + 3] =
+                    static_cast<KUINT8>(uiAlpha + (i & 8) * i);  // eight pixels alike, then eight that differ
             }
             Bytes auiExpected = auiRow;
-            for (std::size_t i = 0; i < auiExpected.size(); ++i)
-                auiExpected[i] = static_cast<KUINT8>(i % 4 == 3 ? 255 : (auiRow[i] * auiRow[i | 3] + uiGround * (255 - auiRow[i | 3])) / 255);
+            for (size_t i = 0; i < auiExpected.size(); ++i)
+                auiExpected[i] = static_cast<KUINT8>(
+                    i % 4 == 3 ? 255 : (auiRow[i] * auiRow[i | 3] + uiGround * (255 - auiRow[i | 3])) / 255);
             BlendRowOverGround(auiRow.data(), auiGround.data(), uiPixels);
             ASSERT_EQ(auiRow, auiExpected) << "alpha " << uiAlpha << " over " << uiGround;
         }
@@ -210,7 +227,9 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
 {
     constexpr KUINT32 WIDTH = 149, HEIGHT = 7, PITCH = WIDTH * 4 + 8;
     const TRECT       oRegion = {2, 1, 142, 4};
-    const auto        Stored  = [](int iFrame, KUINT32 i, KUINT32 y) { return 60 * iFrame + (i % 4 == 3 ? 0 : static_cast<int>((i * 7 + y) % 61)); };
+    const auto        Stored  = [](int iFrame, KUINT32 i, KUINT32 y) {
+        return 60 * iFrame + (i % 4 == 3 ? 0 : static_cast<int>((i * 7 + y) % 61));
+    };
     for (int i : {1, 2, 3, 5})
     {
         Bytes auiRows;
@@ -231,9 +250,11 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
         for (KUINT32 y = 0; y < HEIGHT; ++y)
             for (KUINT32 i = 0; i < PITCH; ++i)
             {
-                const bool bInside   = y >= 1 && y < 4 && i >= 8 && i < 568;
-                const int  iExpected = !bInside ? 0x77 : i % 4 == 3 ? 255 : (Stored(iFrame, i - 8, y - 1) * 60 * iFrame + 40 * (255 - 60 * iFrame)) / 255;
-                ASSERT_EQ(auiPlane[y * PITCH + i], iExpected) << "frame " << iFrame << ", row " << y << ", byte " << i;
+                const bool bInside  = y >= 1 && y < 4 && i >= 8 && i < 568;
+                const int  iBlended = (Stored(iFrame, i - 8, y - 1) * 60 * iFrame + 40 * (255 - 60 * iFrame)) / 255;
+                const int  iFramed  = i % 4 == 3 ? 255 : iBlended;
+                ASSERT_EQ(auiPlane[y * PITCH + i], bInside ? iFramed : 0x77)
+                    << "frame " << iFrame << ", row " << y << ", byte " << i;
             }
     }
 }
@@ -259,14 +280,14 @@ TEST_F(Picture, SequencesThatCannotPlayAreRefused)
     EXPECT_FALSE(fInit(Path("rotten"), {4, 3, 8, 6}));
     EXPECT_FALSE(fInit(Path("late"), {4, 3, 8, 6}));
 
-    // Names that differ only behind the 511th character would all be the one file that exists.
+    // A name is cut to 511 characters. Without its number every frame would be this one file.
     std::string sLong = Path("long");
     sLong.insert(1, 511 - sLong.size(), '/');
     std::ofstream(Path("long")) << "";
     EXPECT_FALSE(fInit(sLong, {4, 3, 8, 6}));
     sLong.erase(1, 3);
     WritePng(Path("long01."), 4, 3, {}, Bytes(48));
-    EXPECT_TRUE(fInit(sLong, {4, 3, 8, 6})) << "cut behind its number";
+    EXPECT_TRUE(fInit(sLong, {4, 3, 8, 6})) << "cut after its number";
 }
 
 using CSurface = QelSurfaceTyped<QelColor<TPixelFormat_R8G8B8A8, unsigned int>>;
@@ -297,14 +318,19 @@ TEST(ProgressBar, FillsInProportionAndStaysInside)
             const KUINT32 x = i % 320, y = i / 320;
             const bool    bBar     = x >= 3 && x <= 102 && y >= 2 && y <= 12;
             const bool    bOutline = bBar && (x == 3 || x == 102 || y == 2 || y == 12);
-            ASSERT_EQ(oPlane.auiPixels[i], !bBar ? 7 : bOutline || x < uiEnd ? WHITE : 0) << uiPct << " %: " << x << ',' << y;
+            const KUINT32 uiInBar  = bOutline || x < uiEnd ? WHITE : 0;
+            ASSERT_EQ(oPlane.auiPixels[i], bBar ? uiInBar : 7) << uiPct << " %: " << x << ',' << y;
         }
     }
 }
 
 TEST(RectangleAnimation, ShowsTheBlockOfEveryStep)
 {
-    struct SStart { KINT32 iWidth; KUINT32 uiBegin, uiEnd, uiStep; };
+    struct SStart
+    {
+        KINT32  iWidth;
+        KUINT32 uiBegin, uiEnd, uiStep;
+    };
     for (const SStart& ro : {SStart{256, 0, 50, 5}, {255, 0, 50, 5}, {20, 0, 50, 5}, {100, 10, 30, 7}})
     {
         const TRECT    oRect = {5, 1, 5 + ro.iWidth, 9};
@@ -318,10 +344,11 @@ TEST(RectangleAnimation, ShowsTheBlockOfEveryStep)
             for (KUINT32 i = 0; i < oPlane.auiPixels.size(); ++i)
             {
                 const KUINT32 x = i % 320, y = i / 320;
-                const bool    bRect  = x >= 5 && x < 5u + static_cast<KUINT32>(ro.iWidth) && y >= 1 && y < 9;
-                const bool    bBlock = uiBegin < uiEnd ? x >= fColumn(uiBegin) && x < fColumn(uiEnd)
-                                                       : x >= fColumn(uiBegin) || x < fColumn(uiEnd);
-                ASSERT_EQ(oPlane.auiPixels[i], !bRect ? 7 : bBlock ? 0x00FFFFFF : 0) << "step " << uiStep << ": " << x << ',' << y;
+                const bool    bRect    = x >= 5 && x < 5u + static_cast<KUINT32>(ro.iWidth) && y >= 1 && y < 9;
+                const bool    bBlock   = uiBegin < uiEnd ? x >= fColumn(uiBegin) && x < fColumn(uiEnd)
+                                                         : x >= fColumn(uiBegin) || x < fColumn(uiEnd);
+                const KUINT32 uiInRect = bBlock ? 0x00FFFFFF : 0;
+                ASSERT_EQ(oPlane.auiPixels[i], bRect ? uiInRect : 7) << "step " << uiStep << ": " << x << ',' << y;
             }
             AnimationDrawingUpdate(oRect, ro.uiStep, oData, &oPlane.oSurface);
         }
@@ -336,9 +363,12 @@ TEST(Rectangle, IsValidOnlyStrictlyInside)
     const TVideo_VidParam oVidParam = {.uiHActive = 1024, .uiVActive = 768};
     for (const TRECT& ro : {TRECT{0, 0, 1023, 767}, {1022, 766, 1023, 767}})
         EXPECT_TRUE(IsRectangleValidInsideVidParam(ro, oVidParam));
+    // clang-format off
     for (const TRECT& ro : {TRECT{0, 0, 1024, 767}, {0, 0, 1023, 768}, {-1, 0, 5, 5}, {0, -1, 5, 5}, {5, 0, 5, 5},
                             {0, 5, 5, 5}, {6, 0, 5, 5}, {0, 6, 5, 5}, {-9, -9, -5, -5}})
-        EXPECT_FALSE(IsRectangleValidInsideVidParam(ro, oVidParam)) << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom;
+        // clang-format on
+        EXPECT_FALSE(IsRectangleValidInsideVidParam(ro, oVidParam))
+            << ro.iLeft << ' ' << ro.iTop << ' ' << ro.iRight << ' ' << ro.iBottom;
     EXPECT_FALSE(IsRectangleValidInsideVidParam({0, 0, 5, 5}, {.uiHActive = 0x80000000u, .uiVActive = 9}));
 }
 }

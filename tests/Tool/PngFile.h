@@ -1,4 +1,4 @@
-// PNG files of every kind, written for tests.
+// Writes PNG files of every kind.
 #pragma once
 #include <png.h>
 #include <zlib.h>
@@ -10,13 +10,14 @@
 
 struct SPngKind
 {
-    int  iBitDepth  = 8;
-    int  iColorType = PNG_COLOR_TYPE_RGBA;
+    int  iBitDepth    = 8;
+    int  iColorType   = PNG_COLOR_TYPE_RGBA;
     bool bInterlaced  = false;
-    bool bTransparent = false;  // entry 0, or the colour 0, is transparent; entries of a palette are (i, 2i, 3i)
+    bool bTransparent = false;  // palette entry 0 or the colour 0
 };
 
-// Writes rows as the kind stores them, each of the bytes that it needs; they begin anew when they are used up.
+// Writes rows as the kind stores them. They are taken from auiRows one after the other, and from its start again at its end.
+// Entry i of a palette is the colour (i, 2i, 3i).
 inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 uiHeight, const SPngKind& roKind,
                      const std::vector<png_byte>& auiRows)
 {
@@ -32,8 +33,8 @@ inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 
                  PNG_FILTER_TYPE_DEFAULT);
     if (roKind.iColorType == PNG_COLOR_TYPE_PALETTE)
     {
-        std::vector<png_color> aoPalette(std::size_t{1} << roKind.iBitDepth);
-        for (std::size_t i = 0; i < aoPalette.size(); ++i)
+        std::vector<png_color> aoPalette(size_t{1} << roKind.iBitDepth);
+        for (size_t i = 0; i < aoPalette.size(); ++i)
             aoPalette[i] = {static_cast<png_byte>(i), static_cast<png_byte>(2 * i), static_cast<png_byte>(3 * i)};
         png_set_PLTE(poPng, poInfo, aoPalette.data(), static_cast<int>(aoPalette.size()));
     }
@@ -45,7 +46,7 @@ inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 
     }
     png_write_info(poPng, poInfo);
 
-    const std::size_t      uiRowBytes = png_get_rowbytes(poPng, poInfo);
+    const size_t           uiRowBytes = png_get_rowbytes(poPng, poInfo);
     std::vector<png_bytep> apuiRows;
     for (png_uint_32 y = 0; y < uiHeight; ++y)
         apuiRows.push_back(const_cast<png_bytep>(auiRows.data()) + y * uiRowBytes % auiRows.size());
@@ -55,15 +56,16 @@ inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 
     std::fclose(poFile);
 }
 
-// Writes the right sum behind every chunk that the bytes hold, so that what is rotten in it gets past the sum.
+// Corrects the checksum of every chunk, so that damage in a chunk gets past it.
 inline void MendSums(std::vector<png_byte>& rauiFile)
 {
-    for (std::size_t i = 8; i + 12 <= rauiFile.size();)
+    for (size_t i = 8; i + 12 <= rauiFile.size();)
     {
-        const std::size_t uiLength = png_get_uint_32(&rauiFile[i]);
+        const size_t uiLength = png_get_uint_32(&rauiFile[i]);
         if (uiLength > rauiFile.size() - i - 12)
             break;
-        png_save_uint_32(&rauiFile[i + 8 + uiLength], static_cast<png_uint_32>(crc32(0, &rauiFile[i + 4], static_cast<uInt>(uiLength + 4))));
+        png_save_uint_32(&rauiFile[i + 8 + uiLength],
+                         static_cast<png_uint_32>(crc32(0, &rauiFile[i + 4], static_cast<uInt>(uiLength + 4))));
         i += 12 + uiLength;
     }
 }
