@@ -17,7 +17,7 @@ static KUINT64                                       s_uiFakeNs = 0;   // the cl
 static std::function<void(KUINT64 uiDeadlineNs)>     s_fOnWait;        // on the fake clock
 
 // The linker leads the calls of the program's own objects through these wrappers. Some come before a sanitizer is ready.
-#define EARLY [[gnu::no_sanitize("address", "undefined", "thread")]]
+#define EARLY __attribute__((no_sanitize("address", "undefined", "thread")))
 EARLY static bool ServiceFails(const char* pszName)
 {
     return g_bRunIsUnderWay && s_fServiceFails && s_fServiceFails(pszName);
