@@ -211,8 +211,7 @@ TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
                 auiRow[4 * i]     = static_cast<KUINT8>(i);
                 auiRow[4 * i + 1] = static_cast<KUINT8>(255 - i);
                 auiRow[4 * i + 2] = static_cast<KUINT8>(i + 128);
-                auiRow[4 * i + 3] =
-                    static_cast<KUINT8>(uiAlpha + (i & 8) * i);  // eight pixels alike, then eight that differ
+                auiRow[4 * i + 3] = static_cast<KUINT8>(uiAlpha + (i & 8) * i);  // runs of eight equal pixels
             }
             Bytes auiExpected = auiRow;
             for (size_t i = 0; i < auiExpected.size(); ++i)

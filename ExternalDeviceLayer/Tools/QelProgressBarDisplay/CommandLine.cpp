@@ -66,7 +66,7 @@ struct SOption
     const char* pszLong;
     const char* pszHelp;
     int         iValueCount;
-    KBOOL32 (*pfnTake)(SArguments& roArguments, const char* pszOption, char** ppszValues);  // FALSE: end as failed
+    KBOOL32 (*pfnTake)(SArguments& roArguments, const char* pszOption, char** ppszValues);  // FALSE ends the tool as failed
     const char* pszMissing;
     EMissing    eMissing;
     void (*pfnTest)(SArguments& roArguments, const char* pszOption);  // called even if the value is missing

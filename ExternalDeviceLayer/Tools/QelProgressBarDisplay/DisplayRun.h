@@ -21,7 +21,8 @@
 //   bAnimation            draw the animation
 //   oVidParam             timings of every output; the picture has their active size
 //
-// Returns TStatus_OK, TStatus_FAIL, or the negative status of the library's call that failed. Prints why it failed.
+// Returns TStatus_OK, TStatus_FAIL, or the negative status of the library's call that failed. Every failure is
+// printed but one: firmware that is not supported.
 TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect, const char* pszImageFileName,
                            const char* pszAnimBaseFileName, KUINT32 uiAnimStepLoopTimeMs, const tagTRECT& roAnimRect,
                            KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation, tagTVideo_VidParam& oVidParam);
