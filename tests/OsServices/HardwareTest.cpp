@@ -21,11 +21,10 @@ struct Devices : testing::Test
     {
         m_iMemory = open((mkdtemp(m_sFolder.data()) + std::string("/mem")).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         ASSERT_EQ(ftruncate(m_iMemory, off_t{6} << 30), 0);
-        m_bIsMounted = (unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0)
-            && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
-            && mount(m_sFolder.c_str(), "/dev", nullptr, MS_BIND, nullptr) == 0;
-        if (!m_bIsMounted)
-            GTEST_SKIP() << "no private mount namespace, so no file at /dev/mem: " << std::strerror(errno);
+        m_bIsMounted = (unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) &&
+                       mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                       mount(m_sFolder.c_str(), "/dev", nullptr, MS_BIND, nullptr) == 0;
+        if (!m_bIsMounted) GTEST_SKIP() << "no private mount namespace, so no file at /dev/mem: " << std::strerror(errno);
     }
 
     void TearDown() override
@@ -54,7 +53,8 @@ std::pair<size_t, int> Mapped()
 
 TEST_F(Devices, RangesOfMemoryAreMappedInWholePagesAndGivenBackWhole)
 {
-    const std::tuple<KUINT64, KUINT32, size_t> aoRows[] = {  // address, size, bytes mapped (0: mmap refuses)
+    const std::tuple<KUINT64, KUINT32, size_t> aoRows[] = {
+        // address, size, bytes mapped (0: mmap refuses)
         {0x1010, 16, 0x1000}, {0x1010, 16, 0x1000},     {0x2000, 0x1800, 0x2000}, {0xFFF, 2, 0x2000},
         {0xFFF, 1, 0x1000},   {0x140000010, 1, 0x1000}, {0x3000, 0, 0},           {0x3001, 0, 0x1000},
         {0, 0xFFFFFFFF, 0},   {5, 0xFFFFFFFF, 0x1000},  {~0ull << 12, 16, 0},     {0x100000FFF, 8, 0x2000}};
@@ -68,10 +68,10 @@ TEST_F(Devices, RangesOfMemoryAreMappedInWholePagesAndGivenBackWhole)
         oExpected = {oExpected.first + uiMapped, oExpected.second + (hMemory != 0)};
         ASSERT_EQ(Mapped(), oExpected);
         ASSERT_EQ(hMemory != 0, uiMapped != 0);
-        if (hMemory == 0)
-            continue;
-        EXPECT_TRUE(g_oQelVxdMapList.pNext->dwSize == uiSize && hMemory % 4096 == uiAddress % 4096
-                    && g_oQelVxdMapList.pNext->pvLinear == reinterpret_cast<void*>(hMemory)) << "the latest is in front";
+        if (hMemory == 0) continue;
+        EXPECT_TRUE(g_oQelVxdMapList.pNext->dwSize == uiSize && hMemory % 4096 == uiAddress % 4096 &&
+                    g_oQelVxdMapList.pNext->pvLinear == reinterpret_cast<void*>(hMemory))
+            << "the latest is in front";
         auto* const pchMemory = reinterpret_cast<char*>(hMemory);
         char        ch        = static_cast<char>(++*pchMemory + 1);
         EXPECT_TRUE(pread(m_iMemory, &ch, 1, static_cast<off_t>(uiAddress)) == 1 && ch == *pchMemory) << "shared, and there";
@@ -99,7 +99,10 @@ TEST_F(Devices, RefusalsLeaveNothingAndMemoryIsAskedForAnewWithAnotherCachingTyp
     g_oOsServices.IoUnMap(pvMemory, 12345);
     EXPECT_EQ(Mapped(), std::pair(size_t{0}, 0));
 
-    const auto fnWriteToKernel = [] { va_list oNone = {}; return OsServices_WriteKernelMsg("100 %%\n", oNone), FALSE; };
+    const auto fnWriteToKernel = [] {
+        va_list oNone = {};
+        return OsServices_WriteKernelMsg("100 %%\n", oNone), FALSE;
+    };
     ExpectFailures({"fopen"}, {fnWriteToKernel});
     EXPECT_FALSE(std::filesystem::exists("/dev/kmsg") || fnWriteToKernel() || std::filesystem::file_size("/dev/kmsg") != 6);
 }
@@ -110,16 +113,15 @@ pci_dev s_aoDevices[4];
 
 void ErrorIfFailing(const char* pszCall, void (*pfnError)(char*, ...))
 {
-    if (Fails(pszCall))
-        pfnError(const_cast<char*>("no %s"), "bus");
+    if (Fails(pszCall)) pfnError(const_cast<char*>("no %s"), "bus");
 }
 }
 
 extern "C" pci_access* __real_pci_alloc();
 extern "C" void        __real_pci_cleanup(pci_access* po);
 extern "C" pci_access* __wrap_pci_alloc() { return Fails("pci_alloc") ? nullptr : (++s_iAccesses, __real_pci_alloc()); }
-extern "C" void __wrap_pci_init(pci_access* po) { ErrorIfFailing("pci_init", po->error); }
-extern "C" void __wrap_pci_scan_bus(pci_access* po)
+extern "C" void        __wrap_pci_init(pci_access* po) { ErrorIfFailing("pci_init", po->error); }
+extern "C" void        __wrap_pci_scan_bus(pci_access* po)
 {
     ErrorIfFailing("pci_scan_bus", po->error);
     po->warning(const_cast<char*>("slow %s"), "bus");
@@ -148,7 +150,8 @@ TEST(Pci, LookupFindsTheFirstMatchAndSurvivesAMachineWithoutBus)
         EXPECT_EQ(QelVxdPciLibConvertHandle(0xABCD0318), &s_aoDevices[2]) << "the first of two, by another scan if need be";
         EXPECT_EQ(QelVxdPciLibConvertHandle(0x0319), &s_aoDevices[3]);
         EXPECT_TRUE(QelVxdPciLibConvertHandle(0x0320) == nullptr && s_iAccesses == 1) << "one scan serves all lookups";
-        EXPECT_EXIT(g_poQelVxdPciLibAccess->error(const_cast<char*>("no %s"), "bus"), testing::ExitedWithCode(1), "^pcilib: no bus\n$");
+        EXPECT_EXIT(g_poQelVxdPciLibAccess->error(const_cast<char*>("no %s"), "bus"), testing::ExitedWithCode(1),
+                    "^pcilib: no bus\n$");
         EXPECT_TRUE(OsServices(nullptr).IsInitialized());
         EXPECT_NE(g_poQelVxdPciLibAccess, nullptr) << "the last instance releases it, and no other";
         OsServices::SetTestMode(sFailing == "pci_init"), g_oOsServices.~OsServices();

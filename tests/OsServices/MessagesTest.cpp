@@ -35,7 +35,11 @@ TEST(Messages, FailedChecksAreReportedAndOnlyTheAbortFormEndsTheFunction)
 {
     int         iSteps = 0;
     std::string sText  = OutputOf([&] {
-        for (;; ++iSteps) { QEL_ASSERT(iSteps != 1); QEL_CHECK_OR_ABORT(iSteps < 3); }
+        for (;; ++iSteps)
+        {
+            QEL_ASSERT(iSteps != 1);
+            QEL_CHECK_OR_ABORT(iSteps < 3);
+        }
     Qel_Abort:
         return;
     });
@@ -67,8 +71,8 @@ TEST(Messages, FirstInstanceStartsTheLibraryUnlessItIsATest)
 
 TEST(QelTools, IntegerFunctionsMatchTheirDefinitionsAtTheEdges)
 {
-    const KUINT32 auiValues[] = {0, 1, 2, 3, 5, 7, 8, 24, 25, 65'535, 65'536, 0x7FFFFFFF, 0x80000000, 0xFFFE0000, 0xFFFE0001,
-                                 0xFFFFFFFE, 0xFFFFFFFF};
+    const KUINT32 auiValues[] = {0,      1,      2,          3,          5,          7,          8,          24,        25,
+                                 65'535, 65'536, 0x7FFFFFFF, 0x80000000, 0xFFFE0000, 0xFFFE0001, 0xFFFFFFFE, 0xFFFFFFFF};
     for (const KUINT64 a : auiValues)
         for (const KUINT64 b : auiValues)
         {
@@ -84,16 +88,15 @@ TEST(QelTools, IntegerFunctionsMatchTheirDefinitionsAtTheEdges)
 
 TEST(QelTools, TextsAreComparedReadAndChangedWithinTheirBounds)
 {
-    const std::tuple<const char*, const char*, KINT32> aoPairs[] = {
-        {"abC", "ABc", 0}, {"a", "B", -1}, {"ab", "A", 98}, {"", "a", -97}, {"[", "a", -6}, {"\xE9", "a", -120}};
+    const std::tuple<const char*, const char*, KINT32> aoPairs[] = {{"abC", "ABc", 0}, {"a", "B", -1}, {"ab", "A", 98},
+                                                                    {"", "a", -97},    {"[", "a", -6}, {"\xE9", "a", -120}};
     for (const auto& [pszA, pszB, iResult] : aoPairs)
         EXPECT_EQ(QelTools_stricmp(pszA, pszB), iResult) << pszA << " and " << pszB;
     EXPECT_TRUE(QelTools_atoi(" \t-7x") == -7 && QelTools_atoi("+3") == 3 && QelTools_atoi("0x10") == 0);
     EXPECT_TRUE(QelTools_memcmp("ab", "aB", 1) == 0 && QelTools_strncmp("ab", "aB", 2) > 0 && QelTools_wcslen(L"ab") == 2);
     EXPECT_STREQ(QelTools_strstr("abacad", "ac"), QelTools_strrchr("abac_acad", '_') + 1);
     EXPECT_TRUE(QelTools_atoi("4294967298") == 2 && QelTools_atoi("99999999999999999999") == -1);
-    for (KINT32 ch = -1; ch < 256; ++ch)
-        EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);
+    for (KINT32 ch = -1; ch < 256; ++ch) EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);
     for (KUINT32 uiSize = 0; uiSize < 7; ++uiSize)
     {
         std::string sUpper = "aZ{@\xE9z", sLower = sUpper;

@@ -37,15 +37,19 @@ KBOOL32 Thread()
     return MakeAndUnmake<HCpuThread>([&](auto& rh) { return g_oOsServices.CpuThread_Create(pfnRun, &hRan, rh); }, fnStop);
 }
 
-#define KIND(Name)                                                                                                     \
-    KBOOL32 Name() { return MakeAndUnmake<H##Name>([](auto& rh) { return g_oOsServices.Name##_Create(rh); },           \
-                                                   [](auto h) { return g_oOsServices.Name##_Destroy(h); }); }
-KIND(Event) KIND(Signal) KIND(SpinLock) KIND(Mutex) KIND(StackTrace)
+#define KIND(Name)                                                                              \
+    KBOOL32 Name()                                                                              \
+    {                                                                                           \
+        return MakeAndUnmake<H##Name>([](auto& rh) { return g_oOsServices.Name##_Create(rh); }, \
+                                      [](auto h) { return g_oOsServices.Name##_Destroy(h); });  \
+    }
+KIND(Event)
+KIND(Signal)
+KIND(SpinLock) KIND(Mutex) KIND(StackTrace)
 
-TEST(Services, FailuresUnderneathLeaveNothingBehind)
+    TEST(Services, FailuresUnderneathLeaveNothingBehind)
 {
-    for (const auto pfnWork : {Event, Signal, SpinLock, Mutex, StackTrace, Thread})
-        EXPECT_TRUE(pfnWork());
+    for (const auto pfnWork : {Event, Signal, SpinLock, Mutex, StackTrace, Thread}) EXPECT_TRUE(pfnWork());
     ExpectFailures({"_ZnamRKSt9nothrow_t"}, {Event, Signal, SpinLock, Mutex, StackTrace, Thread});
     ExpectFailures({"pthread_mutex_init"}, {Event, Signal, Mutex});
     ExpectFailures({"pthread_cond_init"}, {Event, Signal});
@@ -66,11 +70,12 @@ TEST(Services, WhatDoesNotExistIsRefusedOrSaysSo)
     const std::string sLine = "Print stack not supported in this configuration\n";
     EXPECT_EQ(OutputOf([] { OsServices::StackTrace_Print(nullptr), OsServices::StackTrace_Dump(); }), sLine + sLine);
     HNonPagedMem hMemory = nullptr;
-    EXPECT_TRUE(!g_oOsServices.NonPagedMemory_Alloc(8, &hMemory) && !g_oOsServices.NonPagedMemory_GetPhysicalAddress(hMemory));
-    EXPECT_FALSE(g_oOsServices.Mutex_Acquire(nullptr, 0) || g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT)
-                 || g_oOsServices.SpinLock_Lock(nullptr) || OsServices_StackTrace_GetHandleSize() != 4
-                 || OsServices_Mutex_Create(nullptr) || OsServices_Event_Create(nullptr) || OsServices_Signal_Create(nullptr)
-                 || OsServices_Event_Reset(nullptr));
+    EXPECT_TRUE(!g_oOsServices.NonPagedMemory_Alloc(8, &hMemory) &&
+                !g_oOsServices.NonPagedMemory_GetPhysicalAddress(hMemory));
+    EXPECT_FALSE(g_oOsServices.Mutex_Acquire(nullptr, 0) || g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT) ||
+                 g_oOsServices.SpinLock_Lock(nullptr) || OsServices_StackTrace_GetHandleSize() != 4 ||
+                 OsServices_Mutex_Create(nullptr) || OsServices_Event_Create(nullptr) || OsServices_Signal_Create(nullptr) ||
+                 OsServices_Event_Reset(nullptr));
 }
 
 TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)
@@ -89,7 +94,8 @@ TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)
 #if !defined(__SANITIZE_THREAD__)  // which reports what is done here on purpose
     EXPECT_TRUE(!g_oOsServices.Mutex_Destroy(hMutex) && !fnElsewhere(fnRelease)) << "a held one stays";
 #endif
-    EXPECT_TRUE(fnRelease() && !fnAcquireElsewhere(0) && fnRelease() && fnAcquireElsewhere(0) && fnAcquireElsewhere(NO_LIMIT));
+    EXPECT_TRUE(fnRelease() && !fnAcquireElsewhere(0) && fnRelease() && fnAcquireElsewhere(0) &&
+                fnAcquireElsewhere(NO_LIMIT));
     FailNext("pthread_mutex_timedlock", EINVAL);
     const std::string sText = OutputOf([&] { EXPECT_FALSE(g_oOsServices.Mutex_Acquire(hMutex, 5)); });
     EXPECT_EQ(WithoutNumbers(sText), "pthread_mutex_timedlock" + INVALID_DEADLINE);
@@ -152,23 +158,22 @@ TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
     const std::pair<const char*, pid_t> aoRows[] = {{"plain", getpid()}, {"a(b)[c]", getpid()}, {"a b", 0}, {"a 5 7", 7}};
     for (const auto& [pszName, iParent] : aoRows)
     {
-        std::string sFolder = testing::TempDir() + "namesXXXXXX";
+        std::string       sFolder  = testing::TempDir() + "namesXXXXXX";
         const std::string sProgram = mkdtemp(sFolder.data()) + std::string("/") + pszName;  // what the process is called
         std::filesystem::create_symlink("/bin/sh", sProgram);
         int aiEnds[2];
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, aiEnds), 0);
         const pid_t iPid = fork();
         if (iPid == 0)
-            _exit(dup2(aiEnds[1], STDIN_FILENO) + dup2(aiEnds[1], STDOUT_FILENO)
-                  + execl(sProgram.c_str(), "pr (x)", "-c", "echo; read x", "", "-b", nullptr));
+            _exit(dup2(aiEnds[1], STDIN_FILENO) + dup2(aiEnds[1], STDOUT_FILENO) +
+                  execl(sProgram.c_str(), "pr (x)", "-c", "echo; read x", "", "-b", nullptr));
         char ch;
         EXPECT_EQ(read(aiEnds[0], &ch, 1), 1) << "it runs";
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << pszName;
         ExpectCut(sWhole, [=](char* pch, KUINT32 uiSize) { OsServices_GetProcessName(iPid, pch, uiSize); });
 
         EXPECT_EQ(close(aiEnds[0]) + close(aiEnds[1]), 0) << "it ends";
-        while (NameOf(iPid) != "")
-            EXPECT_EQ(OsServices_GetParentPid(iPid), iParent);
+        while (NameOf(iPid) != "") EXPECT_EQ(OsServices_GetParentPid(iPid), iParent);
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << "dead, and not yet buried";
         EXPECT_TRUE(waitpid(iPid, nullptr, 0) == iPid && NameOf(iPid) == "" && OsServices_GetParentPid(iPid) == 0);
         std::filesystem::remove_all(sFolder);
@@ -184,7 +189,8 @@ TEST(Diagnostics, ProcessStackIsCutToEveryBuffer)
         sWhole += NameOf(iPid) + "\n";
     ExpectCut(sWhole, [](char* pch, KUINT32 uiSize) { EXPECT_EQ(OsServices_GetProcessStack(pch, uiSize), TStatus_OK); });
     KCHAR8 acLarge[0x8000];
-    EXPECT_TRUE(OsServices_GetProcessStack(acLarge, sizeof(acLarge)) == TStatus_OK && acLarge == sWhole) << "process 1 is last";
+    EXPECT_TRUE(OsServices_GetProcessStack(acLarge, sizeof(acLarge)) == TStatus_OK && acLarge == sWhole)
+        << "process 1 is last";
     EXPECT_TRUE(OsServices_GetProcessStack(nullptr, 10) == TStatus_INVALID_PARAM && Held() == oBefore);
 }
 }

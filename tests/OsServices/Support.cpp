@@ -34,21 +34,21 @@ void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vecto
 
 std::string WithoutNumbers(const std::string& rsText) { return std::regex_replace(rsText, std::regex("[0-9]+"), "#"); }
 
-#define STAND_BEFORE(type, call, failure, parameters, arguments)                                                       \
-    extern "C" type __real_##call parameters;                                                                          \
+#define STAND_BEFORE(type, call, failure, parameters, arguments) \
+    extern "C" type __real_##call parameters;                    \
     extern "C" type __wrap_##call parameters { return Fails(#call) ? (failure) : __real_##call arguments; }
 
-STAND_BEFORE(int, pthread_mutex_init, g_iError, (pthread_mutex_t* po, const pthread_mutexattr_t* poAttr), (po, poAttr))
-STAND_BEFORE(int, pthread_mutexattr_init, g_iError, (pthread_mutexattr_t* po), (po))
-STAND_BEFORE(int, pthread_mutexattr_settype, g_iError, (pthread_mutexattr_t* po, int iType), (po, iType))
-STAND_BEFORE(int, pthread_mutex_timedlock, g_iError, (pthread_mutex_t* po, const timespec* poEnd), (po, poEnd))
-STAND_BEFORE(int, pthread_cond_init, g_iError, (pthread_cond_t* po, const pthread_condattr_t* poAttr), (po, poAttr))
-STAND_BEFORE(int, pthread_cond_signal, g_iError, (pthread_cond_t* po), (po))
-STAND_BEFORE(int, pthread_cond_broadcast, g_iError, (pthread_cond_t* po), (po))
-STAND_BEFORE(int, pthread_cond_wait, g_iError, (pthread_cond_t* po, pthread_mutex_t* pm), ((++g_iWaitsBegun, po), pm))
-STAND_BEFORE(int, pthread_spin_init, g_iError, (pthread_spinlock_t* po, int iShared), (po, iShared))
-STAND_BEFORE(int, pthread_create, g_iError,
-             (pthread_t* po, const pthread_attr_t* poAttr, void* (*pfn)(void*), void* pv), (po, poAttr, pfn, pv))
+STAND_BEFORE(int, pthread_mutex_init, g_iError, (pthread_mutex_t * po, const pthread_mutexattr_t* poAttr), (po, poAttr))
+STAND_BEFORE(int, pthread_mutexattr_init, g_iError, (pthread_mutexattr_t * po), (po))
+STAND_BEFORE(int, pthread_mutexattr_settype, g_iError, (pthread_mutexattr_t * po, int iType), (po, iType))
+STAND_BEFORE(int, pthread_mutex_timedlock, g_iError, (pthread_mutex_t * po, const timespec* poEnd), (po, poEnd))
+STAND_BEFORE(int, pthread_cond_init, g_iError, (pthread_cond_t * po, const pthread_condattr_t* poAttr), (po, poAttr))
+STAND_BEFORE(int, pthread_cond_signal, g_iError, (pthread_cond_t * po), (po))
+STAND_BEFORE(int, pthread_cond_broadcast, g_iError, (pthread_cond_t * po), (po))
+STAND_BEFORE(int, pthread_cond_wait, g_iError, (pthread_cond_t * po, pthread_mutex_t* pm), ((++g_iWaitsBegun, po), pm))
+STAND_BEFORE(int, pthread_spin_init, g_iError, (pthread_spinlock_t * po, int iShared), (po, iShared))
+STAND_BEFORE(int, pthread_create, g_iError, (pthread_t * po, const pthread_attr_t* poAttr, void* (*pfn)(void*), void* pv),
+             (po, poAttr, pfn, pv))
 STAND_BEFORE(int, clock_gettime, -1, (clockid_t iClock, timespec* poNow), (iClock, poNow))
 STAND_BEFORE(int, usleep, -1, (useconds_t uiMicroSeconds), (uiMicroSeconds))
 STAND_BEFORE(FILE*, fopen, nullptr, (const char* pszPath, const char* pszMode), (pszPath, pszMode))
@@ -64,7 +64,7 @@ extern "C" int __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mut
     static timespec s_oSpuriousEnd;  // of the wait that goes on; all 0: none does
     EXPECT_TRUE(s_oSpuriousEnd.tv_sec == 0 || std::memcmp(&s_oSpuriousEnd, poEnd, sizeof(timespec)) == 0);
     const bool bFails = Fails("pthread_cond_timedwait"), bWakes = g_iSpuriousWakeUps > 0 && g_iSpuriousWakeUps-- > 0;
-    s_oSpuriousEnd    = bWakes ? *poEnd : timespec{};
+    s_oSpuriousEnd = bWakes ? *poEnd : timespec{};
     ++g_iWaitsBegun;
     return bWakes ? 0 : bFails ? g_iError : __real_pthread_cond_timedwait(poCond, poMutex, poEnd);
 }

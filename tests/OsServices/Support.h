@@ -1,4 +1,4 @@
-// What the tests of this room share: standard output caught as text, and calls of the C library made to fail.
+// What the tests of this folder share: standard output caught as text, and calls of the C library made to fail.
 #ifndef SUPPORT_H
 #define SUPPORT_H
 
@@ -16,7 +16,7 @@
 
 #include "OsServices.h"
 
-constexpr KUINT32 NO_LIMIT = 0xFFFFFFFF;
+constexpr KUINT32 NO_LIMIT         = 0xFFFFFFFF;
 const std::string INVALID_DEADLINE = " returned # INVALID\nTimeOut occurs Req timespec.tv_sec=#,timespec.tv_nsec=#, Now "
                                      "timespec.tv_sec=#,timespec.tv_nsec=#\n";  // after the call's name, without numbers
 
@@ -26,9 +26,9 @@ inline std::atomic<int> g_iSpuriousWakeUps{0};  // so many of the next timed wai
 // The next call of that name fails, once, with iError where it reports one; null: none.
 inline std::atomic<const char*> g_pszFailing{nullptr};
 inline int                      g_iError = 0;
-inline void FailNext(const char* pszCall, int iError = 0) { g_iError = iError, g_pszFailing = pszCall; }
-inline bool HasFailed() { return g_pszFailing == nullptr; }
-bool        Fails(const char* pszCall);  // asked by the call itself
+inline void                     FailNext(const char* pszCall, int iError = 0) { g_iError = iError, g_pszFailing = pszCall; }
+inline bool                     HasFailed() { return g_pszFailing == nullptr; }
+bool                            Fails(const char* pszCall);  // asked by the call itself
 
 std::pair<int, long> Held();  // blocks of handles that live, and open files; to be alike before and after
 
@@ -36,8 +36,7 @@ std::pair<int, long> Held();  // blocks of handles that live, and open files; to
 void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks);
 
 // What fnWrite puts on standard output.
-template <typename FnWrite>
-std::string OutputOf(FnWrite fnWrite)
+template <typename FnWrite> std::string OutputOf(FnWrite fnWrite)
 {
     testing::internal::CaptureStdout();
     fnWrite();
@@ -45,8 +44,7 @@ std::string OutputOf(FnWrite fnWrite)
 }
 
 // Expects fnWrite(buffer, size) to leave the text cut to each size, its terminator included, and what is behind untouched.
-template <typename FnWrite>
-void ExpectCut(const std::string& rsText, FnWrite fnWrite)
+template <typename FnWrite> void ExpectCut(const std::string& rsText, FnWrite fnWrite)
 {
     for (KUINT32 uiSize = 0; uiSize < rsText.size() + 2; ++uiSize)
     {

@@ -4,19 +4,17 @@
 namespace
 {
 // One name an operation, so that one test serves both kinds.
-#define BOTH(Operation)                                                                                                \
-    KBOOL32 Operation(HEvent h) { return g_oOsServices.Event_##Operation(h); }                                         \
+#define BOTH(Operation)                                                        \
+    KBOOL32 Operation(HEvent h) { return g_oOsServices.Event_##Operation(h); } \
     KBOOL32 Operation(HSignal h) { return g_oOsServices.Signal_##Operation(h); }
-BOTH(Trigger) BOTH(Cancel) BOTH(Activate) BOTH(Destroy)
-KBOOL32 Create(HEvent& rh) { return g_oOsServices.Event_Create(rh); }
+BOTH(Trigger) BOTH(Cancel) BOTH(Activate) BOTH(Destroy) KBOOL32 Create(HEvent& rh) { return g_oOsServices.Event_Create(rh); }
 KBOOL32 Create(HSignal& rh) { return g_oOsServices.Signal_Create(rh); }
 KBOOL32 Reset(HEvent h) { return g_oOsServices.Event_Reset(h); }
 KBOOL32 Reset(HSignal) { return TRUE; }
 TStatus Wait(HEvent h, KUINT32 uiMs) { return g_oOsServices.Event_Wait(h, uiMs); }
 TStatus Wait(HSignal h, KUINT32 uiMs) { return g_oOsServices.Signal_Wait(h, uiMs, 7); }
 
-template <typename Handle>
-struct Waits : testing::Test
+template <typename Handle> struct Waits : testing::Test
 {
     static constexpr bool IS_EVENT = std::is_same_v<Handle, HEvent>;
 
@@ -24,8 +22,7 @@ struct Waits : testing::Test
     ~Waits() override { EXPECT_TRUE(Destroy(m_h)); }
 
     // Runs fnAct while that many threads are blocked in a wait, and expects how their waits end.
-    template <typename FnAct>
-    void ExpectWaits(size_t uiWaits, KUINT32 uiMs, std::vector<TStatus> aeAllowed, FnAct fnAct)
+    template <typename FnAct> void ExpectWaits(size_t uiWaits, KUINT32 uiMs, std::vector<TStatus> aeAllowed, FnAct fnAct)
     {
         std::vector<std::jthread> aoThreads;
         const int                 iBlocked = g_iWaitsBegun + static_cast<int>(uiWaits);
@@ -36,8 +33,7 @@ struct Waits : testing::Test
                 EXPECT_TRUE(eStatus == aeAllowed.front() || eStatus == aeAllowed.back()) << eStatus;
                 m_iOk += eStatus == TStatus_OK;
             });
-        while (g_iWaitsBegun < iBlocked)
-            std::this_thread::yield();
+        while (g_iWaitsBegun < iBlocked) std::this_thread::yield();
         fnAct();
         aoThreads.clear();
     }
@@ -57,8 +53,11 @@ TYPED_TEST(Waits, SingleThreadedStatesFollowTheModel)
     {
         const auto   uiDo     = oRandom() % 5;
         const auto   h        = this->m_h;
-        const KINT32 iResult  = uiDo == 0 ? Wait(h, 0) : uiDo == 1 ? Trigger(h) : uiDo == 2 ? Cancel(h)
-                              : uiDo == 3 ? Reset(h) : Activate(h);
+        const KINT32 iResult  = uiDo == 0   ? Wait(h, 0)
+                                : uiDo == 1 ? Trigger(h)
+                                : uiDo == 2 ? Cancel(h)
+                                : uiDo == 3 ? Reset(h)
+                                            : Activate(h);
         const KINT32 iWaiting = !bIsActive ? TStatus_CANCELED : bIsPending ? TStatus_OK : TStatus_TIMEOUT;
         ASSERT_EQ(iResult, uiDo == 0 ? iWaiting : uiDo > 2 || bIsActive) << "operation " << uiDo << " in round " << i;
         bIsPending = uiDo != 0 && uiDo != 3 && (bIsPending || (this->IS_EVENT && bIsActive && uiDo < 3));
@@ -72,13 +71,11 @@ TYPED_TEST(Waits, EveryWaitThatIsBlockedGetsItsEnd)
     {
         const KUINT32 uiMs = i % 2 == 0 ? NO_LIMIT : 3'600'000;
         this->ExpectWaits(3, uiMs, {TStatus_OK}, [&] {
-            for (int j = 0; j < (this->IS_EVENT ? 3 : 1); ++j)
-                EXPECT_TRUE(Trigger(this->m_h) && Reset(this->m_h));
+            for (int j = 0; j < (this->IS_EVENT ? 3 : 1); ++j) EXPECT_TRUE(Trigger(this->m_h) && Reset(this->m_h));
         });
         this->ExpectWaits(3, uiMs, {TStatus_OK, TStatus_CANCELED}, [&] {
             EXPECT_TRUE(!this->IS_EVENT || Trigger(this->m_h));
-            while (this->m_iOk < this->IS_EVENT)
-                std::this_thread::yield();
+            while (this->m_iOk < this->IS_EVENT) std::this_thread::yield();
             EXPECT_TRUE(Cancel(this->m_h) && !Cancel(this->m_h));
         });
         EXPECT_TRUE(this->m_iOk == this->IS_EVENT && Activate(this->m_h)) << "one trigger ended " << this->m_iOk;
@@ -106,7 +103,8 @@ TYPED_TEST(Waits, StormOfAllOperationsLosesNoWaitAndLeavesNoCountBehind)
             for (int i = 0; i < 400;)  // waits that got as far as to block, or found a trigger
             {
                 const TStatus eStatus = Wait(this->m_h, uiMs);
-                EXPECT_TRUE(eStatus == TStatus_OK || eStatus == TStatus_CANCELED || (eStatus == TStatus_TIMEOUT && uiMs < 2));
+                EXPECT_TRUE(eStatus == TStatus_OK || eStatus == TStatus_CANCELED ||
+                            (eStatus == TStatus_TIMEOUT && uiMs < 2));
                 i += eStatus != TStatus_CANCELED;
             }
             --iWaiting;
@@ -135,8 +133,10 @@ TYPED_TEST(Waits, WakeFailureIsReportedAndPutBack)
 TYPED_TEST(Waits, ErrorsOfTheWaitHaveTheirResultsAndLines)
 {
     const std::tuple<const char*, int, KUINT32, TStatus> aoRows[] = {
-        {"pthread_cond_wait", EPERM, NO_LIMIT, TStatus_CANCELED}, {"pthread_cond_timedwait", EPERM, 3'000, TStatus_FAIL},
-        {"clock_gettime", EINVAL, 3'000, TStatus_TIMEOUT}, {"pthread_cond_timedwait", EINVAL, 3'000, TStatus_TIMEOUT}};
+        {"pthread_cond_wait", EPERM, NO_LIMIT, TStatus_CANCELED},
+        {"pthread_cond_timedwait", EPERM, 3'000, TStatus_FAIL},
+        {"clock_gettime", EINVAL, 3'000, TStatus_TIMEOUT},
+        {"pthread_cond_timedwait", EINVAL, 3'000, TStatus_TIMEOUT}};
     for (const auto& [pszCall, iError, uiMs, eExpected] : aoRows)
     {
         FailNext(pszCall, iError);
@@ -161,14 +161,20 @@ TEST(Time, DelaysLastAndReportWhatTheySay)
         EXPECT_TRUE(tmCounter(&uiBefore));
         const std::string sText = OutputOf([&] { EXPECT_TRUE(OsServices::WaitMicroSeconds(uiMicroSeconds)); });
         EXPECT_TRUE(tmCounter(&uiAfter) == 1 && uiAfter - uiBefore >= uiMicroSeconds);
-        EXPECT_EQ(sText, uiMicroSeconds <= 100'000 ? "" : "vesk(4.12.0.16)[0]: (Debug) OsServices::WaitMicroSeconds(102000) "
-                  "with delay greater than 100000 us isn't reliable, using SleepMilliSeconds(102) command instead)\n");
+        EXPECT_EQ(sText,
+                  uiMicroSeconds <= 100'000
+                      ? ""
+                      : "vesk(4.12.0.16)[0]: (Debug) OsServices::WaitMicroSeconds(102000) "
+                        "with delay greater than 100000 us isn't reliable, using SleepMilliSeconds(102) command instead)\n");
     }
     OsServices::SetMsgLevel(TRUE, TRUE, FALSE);
     const KUINT64 uiTime = g_oOsServices.GetTimeInMs() / 1'000, uiNow = static_cast<KUINT64>(std::time(nullptr));
     EXPECT_TRUE(uiNow <= uiTime + 1 && uiTime <= uiNow + 1) << "one may be a tick behind the other";
     ExpectFailures({"clock_gettime"}, {[] { return KBOOL32{g_oOsServices.GetRawTimeInNs() != 0}; },
                                        [] { return KBOOL32{tmDelay(4'000'000'000u) != 1}; },
-                                       [] { KUINT64 ui = 5; return KBOOL32{tmCounter(&ui) != 0 || ui != 5}; }});
+                                       [] {
+                                           KUINT64 ui = 5;
+                                           return KBOOL32{tmCounter(&ui) != 0 || ui != 5};
+                                       }});
 }
 }

@@ -9,45 +9,44 @@ struct SRecord
 };
 
 // Random sequences against a vector. The caller makes the n-th of a few values; the first is what raw storage becomes.
-template <class T, class VALUE>
-void RunBesideAVector(VALUE Value)
+template <class T, class VALUE> void RunBesideAVector(VALUE Value)
 {
     CountingAllocator oAllocator;
     std::mt19937      oRandom(7);
     CKArray<T>        a, oOther;
     std::vector<T>    m;
-    for (KUINT32 n : {1u, 3u, 5u, 3u})
-        oOther.Add(Value(n));
+    for (KUINT32 n : {1u, 3u, 5u, 3u}) oOther.Add(Value(n));
 
     const auto Unique = [&m] {
-        for (auto it = m.begin(); it != m.end();)
-            it = std::find(m.begin(), it, *it) != it ? m.erase(it) : it + 1;
+        for (auto it = m.begin(); it != m.end();) it = std::find(m.begin(), it, *it) != it ? m.erase(it) : it + 1;
     };
     for (int iStep = 0; iStep < 20000 && !testing::Test::HasFailure(); ++iStep)
     {
-        const std::size_t uiSize = m.size(), uiAt = oRandom() % (uiSize + 1), uiOwn = uiAt / 2;
-        const int         iAt = static_cast<int>(uiAt), iOwn = iAt / 2;
-        const auto        itAt    = m.begin() + iAt;
-        const T           oNew    = Value(static_cast<KUINT32>(oRandom() % 6)), oZero = Value(0);
-        const bool        bHasOwn = uiSize > 0;
-        const int         iAction = uiSize > 60 ? 0 : static_cast<int>(oRandom() % 15);
+        const size_t uiSize = m.size(), uiAt = oRandom() % (uiSize + 1), uiOwn = uiAt / 2;
+        const int    iAt = static_cast<int>(uiAt), iOwn = iAt / 2;
+        const auto   itAt = m.begin() + iAt;
+        const T      oNew = Value(static_cast<KUINT32>(oRandom() % 6)), oZero = Value(0);
+        const bool   bHasOwn = uiSize > 0;
+        const int    iAction = uiSize > 60 ? 0 : static_cast<int>(oRandom() % 15);
         switch (iAction)
         {
-            case 0: a.SetSize(iOwn); m.resize(uiOwn); break;
-            case 1: a.SetCount(a.GetCount() + 2); m.resize(uiSize + 2, oZero); break;
-            case 2: a.Add(oNew); m.push_back(oNew); break;
-            case 3: if (bHasOwn) { a.Add(a[iOwn]); m.push_back(T(m[uiOwn])); } break;
-            case 4: a.SetAtGrow(a.GetSize() + 3, oNew); m.resize(uiSize + 3, oZero); m.push_back(oNew); break;
-            case 5: if (bHasOwn) { a.SetAt(iOwn, oNew); m[uiOwn] = oNew; } break;
-            case 6: a.InsertAt(iAt, oNew, 2); m.insert(itAt, 2, oNew); break;
-            case 7: if (bHasOwn) { a.InsertAt(iAt, a[0u]); m.insert(itAt, T(m[0])); } break;
-            case 8: a.RemoveAt(iAt, 3); m.erase(itAt, uiSize - uiAt > 3 ? itAt + 3 : m.end()); break;
-            case 9: a.FreeExtra(); EXPECT_EQ(a.GetAllocCount(), uiSize); break;
-            case 10: a |= oOther; m.insert(m.end(), oOther.Begin(), oOther.End()); Unique(); break;
-            case 11: a &= oOther; Unique(); std::erase_if(m, [&](const T& ro) { return !oOther.IsPresent(ro); }); break;
-            case 12: a.Append(a); m.reserve(2 * uiSize); std::copy_n(m.data(), uiSize, std::back_inserter(m)); break;
-            case 13: a.SortElements(); std::sort(m.begin(), m.end()); break;
-            default: { const CKArray<T> c(a); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a); } break;
+        // clang-format off
+        case 0: a.SetSize(iOwn); m.resize(uiOwn); break;
+        case 1: a.SetCount(a.GetCount() + 2); m.resize(uiSize + 2, oZero); break;
+        case 2: a.Add(oNew); m.push_back(oNew); break;
+        case 3: if (bHasOwn) { a.Add(a[iOwn]); m.push_back(T(m[uiOwn])); } break;
+        case 4: a.SetAtGrow(a.GetSize() + 3, oNew); m.resize(uiSize + 3, oZero); m.push_back(oNew); break;
+        case 5: if (bHasOwn) { a.SetAt(iOwn, oNew); m[uiOwn] = oNew; } break;
+        case 6: a.InsertAt(iAt, oNew, 2); m.insert(itAt, 2, oNew); break;
+        case 7: if (bHasOwn) { a.InsertAt(iAt, a[0u]); m.insert(itAt, T(m[0])); } break;
+        case 8: a.RemoveAt(iAt, 3); m.erase(itAt, uiSize - uiAt > 3 ? itAt + 3 : m.end()); break;
+        case 9: a.FreeExtra(); EXPECT_EQ(a.GetAllocCount(), uiSize); break;
+        case 10: a |= oOther; m.insert(m.end(), oOther.Begin(), oOther.End()); Unique(); break;
+        case 11: a &= oOther; Unique(); std::erase_if(m, [&](const T& ro) { return !oOther.IsPresent(ro); }); break;
+        case 12: a.Append(a); m.reserve(2 * uiSize); std::copy_n(m.data(), uiSize, std::back_inserter(m)); break;
+        case 13: a.SortElements(); std::sort(m.begin(), m.end()); break;
+        default: { const CKArray<T> c(a); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a); } break;
+            // clang-format on
         }
         SCOPED_TRACE(testing::Message() << "step " << iStep << ", action " << iAction);
         ASSERT_EQ(a.GetCount(), m.size());
@@ -71,11 +70,14 @@ TEST(Array, HoldsWhatAVectorHolds)
 // Sizes that an array is set to one after the other, each with a step and the storage that must be there then.
 TEST(Array, GrowsByTheStoredStep)
 {
-    const std::tuple<int, int, int> aoRows[] = {  // a size of 0 begins anew, with a step to be computed
-        {100, -1, 100}, {101, -1, 112}, {113, -1, 124}, {0, 0, 0}, {1, -1, 1}, {2, -1, 5}, {5, -1, 5}, {6, -1, 9},
-        {10, -1, 13}, {0, 0, 0}, {8191, -1, 8191}, {8192, -1, 9214}, {9215, -1, 10237}, {0, 0, 0}, {9000, -1, 9000},
-        {9001, -1, 10024}, {0, 0, 0}, {3, 10, 3}, {4, -1, 13}, {14, 2, 15}, {16, -1, 17}, {0, 0, 0}, {8, 100, 8},
-        {9, -1, 108}, {100, 0, 108}, {109, -1, 120}, {0, 2147483647, 0}, {3, -1, 3}, {4, -1, 4}, {0, -1, 0}, {3, -1, 3}, {2, -1, 3}};
+    const std::tuple<int, int, int> aoRows[] = {
+        // a size of 0 begins anew, with a step to be computed
+        {100, -1, 100},    {101, -1, 112}, {113, -1, 124},     {0, 0, 0},         {1, -1, 1},       {2, -1, 5},
+        {5, -1, 5},        {6, -1, 9},     {10, -1, 13},       {0, 0, 0},         {8191, -1, 8191}, {8192, -1, 9214},
+        {9215, -1, 10237}, {0, 0, 0},      {9000, -1, 9000},   {9001, -1, 10024}, {0, 0, 0},        {3, 10, 3},
+        {4, -1, 13},       {14, 2, 15},    {16, -1, 17},       {0, 0, 0},         {8, 100, 8},      {9, -1, 108},
+        {100, 0, 108},     {109, -1, 120}, {0, 2147483647, 0}, {3, -1, 3},        {4, -1, 4},       {0, -1, 0},
+        {3, -1, 3},        {2, -1, 3}};
     CKArray<SRecord> oArray;
     for (const auto& [iSize, iGrowBy, iCapacity] : aoRows)
     {
@@ -94,8 +96,7 @@ TEST(Array, ADerivedArrayReplacesTheGrowth)
                 CKArray::SetSize(nNewSize, std::max(GetAllocSize(), 1));
         }
     } oArray;
-    for (int i = 0; i < 40; ++i)
-        oArray.SetAtGrow(oArray.GetCount(), "text");
+    for (int i = 0; i < 40; ++i) oArray.SetAtGrow(oArray.GetCount(), "text");
     EXPECT_EQ(oArray.Add("more"), -1);
     oArray.InsertAt(3, "more");
     oArray.SetCount(33, -1);
@@ -104,7 +105,7 @@ TEST(Array, ADerivedArrayReplacesTheGrowth)
 
 TEST(Array, ReportsBrokenContractsAndStaysInside)
 {
-    constexpr int MAX = 2147483647;
+    constexpr int     MAX = 2147483647;
     CountingAllocator oAllocator;  // sees that nothing is left of what is written outside, either
     CKArray<CKString> oArray;
     oArray.Add("only");
@@ -132,8 +133,8 @@ TEST(ArrayString, SplitsAndJoins)
 TEST(Plex, ChainsBlocksAndReturnsThem)
 {
     CountingAllocator oAllocator;
-    CKPlex*           poHead = nullptr;
-    CKPlex* const     poFirst = CKPlex::Create(poHead, 3, 5);
+    CKPlex*           poHead   = nullptr;
+    CKPlex* const     poFirst  = CKPlex::Create(poHead, 3, 5);
     CKPlex* const     poSecond = CKPlex::Create(poHead, 1, 1);
     EXPECT_TRUE(poHead == poSecond && poHead->m_poNext == poFirst && poFirst->m_poNext == nullptr);
     EXPECT_EQ(oAllocator.GetSize(poFirst), sizeof(CKPlex) + 15);

@@ -18,8 +18,7 @@ inline int TakeReports() { return std::exchange(g_iReports, 0); }  // the checks
 inline void ExpectReports(std::initializer_list<bool> abHeld, int iLine = __builtin_LINE())
 {
     EXPECT_EQ(TakeReports(), static_cast<int>(abHeld.size())) << "line " << iLine;
-    for (const bool& rbHeld : abHeld)
-        EXPECT_TRUE(rbHeld) << "line " << iLine << ", number " << &rbHeld - abHeld.begin();
+    for (const bool& rbHeld : abHeld) EXPECT_TRUE(rbHeld) << "line " << iLine << ", number " << &rbHeld - abHeld.begin();
 }
 
 // Installed while it lives. It knows the exact size of every block, and notices a write beyond one, a block that is given
@@ -35,10 +34,10 @@ public:
         EXPECT_TRUE(m_oBlocks.empty() && TakeReports() == 0) << m_oBlocks.size() << " blocks were never given back";
     }
 
-    void* Alloc(std::size_t uiSize) override
+    void* Alloc(size_t uiSize) override
     {
         std::vector<unsigned char> oBytes(uiSize + 2 * GUARD, FILL);
-        void* const pvBlock = oBytes.data() + GUARD;
+        void* const                pvBlock = oBytes.data() + GUARD;
         ++m_uiTaken;
         return m_oBlocks.emplace(pvBlock, std::move(oBytes)), pvBlock;
     }
@@ -48,20 +47,20 @@ public:
         const auto oBlock = m_oBlocks.extract(pvBlock);
         ASSERT_FALSE(oBlock.empty()) << "a block that is not out was given back";
         std::vector<unsigned char>& oBytes = m_aoGone.emplace_back(std::move(oBlock.mapped()));
-        for (std::size_t i = 0; i < GUARD; ++i)
+        for (size_t i = 0; i < GUARD; ++i)
             EXPECT_TRUE(oBytes[i] == FILL && oBytes[oBytes.size() - 1 - i] == FILL) << "written outside a block";
         oBytes.assign(oBytes.size(), FILL);
     }
 
-    std::size_t GetTaken() const { return m_uiTaken; }  // blocks so far
-    std::size_t GetCount() const { return m_oBlocks.size(); }
-    std::size_t GetSize(const void* pv) const { return m_oBlocks.contains(pv) ? m_oBlocks.at(pv).size() - 2 * GUARD : 0; }
+    size_t GetTaken() const { return m_uiTaken; }  // blocks so far
+    size_t GetCount() const { return m_oBlocks.size(); }
+    size_t GetSize(const void* pv) const { return m_oBlocks.contains(pv) ? m_oBlocks.at(pv).size() - 2 * GUARD : 0; }
 
 private:
-    static constexpr std::size_t   GUARD = 16;
+    static constexpr size_t        GUARD = 16;
     static constexpr unsigned char FILL  = 0xa5;
 
-    std::size_t m_uiTaken = 0;
+    size_t m_uiTaken = 0;
 
     std::map<const void*, std::vector<unsigned char>> m_oBlocks;
     std::vector<std::vector<unsigned char>>           m_aoGone;

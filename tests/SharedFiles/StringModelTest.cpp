@@ -5,45 +5,44 @@ namespace
 {
 struct ModelString
 {
-    using Buffer = std::pair<std::size_t, bool>;  // capacity, locked
+    using Buffer = std::pair<size_t, bool>;  // capacity, locked
 
     std::string             oText;
     std::shared_ptr<Buffer> poBuffer;  // null: the empty string's; its use count is the number of sharers
 
     explicit ModelString(const std::string& roText = {}) { AssignText(roText); }
 
-    std::size_t Capacity() const { return poBuffer ? poBuffer->first : 0; }
-    bool        IsLocked() const { return poBuffer && poBuffer->second; }
-    bool        MustMove(std::size_t uiMin) const { return poBuffer.use_count() > 1 || uiMin > Capacity(); }
+    size_t Capacity() const { return poBuffer ? poBuffer->first : 0; }
+    bool   IsLocked() const { return poBuffer && poBuffer->second; }
+    bool   MustMove(size_t uiMin) const { return poBuffer.use_count() > 1 || uiMin > Capacity(); }
 
-    void Reallocate(std::size_t uiCapacity, bool bIsLocked = false)
+    void Reallocate(size_t uiCapacity, bool bIsLocked = false)
     {
         poBuffer = uiCapacity == 0 ? nullptr : std::make_shared<Buffer>(uiCapacity, bIsLocked);
     }
-    void GetBuffer(std::size_t uiMin) { if (MustMove(uiMin)) Reallocate(std::max(uiMin, oText.size())); }
+    void GetBuffer(size_t uiMin)
+    {
+        if (MustMove(uiMin)) Reallocate(std::max(uiMin, oText.size()));
+    }
     void ChangeInPlace(const std::string& roNew, bool bAlsoIfEqual = false)
     {
-        if (roNew == oText && !bAlsoIfEqual)
-            return;
+        if (roNew == oText && !bAlsoIfEqual) return;
         GetBuffer(0);
         oText = roNew;
         GetBuffer(roNew.size());
     }
     void AssignText(const std::string& roNew)
     {
-        if (roNew.empty() || MustMove(roNew.size()))
-            Reallocate(roNew.size());
+        if (roNew.empty() || MustMove(roNew.size())) Reallocate(roNew.size());
         oText = roNew;
     }
     void Assign(const ModelString& roSource)
     {
-        if (poBuffer == roSource.poBuffer)
-            return;
+        if (poBuffer == roSource.poBuffer) return;
         if (const bool bLocked = IsLocked(); bLocked || roSource.IsLocked() || !roSource.poBuffer)
         {
             AssignText(roSource.oText);
-            if (poBuffer)
-                poBuffer->second = bLocked;
+            if (poBuffer) poBuffer->second = bLocked;
         }
         else
             *this = roSource;
@@ -51,20 +50,18 @@ struct ModelString
     void Append(const std::string& roAdded)
     {
         oText += roAdded;
-        if (!roAdded.empty())
-            GetBuffer(oText.size());
+        if (!roAdded.empty()) GetBuffer(oText.size());
     }
-    void Format(const std::string& roNew, std::size_t uiGrown)
+    void Format(const std::string& roNew, size_t uiGrown)
     {
         GetBuffer(Capacity());
         oText = roNew;
         GetBuffer(oText.size() < Capacity() ? 0 : std::max(oText.size() + 1, uiGrown));
     }
-    ModelString Part(std::size_t uiFirst, std::size_t uiCount) const
+    ModelString Part(size_t uiFirst, size_t uiCount) const
     {
         ModelString oPart(oText.substr(uiFirst, uiCount));
-        if (oPart.oText.size() == oText.size())
-            (oPart = ModelString()).Assign(*this);
+        if (oPart.oText.size() == oText.size()) (oPart = ModelString()).Assign(*this);
         return oPart;
     }
 };
@@ -76,12 +73,12 @@ std::string Mapped(std::string oText, int (*Map)(int))
 }
 
 // What searches for the text, and for its first character, find from there on.
-void ExpectSearches(const CKString& s, const std::string& t, const std::string& oFor, std::size_t uiFrom)
+void ExpectSearches(const CKString& s, const std::string& t, const std::string& oFor, size_t uiFrom)
 {
     const std::string oUpper = Mapped(t, std::toupper), oUpperFor = Mapped(oFor, std::toupper);
-    const KINT32      iFrom  = static_cast<KINT32>(uiFrom);
-    const auto Index = [](std::size_t uiAt) { return uiAt == std::string::npos ? -1 : static_cast<KINT32>(uiAt); };
-    const char ch = oFor[0], chUpper = oUpperFor[0];
+    const KINT32      iFrom = static_cast<KINT32>(uiFrom);
+    const auto        Index = [](size_t uiAt) { return uiAt == std::string::npos ? -1 : static_cast<KINT32>(uiAt); };
+    const char        ch = oFor[0], chUpper = oUpperFor[0];
     ASSERT_EQ(s.Find(oFor.c_str(), iFrom), Index(t.find(oFor, uiFrom)));
     ASSERT_EQ(s.FindNoCase(oFor.c_str(), iFrom), Index(oUpper.find(oUpperFor, uiFrom)));
     ASSERT_EQ(s.Find(ch, iFrom), Index(t.find(ch, uiFrom)));
@@ -95,16 +92,16 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
     std::mt19937 oRandom(uiSeed);
     CKString     aoStrings[4];
     ModelString  aoModels[4];
-    const auto Below     = [&oRandom](std::size_t uiLimit) { return oRandom() % uiLimit; };
-    const auto Character = [&Below] { return "aB ,"[Below(4)]; };
+    const auto   Below     = [&oRandom](size_t uiLimit) { return oRandom() % uiLimit; };
+    const auto   Character = [&Below] { return "aB ,"[Below(4)]; };
     for (int iStep = 0; iStep < 500; ++iStep)
     {
-        const std::size_t uiTarget = Below(4), uiOther = Below(4);
-        CKString &        s = aoStrings[uiTarget], &o = aoStrings[uiOther];
-        ModelString &     m = aoModels[uiTarget], &mo = aoModels[uiOther];
+        const size_t uiTarget = Below(4), uiOther = Below(4);
+        CKString &   s = aoStrings[uiTarget], &o = aoStrings[uiOther];
+        ModelString &m = aoModels[uiTarget], &mo = aoModels[uiOther];
 
-        const std::string t       = m.oText;
-        const std::size_t uiEnd   = mo.oText.size(), uiAt = Below(t.size() + 2), uiInside = std::min(uiAt, t.size());
+        const std::string t     = m.oText;
+        const size_t      uiEnd = mo.oText.size(), uiAt = Below(t.size() + 2), uiInside = std::min(uiAt, t.size());
         const KINT32      iAt     = static_cast<KINT32>(uiAt);
         const KCHAR8*     pszOwn  = s.c_str() + uiInside;  // a part of the string itself
         const std::string oOwn    = t.substr(uiInside);
@@ -114,41 +111,43 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
         std::ranges::generate(oNew, Character);
         switch (iAction)
         {
-            case 0: s = o; m.Assign(mo); break;
-            case 1: s = CKString(o); m.Assign(mo.Part(0, uiEnd)); break;
-            case 2: s = oNew.empty() ? nullptr : oNew.c_str(); m.AssignText(oNew); break;
-            case 3: s = pszOwn; if (uiInside != 0 || t.empty()) m.AssignText(oOwn); break;
-            case 4: s = ch; m.AssignText({ch}); break;
-            case 5: s = CKString(ch, iAt - 1); m.Assign(ModelString(std::string(uiAt - (uiAt > 0), ch))); break;
-            case 6: s += o; m.Append(std::string(mo.oText)); break;
-            case 7: s += pszOwn; m.Append(oOwn); break;
-            case 8: s += ch; m.Append({ch}); break;
-            case 9: s = s + o; m.Assign(ModelString(t + mo.oText)); break;
-            case 10: s.Insert(iAt, oNew.c_str()); m.ChangeInPlace(std::string(t).insert(uiInside, oNew)); break;
-            case 11: s.Insert(iAt, pszOwn); m.ChangeInPlace(std::string(t).insert(uiInside, oOwn)); break;
-            case 12: s.Delete(iAt, 3); m.ChangeInPlace(std::string(t).erase(uiInside, 3)); break;
-            case 13: if (uiAt < t.size()) { s.SetAt(iAt, ch); m.ChangeInPlace(t, true); m.oText[uiAt] = ch; } break;
-            case 14: s.TrimLeft(" ,"); m.ChangeInPlace(t.substr(std::min(t.find_first_not_of(" ,"), t.size()))); break;
-            case 15: s.TrimRight(" ,"); m.ChangeInPlace(t.substr(0, t.find_last_not_of(" ,") + 1)); break;
-            case 16: s.MakeUpper(); m.ChangeInPlace(Mapped(t, std::toupper), true); break;
-            case 17: s.MakeLower(); m.ChangeInPlace(Mapped(t, std::tolower), true); break;
-            case 18: s.MakeReverse(); m.ChangeInPlace({t.rbegin(), t.rend()}, true); break;
-            case 19: *s.GetBuffer(iAt + 1) = ch; s.ReleaseBuffer(1); m.GetBuffer(uiAt + 1); m.oText = ch; break;
-            case 20: s.ReleaseBuffer(iAt / 2); m.GetBuffer(0); m.oText.resize(uiAt / 2); break;
-            case 21: s.GetBufferSetLength(iAt / 2); m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2); break;
-            case 22: s.FreeExtra(); if (m.Capacity() != t.size()) m.Reallocate(t.size()); break;
-            case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->second = true; break;
-            case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->second = false; } break;
-            case 25: s.Empty(); if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear(); break;
-            case 26: s.Format("%s", oNew.c_str()); m.Format(oNew, 0); break;
-            case 27: s.AppendFormat("%s", oNew.c_str()); m.Format(t + oNew, 2 * m.Capacity()); break;
-            case 28: s = o.Mid(static_cast<KINT32>(uiEnd / 2), iAt); m.Assign(mo.Part(uiEnd / 2, uiAt)); break;
-            default: s = o.Right(iAt); m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt)); break;
+        // clang-format off
+        case 0: s = o; m.Assign(mo); break;
+        case 1: s = CKString(o); m.Assign(mo.Part(0, uiEnd)); break;
+        case 2: s = oNew.empty() ? nullptr : oNew.c_str(); m.AssignText(oNew); break;
+        case 3: s = pszOwn; if (uiInside != 0 || t.empty()) m.AssignText(oOwn); break;
+        case 4: s = ch; m.AssignText({ch}); break;
+        case 5: s = CKString(ch, iAt - 1); m.Assign(ModelString(std::string(uiAt - (uiAt > 0), ch))); break;
+        case 6: s += o; m.Append(std::string(mo.oText)); break;
+        case 7: s += pszOwn; m.Append(oOwn); break;
+        case 8: s += ch; m.Append({ch}); break;
+        case 9: s = s + o; m.Assign(ModelString(t + mo.oText)); break;
+        case 10: s.Insert(iAt, oNew.c_str()); m.ChangeInPlace(std::string(t).insert(uiInside, oNew)); break;
+        case 11: s.Insert(iAt, pszOwn); m.ChangeInPlace(std::string(t).insert(uiInside, oOwn)); break;
+        case 12: s.Delete(iAt, 3); m.ChangeInPlace(std::string(t).erase(uiInside, 3)); break;
+        case 13: if (uiAt < t.size()) { s.SetAt(iAt, ch); m.ChangeInPlace(t, true); m.oText[uiAt] = ch; } break;
+        case 14: s.TrimLeft(" ,"); m.ChangeInPlace(t.substr(std::min(t.find_first_not_of(" ,"), t.size()))); break;
+        case 15: s.TrimRight(" ,"); m.ChangeInPlace(t.substr(0, t.find_last_not_of(" ,") + 1)); break;
+        case 16: s.MakeUpper(); m.ChangeInPlace(Mapped(t, std::toupper), true); break;
+        case 17: s.MakeLower(); m.ChangeInPlace(Mapped(t, std::tolower), true); break;
+        case 18: s.MakeReverse(); m.ChangeInPlace({t.rbegin(), t.rend()}, true); break;
+        case 19: *s.GetBuffer(iAt + 1) = ch; s.ReleaseBuffer(1); m.GetBuffer(uiAt + 1); m.oText = ch; break;
+        case 20: s.ReleaseBuffer(iAt / 2); m.GetBuffer(0); m.oText.resize(uiAt / 2); break;
+        case 21: s.GetBufferSetLength(iAt / 2); m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2); break;
+        case 22: s.FreeExtra(); if (m.Capacity() != t.size()) m.Reallocate(t.size()); break;
+        case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->second = true; break;
+        case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->second = false; } break;
+        case 25: s.Empty(); if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear(); break;
+        case 26: s.Format("%s", oNew.c_str()); m.Format(oNew, 0); break;
+        case 27: s.AppendFormat("%s", oNew.c_str()); m.Format(t + oNew, 2 * m.Capacity()); break;
+        case 28: s = o.Mid(static_cast<KINT32>(uiEnd / 2), iAt); m.Assign(mo.Part(uiEnd / 2, uiAt)); break;
+        default: s = o.Right(iAt); m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt)); break;
+            // clang-format on
         }
         SCOPED_TRACE(testing::Message() << "step " << iStep << ", action " << iAction << " on string " << uiTarget);
         ExpectSearches(s, m.oText, oNew.substr(0, 2), uiAt);
         std::set<const void*> oBuffers;
-        for (std::size_t i = 0; i < 4; ++i)
+        for (size_t i = 0; i < 4; ++i)
         {
             const CKString&    si = aoStrings[i];
             const ModelString& mi = aoModels[i];
@@ -156,12 +155,11 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
             ASSERT_EQ(si.GetAllocLengthU(), mi.Capacity());
             ASSERT_EQ(si.GetMetaData()->iRefs, !mi.poBuffer || mi.IsLocked() ? -1 : mi.poBuffer.use_count());
             ASSERT_EQ(si.c_str() == CKString::m_poEmptyString->c_str(), mi.poBuffer == nullptr);
-            for (std::size_t j = 0; j < i; ++j)
+            for (size_t j = 0; j < i; ++j)
                 ASSERT_EQ(si.c_str() == aoStrings[j].c_str(), mi.poBuffer == aoModels[j].poBuffer) << i << ", " << j;
-            const std::size_t uiSize = mi.poBuffer ? sizeof(CKString::SMetaData) + mi.Capacity() + 1 : 0;
+            const size_t uiSize = mi.poBuffer ? sizeof(CKString::SMetaData) + mi.Capacity() + 1 : 0;
             ASSERT_TRUE(poAllocator == nullptr || poAllocator->GetSize(si.GetMetaData()) == uiSize) << i;
-            if (mi.poBuffer)
-                oBuffers.insert(si.c_str());
+            if (mi.poBuffer) oBuffers.insert(si.c_str());
         }
         ASSERT_TRUE(poAllocator == nullptr || poAllocator->GetCount() == oBuffers.size());
     }

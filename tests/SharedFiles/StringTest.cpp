@@ -28,7 +28,10 @@ KINT32 Estimate(const KCHAR8* pszFormat, ...)
     return iLength;
 }
 
-struct StringTest : testing::Test { CountingAllocator m_oAllocator; };
+struct StringTest : testing::Test
+{
+    CountingAllocator m_oAllocator;
+};
 }
 
 TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
@@ -46,8 +49,8 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
     EXPECT_TRUE(s.Delete(-1, 2) == 3 && s == "e") << "the negative index does not cut the count";
     EXPECT_TRUE(s.Insert(-5, "<") == 2 && s.Insert(99, s.c_str()) == 4 && s.Insert(0, NO_TEXT) == 4);
     EXPECT_TRUE(s.Insert(99, '>') == 5 && s == "<e<e>") << s.c_str();
-    CKString oTrimmed("--ab-");
-    const std::size_t uiBlocks = m_oAllocator.GetTaken();
+    CKString     oTrimmed("--ab-");
+    const size_t uiBlocks = m_oAllocator.GetTaken();
     EXPECT_EQ(oTrimmed.Trim("-").Trim(NO_TEXT).Trim("").Trim("-"), "ab");
     EXPECT_EQ(m_oAllocator.GetTaken(), uiBlocks) << "trimming takes no block";
     EXPECT_TRUE(oTrimmed.Trim(oTrimmed.c_str() + 1) == "a" && CKString().Trim(CKString().c_str()) == "") << "its own text";
@@ -61,33 +64,47 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
 // Each has a text (E) behind it, which counts 3 when the conversions took their own arguments from the list and no other.
 TEST_F(StringTest, EstimatesByTable)
 {
-    const int    n = 0;
-    const char   acNoEnd[3] = {'a', 'b', 'c'};
+    const int    n            = 0;
+    const char   acNoEnd[3]   = {'a', 'b', 'c'};
     const KINT32 aaiRows[][2] = {
-        {3, Estimate("a%%b%s", E)}, {2, Estimate("%c%s", 'x', E)}, {5, Estimate("%5c%s", 'x', E)},
-        {6, Estimate("%hc%C%lc%s", 1, 1, 1, E)}, {6, Estimate("%s%s", "abcdef", E)}, {1, Estimate("%s%s", "", E)},
-        {6, Estimate("%s%s", NO_TEXT, E)}, {6, Estimate("%ls%s", NO_TEXT, E)}, {3, Estimate("%.3s%s", acNoEnd, E)},
-        {10, Estimate("%10.3s%s", "abcdef", E)}, {8, Estimate("%*.*s%s", 8, 2, "abcdef", E)},
-        {9, Estimate("%*9s%s", 0, "a", E)}, {5 + 6, Estimate("%hs%hS%ls%S%lS%s", "ab", "abc", L"ab", L"abc", L"", E)},
-        {7 * 32, Estimate("%d%i%o%u%x%X%p%s", 1, 1, 1, 1, 1, 1, &n, E)}, {34, Estimate("%#x%s", 1, E)},
-        {4 * 32, Estimate("%hd%ld%lld%llx%s", 1, 1L, 1LL, 1ULL, E)}, {42, Estimate("%#-+0 40d%s", 1, E)},
-        {50, Estimate("%30.20d%s", 1, E)}, {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},
-        {200, Estimate("%100.100e%s", 1., E)}, {314, Estimate("%.2f%s", 1., E)}, {312, Estimate("%500f%s", 1., E)},
-        {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)}, {0, Estimate("%n%s", &n, E)},
+        {3, Estimate("a%%b%s", E)},
+        {2, Estimate("%c%s", 'x', E)},
+        {5, Estimate("%5c%s", 'x', E)},
+        {6, Estimate("%hc%C%lc%s", 1, 1, 1, E)},
+        {6, Estimate("%s%s", "abcdef", E)},
+        {1, Estimate("%s%s", "", E)},
+        {6, Estimate("%s%s", NO_TEXT, E)},
+        {6, Estimate("%ls%s", NO_TEXT, E)},
+        {3, Estimate("%.3s%s", acNoEnd, E)},
+        {10, Estimate("%10.3s%s", "abcdef", E)},
+        {8, Estimate("%*.*s%s", 8, 2, "abcdef", E)},
+        {9, Estimate("%*9s%s", 0, "a", E)},
+        {5 + 6, Estimate("%hs%hS%ls%S%lS%s", "ab", "abc", L"ab", L"abc", L"", E)},
+        {7 * 32, Estimate("%d%i%o%u%x%X%p%s", 1, 1, 1, 1, 1, 1, &n, E)},
+        {34, Estimate("%#x%s", 1, E)},
+        {4 * 32, Estimate("%hd%ld%lld%llx%s", 1, 1L, 1LL, 1ULL, E)},
+        {42, Estimate("%#-+0 40d%s", 1, E)},
+        {50, Estimate("%30.20d%s", 1, E)},
+        {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},
+        {200, Estimate("%100.100e%s", 1., E)},
+        {314, Estimate("%.2f%s", 1., E)},
+        {312, Estimate("%500f%s", 1., E)},
+        {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)},
+        {0, Estimate("%n%s", &n, E)},
         {3 * 32, Estimate("%zu%jd%td%s", size_t{1}, intmax_t{1}, ptrdiff_t{1}, E)},
     };
     for (const auto& [iExpected, iActual] : aaiRows)
         EXPECT_EQ(iActual, iExpected + 3) << "row " << (&iExpected - aaiRows[0]) / 2;
     ExpectReports({});
-    ExpectReports({Estimate("a%") == 1, Estimate("%y%s", E) == 3, Estimate("%lls") == 0, Estimate("%llc") == 0, Estimate("%lln") == 0,
-                   Estimate("%*d%s", -50, 1, E) == 32 + 3, Estimate("%.*s%s", -1, "abc", E) == 3 + 3,
+    ExpectReports({Estimate("a%") == 1, Estimate("%y%s", E) == 3, Estimate("%lls") == 0, Estimate("%llc") == 0,
+                   Estimate("%lln") == 0, Estimate("%*d%s", -50, 1, E) == 32 + 3, Estimate("%.*s%s", -1, "abc", E) == 3 + 3,
                    Estimate("%2147483647c%2147483647c", 1, 1) == MAX, Estimate(nullptr) == 0});
 }
 
 // A wide character that has no form in the locale fails both attempts, a format that breaks off as well.
 TEST_F(StringTest, SurvivesAFormatterThatFails)
 {
-    CKString s("0123456789");
+    CKString       s("0123456789");
     const CKString oShared(s);
     ExpectReports({(s.AppendFormat("more %ls", L"\x20ac"), s == "0123456789")});
     EXPECT_EQ(s.GetAllocLength(), 20) << "doubled: more than the estimate needs";
@@ -102,13 +119,14 @@ TEST_F(StringTest, SurvivesAFormatterThatFails)
 
 TEST_F(StringTest, ReportsBrokenContractsAndStaysInside)
 {
-    CKString s("abc");
+    CKString       s("abc");
     const CKString oShared(s);
-    CKString oNoText("xyz");
+    CKString       oNoText("xyz");
     oNoText.GetBufferSetLength(0);
-    ExpectReports({oNoText.Mid(1, 0).c_str() != oNoText.c_str(), s.Mid(5, 1) == "", s.Mid(0x80000000u) == "", (s.SetAt(3, 'x'), s.SetAt(0, 'a'), s == "abc"),
-                   s.GetAt(4) == '\0', s.Find('b', -1) == 1 && s.GetAt(3) == '\0', s.Find("b", -1) == 1,
-                   s.Find(NO_TEXT) == -1, s.FindNoCase(NO_TEXT) == -1, CKString('x', MAX) == ""});
+    ExpectReports({oNoText.Mid(1, 0).c_str() != oNoText.c_str(), s.Mid(5, 1) == "", s.Mid(0x80000000u) == "",
+                   (s.SetAt(3, 'x'), s.SetAt(0, 'a'), s == "abc"), s.GetAt(4) == '\0',
+                   s.Find('b', -1) == 1 && s.GetAt(3) == '\0', s.Find("b", -1) == 1, s.Find(NO_TEXT) == -1,
+                   s.FindNoCase(NO_TEXT) == -1, CKString('x', MAX) == ""});
     ExpectReports({s.GetBuffer(-1) == s.c_str(), s.GetBuffer(MAX) == s.c_str(),
                    (s.GetBufferSetLength(0xffffffffu), s == "abc"), (s.ReleaseBuffer(4), s == "abc"),
                    (s.ReleaseBuffer(-2), s == ""), (s.UnlockBuffer(), s.GetMetaData()->iRefs == 1),
@@ -122,8 +140,7 @@ TEST_F(StringTest, SplitsAtRunsOfDelimiters)
 {
     const auto Split = [](CKString::CIterator itToken) {
         CKString oTokens;
-        for (; itToken != CKString().End(); ++itToken)
-            oTokens += *itToken + '|';
+        for (; itToken != CKString().End(); ++itToken) oTokens += *itToken + '|';
         return oTokens;
     };
     const CKString oText("  a,,b ");
@@ -149,7 +166,7 @@ TEST(Allocator, BaseOperationsReachTheInstalledOneOrTheHeap)
     CKAllocator::SetGlobalAllocator(&oPlain);
     CKString("on the heap, through an allocator that replaces nothing").Empty();
     CountingAllocator oCounting;
-    void* pvBlock = oPlain.Alloc(8);
+    void*             pvBlock = oPlain.Alloc(8);
     EXPECT_EQ(oCounting.GetSize(pvBlock), 8u);
     oPlain.Free(pvBlock);
 }

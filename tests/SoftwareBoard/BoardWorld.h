@@ -1,5 +1,5 @@
-// A world for one test: a folder of its own for the board, and processes that are its clients. The test itself never opens the
-// library, so each client begins with a fresh one.
+// A world for one test: a folder of its own for the board, and processes that are its clients. The test itself never opens
+// the library, so each client begins with a fresh one.
 #ifndef BOARD_WORLD_H
 #define BOARD_WORLD_H
 
@@ -24,14 +24,16 @@
 struct TestClient
 {
     void* m_pLibrary = dlopen(TAVRIN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo)
-    OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess) OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy)
-    OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable)
-    OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
-    OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount) OPERATION(TBoard_GetFpgaInfo)
+    OPERATION(Tavrin_GetDeviceCount)
+    OPERATION(Tavrin_GetDevice)
+    OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess)
+        OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle)
+            OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
+                OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount)
+                    OPERATION(TBoard_GetFpgaInfo)
 
-    TDevice_Handle hDev    = Tavrin_GetDevice(0);
-    TBuffer_Handle hBuffer = nullptr;
+                        TDevice_Handle hDev = Tavrin_GetDevice(0);
+    TBuffer_Handle hBuffer                  = nullptr;
 
     TBuffer_Handle MakeBuffer(KUINT32 uiWidth = 32, KUINT32 uiHeight = 8)
     {
@@ -60,16 +62,16 @@ struct TestClient
     TStatus Disable(KUINT32 uiOutput) { return TVideoOut_Disable(Output(uiOutput)); }
 };
 
-// A process that runs a body; expectations that fail in there make it fail. In the body Pause() stops it, Await() here waits for
-// that, and Resume() lets it go on. Signals act on it as by default, also where nohup or a shell's background job started the tests.
+// A process that runs a body; expectations that fail in there make it fail. In the body Pause() stops it, Await() here waits
+// for that, and Resume() lets it go on. Signals act on it as by default, also where nohup or a shell's background job
+// started the tests.
 class Process
 {
 public:
     explicit Process(const std::function<void()>& fBody)
     {
         std::fflush(nullptr);
-        if ((m_iPid = fork()) != 0)
-            return;
+        if ((m_iPid = fork()) != 0) return;
         StartAfresh();
         fBody();
         std::exit(testing::Test::HasFailure() ? 1 : 0);
@@ -82,11 +84,10 @@ public:
     Process(const Process&) = delete;
 
     static void Pause() { raise(SIGSTOP); }
-    void Await() { Wait(WUNTRACED, W_STOPCODE(SIGSTOP)); }
-    void Resume()  // never a process that runs: the signal would take a stop away that is on its way
+    void        Await() { Wait(WUNTRACED, W_STOPCODE(SIGSTOP)); }
+    void        Resume()  // never a process that runs: the signal would take a stop away that is on its way
     {
-        if (std::exchange(m_bStopped, false))
-            kill(m_iPid, SIGCONT);
+        if (std::exchange(m_bStopped, false)) kill(m_iPid, SIGCONT);
     }
     void Kill(int iSignal = SIGKILL, int iExpectedStatus = SIGKILL)
     {
@@ -101,8 +102,7 @@ private:
     {
         struct sigaction oAction;
         for (int iSignal = 1; iSignal < NSIG; ++iSignal)
-            if (sigaction(iSignal, nullptr, &oAction) == 0 && oAction.sa_handler == SIG_IGN)
-                signal(iSignal, SIG_DFL);
+            if (sigaction(iSignal, nullptr, &oAction) == 0 && oAction.sa_handler == SIG_IGN) signal(iSignal, SIG_DFL);
         sigset_t oNone;
         sigemptyset(&oNone);
         sigprocmask(SIG_SETMASK, &oNone, nullptr);
@@ -110,8 +110,7 @@ private:
     void Wait(int iOptions, int iExpectedStatus)
     {
         int iStatus = 0;
-        if (m_iPid == 0)
-            return;
+        if (m_iPid == 0) return;
         EXPECT_EQ(waitpid(m_iPid, &iStatus, iOptions), m_iPid);
         EXPECT_EQ(iStatus, iExpectedStatus) << "of a process; what it printed stands above";
         m_bStopped = WIFSTOPPED(iStatus);
@@ -126,7 +125,13 @@ struct BoardWorld : testing::Test
     BoardWorld() { setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1); }
     ~BoardWorld() override { std::filesystem::remove_all(m_oFolder); }
 
-    static void InClient(const std::function<void(TestClient&)>& fBody) { Process([&] { TestClient o; fBody(o); }); }
+    static void InClient(const std::function<void(TestClient&)>& fBody)
+    {
+        Process([&] {
+            TestClient o;
+            fBody(o);
+        });
+    }
     // The body of a process that shows a buffer on output 0 until it is resumed.
     static void HoldOutput()
     {
@@ -136,7 +141,10 @@ struct BoardWorld : testing::Test
         EXPECT_EQ(oClient.Enable(0), TStatus_OK);
         Process::Pause();
     }
-    struct Holder : Process { Holder() : Process(HoldOutput) { Await(); } };
+    struct Holder : Process
+    {
+        Holder() : Process(HoldOutput) { Await(); }
+    };
     long CountFiles(const std::string& strPrefix) const
     {
         const auto fCounts = [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); };

@@ -15,8 +15,9 @@ TEST_F(BufferTest, RowsArePadded)
                 tagTBuffer_PlaneInfo o = {};
                 EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat{uiFormat}, uiWidth, 3, &ro.hBuffer), TStatus_OK);
                 EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &o), TStatus_OK);
-                EXPECT_EQ(std::tuple(o.uiPlaneCount, o.aePlaneFormat[0], o.auiWidth[0], o.auiHeight[0], o.auiWidthInBytes[0]),
-                          std::tuple(1u, uiFormat, uiWidth, 3u, uiWidth * uiBytes));
+                EXPECT_EQ(
+                    std::tuple(o.uiPlaneCount, o.aePlaneFormat[0], o.auiWidth[0], o.auiHeight[0], o.auiWidthInBytes[0]),
+                    std::tuple(1u, uiFormat, uiWidth, 3u, uiWidth * uiBytes));
                 EXPECT_TRUE(o.auiPitch[0] > uiWidth && o.auiPitchInBytes[0] == o.auiPitch[0] * uiBytes) << uiWidth;
             }
     });
@@ -44,7 +45,9 @@ TEST_F(BufferTest, EachAccessPeriodHasAnAddressOfItsOwn)
 
 TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
 {
-    const auto fExpect = [&](long iFiles, const char* pszWhen) { EXPECT_EQ(CountFiles("board.pixels-"), iFiles) << pszWhen; };
+    const auto fExpect = [&](long iFiles, const char* pszWhen) {
+        EXPECT_EQ(CountFiles("board.pixels-"), iFiles) << pszWhen;
+    };
     InClient([&](TestClient& ro) {
         const TBuffer_Handle hFirst = ro.MakeBuffer();
         EXPECT_EQ(std::pair(ro.Enable(0), ro.Enable(1)), std::pair(TStatus_OK, TStatus_OK));
@@ -59,7 +62,10 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         ro.TBuffer_Destroy(hSecond);
         fExpect(0, "all gone");
     });
-    Process oKilled([] { TestClient().MakeBuffer(); HoldOutput(); });
+    Process oKilled([] {
+        TestClient().MakeBuffer();
+        HoldOutput();
+    });
     oKilled.Await();
     InClient([](TestClient& ro) { ro.MakeBuffer(); });
     fExpect(3, "two of a living process, and what the other one left");
@@ -77,6 +83,7 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         std::filesystem::remove(m_oFolder / "board.state");
         InClient([](TestClient& roOther) { EXPECT_EQ((roOther.MakeBuffer(), roOther.Enable(1)), TStatus_OK); });
         EXPECT_EQ(ro.Disable(0), TStatus_OK);
-        EXPECT_TRUE(std::filesystem::exists(m_oFolder / "board.pixels-1")) << "the picture of the board that came in its place";
+        EXPECT_TRUE(std::filesystem::exists(m_oFolder / "board.pixels-1"))
+            << "the picture of the board that came in its place";
     });
 }

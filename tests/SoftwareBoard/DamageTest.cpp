@@ -43,8 +43,13 @@ struct Veteran : TestClient
     std::vector<TStatus> CallAll()
     {
         tagTBoard_FpgaInfo oFpga = {.uiSize = sizeof(oFpga)};
-        return {TBoard_RegWrite(hDev, 7932, 1), TBoard_RegRead(hDev, 7932, &ui), Show(hVideoOut), TVideoOut_Disable(hVideoOut),
-                TBoard_GetFpgaCount(hDev, &ui), TBoard_GetFpgaInfo(hDev, 0, &oFpga), TVideoOut_GetCount(hDev, &ui),
+        return {TBoard_RegWrite(hDev, 7932, 1),
+                TBoard_RegRead(hDev, 7932, &ui),
+                Show(hVideoOut),
+                TVideoOut_Disable(hVideoOut),
+                TBoard_GetFpgaCount(hDev, &ui),
+                TBoard_GetFpgaInfo(hDev, 0, &oFpga),
+                TVideoOut_GetCount(hDev, &ui),
                 TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, &hNew),
                 TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, &hNewBuffer)};
     }
@@ -63,8 +68,9 @@ struct DamageTest : BoardWorld
 
 TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
 {
-    constexpr size_t uiSize = 3 * 4096 + 65536, uiAll = 9;
-    const std::tuple<const char*, size_t, size_t, size_t, std::string> aoDamages[] = {  // what works, new size, offset, bytes
+    constexpr size_t                                                   uiSize = 3 * 4096 + 65536, uiAll = 9;
+    const std::tuple<const char*, size_t, size_t, size_t, std::string> aoDamages[] = {
+        // what works, new size, offset, bytes
         {"nothing left", 0, 0, 0, ""},
         {"cut in the header", 0, 10, 0, ""},
         {"cut by a byte", 0, uiSize - 1, 0, ""},
@@ -102,8 +108,7 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
             Overwrite(m_oState, oRandom() % (3 * 4096 - 200), strBytes);
             oVeteran.CallAll();
             ASSERT_EQ(fs::file_size(m_oState), uiSize) << "round " << iRound;
-            if (iRound % 3 == 0)
-                Overwrite(m_oState, 0, strWhole);
+            if (iRound % 3 == 0) Overwrite(m_oState, 0, strWhole);
         }
     });
 }
@@ -130,10 +135,22 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
         {"state is a folder", [&] { fs::create_directory(oInside); }},
         {"state is a pipe", [&] { mkfifo(oInside.c_str(), 0600); }},
         {"what is being made is a link", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.new"); }},
-        {"folder is a link", [&] { fs::remove(oBoard); fs::create_directory_symlink(oElsewhere, oBoard); }},
-        {"others own the state", [&] { fs::copy_file(oElsewhere / "whole", oInside); Disown(oInside); }},
+        {"folder is a link",
+         [&] {
+             fs::remove(oBoard);
+             fs::create_directory_symlink(oElsewhere, oBoard);
+         }},
+        {"others own the state",
+         [&] {
+             fs::copy_file(oElsewhere / "whole", oInside);
+             Disown(oInside);
+         }},
         {"others own the folder", [&] { Disown(oBoard); }},
-        {"folder is a file", [&] { fs::remove(oBoard); std::ofstream(oBoard) << "mine"; }},
+        {"folder is a file",
+         [&] {
+             fs::remove(oBoard);
+             std::ofstream(oBoard) << "mine";
+         }},
     };
     ExpectDevices(1, true, "made");
     fs::create_directory(oElsewhere);

@@ -20,16 +20,21 @@ TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
               "1024x768-60 (1024 1048 1184 1344 768 771 777 806 65000 flags: nhsync, nvsync)");
     EXPECT_EQ(DescribeMode(*MakeMode({1920, 1080, 30, 33, 74250, 88, 44, 148, 4, 10, 31, 1, 0, 1, 1})),
               "1920x1080i-30 (1920 2008 2052 2200 1080 1084 1094 1125 74250 flags: interlace, phsync, pvsync)");
-    const std::tuple<KUINT32, KUINT32, bool> aoWidths[] = {  // active and front porch of a line, with 296 pixels more
-        {0xFFFF - 296, 0, true}, {0xFFFF - 296, 1, false}, {1024, 0xFFFFFFFF, false}, {0, 24, false}};
+    const std::tuple<KUINT32, KUINT32, bool> aoWidths[] = {// active and front porch of a line, with 296 pixels more
+                                                           {0xFFFF - 296, 0, true},
+                                                           {0xFFFF - 296, 1, false},
+                                                           {1024, 0xFFFFFFFF, false},
+                                                           {0, 24, false}};
     for (const auto& [uiActive, uiFPorch, bFits] : aoWidths)
         EXPECT_EQ(MakeMode({uiActive, 768, 60, 48, 65000, uiFPorch, 136, 160, 3, 6, 29}).has_value(), bFits) << uiActive;
 }
 
 TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)
 {
-    constexpr uint32_t uiB = DRM_FORMAT_XBGR8888, uiBA = DRM_FORMAT_ABGR8888, uiR = DRM_FORMAT_XRGB8888, uiRA = DRM_FORMAT_ARGB8888;
-    const std::tuple<std::vector<uint32_t>, uint32_t, KUINT32, KUINT32> aoCases[] = {  // has, chosen, and its pixels
+    constexpr uint32_t uiB = DRM_FORMAT_XBGR8888, uiBA = DRM_FORMAT_ABGR8888, uiR = DRM_FORMAT_XRGB8888,
+                       uiRA                                                       = DRM_FORMAT_ARGB8888;
+    const std::tuple<std::vector<uint32_t>, uint32_t, KUINT32, KUINT32> aoCases[] = {
+        // has, chosen, and its pixels
         {{uiR, uiRA, uiBA, uiB}, uiB, 0x00332211, 0x80FFEEDD},
         {{uiR, uiRA, uiBA}, uiBA, 0xFF332211, 0xFFFFEEDD},
         {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00112233, 0x80DDEEFF},
@@ -48,11 +53,12 @@ TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)
 
 TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
 {
-    using Ids = std::vector<uint32_t>;
+    using Ids         = std::vector<uint32_t>;
     const auto fThree = [](bool bA, bool bB, bool bC) {
         return std::vector<SConnector>{{1, "A", bA, 1, 0}, {2, "B", bB, 1, 0}, {3, "C", bC, 1, 0}};
     };
-    const std::tuple<std::vector<SConnector>, std::vector<std::string>, Ids, Ids> aoCases[] = {  // names, before, now
+    const std::tuple<std::vector<SConnector>, std::vector<std::string>, Ids, Ids> aoCases[] = {
+        // names, before, now
         {fThree(true, false, true), {}, {0, 0, 0}, {1, 3, 0}},
         {fThree(true, true, true), {}, {0, 3}, {1, 3}},
         {fThree(false, false, true), {}, {1, 3}, {0, 3}},
@@ -80,11 +86,12 @@ TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
     InClient([&](TestClient& ro) {
         constexpr size_t uiFrom = 48, uiTo = 40, uiRows = 800;  // pixels from row to row
         ro.MakeBuffer(uiWidth, uiHeight);
-        KUINT32* const               puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        ScreenCopy                   oPicture(Observe({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
-        std::vector<KUINT32>         aauiShown[] = {std::vector(uiTo * uiRows, 5u), std::vector(uiTo * uiRows, 5u)};
-        KUINT64                      auiTimes[2] = {};
-        const std::tuple<size_t, size_t, int, KUINT64> aoSteps[] = {  // row and column drawn, buffer filled, time then
+        KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
+        ScreenCopy     oPicture(Observe({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
+        std::vector<KUINT32> aauiShown[] = {std::vector(uiTo * uiRows, 5u), std::vector(uiTo * uiRows, 5u)};
+        KUINT64              auiTimes[2] = {};
+        const std::tuple<size_t, size_t, int, KUINT64> aoSteps[] = {
+            // row and column drawn, buffer filled, time then
             {0, 0, 0, 1}, {699, 19, 1, 2}, {5, 3, 0, 3}, {345, 0, 0, 4}, {346, 20, 1, 4}, {9, 19, 1, 5}, {9, 19, 0, 5}};
         for (const auto& [uiRow, uiX, iBuffer, uiTime] : aoSteps)
         {
@@ -95,8 +102,9 @@ TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
             oPicture.CopyChanges(std::exchange(auiTimes[iBuffer], oPicture.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
                                  reinterpret_cast<KUINT8*>(puiShown), uiTo * 4);
             for (size_t uiAt = 0; uiAt < uiTo * uiRows; ++uiAt)
-                ASSERT_EQ(puiShown[uiAt], uiAt / uiTo < uiHeight && uiAt % uiTo < 20
-                                              ? puiDrawn[uiAt / uiTo * uiFrom + uiAt % uiTo] : 5) << "row " << uiAt / uiTo;
+                ASSERT_EQ(puiShown[uiAt],
+                          uiAt / uiTo < uiHeight && uiAt % uiTo < 20 ? puiDrawn[uiAt / uiTo * uiFrom + uiAt % uiTo] : 5)
+                    << "row " << uiAt / uiTo;
         }
         std::filesystem::resize_file(m_oFolder / "board.pixels-0", uiHeight * uiFrom * 4 - 1);
         EXPECT_THROW(oPicture.Update(), SoftwareBoard::BoardError);
@@ -107,15 +115,16 @@ TEST_F(ScreenCopyTest, OnlyAProcessThatRanMayHaveDrawn)
 {
     Process oDrawing([] { TestClient().MakeBuffer(uiWidth, uiHeight), Process::Pause(), Process::Pause(); });
     oDrawing.Await();
-    const auto oPixels = Open();
+    const auto     oPixels = Open();
     DrawingProcess oKnown(oPixels.Get(), oDrawing.GetPid()), oStranger(oPixels.Get(), getppid());
-    const auto fCount = [&](DrawingProcess& ro) {  // of three looks in far less than a second
+    const auto     fCount = [&](DrawingProcess& ro) {  // of three looks in far less than a second
         return ro.MayHaveDrawn() + ro.MayHaveDrawn() + ro.MayHaveDrawn();
     };
     EXPECT_LE(fCount(oKnown), 2) << "the first look, and that of a new second";
     EXPECT_EQ(fCount(oStranger), 3) << "the time of who has not made the pixels says nothing";
     const auto fRun = [&] { oDrawing.Resume(), oDrawing.Await(); };
-    EXPECT_EQ(std::tuple(oKnown.SleptWhile([] {}), oKnown.SleptWhile(fRun), oStranger.SleptWhile([] {})), std::tuple(false, false, false))
+    EXPECT_EQ(std::tuple(oKnown.SleptWhile([] {}), oKnown.SleptWhile(fRun), oStranger.SleptWhile([] {})),
+              std::tuple(false, false, false))
         << "one that was stopped may be in the middle of a picture";
     EXPECT_GE(fCount(oKnown), 1);
     oDrawing.Kill();

@@ -49,8 +49,7 @@ TEST_F(LibraryTest, FilesOfTheBoardAreNobodysStandardStreams)
         TestClient oClient;
         oClient.MakeBuffer();
         EXPECT_EQ(oClient.Enable(0), TStatus_OK);
-        for (const int iFd : {0, 1, 2})
-            EXPECT_EQ(fcntl(iFd, F_GETFD), -1) << iFd;
+        for (const int iFd : {0, 1, 2}) EXPECT_EQ(fcntl(iFd, F_GETFD), -1) << iFd;
     });
 }
 
@@ -58,7 +57,7 @@ TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
 {
     using namespace SoftwareBoard;
     const Board oStopped = Board::Open(), oBoard = Board::Open();
-    const auto  oStart   = std::chrono::steady_clock::now();
+    const auto  oStart = std::chrono::steady_clock::now();
     {
         const Transaction oTransaction(oStopped.m_oLocks);
         for (int iTry = 0; iTry < 20; ++iTry)  // as the end of a run with many outputs would
@@ -81,7 +80,7 @@ static void ExpectForAnother(TStatus eExpected, const char* pszWhen)
 
 TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
 {
-    Process oHolder([] {
+    Process    oHolder([] {
         HoldOutput();
         TestClient oClient;
         EXPECT_EQ((oClient.MakeBuffer(), oClient.Enable(0)), TStatus_OK) << "its own output again";
@@ -89,14 +88,15 @@ TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
         EXPECT_EQ(oClient.TBuffer_Destroy(oClient.hBuffer), TStatus_OK);
         EXPECT_EQ(dlclose(oClient.m_pLibrary) + dlclose(oClient.m_pLibrary), 0) << "opened twice";
         Process::Pause();
-        for (const char* pszState : {"on", "off already"})
-            EXPECT_EQ(TestClient().Disable(0), TStatus_OK) << pszState;
+        for (const char* pszState : {"on", "off already"}) EXPECT_EQ(TestClient().Disable(0), TStatus_OK) << pszState;
         Process::Pause();
         HoldOutput();
     });
     const auto eBusy = TStatus_RESOURCES_BUSY;
-    for (const auto& [eExpected, pszWhen] : {std::pair{eBusy, "enabled"}, {eBusy, "handle, buffer and library gone"},
-                                             {TStatus_OK, "disabled"}, {eBusy, "enabled anew"}})
+    for (const auto& [eExpected, pszWhen] : {std::pair{eBusy, "enabled"},
+                                             {eBusy, "handle, buffer and library gone"},
+                                             {TStatus_OK, "disabled"},
+                                             {eBusy, "enabled anew"}})
     {
         oHolder.Resume();
         oHolder.Await();
@@ -164,19 +164,38 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
             return o.Show(h, 8, uiSide, uiSignal, uiPower);
         };
         std::vector<TStatus> oAnswers = {
-            fCreate(hDev, 52, 0, 8), fCreate(hDev, 52, 8, 0), fCreate(hDev, 52, 0x40000000, 1), fCreate(hDev, 52, ~0u, 1),
-            fCreate(hDev, 52, 65536, 65536), fCreate(hDev, 52, 1, ~0u), fCreate(hDev, 0, 8, 8), fCreate(hDev, 53, 8, 8),
-            fCreate(hDev, 0x10002D09, 8, 8), o.TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, nullptr),
-            o.TBuffer_GetPlaneInfo(hBuf, nullptr), o.TBuffer_BeginAccess(hBuf, 1, 1, &uiPlane),
-            o.TBuffer_BeginAccess(hBuf, 0, 0, &uiPlane), o.TBuffer_BeginAccess(hBuf, 0, 2, &uiPlane),
-            o.TBuffer_BeginAccess(hBuf, 0, 1, nullptr), fGet(hDev, 2, 2), fGet(hDev, 0, 1),
-            o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr), o.TVideoOut_GetCount(hDev, nullptr),
-            fOn(hOut, hBuf, 1, 1, 8), fOn(hOut, hBuf, 0, 0, 8), fOn(hOut, hBuf, 0, 1, 0), fOn(hOut, hBuf, 0, 1, ~0u),
+            fCreate(hDev, 52, 0, 8),
+            fCreate(hDev, 52, 8, 0),
+            fCreate(hDev, 52, 0x40000000, 1),
+            fCreate(hDev, 52, ~0u, 1),
+            fCreate(hDev, 52, 65536, 65536),
+            fCreate(hDev, 52, 1, ~0u),
+            fCreate(hDev, 0, 8, 8),
+            fCreate(hDev, 53, 8, 8),
+            fCreate(hDev, 0x10002D09, 8, 8),
+            o.TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, nullptr),
+            o.TBuffer_GetPlaneInfo(hBuf, nullptr),
+            o.TBuffer_BeginAccess(hBuf, 1, 1, &uiPlane),
+            o.TBuffer_BeginAccess(hBuf, 0, 0, &uiPlane),
+            o.TBuffer_BeginAccess(hBuf, 0, 2, &uiPlane),
+            o.TBuffer_BeginAccess(hBuf, 0, 1, nullptr),
+            fGet(hDev, 2, 2),
+            fGet(hDev, 0, 1),
+            o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr),
+            o.TVideoOut_GetCount(hDev, nullptr),
+            fOn(hOut, hBuf, 1, 1, 8),
+            fOn(hOut, hBuf, 0, 0, 8),
+            fOn(hOut, hBuf, 0, 1, 0),
+            fOn(hOut, hBuf, 0, 1, ~0u),
             fOn(hOut, h565, 0, 1, 8),
             o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON),
-            o.TBoard_RegWrite(hDev, 16384, 1), o.TBoard_RegRead(hDev, 16384, &ui), o.TBoard_RegRead(hDev, 1, nullptr),
-            o.TBoard_GetFpgaCount(hDev, nullptr), o.TBoard_GetFpgaInfo(hDev, 1, &oFpga),
-            o.TBoard_GetFpgaInfo(hDev, 0, nullptr), o.TBoard_GetFpgaInfo(hDev, 0, &oLarger)};
+            o.TBoard_RegWrite(hDev, 16384, 1),
+            o.TBoard_RegRead(hDev, 16384, &ui),
+            o.TBoard_RegRead(hDev, 1, nullptr),
+            o.TBoard_GetFpgaCount(hDev, nullptr),
+            o.TBoard_GetFpgaInfo(hDev, 1, &oFpga),
+            o.TBoard_GetFpgaInfo(hDev, 0, nullptr),
+            o.TBoard_GetFpgaInfo(hDev, 0, &oLarger)};
         for (const auto h : {TDevice_Handle{}, reinterpret_cast<TDevice_Handle>(16), reinterpret_cast<TDevice_Handle>(hBuf)})
             oAnswers.insert(oAnswers.end(), {fCreate(h, 52, 8, 8), o.TVideoOut_GetCount(h, &ui), fGet(h, 0, 2),
                                              o.TBoard_RegWrite(h, 1, 1), o.TBoard_RegRead(h, 1, &ui),

@@ -41,22 +41,21 @@ struct Live
         ooProcess.emplace([&] {
             setsid();
             ioctl(aiFds[1], TIOCSCTTY, 0);
-            for (const int iFd : {0, 1, 2})
-                dup2(aiFds[1], bTerminal || iFd == 1 ? iFd : 99);
+            for (const int iFd : {0, 1, 2}) dup2(aiFds[1], bTerminal || iFd == 1 ? iFd : 99);
             close(aiFds[0]);
             close(aiFds[1]);
             setenv("TERM", pszTerm, 1);
             execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
         });
-        if (!bTerminal)
-            close(aiFds[1]);
+        if (!bTerminal) close(aiFds[1]);
     }
     ~Live() { close(aiFds[0]); }
     // Reads on until that is printed, and forgets what came before.
     void Await(const std::string& strExpected)
     {
         char acRead[4096];
-        for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos; strText.append(acRead, static_cast<size_t>(iRead)))
+        for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos;
+             strText.append(acRead, static_cast<size_t>(iRead)))
             ASSERT_GT(iRead = read(aiFds[0], acRead, sizeof(acRead)), 0) << "no '" << strExpected << "' after:\n" << strText;
         EXPECT_TRUE(isatty(aiFds[0]) == 1 || strText.find('\x1b') == std::string::npos) << strText;
         strText.erase(0, strText.find(strExpected) + strExpected.size());
@@ -82,7 +81,8 @@ TEST_F(PanelTest, CommandLines)
 {
     InClient([](TestClient& ro) { EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF01), TStatus_OK); });
     Expect("progress 100", 0, "");  // the low byte and no more
-    for (const std::string strWrong : {"40%%", "1e1", "+5", "-5", "101", "100.5", "4294967297", "0x5", "''", ".5", "5.", "%"})
+    for (const std::string strWrong :
+         {"40%%", "1e1", "+5", "-5", "101", "100.5", "4294967297", "0x5", "''", ".5", "5.", "%"})
         Expect("progress " + strWrong, 2, "0 to 100");
     for (const std::string strTaken : {"40", "40.5", "40%", "40.9%"})
     {
@@ -90,7 +90,8 @@ TEST_F(PanelTest, CommandLines)
         Expect("status", 0, "0xabcdef28 (40 %)");
     }
     Expect("progress 100.0", 0, "");
-    for (const std::string strWrong : {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.33.0@", "3:1.33.0/c3e7x"})
+    for (const std::string strWrong :
+         {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.33.0@", "3:1.33.0/c3e7x"})
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "'");
     for (const std::string strName : {"create", "status", "progress", "run", "snapshot", "watch", "preview"})
         Expect(strName + " --help", 0, "Example:\n  tavrin-board " + strName);
@@ -128,22 +129,25 @@ TEST_F(PanelTest, CommandLines)
         {"create $(printf '%.0s--fpga 3:1.33.0 ' $(seq 17))", 2, "at most 16"},
         {"preview " + At("none/x.png"), 1, "none: access"},
         {"run -- env TMPDIR=" + At("none") + " " BOARD_PANEL " preview x.png", 1, "TMPDIR"},
-        {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 1, At("") + "/tavrin-board: there is no board"},
+        {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 1,
+         At("") + "/tavrin-board: there is no board"},
         {"status", 0, "register 7932 (progress): 0xabcdef64 (100 %)"},  // none of them has made another board
         {"create --devices 2 --outputs 0 --fpga 3:1.33.0 --fpga 0X4000:255.2.65535@0xe4/1234", 0, "devices 2"},
-        {"status", 0, "device 1\n  FPGA 0: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
-                      "  FPGA 1: device code 0x4000, version 255.2.65535, address 0xe4, vendor 0x1234\n  register 6908"},
+        {"status", 0,
+         "device 1\n  FPGA 0: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
+         "  FPGA 1: device code 0x4000, version 255.2.65535, address 0xe4, vendor 0x1234\n  register 6908"},
         {"create --no-fpga --outputs 1", 0, "FPGAs of each 0"},
         {"status", 0, "device 0\n  register 6908"},
     };
-    for (const auto& [strArguments, iStatus, strContained] : aoCases)
-        Expect(strArguments, iStatus, strContained);
+    for (const auto& [strArguments, iStatus, strContained] : aoCases) Expect(strArguments, iStatus, strContained);
 }
 
 TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
 {
     constexpr KUINT32 uiWidth = 20, uiHeight = 12;
-    const auto fPixel = [](KUINT32 uiX, KUINT32 uiY) { return std::array{KUINT8(uiX * 9), KUINT8(uiY * 11), KUINT8(uiX ^ uiY)}; };
+    const auto        fPixel = [](KUINT32 uiX, KUINT32 uiY) {
+        return std::array{KUINT8(uiX * 9), KUINT8(uiY * 11), KUINT8(uiX ^ uiY)};
+    };
     InClient([&](TestClient& ro) {
         tagTBuffer_PlaneInfo oInfo = {};
         ro.MakeBuffer(uiWidth, uiHeight);
@@ -155,7 +159,8 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
             std::fill_n(puiPlane, oInfo.auiPitchInBytes[0] * uiHeight, KUINT8{0xEE});  // the padding too
             for (KUINT32 uiY = 0; uiY < uiHeight; ++uiY)
                 for (KUINT32 uiX = 0; uiX < uiWidth; ++uiX)  // drawn after the enable, alpha anything
-                    *std::copy_n(fPixel(uiX, uiY).begin(), 3, puiPlane + uiY * oInfo.auiPitchInBytes[0] + uiX * 4) = KUINT8(uiX);
+                    *std::copy_n(fPixel(uiX, uiY).begin(), 3, puiPlane + uiY * oInfo.auiPitchInBytes[0] + uiX * 4) =
+                        KUINT8(uiX);
             Expect("snapshot 1 " + At("screen.png"), 0, "");
             std::vector<KUINT8> auiExpected;
             for (KUINT32 uiAt = 0; uiAt < uiHActive * uiVActive; ++uiAt)
@@ -176,7 +181,7 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
 TEST_F(PanelTest, SnapshotIsNeverTorn)
 {
     constexpr KUINT32 uiWidth = 1280, uiHeight = 720;
-    Process oDrawing([] {
+    Process           oDrawing([] {
         TestClient oClient;
         oClient.MakeBuffer(uiWidth, uiHeight);
         KUINT8* const puiPlane = oClient.Access();
@@ -193,8 +198,7 @@ TEST_F(PanelTest, SnapshotIsNeverTorn)
         Expect("snapshot 0 " + At("screen.png"), 0, "");
         const auto auiRgba = ReadPng(At("screen.png"), uiWidth, uiHeight);
         KUINT32    uiY     = 0;
-        while (uiY < uiHeight && auiRgba[uiY * uiWidth * 4] == auiRgba[0])
-            ++uiY;
+        while (uiY < uiHeight && auiRgba[uiY * uiWidth * 4] == auiRgba[0]) ++uiY;
         EXPECT_EQ(uiY, uiHeight) << "the first row of another picture";
     }
     oDrawing.Kill();
@@ -237,8 +241,7 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     fs::create_symlink("/dev/null", At("null"));
     Expect("snapshot 0 " + At("null"), 0, "");
     EXPECT_TRUE(fs::is_symlink(At("null"))) << "a device was replaced by a picture";
-    for (const char* pszNoFile : {"none/x.png", ".", "/dev/full"})
-        Expect("snapshot 0 " + At(pszNoFile), 1, At(pszNoFile));
+    for (const char* pszNoFile : {"none/x.png", ".", "/dev/full"}) Expect("snapshot 0 " + At(pszNoFile), 1, At(pszNoFile));
     std::filesystem::resize_file(At("board.pixels-0"), 100);
     Expect("snapshot 0 " + At("cut.png"), 1, "cut short");
     std::filesystem::remove(At("board.pixels-0"));
@@ -262,8 +265,7 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     EXPECT_EQ(CountFiles(""), 4) << "state, notes, the folder and the user's pixels; the picture of the old board is gone";
 
     std::ofstream(At("board.state")) << "somebody's notes, longer than the header of a board";
-    for (const char* pszCommand : {"create", "status"})
-        Expect(pszCommand, 1, "board.state: not the state of a board");
+    for (const char* pszCommand : {"create", "status"}) Expect(pszCommand, 1, "board.state: not the state of a board");
     EXPECT_EQ(std::filesystem::file_size(At("board.state")), 51u);
 }
 
@@ -272,28 +274,43 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
     const std::string strOdd = "a\"\\\n\xFF\xC3\xA4\xED\xA0\x80\xC3(";
     setenv("TAVRIN_BOARD", At(strOdd.c_str()).c_str(), 1);
     Expect("create --fpga 3:1.33.0 --outputs 1", 0, "");
-    Process oHolder([] { prctl(PR_SET_NAME, "\x1b[2J\"\x9B" "x"); HoldOutput(); });
+    Process oHolder([] {
+        prctl(PR_SET_NAME, "\x1b[2J\"\x9B"
+                           "x");
+        HoldOutput();
+    });
     oHolder.Await();
     const std::string strPid = std::to_string(oHolder.GetPid());
-    Expect("status --json", 0, "{\"board\":\"" + At("a") + "\\\"\\\\\\n\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD(\","
-        "\"devices\":[{\"device\":0,\"fpgas\":[{\"name\":\"FPGA 0\",\"device_code\":3,\"major\":1,\"minor\":33,\"build\":0,"
-        "\"address\":208,\"vendor\":50151}],\"registers\":{\"6908\":0,\"7932\":0},\"progress\":0,\"outputs\":[{\"output\":0,"
-        "\"enabled\":true,\"width\":32,\"height\":8,\"rate_hz\":60,\"holder\":{\"pid\":" + strPid + ",\"name\":\"?[2J\\\"?x\"},"
-        "\"timing\":{\"h_active\":32,\"v_active\":8,\"v_rate_hz\":60,\"h_rate_khz\":0,\"pixel_clock_khz\":0,\"h_front_porch\":0,"
-        "\"h_sync\":0,\"h_back_porch\":0,\"v_front_porch\":0,\"v_sync\":0,\"v_back_porch\":0,\"interlaced\":false,"
-        "\"bottom_field_first\":false,\"h_sync_positive\":false,\"v_sync_positive\":false,\"yuv\":false,"
-        "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8},\"display\":null}]}]}\n");
-    Expect("status", 0, "held by " + strPid + " (?[2J\"?x)\n    timing: 32 8 60 0 0 0 0 0 0 0 0 no no - - no RGB_FULL 444 8\n");
+    Expect("status --json", 0,
+           "{\"board\":\"" + At("a") +
+               "\\\"\\\\\\n\xEF\xBF\xBD\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD(\","
+               "\"devices\":[{\"device\":0,\"fpgas\":[{\"name\":\"FPGA "
+               "0\",\"device_code\":3,\"major\":1,\"minor\":33,\"build\":0,"
+               "\"address\":208,\"vendor\":50151}],\"registers\":{\"6908\":0,\"7932\":0},\"progress\":0,\"outputs\":[{"
+               "\"output\":0,"
+               "\"enabled\":true,\"width\":32,\"height\":8,\"rate_hz\":60,\"holder\":{\"pid\":" +
+               strPid +
+               ",\"name\":\"?[2J\\\"?x\"},"
+               "\"timing\":{\"h_active\":32,\"v_active\":8,\"v_rate_hz\":60,\"h_rate_khz\":0,\"pixel_clock_khz\":0,\"h_"
+               "front_porch\":0,"
+               "\"h_sync\":0,\"h_back_porch\":0,\"v_front_porch\":0,\"v_sync\":0,\"v_back_porch\":0,\"interlaced\":false,"
+               "\"bottom_field_first\":false,\"h_sync_positive\":false,\"v_sync_positive\":false,\"yuv\":false,"
+               "\"color_space\":\"RGB_FULL\",\"chroma_subsampling\":\"444\",\"color_depth\":8},\"display\":null}]}]}\n");
+    Expect("status", 0,
+           "held by " + strPid + " (?[2J\"?x)\n    timing: 32 8 60 0 0 0 0 0 0 0 0 no no - - no RGB_FULL 444 8\n");
 }
 
 TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
 {
     using SoftwareBoard::EVerdict;
     const std::tuple<EVerdict, std::string, std::string, std::string, std::string> aoCases[] = {
-        {EVerdict::Shown, "HDMI-A-1", "", ", shown on HDMI-A-1\n", R"({"connector":"HDMI-A-1","state":"shown","reason":null})"},
+        {EVerdict::Shown, "HDMI-A-1", "", ", shown on HDMI-A-1\n",
+         R"({"connector":"HDMI-A-1","state":"shown","reason":null})"},
         {EVerdict::Shown, "eDP-1", "", "off, dark on eDP-1\n", R"({"connector":"eDP-1","state":"dark","reason":null})"},
-        {EVerdict::Refused, "DP-12", "takes none", "off, not shown: DP-12 takes none\n", R"({"connector":"DP-12","state":"refused","reason":"takes none"})"},
-        {EVerdict::Refused, "", "none is there", "off, not shown: none is there\n", R"({"connector":null,"state":"refused","reason":"none is there"})"},
+        {EVerdict::Refused, "DP-12", "takes none", "off, not shown: DP-12 takes none\n",
+         R"({"connector":"DP-12","state":"refused","reason":"takes none"})"},
+        {EVerdict::Refused, "", "none is there", "off, not shown: none is there\n",
+         R"({"connector":null,"state":"refused","reason":"none is there"})"},
         {EVerdict::Awaited, "", "", "off, not shown yet\n", R"({"connector":null,"state":"awaited","reason":null})"},
     };
     Expect("create --outputs 5", 0, "");
@@ -304,7 +321,8 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
         for (KUINT32 uiOutput = 0; const auto& [eVerdict, strConnector, strReason, strWords, strJson] : aoCases)
         {
             const SoftwareBoard::Transaction oTransaction(oBoard.m_oLocks);
-            oBoard.m_oState.WriteVerdict(oTransaction, 0, uiOutput, oBoard.m_oState.ReadGeneration(0, uiOutput), eVerdict, strConnector, strReason);
+            oBoard.m_oState.WriteVerdict(oTransaction, 0, uiOutput, oBoard.m_oState.ReadGeneration(0, uiOutput), eVerdict,
+                                         strConnector, strReason);
             ++uiOutput;
         }
         Process::Pause();
@@ -327,9 +345,8 @@ TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
             const Clock::time_point oStart = Clock::now();
             Live                    oRamp("progress --ramp 0.5" + std::string(strHow));
             std::optional<Live>     ooSecond;
-            if (uiFrom < uiTo)
-                ooSecond.emplace("progress --ramp 0.7 --to 61");
-            KUINT32                 uiLast = uiFrom % 100, uiValue = 0, uiSeen = 0;
+            if (uiFrom < uiTo) ooSecond.emplace("progress --ramp 0.7 --to 61");
+            KUINT32 uiLast = uiFrom % 100, uiValue = 0, uiSeen = 0;
             while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue == 0xABCDEF64)
                 usleep(500);  // what is reached already starts anew
             for (; uiLast < uiTo; ro.TBoard_RegRead(ro.hDev, 7932, &uiValue))
@@ -384,9 +401,10 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
 TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
 {
     Holder oHolder;
-    for (const auto& [iSignal, iStatus, oSize, pszTerm] :
-         {std::tuple{SIGINT, 0, winsize{40, 50, 0, 0}, "xterm-kitty"}, {SIGTERM, 0, {1, 1, 0, 0}, "xterm-256color"},
-          {SIGHUP, SIGHUP, {5, 20, 0, 0}, "vt220"}, {0, 0, {60, 200, 1000, 600}, "linux"}})
+    for (const auto& [iSignal, iStatus, oSize, pszTerm] : {std::tuple{SIGINT, 0, winsize{40, 50, 0, 0}, "xterm-kitty"},
+                                                           {SIGTERM, 0, {1, 1, 0, 0}, "xterm-256color"},
+                                                           {SIGHUP, SIGHUP, {5, 20, 0, 0}, "vt220"},
+                                                           {0, 0, {60, 200, 1000, 600}, "linux"}})
     {
         termios oMode = {};
         Live    oWatch("watch", true, oSize, pszTerm);
@@ -415,8 +433,7 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
                   std::tuple(oWatch.oMode.c_lflag, oWatch.oMode.c_iflag, oWatch.oMode.c_cc[VMIN]));
     }
     Live oStuck("watch", true);  // nobody reads it, nor lets go of what is held up
-    while (tcgetattr(oStuck.aiFds[1], &oStuck.oMode) == 0 && (oStuck.oMode.c_lflag & ECHO) != 0)
-        usleep(1000);
+    while (tcgetattr(oStuck.aiFds[1], &oStuck.oMode) == 0 && (oStuck.oMode.c_lflag & ECHO) != 0) usleep(1000);
     tcflow(oStuck.aiFds[1], TCOOFF);
     fcntl(oStuck.aiFds[1], F_SETFL, O_RDWR | O_NONBLOCK);
     const winsize oLarge = {60, 200, 0, 0};
@@ -435,10 +452,12 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
 
 TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
 {
-    const std::string strSmall = " -- -v 104 48 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8 -a 1 1 9 9 -p 2 20 102 30 ";
+    const std::string strSmall =
+        " -- -v 104 48 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8 -a 1 1 9 9 -p 2 20 102 30 ";
     setenv("TMPDIR", (fs::create_directory(At("tmp")), At("tmp").c_str()), 1);
     const auto fIsClean = [this] {  // the runtime of a sanitizer leaves files of its own there
-        return std::none_of(fs::directory_iterator(At("tmp")), {}, [](const auto& ro) { return ro.path().filename().string().starts_with("tavrin-"); });
+        return std::none_of(fs::directory_iterator(At("tmp")), {},
+                            [](const auto& ro) { return ro.path().filename().string().starts_with("tavrin-"); });
     };
     const std::tuple<std::string, int, std::vector<KUINT32>, std::string> aoCases[] = {
         {strSmall + "-l 16", 0, {0, 25, 50, 75, 100}, ""},
@@ -451,14 +470,15 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     {
         Expect("preview " + At("sheet.png") + strArguments, iStatus, strSays);
         EXPECT_EQ(std::pair(fIsClean(), fs::exists(At("sheet.png"))), std::pair(true, iStatus == 0)) << strArguments;
-        if (iStatus != 0)
-            continue;
+        if (iStatus != 0) continue;
         const KUINT32 uiAcross = auiPercents.size() > 4 ? 3 : 2, uiWidth = 16 + uiAcross * 120;
         const auto    auiSheet = ReadPng(At("sheet.png"), uiWidth, 16 + 2 * (16 + 48 + 28));
         for (KUINT32 uiAt = 0; uiAt < auiPercents.size(); ++uiAt)
             for (KUINT32 uiColumn = 1; uiColumn < 100; ++uiColumn)  // of the bar, inside its outline
-                EXPECT_EQ(auiSheet[((16 + uiAt / uiAcross * 92 + 25) * uiWidth + 16 + uiAt % uiAcross * 120 + 2 + uiColumn) * 4],
-                          uiColumn < auiPercents[uiAt] ? 255 : 0) << auiPercents[uiAt] << " % at " << uiColumn;
+                EXPECT_EQ(
+                    auiSheet[((16 + uiAt / uiAcross * 92 + 25) * uiWidth + 16 + uiAt % uiAcross * 120 + 2 + uiColumn) * 4],
+                    uiColumn < auiPercents[uiAt] ? 255 : 0)
+                    << auiPercents[uiAt] << " % at " << uiColumn;
         fs::remove(At("sheet.png"));
     }
     Expect("preview " + At("sheet.png") + " --at 50 --at 100 -- -l 16 -p 0 0 1023 767", 0, "");
@@ -475,8 +495,7 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         Expect("preview " + At("sheet.png") + " --at 50 -- -l 16 " + strArguments + " 2>&1 | cat", 0, strSays);
     fs::remove(At("sheet.png"));
     Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none") + " 2>/dev/null");
-    while (fIsClean())
-        usleep(1000);
+    while (fIsClean()) usleep(1000);
     oEnded.ooProcess->Kill(SIGTERM, SIGTERM);
     EXPECT_EQ(read(oEnded.aiFds[0], &oEnded.oMode, 1), 0) << "the tool still has the pipe";
     EXPECT_TRUE(fIsClean() && !fs::exists(At("sheet.png")));

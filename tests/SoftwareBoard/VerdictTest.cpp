@@ -12,15 +12,18 @@ using Answer = std::function<bool(Board&, KUINT32 uiGeneration)>;
 // Holds the display's lock, and answers each new generation of output 0 until the answer is FALSE.
 struct Display : Process
 {
-    explicit Display(const Answer& fAnswer) : Process([=] {
-        Board oBoard = Board::ObserveOrMake();
-        EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
-        KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(0, 0), uiNow = uiSeen;
-        Process::Pause();
-        do
-            usleep(1000), uiNow = oBoard.m_oState.ReadGeneration(0, 0);
-        while (std::exchange(uiSeen, uiNow) == uiNow || fAnswer(oBoard, uiNow));
-    }) { Await(), Resume(); }
+    explicit Display(const Answer& fAnswer)
+        : Process([=] {
+              Board oBoard = Board::ObserveOrMake();
+              EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
+              KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(0, 0), uiNow = uiSeen;
+              Process::Pause();
+              do usleep(1000), uiNow = oBoard.m_oState.ReadGeneration(0, 0);
+              while (std::exchange(uiSeen, uiNow) == uiNow || fAnswer(oBoard, uiNow));
+          })
+    {
+        Await(), Resume();
+    }
 };
 
 struct VerdictTest : BoardWorld
@@ -40,7 +43,8 @@ struct VerdictTest : BoardWorld
 
 TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
 {
-    const std::tuple<std::string, Answer, TStatus, int, int> aoCases[] = {  // answer, and after how many ms, from and to
+    const std::tuple<std::string, Answer, TStatus, int, int> aoCases[] = {
+        // answer, and after how many ms, from and to
         {"shown", [](Board& ro, KUINT32 ui) { return Say(ro, ui, EVerdict::Shown); }, TStatus_OK, 0, 1500},
         {"refused", [](Board& ro, KUINT32 ui) { return Say(ro, ui, EVerdict::Refused); }, TStatus_FAIL, 0, 1500},
         {"dies", [](Board&, KUINT32) { return false; }, TStatus_OK, 0, 1500},

@@ -53,15 +53,12 @@ std::string Text(const SArguments& ro)
     std::ostringstream oText;
     const auto         fName = [](const char* psz) { return psz != nullptr ? psz : "(null)"; };
     oText << "device " << ro.uiDevIndex << ", image " << fName(ro.pszImageFileName) << ", bar " << ro.bProgressBar;
-    for (const KINT32 i : std::bit_cast<std::array<KINT32, 4>>(ro.oProgressBarRect))
-        oText << ' ' << i;
+    for (const KINT32 i : std::bit_cast<std::array<KINT32, 4>>(ro.oProgressBarRect)) oText << ' ' << i;
     oText << ", animation " << ro.bAnimation;
-    for (const KINT32 i : std::bit_cast<std::array<KINT32, 4>>(ro.oAnimBarRect))
-        oText << ' ' << i;
+    for (const KINT32 i : std::bit_cast<std::array<KINT32, 4>>(ro.oAnimBarRect)) oText << ' ' << i;
     oText << ' ' << fName(ro.pszAnimBaseFileName) << ", step " << ro.uiAnimStepLoopTimeMs << ", time " << ro.uiEnableTime
           << ", timing";
-    for (const KUINT32 uiWord : std::bit_cast<std::array<KUINT32, 14>>(ro.oVidParam))
-        oText << ' ' << uiWord;
+    for (const KUINT32 uiWord : std::bit_cast<std::array<KUINT32, 14>>(ro.oVidParam)) oText << ' ' << uiWord;
     return oText.str();
 }
 
@@ -72,8 +69,7 @@ void Expect(const std::string& sLine, EOutcome eOutcome, const std::string& sMes
     std::deque<std::string> asArguments   = {"tool"};
     std::vector<char*>      apszArguments = {asArguments[0].data()};
     std::istringstream      oWords(sLine);
-    for (std::string sWord; oWords >> sWord;)
-        apszArguments.push_back(asArguments.emplace_back(sWord).data());
+    for (std::string sWord; oWords >> sWord;) apszArguments.push_back(asArguments.emplace_back(sWord).data());
     apszArguments.push_back(nullptr);
 
     SArguments oArguments;
@@ -81,10 +77,7 @@ void Expect(const std::string& sLine, EOutcome eOutcome, const std::string& sMes
     const KBOOL32 bParsed = ParseArguments(static_cast<int>(asArguments.size()), apszArguments.data(), oArguments);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), sMessages);
     EXPECT_EQ(!bParsed ? FAIL : !oArguments.bShowHelp ? RUN : oArguments.bErrorHelp ? HELP_AND_FAIL : HELP, eOutcome);
-    if (eOutcome == RUN)
-    {
-        EXPECT_EQ(Text(oArguments), Text(roExpected));
-    }
+    if (eOutcome == RUN) { EXPECT_EQ(Text(oArguments), Text(roExpected)); }
 }
 
 TEST(CommandLine, BecomesOneRun)
@@ -111,8 +104,7 @@ TEST(CommandLine, BecomesOneRun)
         {NUMBERS + "yes yes + + yes YUV_709 422 12 -v 1024 768 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8",
          {}},
     };
-    for (const auto& [sLine, oExpected] : RUNS)
-        Expect(sLine, RUN, "", oExpected);
+    for (const auto& [sLine, oExpected] : RUNS) Expect(sLine, RUN, "", oExpected);
     EXPECT_EQ(Text({}),
               "device 0, image (null), bar 0 256 284 768 484, animation 0 256 100 512 200 (null), step 1000, time 0, "
               "timing 1024 768 60 48 65000 24 136 160 3 6 29 0 0 0");
@@ -139,8 +131,7 @@ TEST(CommandLine, IsExplainedWhenItIsWrong)
         {"-l", HELP_AND_FAIL, "[-l] missing animation step loop time.\n"},
         {"-h " + NUMBERS + "no no - - no RGB_FULL 444", FAIL, "[-v] missing video parameters.\n"},
     };
-    for (const auto& [sLine, eOutcome, sMessages] : ROWS)
-        Expect(sLine, eOutcome, sMessages);
+    for (const auto& [sLine, eOutcome, sMessages] : ROWS) Expect(sLine, eOutcome, sMessages);
 }
 
 TEST(CommandLine, EveryWordOfTheTimingIsChecked)
@@ -154,8 +145,7 @@ TEST(CommandLine, EveryWordOfTheTimingIsChecked)
     for (const auto& roBad : WORDS)
     {
         std::string sLine = "-h " + NUMBERS;
-        for (const auto& ro : WORDS)
-            sLine += std::string(&ro == &roBad ? ro[1] : ro[0]) + ' ';
+        for (const auto& ro : WORDS) sLine += std::string(&ro == &roBad ? ro[1] : ro[0]) + ' ';
         Expect(sLine, FAIL, std::string("[-v] invalid ") + roBad[2] + " value " + roBad[1] + ".\n");
     }
 }

@@ -48,8 +48,7 @@ TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
     }
     std::thread oLater;  // sends a signal while the loop runs, which has nothing to draw or read
     m_roBoard.fFails = [&](const std::string& s) {
-        if (s == "TBoard_RegWrite 6908 1")
-            oLater = std::thread([] { usleep(30'000), kill(getpid(), SIGTERM); });
+        if (s == "TBoard_RegWrite 6908 1") oLater = std::thread([] { usleep(30'000), kill(getpid(), SIGTERM); });
         return false;
     };
     EXPECT_EQ(Run(), TStatus_OK);

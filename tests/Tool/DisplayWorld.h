@@ -40,10 +40,7 @@ const Calls FORWARD = Calls{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoa
 const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
 const Calls UNDO_OUTPUTS = OutputCalls("0", "TVideoOut_Disable 0") + OutputCalls("1", "TVideoOut_Disable 1") + UNDO_BUFFER;
 
-inline std::ptrdiff_t EntriesOf(const char* psz)
-{
-    return std::distance(std::filesystem::directory_iterator(psz), {});
-}
+inline std::ptrdiff_t EntriesOf(const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); }
 
 inline bool g_bRunIsUnderWay = false;
 
@@ -74,8 +71,7 @@ struct DisplayWorld : testing::Test
         for (int i = 1; i <= iFrames; ++i)
         {
             std::vector<png_byte> auiRows(20 * 10 * 4, static_cast<png_byte>(10 * i));
-            for (size_t ui = 3; ui < auiRows.size(); ui += 4)
-                auiRows[ui] = 255;
+            for (size_t ui = 3; ui < auiRows.size(); ui += 4) auiRows[ui] = 255;
             WritePng(m_sFrames + "0" + std::to_string(i) + ".png", 20, 10, {}, auiRows);
         }
         m_pszImage   = m_sBack.c_str();

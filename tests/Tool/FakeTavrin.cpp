@@ -23,10 +23,8 @@ bool Fails(const std::string& sCall)
 // Fails if it is to. Otherwise fills in what the call returns through pointers.
 TStatus Answer(const std::string& sCall, const std::function<void()>& fFill = nullptr)
 {
-    if (Fails(sCall))
-        return s_oWorld.eFailure;
-    if (fFill)
-        fFill();
+    if (Fails(sCall)) return s_oWorld.eFailure;
+    if (fFill) fFill();
     return TStatus_OK;
 }
 

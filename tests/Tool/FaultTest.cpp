@@ -59,8 +59,7 @@ time_t    __real_time(time_t* pi);
 int       __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* po);
 EARLY int __wrap_clock_gettime(clockid_t eClock, timespec* po)
 {
-    if (s_uiFakeNs == 0)
-        return ServiceFails("clock_gettime") ? -1 : __real_clock_gettime(eClock, po);
+    if (s_uiFakeNs == 0) return ServiceFails("clock_gettime") ? -1 : __real_clock_gettime(eClock, po);
     *po = {static_cast<time_t>(s_uiFakeNs / 1'000'000'000), static_cast<long>(s_uiFakeNs % 1'000'000'000)};
     return 0;
 }
@@ -149,15 +148,12 @@ SOutcome Promised(const std::function<bool(size_t uiCall)>& fFails, TStatus eFai
         }
         if (const auto& [eThen, iReports] = MEANINGS.at(fName(s)); !bDone && eThen != IGNORED)
         {
-            if (fName(s) == "TVideoOut_Enable")
-                fCall(std::string("TVideoOut_ReleaseHandle ") + s[17]);
+            if (fName(s) == "TVideoOut_Enable") fCall(std::string("TVideoOut_ReleaseHandle ") + s[17]);
             o.eStatus = eThen == ENDS_WITH_FAIL ? TStatus_FAIL : eFailure;
             const bool bBusy =
                 eFailure == TStatus_RESOURCES_BUSY && s.starts_with("TVideoOut_") && fName(s) != "TVideoOut_GetCount";
-            for (int i = bBusy; i < iReports; ++i)
-                o.sOutput += REPORT;
-            if (bBusy)
-                o.sOutput += BUSY + s[fName(s).size() + 1] + "\\) \n";
+            for (int i = bBusy; i < iReports; ++i) o.sOutput += REPORT;
+            if (bBusy) o.sOutput += BUSY + s[fName(s).size() + 1] + "\\) \n";
             break;
         }
         ++uiDone;
@@ -168,12 +164,10 @@ SOutcome Promised(const std::function<bool(size_t uiCall)>& fFails, TStatus eFai
     for (const std::string& s : Calls(UNDO_OUTPUTS.begin() + iUndoFrom, UNDO_OUTPUTS.end()))
     {
         const bool bNeedsHandle = fName(s) == "TVideoOut_Disable" || fName(s) == "TVideoOut_ReleaseHandle";
-        if (bNeedsHandle && !bHandle)
-            continue;
+        if (bNeedsHandle && !bHandle) continue;
         const bool bDone = fCall(s);
         bHandle          = bNeedsHandle || bDone;
-        if (!bDone && bNeedsHandle && bDisabled)
-            o.sOutput += REPORT;
+        if (!bDone && bNeedsHandle && bDisabled) o.sOutput += REPORT;
         bDisabled = bDone || fName(s) != "TVideoOut_Disable";
     }
     return o;
@@ -253,8 +247,7 @@ TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
             s_fServiceFails = [&](const std::string& sName) {
                 const int  iOfThatName = ++oCounts[sName];
                 const bool bFails      = ++iCall == iFailing || (bForEver && iCall > iFailing);
-                if (bFails && sFailed.empty())
-                    sFailed = sName + " " + std::to_string(iOfThatName);
+                if (bFails && sFailed.empty()) sFailed = sName + " " + std::to_string(iOfThatName);
                 return bFails;
             };
             const TStatus eStatus = Run();
@@ -305,8 +298,7 @@ TEST_F(Fault, NoneInAMillionSteps)
             EXPECT_EQ(m_roBoard.puiMapped[45 * (80 + 16) + 20 + std::max<KUINT64>(40 * (uiWaits % 100) / 100, 1)] & 0xFF, 0u)
                 << "step " << uiWaits;
         }
-        if (++uiWaits == 2)
-            aiHeld = fHeld(), aiHeld[0] = s_iAllocations;  // with those of the look itself
+        if (++uiWaits == 2) aiHeld = fHeld(), aiHeld[0] = s_iAllocations;  // with those of the look itself
         EXPECT_TRUE(uiWaits != STEPS || fHeld() == aiHeld) << "allocations, files or mappings were added";
     };
     const int iAllocationsBefore = s_iAllocations;

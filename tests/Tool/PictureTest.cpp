@@ -107,8 +107,7 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
 TEST_F(Picture, AnotherSizeIsReportedAndCut)
 {
     Bytes auiRows(5 * 3 * 4);
-    for (size_t i = 0; i < auiRows.size(); ++i)
-        auiRows[i] = static_cast<KUINT8>(i);
+    for (size_t i = 0; i < auiRows.size(); ++i) auiRows[i] = static_cast<KUINT8>(i);
     const Bytes auiFile = Png(5, 3, {}, auiRows);
 
     for (const auto& [uiWidth, uiHeight] : {std::pair{3u, 2u}, {7u, 4u}, {3u, 4u}, {7u, 2u}, {5u, 2u}})
@@ -232,8 +231,7 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
     for (int i : {1, 2, 3, 5})
     {
         Bytes auiRows;
-        for (KUINT32 k = 0; k < 140 * 3 * 4; ++k)
-            auiRows.push_back(static_cast<KUINT8>(Stored(i, k % 560, k / 560)));
+        for (KUINT32 k = 0; k < 140 * 3 * 4; ++k) auiRows.push_back(static_cast<KUINT8>(Stored(i, k % 560, k / 560)));
         WritePng(Path("anim0" + std::to_string(i) + ".png"), 140, 3, {}, auiRows);
     }
 

@@ -24,8 +24,7 @@ inline void WritePng(const std::string& sPath, png_uint_32 uiWidth, png_uint_32 
     std::FILE*  poFile = std::fopen(sPath.c_str(), "wb");
     png_structp poPng  = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop   poInfo = png_create_info_struct(poPng);
-    if (poFile == nullptr || poInfo == nullptr)
-        throw std::runtime_error("cannot write " + sPath);
+    if (poFile == nullptr || poInfo == nullptr) throw std::runtime_error("cannot write " + sPath);
 
     png_init_io(poPng, poFile);
     png_set_IHDR(poPng, poInfo, uiWidth, uiHeight, roKind.iBitDepth, roKind.iColorType,
@@ -62,8 +61,7 @@ inline void MendSums(std::vector<png_byte>& rauiFile)
     for (size_t i = 8; i + 12 <= rauiFile.size();)
     {
         const size_t uiLength = png_get_uint_32(&rauiFile[i]);
-        if (uiLength > rauiFile.size() - i - 12)
-            break;
+        if (uiLength > rauiFile.size() - i - 12) break;
         png_save_uint_32(&rauiFile[i + 8 + uiLength],
                          static_cast<png_uint_32>(crc32(0, &rauiFile[i + 4], static_cast<uInt>(uiLength + 4))));
         i += 12 + uiLength;

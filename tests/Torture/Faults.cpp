@@ -14,8 +14,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <csignal>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -32,10 +32,10 @@ namespace
 char           s_acKind[8];  // empty until the environment is read
 char           s_acHow[8];
 long           s_iFirst = 0, s_iCount = 0;
-bool           s_bFast   = false;
+bool           s_bFast    = false;
 const KUINT32* s_puiPlane = nullptr;
 KUINT32        s_uiPitch  = 0;
-int            s_iEnabled = 0, s_iDisabled = 0, s_iWritten = 0;  // calls that succeeded; the first write says that the tool runs
+int s_iEnabled = 0, s_iDisabled = 0, s_iWritten = 0;  // calls that succeeded; the first write says that the tool runs
 
 template <class T> T Next(const char* pszName)
 {
@@ -45,17 +45,18 @@ template <class T> T Next(const char* pszName)
 
 bool Strikes(const char* pszKind, const char* pszCall)
 {
-    if (std::strcmp(s_acKind, pszKind) != 0 || ++s_iCount < s_iFirst || (s_iCount > s_iFirst && std::strcmp(s_acHow, "on") != 0))
+    if (std::strcmp(s_acKind, pszKind) != 0 || ++s_iCount < s_iFirst ||
+        (s_iCount > s_iFirst && std::strcmp(s_acHow, "on") != 0))
         return false;
     static const auto s_pfnOpen = Next<int (*)(const char*, int, ...)>("open");
     if (const char* pszMark = std::getenv("TORTURE_MARK"); s_iCount == s_iFirst && pszMark != nullptr)
     {
         char       acText[80];
         const auto fShows = [](int iOutput) { return iOutput < s_iEnabled && iOutput >= s_iDisabled ? "on" : "off"; };
-        const int  iLength = std::snprintf(acText, sizeof(acText), "%s\n%d;%s;%s;\n", pszCall, s_iWritten == 1, fShows(0), fShows(1));
-        const int  iMark = s_pfnOpen(pszMark, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (write(iMark, acText, static_cast<size_t>(iLength)) < 0 || close(iMark) != 0)
-            std::abort();
+        const int  iLength =
+            std::snprintf(acText, sizeof(acText), "%s\n%d;%s;%s;\n", pszCall, s_iWritten == 1, fShows(0), fShows(1));
+        const int iMark = s_pfnOpen(pszMark, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (write(iMark, acText, static_cast<size_t>(iLength)) < 0 || close(iMark) != 0) std::abort();
     }
     return true;
 }
@@ -71,7 +72,7 @@ struct SWatch
     static void Count(std::ptrdiff_t (&raiCounts)[3])
     {
         const auto fEntries = [](const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); };
-        raiCounts[0] = fEntries("/proc/self/fd");
+        raiCounts[0]        = fEntries("/proc/self/fd");
         std::ifstream oMaps("/proc/self/maps");
         raiCounts[1] = std::count(std::istreambuf_iterator<char>(oMaps), {}, '\n');
         std::ifstream("/proc/self/statm") >> raiCounts[2] >> raiCounts[2];  // pages: the second number of the line
@@ -81,23 +82,22 @@ struct SWatch
         clock_gettime(CLOCK_REALTIME, &oLast);
         iLong += (roDeadline.tv_sec - oLast.tv_sec) * 1'000'000'000 + roDeadline.tv_nsec - oLast.tv_nsec > 16'000'000;
         KUINT32 uiSum = 0;
-        for (KUINT32 i = 0; i < 128 * 128; ++i)
-            uiSum = uiSum * 31 + s_puiPlane[i / 128 * s_uiPitch + i % 128];
+        for (KUINT32 i = 0; i < 128 * 128; ++i) uiSum = uiSum * 31 + s_puiPlane[i / 128 * s_uiPitch + i % 128];
         KUINT32& ruiOfFrame = auiSums[iSteps % s_iFirst];
         iWrong += iSteps <= s_iFirst ? std::count(auiSums, auiSums + s_iFirst, uiSum) : uiSum != ruiOfFrame;
         ruiOfFrame = iSteps == 0 ? 0 : uiSum;
-        if (++iSteps == 100)
-            oStart = oLast, Count(aiBefore);
-        if (iSteps % 160 == 0)
-            Count(aiAfter);
+        if (++iSteps == 100) oStart = oLast, Count(aiBefore);
+        if (iSteps % 160 == 0) Count(aiAfter);
     }
     ~SWatch()
     {
-        if (iSteps < 160)
-            return;
-        const double dUs = static_cast<double>(oLast.tv_sec - oStart.tv_sec) * 1e6 + static_cast<double>(oLast.tv_nsec - oStart.tv_nsec) / 1e3;
-        std::ofstream(std::getenv("TORTURE_MARK")) << iSteps << ' ' << iWrong << ' ' << iLong << ' ' << static_cast<long>(dUs) / (iSteps - 100) << ' '
-            << std::clock() / iSteps << ' ' << aiAfter[0] - aiBefore[0] << ' ' << aiAfter[1] - aiBefore[1] << ' ' << aiAfter[2] - aiBefore[2] << '\n';
+        if (iSteps < 160) return;
+        const double dUs = static_cast<double>(oLast.tv_sec - oStart.tv_sec) * 1e6 +
+                           static_cast<double>(oLast.tv_nsec - oStart.tv_nsec) / 1e3;
+        std::ofstream(std::getenv("TORTURE_MARK"))
+            << iSteps << ' ' << iWrong << ' ' << iLong << ' ' << static_cast<long>(dUs) / (iSteps - 100) << ' '
+            << std::clock() / iSteps << ' ' << aiAfter[0] - aiBefore[0] << ' ' << aiAfter[1] - aiBefore[1] << ' '
+            << aiAfter[2] - aiBefore[2] << '\n';
     }
 } s_oWatch;
 
@@ -105,8 +105,7 @@ struct SWatch
 {
     const char* pszPlan = std::getenv("TORTURE");
     s_bFast             = std::getenv("TORTURE_FAST") != nullptr;
-    if (pszPlan != nullptr && std::sscanf(pszPlan, "%7s %ld %7s", s_acKind, &s_iFirst, s_acHow) != 3)
-        std::abort();
+    if (pszPlan != nullptr && std::sscanf(pszPlan, "%7s %ld %7s", s_acKind, &s_iFirst, s_acHow) != 3) std::abort();
     unsetenv("TORTURE");
     s_iCount = 0;
 }
@@ -114,16 +113,17 @@ struct SWatch
 template <int iTag, class TFunction> struct SOperation;
 template <int iTag, class TResult, class... TArguments> struct SOperation<iTag, TResult(TArguments...)>
 {
-    static inline const char* s_pszName = nullptr;
+    static inline const char* s_pszName               = nullptr;
     static inline TResult (*s_pfnReal)(TArguments...) = nullptr;
 
     static TResult Call(TArguments... arguments)
     {
-        if (Strikes("moment", s_pszName))
-            raise(std::atoi(s_acHow));
+        if (Strikes("moment", s_pszName)) raise(std::atoi(s_acHow));
         const TResult result = s_pfnReal(arguments...);
         if constexpr (std::is_same_v<TResult, TStatus>)
-            for (const auto& [pszName, piCount] : {std::pair{"TVideoOut_Enable", &s_iEnabled}, {"TVideoOut_Disable", &s_iDisabled}, {"TBoard_RegWrite", &s_iWritten}})
+            for (const auto& [pszName, piCount] : {std::pair{"TVideoOut_Enable", &s_iEnabled},
+                                                   {"TVideoOut_Disable", &s_iDisabled},
+                                                   {"TBoard_RegWrite", &s_iWritten}})
                 *piCount += result == TStatus_OK && std::strcmp(s_pszName, pszName) == 0;
         if constexpr (std::is_same_v<TResult(TArguments...), decltype(TBuffer_BeginAccess)>)
             s_puiPlane = reinterpret_cast<const KUINT32*>(*std::get<3>(std::tie(arguments...)));
@@ -146,14 +146,20 @@ void* __libc_malloc(size_t uiSize);
 void* __libc_calloc(size_t uiCount, size_t uiSize);
 void* __libc_realloc(void* pv, size_t uiSize);
 void* malloc(size_t uiSize) { return Strikes("heap", "malloc") ? (errno = ENOMEM, nullptr) : __libc_malloc(uiSize); }
-void* calloc(size_t uiCount, size_t uiSize) { return Strikes("heap", "calloc") ? (errno = ENOMEM, nullptr) : __libc_calloc(uiCount, uiSize); }
-void* realloc(void* pv, size_t uiSize) { return Strikes("heap", "realloc") ? (errno = ENOMEM, nullptr) : __libc_realloc(pv, uiSize); }
+void* calloc(size_t uiCount, size_t uiSize)
+{
+    return Strikes("heap", "calloc") ? (errno = ENOMEM, nullptr) : __libc_calloc(uiCount, uiSize);
+}
+void* realloc(void* pv, size_t uiSize)
+{
+    return Strikes("heap", "realloc") ? (errno = ENOMEM, nullptr) : __libc_realloc(pv, uiSize);
+}
 
-#define STRUCK(kind, result, name, parameters, arguments, failure)                          \
-    result name parameters                                                                  \
-    {                                                                                       \
-        static const auto s_pfnNext = Next<decltype(&name)>(#name);                          \
-        return Strikes(kind, #name) ? (errno = EIO, failure) : s_pfnNext arguments;          \
+#define STRUCK(kind, result, name, parameters, arguments, failure)                  \
+    result name parameters                                                          \
+    {                                                                               \
+        static const auto s_pfnNext = Next<decltype(&name)>(#name);                 \
+        return Strikes(kind, #name) ? (errno = EIO, failure) : s_pfnNext arguments; \
     }
 STRUCK("read", size_t, fread, (void* p, size_t u, size_t n, FILE* f), (p, u, n, f), 0)
 STRUCK("file", int, mkdir, (const char* p, mode_t m), (p, m), -1)
@@ -167,7 +173,7 @@ STRUCK("file", void*, mmap, (void* p, size_t n, int r, int f, int i, off_t o) no
 STRUCK("file", int, getrlimit, (__rlimit_resource_t e, struct rlimit* p) noexcept, (e, p), -1)
 STRUCK("file", int, unlinkat, (int i, const char* p, int f) noexcept, (i, p, f), -1)
 STRUCK("file", DIR*, fdopendir, (int i), (i), nullptr)
-STRUCK("file", dirent*, readdir, (DIR* p), (p), nullptr)
+STRUCK("file", dirent*, readdir, (DIR * p), (p), nullptr)
 STRUCK("file", int, renameat, (int i, const char* p, int j, const char* q) noexcept, (i, p, j, q), -1)
 
 // Their last argument may be absent; it is passed on all the same.
@@ -187,8 +193,7 @@ STRUCK_VARIADIC(fcntl, (int i, int c, ...), c, void*, i, c)
 int dlclose(void* pvLibrary)
 {
     static const auto s_pfnNext = Next<int (*)(void*)>("dlclose");
-    if (Strikes("moment", "dlclose"))
-        raise(std::atoi(s_acHow));
+    if (Strikes("moment", "dlclose")) raise(std::atoi(s_acHow));
     return s_pfnNext(pvLibrary);
 }
 
@@ -196,14 +201,13 @@ int dlclose(void* pvLibrary)
 int pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* poDeadline)
 {
     static const auto s_pfnNext = Next<decltype(&pthread_cond_timedwait)>("pthread_cond_timedwait");
-    if (std::strcmp(s_acKind, "watch") == 0)
-        s_oWatch.OnWait(*poDeadline);
+    if (std::strcmp(s_acKind, "watch") == 0) s_oWatch.OnWait(*poDeadline);
     if (Strikes("moment", "a wait"))
     {
-        sigevent oEvent     = {};
-        timer_t  hTimer     = nullptr;
-        oEvent.sigev_notify = SIGEV_SIGNAL;
-        oEvent.sigev_signo  = std::atoi(s_acHow);
+        sigevent oEvent         = {};
+        timer_t  hTimer         = nullptr;
+        oEvent.sigev_notify     = SIGEV_SIGNAL;
+        oEvent.sigev_signo      = std::atoi(s_acHow);
         const itimerspec oAfter = {.it_interval = {}, .it_value = {.tv_sec = 0, .tv_nsec = 2'000'000}};
         if (timer_create(CLOCK_MONOTONIC, &oEvent, &hTimer) != 0 || timer_settime(hTimer, 0, &oAfter, nullptr) != 0)
             std::abort();
@@ -220,12 +224,15 @@ void* dlsym(void* pvLibrary, const char* pszName)
     void* const       pvReal    = s_pfnNext(pvLibrary, pszName);
     if (std::strcmp(pszName, "Tavrin_GetDeviceCount") == 0 && Strikes("moment", "loading the library"))
         raise(std::atoi(s_acHow));
-#define OPERATION(name) \
-    if (pvReal != nullptr && std::strcmp(pszName, #name) == 0) return SOperation<__COUNTER__, decltype(name)>::StandBefore(#name, pvReal);
-    OPERATION(Tavrin_GetDeviceCount) OPERATION(Tavrin_GetDevice) OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo)
-    OPERATION(TBuffer_BeginAccess) OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount)
-    OPERATION(TVideoOut_GetHandle) OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
-    OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount) OPERATION(TBoard_GetFpgaInfo)
-    return pvReal;
+#define OPERATION(name)                                        \
+    if (pvReal != nullptr && std::strcmp(pszName, #name) == 0) \
+        return SOperation<__COUNTER__, decltype(name)>::StandBefore(#name, pvReal);
+    OPERATION(Tavrin_GetDeviceCount)
+    OPERATION(Tavrin_GetDevice)
+    OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess)
+        OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle)
+            OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
+                OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount)
+                    OPERATION(TBoard_GetFpgaInfo) return pvReal;
 }
 }

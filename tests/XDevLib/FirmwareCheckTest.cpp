@@ -38,7 +38,8 @@ TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
     const auto GOOD = Fpga(3, 1, 33, 0), KNOWN = Fpga(5, 2, 1, 33), UNKNOWN = Fpga(3, 1, 33, 7);
     const auto FAILING = Fpga(3, 1, 33, 0, TStatus_FAIL), POSITIVE = Fpga(3, 1, 33, 0, TStatus{1});
     const auto OTHER_ADDRESS = Fpga(3, 1, 33, 7, TStatus_OK, 0xc3e7, 0xd2), OTHER_VENDOR = Fpga(3, 1, 33, 7, TStatus_OK, 1);
-    const std::tuple<const char*, Script, TStatus, KBOOL32, KUINT32> aoRows[] = {  // ..., result, asked
+    const std::tuple<const char*, Script, TStatus, KBOOL32, KUINT32> aoRows[] = {
+        // ..., result, asked
         {"no count", {GOOD}, TStatus_FAIL, FALSE, 0},
         {"none", {}, TStatus_OK, FALSE, 0},
         {"supported", {GOOD}, TStatus_OK, TRUE, 1},

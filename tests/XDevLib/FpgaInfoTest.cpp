@@ -31,7 +31,8 @@ static KUINT32 RegistrySum(const X& roFpga)
 
 TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
 {
-    const std::tuple<KUINT32, KUINT32, bool, bool, const char*> aoRows[] = {  // device, version, supported, known
+    const std::tuple<KUINT32, KUINT32, bool, bool, const char*> aoRows[] = {
+        // device, version, supported, known
         {3, 0x12100, true, true, "registered"},
         {3, 0x12107, false, false, "the build counts, and is another"},
         {3, 0x10e99, true, true, "the build does not count: an earlier row of 1.14"},
@@ -48,8 +49,8 @@ TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
         for (bool bIsForced : {true, false})
         {
             const X        oFpga = Fpga(uiCode, uiVersion, 0x20509);
-            const CKString oLine = "vesk(4.12.0.16)[0]: (Info) The FPGA version " + oFpga.GetVersionStr()
-                + " (Bridge 002-005-009) is not known, but the configuration has been set to allow it.\n";
+            const CKString oLine = "vesk(4.12.0.16)[0]: (Info) The FPGA version " + oFpga.GetVersionStr() +
+                                   " (Bridge 002-005-009) is not known, but the configuration has been set to allow it.\n";
             KBOOL32 bIsFound        = -7;
             X::m_sbForceFpgaSupport = bIsForced;
             testing::internal::CaptureStdout();
@@ -60,7 +61,8 @@ TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
 
 TEST(FpgaInfo, CapabilitiesChangeAtTheirVersions)
 {
-    const std::tuple<KBOOL32 (X::*)() const, Numbers, Numbers, Numbers> aoRows[] = {  // devices, versions without and with
+    const std::tuple<KBOOL32 (X::*)() const, Numbers, Numbers, Numbers> aoRows[] = {
+        // devices, versions without and with
         {&X::IsBuildRequired, {8}, {0, 0x301}, {0x302, 0x10529, TOP}},
         {&X::IsBuildRequired, QUADHI, {0, 0x1034d}, {0x1034e, TOP}},
         {&X::IsBuildRequired, QUADDO, {0, 0x629}, {0x62a, TOP}},
@@ -91,10 +93,8 @@ TEST(FpgaInfo, CapabilitiesChangeAtTheirVersions)
         for (KUINT32 uiCode : auiCodes)
         {
             SCOPED_TRACE(testing::Message() << "versions " << testing::PrintToString(auiWith) << ", device " << uiCode);
-            for (KUINT32 uiVersion : auiWithout)
-                EXPECT_FALSE((Fpga(uiCode, uiVersion).*Holds)()) << uiVersion;
-            for (KUINT32 uiVersion : auiWith)
-                EXPECT_TRUE((Fpga(uiCode, uiVersion).*Holds)()) << uiVersion;
+            for (KUINT32 uiVersion : auiWithout) EXPECT_FALSE((Fpga(uiCode, uiVersion).*Holds)()) << uiVersion;
+            for (KUINT32 uiVersion : auiWith) EXPECT_TRUE((Fpga(uiCode, uiVersion).*Holds)()) << uiVersion;
         }
     EXPECT_FALSE(Fpga(0, TOP, 0x20508).IsSubFieldModeSupported() || Fpga(0, TOP, 0x20700).IsInterruptStatusSupported());
     EXPECT_TRUE(Fpga(0, 0, 0x20509).IsSubFieldModeSupported() && Fpga(0, 0, 0x20701).IsInterruptStatusSupported());
@@ -139,8 +139,9 @@ TEST(FpgaInfo, TellsDevicesApart)
             SCOPED_TRACE(testing::Message() << std::hex << uiCode);
             const X oFpga = Fpga(uiCode, 0);
             for (const auto& roRow : aoRows)
-                EXPECT_TRUE((oFpga.*roRow.Is)() == roRow.IsId(VENDOR | uiCode)
-                            && (oFpga.*roRow.Is)() == (&roRow == &roDevice)) << "row " << &roRow - aoRows;
+                EXPECT_TRUE((oFpga.*roRow.Is)() == roRow.IsId(VENDOR | uiCode) &&
+                            (oFpga.*roRow.Is)() == (&roRow == &roDevice))
+                    << "row " << &roRow - aoRows;
             EXPECT_EQ(RegistrySum(oFpga), roDevice.uiRegistrySum);
             EXPECT_TRUE(oFpga.IsMultiBoardsSyncSupported() == (uiCode == 0xf));
             EXPECT_TRUE(oFpga.IsProto1() == (&roDevice < aoRows + 2) && oFpga.GetPortBandwidth() == roDevice.uiBandwidth);
@@ -169,7 +170,7 @@ TEST(FpgaInfo, ReturnsWhatItWasMadeOf)
     EXPECT_EQ(oFpga.GetVersionStr() + ' ' + oFpga.GetBridgeVersionStr(), "001-005-013 000-000-000");
 
     tagTBoard_FpgaInfo oInfo = {85, {}, 0, 0, 0, 0, 0, 0, 0}, oExpected = oInfo;
-    const auto Returns = [&](TStatus eStatus) {
+    const auto         Returns = [&](TStatus eStatus) {
         return oFpga.GetFpgaBoardInfo(oInfo) == eStatus && std::memcmp(&oInfo, &oExpected, sizeof(oInfo)) == 0;
     };
     EXPECT_TRUE(Returns(TStatus_INVALID_PARAM)) << "and writes nothing";
@@ -179,5 +180,4 @@ TEST(FpgaInfo, ReturnsWhatItWasMadeOf)
     EXPECT_TRUE(Returns(TStatus_OK));
     X(0, 0, 0, 0, 0, 0, "ab").GetFpgaBoardInfo(oInfo);
     EXPECT_EQ(std::memcmp(oInfo.szName, "abn", 3), 0) << "no terminator is added";
-
 }

@@ -5,12 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize);
 
 inline void Must(bool bHolds)
 {
-    if (!bHolds)
-        __builtin_trap();
+    if (!bHolds) __builtin_trap();
 }
 
 #endif

@@ -14,7 +14,7 @@
 
 using namespace SoftwareBoard;
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
+int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
 {
     static const struct SFolder
     {
@@ -29,15 +29,23 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
     while (uiSize >= 4)
     {
         const auto uiOffset = static_cast<unsigned>(puiData[0] | puiData[1] << 8 | (puiData[2] & 1) << 16);
-        const auto uiLength = std::min<std::size_t>(puiData[3], uiSize - 4);
-        oFile.seekp(uiOffset).write(reinterpret_cast<const char*>(puiData + 4), static_cast<std::streamsize>(uiLength)).flush();
-        if (puiData[3] == 0)
-            std::filesystem::resize_file(strState, uiOffset);
+        const auto uiLength = std::min<size_t>(puiData[3], uiSize - 4);
+        oFile.seekp(uiOffset)
+            .write(reinterpret_cast<const char*>(puiData + 4), static_cast<std::streamsize>(uiLength))
+            .flush();
+        if (puiData[3] == 0) std::filesystem::resize_file(strState, uiOffset);
         puiData += 4 + uiLength;
         uiSize -= 4 + uiLength;
     }
 
-    const auto fTry = [](auto fBody) { try { fBody(); } catch (const BoardError&) {} };
+    const auto fTry = [](auto fBody) {
+        try
+        {
+            fBody();
+        }
+        catch (const BoardError&)
+        {}
+    };
     fTry([&] { Board::Observe(); });
     const Transaction oTransaction(oBoard.m_oLocks);
     fTry([&] { SweepPixelFiles(oTransaction, oBoard.m_oFolder, oState); });
@@ -45,11 +53,18 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
     {
         fTry([&] {
             const SDeviceRecord oDevice = oState.ReadDevice(uiDevice);
-            Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= MAX_OUTPUTS && oDevice.uiFpgaCount <= MAX_FPGAS);
+            Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= MAX_OUTPUTS &&
+                 oDevice.uiFpgaCount <= MAX_FPGAS);
             for (KUINT32 uiOutput = 0; uiOutput <= oDevice.uiOutputCount; ++uiOutput)
-                fTry([&] { Must(oState.ReadOutput(oTransaction, uiDevice, uiOutput).bEnabled <= TRUE && uiOutput < oDevice.uiOutputCount); });
+                fTry([&] {
+                    Must(oState.ReadOutput(oTransaction, uiDevice, uiOutput).bEnabled <= TRUE &&
+                         uiOutput < oDevice.uiOutputCount);
+                });
         });
-        fTry([&] { oState.WriteRegister(uiDevice, PROGRESS_REGISTER, 7), Must(oState.ReadRegister(uiDevice, PROGRESS_REGISTER) == 7); });
+        fTry([&] {
+            oState.WriteRegister(uiDevice, PROGRESS_REGISTER, 7),
+                Must(oState.ReadRegister(uiDevice, PROGRESS_REGISTER) == 7);
+        });
     }
     return 0;
 }

@@ -8,9 +8,9 @@
 
 OsServices g_oOsServices(nullptr);
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
+int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
 {
-    constexpr KUINT32 WIDTH = 6, HEIGHT = 5, PITCH = WIDTH * 4 + 12;
+    constexpr KUINT32   WIDTH = 6, HEIGHT = 5, PITCH = WIDTH * 4 + 12;
     std::vector<KUINT8> auiFile(puiData, puiData + uiSize), auiPlane(PITCH * HEIGHT, 0x5A);
     MendSums(auiFile);
     std::FILE* poFile = fmemopen(auiFile.data(), auiFile.size(), "rb");
@@ -19,7 +19,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
 
     const KBOOL32 bLoaded = LoadImage(poFile, WIDTH, PITCH, HEIGHT, auiPlane.data());
     std::fclose(poFile);
-    for (std::size_t i = 0; i < auiPlane.size(); ++i)
-        Must((bLoaded && i % PITCH < WIDTH * 4) || auiPlane[i] == 0x5A);
+    for (size_t i = 0; i < auiPlane.size(); ++i) Must((bLoaded && i % PITCH < WIDTH * 4) || auiPlane[i] == 0x5A);
     return 0;
 }

@@ -12,7 +12,7 @@ OsServices g_oOsServices(nullptr);
 namespace
 {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-KINT32 Estimate(const char* pszFormat, ...)
+KINT32                 Estimate(const char* pszFormat, ...)
 {
     va_list argList;
     va_start(argList, pszFormat);
@@ -21,19 +21,22 @@ KINT32 Estimate(const char* pszFormat, ...)
     return iLength;
 }
 
-template <class... TArguments> void Compare(CKString& roString, std::string& rsExpected, const std::string& sFormat, TArguments... arguments)
+template <class... TArguments>
+void Compare(CKString& roString, std::string& rsExpected, const std::string& sFormat, TArguments... arguments)
 {
     char      acText[4096];
     const int iLength = std::snprintf(acText, sizeof(acText), sFormat.c_str(), arguments...);
-    Must(iLength >= 0 && iLength < static_cast<int>(sizeof(acText)) && Estimate(sFormat.c_str(), arguments...) + 8 >= iLength);
+    Must(iLength >= 0 && iLength < static_cast<int>(sizeof(acText)) &&
+         Estimate(sFormat.c_str(), arguments...) + 8 >= iLength);
     CKString oFresh;
     oFresh.Format(sFormat.c_str(), arguments...);
     roString.AppendFormat(sFormat.c_str(), arguments...);
-    Must(std::string(acText) == static_cast<const KCHAR8*>(oFresh) && (rsExpected += acText) == static_cast<const KCHAR8*>(roString));
+    Must(std::string(acText) == static_cast<const KCHAR8*>(oFresh) &&
+         (rsExpected += acText) == static_cast<const KCHAR8*>(roString));
 }
 }
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
+int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
 {
     const auto  fNext = [&]() -> unsigned { return uiSize > 0 ? (--uiSize, *puiData++) : 0u; };
     CKString    oString;
@@ -41,12 +44,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, std::size_t uiSize)
     for (int i = 0; i < 8 && uiSize > 0; ++i)
     {
         std::string sFormat = std::string(fNext() % 40, 'x') + '%';
-        for (unsigned ui = fNext(); ui & 3; ui >>= 2)
-            sFormat += "-0 "[(ui & 3) - 1];
+        for (unsigned ui = fNext(); ui & 3; ui >>= 2) sFormat += "-0 "[(ui & 3) - 1];
         const unsigned uiWidth = fNext(), uiPrecision = fNext(), uiKind = fNext() % 8, uiRest = fNext();
         sFormat += uiKind == 1 ? "*" : uiWidth > 150 ? std::to_string(uiWidth) : "";
-        if (uiPrecision > 99 && uiKind != 6)
-            (sFormat += '.') += std::to_string(uiPrecision);
+        if (uiPrecision > 99 && uiKind != 6) (sFormat += '.') += std::to_string(uiPrecision);
         const long long iValue = static_cast<long long>(uiRest * 0x9E3779B97F4A7C15u);
         switch (uiKind)
         {
