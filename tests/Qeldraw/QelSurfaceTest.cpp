@@ -138,18 +138,6 @@ void CheckFill(std::mt19937& roRandom)
     ASSERT_EQ(oMemory, oWant) << iLeft << ' ' << iTop << ' ' << iRight << ' ' << iBottom << ' ' << uiPitch;
 }
 
-// The stores past the caches, without a picture that large.
-template <typename Word> void CheckFillPastCaches([[maybe_unused]] std::mt19937& roRandom)
-{
-#ifdef __x86_64__
-    std::vector<Word> oMemory(200), oWant = oMemory;
-    const auto [uiFirst, uiEnd] = std::minmax({roRandom() % 200, roRandom() % 200});
-    QelFillPastCaches(&oMemory[uiFirst], &oMemory[uiEnd], static_cast<Word>(INK));
-    std::fill(&oWant[uiFirst], &oWant[uiEnd], static_cast<Word>(INK));
-    ASSERT_EQ(oMemory, oWant) << uiFirst << ' ' << uiEnd;
-#endif
-}
-
 TEST(QelSurface, FillsLeaveExactlyTheirPixels)
 {
     std::mt19937 oRandom(3);
@@ -157,23 +145,7 @@ TEST(QelSurface, FillsLeaveExactlyTheirPixels)
     {
         CheckFill<Colour, KUINT32>(oRandom);
         CheckFill<QelColor<TPixelFormat_B5G6R5, KUINT16>, KUINT16>(oRandom);
-        CheckFillPastCaches<KUINT32>(oRandom);
-        CheckFillPastCaches<KUINT16>(oRandom);
     }
-}
-
-TEST(QelSurface, AnAreaLargerThanTheCachesIsFilledToItsEdges)
-{
-    constexpr KUINT32       uiStride = 2215;  // odd: rows start at every place of a line
-    const auto              uiHeight = KUINT32(std::min(QelLargestCacheInBytes(), KUINT64{64} << 20) / (2192 * 4)) + 4;
-    std::vector<KUINT32>    oMemory(uiStride * uiHeight, BLANK), oWant = oMemory;
-    const KUINTPTR          uiData = reinterpret_cast<KUINTPTR>(oMemory.data());
-    QelSurfaceTyped<Colour> oSurface(&uiData, &uiStride, nullptr, 2200, uiHeight, 1);
-    oSurface.m_oFgColour = INK;
-    oSurface.Rectangle(3, 2, 2195, KINT32(uiHeight) - 1);
-    for (KUINT32 y = 2; y < uiHeight - 1; ++y)
-        std::fill_n(&oWant[y * uiStride + 3], 2192, INK);
-    EXPECT_TRUE(oMemory == oWant);
 }
 
 TEST(QelSurface, ThreePlanesAreCopiedAndWithoutAnAddressNothingIsDrawn)

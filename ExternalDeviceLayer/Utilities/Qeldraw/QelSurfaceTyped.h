@@ -3,11 +3,11 @@
 #define QEL_SURFACE_TYPED_H
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 #include <utility>
 
-#include "QelFill.h"
 #include "QelSurface.h"
 
 // Draws pixels of ColourType (a QelColor) into the memory that QelSurface describes; both colours start at the value 0.
@@ -238,6 +238,20 @@ void QelSurfaceTyped<ColourType>::Rectangle(KINT32 iLeft, KINT32 iTop, KINT32 iR
     }
 }
 
+// Fills a row with wide stores: the compiler makes one of a count that it knows. The last may overlap the one before.
+template <typename T> void QelFillRow(T* pRow, KUINT32 uiColumns, T uiValue)
+{
+    constexpr KUINT32 uiStore = 16 / sizeof(T);
+    if (uiColumns < uiStore)
+    {
+        std::fill_n(pRow, uiColumns, uiValue);
+        return;
+    }
+    for (KUINT32 i = 0; i < uiColumns - uiStore; i += uiStore)
+        std::fill_n(pRow + i, uiStore, uiValue);
+    std::fill_n(pRow + uiColumns - uiStore, uiStore, uiValue);
+}
+
 // What ColourType::Write at every point would leave, index for index: also an index that wraps within a row.
 template <typename ColourType>
 void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT32 uiColumns, KUINT32 uiRows,
@@ -255,12 +269,22 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
 
     KUINT32       uiIndex = uiTop * uiPitch + uiLeft;
     const KUINT64 uiLast  = uiIndex + KUINT64{uiRows - 1} * uiPitch + (uiColumns - 1);
-    if (uiLast <= std::numeric_limits<KUINT32>::max())
+    if (uiColumns <= uiPitch && uiLast <= std::numeric_limits<KUINT32>::max())
     {
-        QelFillRows(pPixels + uiIndex, uiPitch, uiColumns, uiRows, uiValue);
+        // Long rows are copies of the first. For short ones that costs more than their stores.
+        constexpr KUINT32 uiLongRow = 512 / sizeof(PixelType);
+        PixelType* const  pFirst    = pPixels + uiIndex;
+        for (KUINT32 i = 0; i < uiRows; ++i)
+        {
+            PixelType* const pRow = pFirst + KUINT64{i} * uiPitch;
+            if (i == 0 || uiColumns < uiLongRow)
+                QelFillRow(pRow, uiColumns, uiValue);
+            else
+                std::memcpy(pRow, pFirst, uiColumns * sizeof(PixelType));
+        }
         return;
     }
-    for (; uiRows != 0; --uiRows, uiIndex += uiPitch)  // the index wraps on the way
+    for (; uiRows != 0; --uiRows, uiIndex += uiPitch)  // rows overlap, or the index wraps on the way
     {
         for (KUINT32 i = 0; i < uiColumns; ++i)
         {
