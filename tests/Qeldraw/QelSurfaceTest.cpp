@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <set>
 
@@ -72,6 +73,36 @@ TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
         oPicture.LineTo(oTo.first, oTo.second);
         EXPECT_EQ(oPicture.Take(oTo), oWant) << testing::PrintToString(oFrom) << " to " << testing::PrintToString(oTo);
     }
+}
+
+void DrawFusedLine(KUINT32 uiY1, KUINT32 uiX2, KUINT32 uiY2, KUINT32* puiRows);  // FusedLine.cpp
+
+// Each step rounds: a product of two floats is exact in a double, so the cast is where it is rounded.
+TEST(QelSurface, LinesStayWhereTheyAreWhenTheCompilerMayFuseTheirSteps)
+{
+#ifdef QEL_HAS_FMA
+    if (!__builtin_cpu_supports("fma"))
+        GTEST_SKIP() << "this processor has no FMA";
+    std::mt19937 oRandom(5);
+    const auto   Below  = [&](KUINT32 uiEnd) { return std::uniform_int_distribution<KUINT32>(0, uiEnd - 1)(oRandom); };
+    int          iApart = 0;
+    for (int i = 0; i < 2000; ++i)
+    {
+        const KUINT32        uiY1 = 1 + Below(300), uiX2 = 1 + Below(90), uiY2 = Below(uiY1);  // up, where sums are finer
+        const float          fSlope = float(KINT32(uiY2 - uiY1)) / float(uiX2), fY1 = float(uiY1);
+        std::vector<KUINT32> oRows(uiX2 + 1), oWant = oRows;
+        for (KUINT32 x = 0; x <= uiX2; ++x)
+        {
+            oWant[x] = KUINT32(float(double(x) * fSlope) + fY1);
+            iApart += oWant[x] != KUINT32(std::fma(float(x), fSlope, fY1));
+        }
+        DrawFusedLine(uiY1, uiX2, uiY2, oRows.data());
+        ASSERT_EQ(oRows, oWant) << uiY1 << " to " << uiX2 << ',' << uiY2;
+    }
+    EXPECT_GT(iApart, 0) << "no line tells one step from two";
+#else
+    GTEST_SKIP() << "the compiler's processor has no FMA";
+#endif
 }
 
 TEST(QelSurface, CirclesSetTheirPointsInOrderAndClipAtEveryEdge)
