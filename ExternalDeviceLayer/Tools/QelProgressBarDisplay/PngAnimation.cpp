@@ -55,23 +55,6 @@ std::size_t RegionRowOffset(const TRECT& roRegion, KUINT32 uiRow, KUINT32 uiPitc
            static_cast<std::size_t>(roRegion.iLeft) * BYTES_PER_PIXEL;
 }
 
-// Since a frame was shown last, all others went through the caches, so it comes from far: for rows that are not short the
-// string instruction asks for what comes next by itself, and further ahead than a loop of loads does. It moves whole pixels,
-// should a device see each write.
-void CopyFrameRow(KUINT8* puiTarget, const KUINT8* puiSource, KUINT32 uiBytes)
-{
-#ifdef __x86_64__
-    constexpr KUINT32 uiStringInBytes = 512;
-    if (uiBytes >= uiStringInBytes)
-    {
-        KUINT64 uiCount = uiBytes / BYTES_PER_PIXEL;
-        asm volatile("rep movsl" : "+D"(puiTarget), "+S"(puiSource), "+c"(uiCount) : : "memory");
-        return;
-    }
-#endif
-    QelTools_memcpy(puiTarget, puiSource, uiBytes);
-}
-
 // Opens the frame of a number, counted from 1. A name that is too long is cut. One whose number was cut would name one file
 // for ever: it opens nothing.
 std::FILE* OpenFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber)
@@ -167,6 +150,6 @@ void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackground
     const KUINT32 uiRowBytes = WidthOf(roRegion) * BYTES_PER_PIXEL;
 
     for (KUINT32 y = 0; y < HeightOf(roRegion); ++y)
-        CopyFrameRow(puiBackgroundARGBData + RegionRowOffset(roRegion, y, uiBackgroundPitchInBytes),
-                     puiFrame + std::size_t{y} * uiRowBytes, uiRowBytes);
+        QelTools_memcpy(puiBackgroundARGBData + RegionRowOffset(roRegion, y, uiBackgroundPitchInBytes),
+                        puiFrame + std::size_t{y} * uiRowBytes, uiRowBytes);
 }
