@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "FrameBlend.h"
 #include "PngAnimation.h"
@@ -196,6 +197,24 @@ TEST_F(Picture, TooLargeIsRefusedBeforeItIsDecoded)
     Bytes       auiPixels;
     EXPECT_FALSE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }));
     EXPECT_EQ(auiPixels, Bytes(32, 0x5A));
+}
+
+// The memory of a large picture is the heap's again, and what lies there later is shown: the kernel must not move it then.
+TEST_F(Picture, LargePagesAreAdvisedOnlyWhileItIsDecoded)
+{
+    const auto fAdvised = [] {
+        std::ifstream oMaps("/proc/self/smaps");
+        return std::count(std::istream_iterator<std::string>(oMaps), {}, "hg");
+    };
+    const Bytes auiRows(800 * 800 * 4, 7), auiFile = Png(800, 800, {8, PNG_COLOR_TYPE_RGBA}, auiRows);
+    const auto  iBefore = fAdvised();
+    for (int i = 0; i < 2; ++i)  // the first block may be a mapping of its own, which is gone with it
+    {
+        Bytes auiPixels;
+        EXPECT_TRUE(Load(auiFile, 800, 800, auiPixels));
+        EXPECT_EQ(auiPixels, auiRows);
+    }
+    EXPECT_EQ(fAdvised(), iBefore);
 }
 
 TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)

@@ -20,6 +20,7 @@ constexpr std::size_t MAX_DECODED_BYTES = std::size_t{256} << 20;
 struct SDecodedImage
 {
     png_bytep   puiPixels;
+    png_bytep   puiFirstRow;
     png_bytepp  ppuiRows;
     png_uint_32 uiHeight;
     std::size_t uiRowBytes;
@@ -38,9 +39,9 @@ KBOOL32 AllocateRows(SDecodedImage& roImage)
     if (roImage.puiPixels == nullptr || roImage.ppuiRows == nullptr)
         return FALSE;
 
-    png_bytep puiFirstRow = PutOnLargePages(roImage.puiPixels, uiBytes);
+    roImage.puiFirstRow = PutOnLargePages(roImage.puiPixels, uiBytes);
     for (png_uint_32 y = 0; y < roImage.uiHeight; ++y)
-        roImage.ppuiRows[y] = puiFirstRow + y * roImage.uiRowBytes;
+        roImage.ppuiRows[y] = roImage.puiFirstRow + y * roImage.uiRowBytes;
     return TRUE;
 }
 
@@ -150,6 +151,8 @@ KBOOL32 LoadImage(std::FILE* poPngFile, KUINT32 uiWidth, KUINT32 uiPitchInBytes,
         CopyOverlap(oImage, uiWidth, uiPitchInBytes, uiHeight, puiARGBData);
 
 Qel_Abort:
+    if (oImage.puiFirstRow != nullptr)
+        TakeOffLargePages(oImage.puiFirstRow, oImage.uiRowBytes * oImage.uiHeight);
     delete[] oImage.ppuiRows;
     delete[] oImage.puiPixels;
     if (poInfo != nullptr)
