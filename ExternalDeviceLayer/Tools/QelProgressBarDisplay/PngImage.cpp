@@ -1,3 +1,5 @@
+#include "PngImage.h"
+
 #include <algorithm>
 #include <csetjmp>
 #include <cstddef>
@@ -7,7 +9,6 @@
 
 #include "LargePages.h"
 #include "PixelWord.h"
-#include "PngAnimation.h"
 #include "QelCheck.h"
 #include "QelTools.h"
 
