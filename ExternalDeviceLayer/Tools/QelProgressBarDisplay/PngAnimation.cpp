@@ -17,29 +17,23 @@ constexpr KUINT32 BYTES_PER_PIXEL      = 4;
 constexpr KUINT32 FILE_NAME_CHARACTERS = 512;
 constexpr KCHAR8  FILE_NAME_END[]      = ".png";
 
-// Frames are never released. Those of every sequence are kept here, where a leak checker finds them.
+// The frames of every sequence. The list lives for ever, as they do, so a leak checker finds them. It is made by hand
+// because a refusal by the heap must be a null, not an exception.
 struct SFrameSequence
 {
+    SFrameSequence* poBefore;
     KUINT8**        ppuiFrames;
-    SFrameSequence* poNext;
 };
-SFrameSequence* s_poFrameSequences = nullptr;
+SFrameSequence* s_poLastSequence = nullptr;
 
 // As many frames, each null so far; null when the heap refuses.
 KUINT8** NewFrameSequence(KUINT32 uiFrameCount)
 {
-    KUINT8** const ppuiFrames = new (std::nothrow) KUINT8*[uiFrameCount]();
-    if (ppuiFrames == nullptr)
-        return nullptr;
-
-    auto* const poSequence = new (std::nothrow) SFrameSequence{ppuiFrames, s_poFrameSequences};
+    auto* const poSequence = new (std::nothrow) SFrameSequence{s_poLastSequence, new (std::nothrow) KUINT8*[uiFrameCount]()};
     if (poSequence == nullptr)
-    {
-        delete[] ppuiFrames;
         return nullptr;
-    }
-    s_poFrameSequences = poSequence;
-    return ppuiFrames;
+    s_poLastSequence = poSequence;
+    return poSequence->ppuiFrames;
 }
 
 KUINT32 WidthOf(const TRECT& roRegion)
