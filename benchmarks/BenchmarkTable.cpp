@@ -83,8 +83,8 @@ double CountInstructions(int iRow, const char* pszSide, int iCalls)
     const std::string sOutput =
         ReadOutputOf("valgrind --tool=callgrind --callgrind-out-file=/dev/null " + SelfCommand() + " " +
                      std::to_string(iRow) + " " + pszSide + " " + std::to_string(iCalls) + " 2>&1");
-    const char        acLabel[] = "Collected : ";
-    const std::size_t uiPlace   = sOutput.rfind(acLabel);
+    const char   acLabel[] = "Collected : ";
+    const size_t uiPlace   = sOutput.rfind(acLabel);
     if (uiPlace == std::string::npos)
         throw std::runtime_error("no count in: " + sOutput);
     return std::atof(sOutput.c_str() + uiPlace + sizeof(acLabel) - 1);

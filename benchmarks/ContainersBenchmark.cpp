@@ -18,12 +18,12 @@ namespace
 // Everything that anyone takes from the heap while counting is on.
 struct HeapCount
 {
-    bool        bIsOn    = false;
-    std::size_t uiBlocks = 0;
-    std::size_t uiBytes  = 0;
+    bool   bIsOn    = false;
+    size_t uiBlocks = 0;
+    size_t uiBytes  = 0;
 } g_oHeap;
 
-void* Take(std::size_t uiSize)
+void* Take(size_t uiSize)
 {
     if (g_oHeap.bIsOn)
     {
@@ -36,11 +36,11 @@ void* Take(std::size_t uiSize)
 }
 }
 
-void* operator new(std::size_t uiSize)
+void* operator new(size_t uiSize)
 {
     return Take(uiSize);
 }
-void* operator new[](std::size_t uiSize)
+void* operator new[](size_t uiSize)
 {
     return Take(uiSize);
 }
@@ -52,11 +52,11 @@ void operator delete[](void* pvBlock) noexcept
 {
     std::free(pvBlock);
 }
-void operator delete(void* pvBlock, std::size_t) noexcept
+void operator delete(void* pvBlock, size_t) noexcept
 {
     std::free(pvBlock);
 }
-void operator delete[](void* pvBlock, std::size_t) noexcept
+void operator delete[](void* pvBlock, size_t) noexcept
 {
     std::free(pvBlock);
 }
@@ -121,7 +121,7 @@ XDevFpgaInfo MakeFpga(const CKString& roName)
 class CountingAllocator : public CKAllocator
 {
 public:
-    void* Alloc(std::size_t uiSize) override
+    void* Alloc(size_t uiSize) override
     {
         void* pvBlock = std::malloc(uiSize);
         ++m_uiTaken;
@@ -137,7 +137,7 @@ public:
         std::free(pvBlock);
     }
 
-    std::size_t m_uiTaken = 0, m_uiBlocks = 0, m_uiUsable = 0, m_uiPeakUsable = 0;
+    size_t m_uiTaken = 0, m_uiBlocks = 0, m_uiUsable = 0, m_uiPeakUsable = 0;
 };
 
 void PrintStorageOfTheLongestList()

@@ -34,7 +34,7 @@ inline void ReadByLibpngAlone(const std::string& sPath)
     png_read_update_info(poPng, poInfo);
 
     const png_uint_32 uiHeight   = png_get_image_height(poPng, poInfo);
-    const std::size_t uiRowBytes = png_get_rowbytes(poPng, poInfo);
+    const size_t      uiRowBytes = png_get_rowbytes(poPng, poInfo);
     auto*             puiPixels  = static_cast<png_bytep>(std::malloc(uiHeight * uiRowBytes));
     auto**            ppuiRows   = static_cast<png_bytepp>(std::malloc(uiHeight * sizeof(png_bytep)));
     for (png_uint_32 y = 0; y < uiHeight; ++y)

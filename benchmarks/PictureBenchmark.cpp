@@ -26,7 +26,7 @@ constexpr KUINT32 PITCH = (Pictures::WIDTH + 16) * 4;
 // A plane that starts with a page, as a mapped one does.
 struct SPlane
 {
-    std::vector<KUINT8> auiMemory = std::vector<KUINT8>(std::size_t{PITCH} * Pictures::HEIGHT + PAGE, 0x40);
+    std::vector<KUINT8> auiMemory = std::vector<KUINT8>(size_t{PITCH} * Pictures::HEIGHT + PAGE, 0x40);
     KUINT8*             puiPixels = &auiMemory[PAGE - reinterpret_cast<KUINTPTR>(auiMemory.data()) % PAGE];
 };
 
@@ -37,7 +37,7 @@ struct SSequence
     {
         for (std::vector<KUINT8>& raui : aauiFrames)
         {
-            raui.assign(std::size_t{SIZE} * SIZE * 4, 0x55);
+            raui.assign(size_t{SIZE} * SIZE * 4, 0x55);
             apuiFrames.push_back(raui.data());
         }
         oData = {apuiFrames.data(), Pictures::FRAMES, {LEFT, TOP, LEFT + KINT32{SIZE}, TOP + KINT32{SIZE}}, 0};
@@ -52,8 +52,7 @@ struct SSequence
 {
     ruiIndex = (ruiIndex + 1) % Pictures::FRAMES;
     for (KUINT32 y = 0; y < SIZE; ++y)
-        std::memcpy(puiPlane + (TOP + y) * std::size_t{PITCH} + LEFT * 4, ro.apuiFrames[ruiIndex] + y * uiRowBytes,
-                    uiRowBytes);
+        std::memcpy(puiPlane + (TOP + y) * size_t{PITCH} + LEFT * 4, ro.apuiFrames[ruiIndex] + y * uiRowBytes, uiRowBytes);
 }
 
 // A frame and a ground to blend again and again.
@@ -87,7 +86,7 @@ private:
     static uint32_t* Words(KUINT8* pui) { return reinterpret_cast<uint32_t*>(pui); }
 
     std::vector<KUINT8> m_auiFrame, m_auiWork;
-    std::vector<KUINT8> m_auiGround = std::vector<KUINT8>(std::size_t{SIZE} * SIZE * 4, 0x40);
+    std::vector<KUINT8> m_auiGround = std::vector<KUINT8>(size_t{SIZE} * SIZE * 4, 0x40);
     std::vector<KUINT8> m_auiTarget = m_auiGround;
     pixman_image_t*     m_poFrame;
     pixman_image_t*     m_poTarget;
@@ -96,7 +95,7 @@ private:
 std::vector<KUINT8> MakeRandomFrame()
 {
     std::mt19937        oRandom(1);
-    std::vector<KUINT8> aui(std::size_t{SIZE} * SIZE * 4);
+    std::vector<KUINT8> aui(size_t{SIZE} * SIZE * 4);
     for (KUINT8& rui : aui)
         rui = static_cast<KUINT8>(oRandom());
     return aui;

@@ -37,17 +37,13 @@ struct Area
 void MemsetRows(Area oArea, int iByte)
 {
     for (KINT32 y = oArea.iTop; y < oArea.iBottom; ++y)
-    {
         std::memset(&g_oPixels[KUINT32(y) * PITCH + KUINT32(oArea.iLeft)], iByte, 4 * size_t(oArea.iRight - oArea.iLeft));
-    }
 }
 
 void FillRows(Area oArea, KUINT32 uiValue)
 {
     for (KINT32 y = oArea.iTop; y < oArea.iBottom; ++y)
-    {
         std::fill_n(&g_oPixels[KUINT32(y) * PITCH + KUINT32(oArea.iLeft)], oArea.iRight - oArea.iLeft, uiValue);
-    }
 }
 
 void PixmanFill(Area oArea, KUINT32 uiValue)
@@ -62,16 +58,12 @@ void PixmanFill(Area oArea, KUINT32 uiValue)
     if (x1 == x2)
     {
         for (KINT32 y = y1; y <= y2; ++y)
-        {
             ro.Dot(KUINT32(x1), KUINT32(y));
-        }
         return;
     }
     const float fSlope = float(y2 - y1) / float(x2 - x1);
     for (KINT32 x = x1; x <= x2; ++x)
-    {
         ro.Dot(KUINT32(x), y1 == y2 ? KUINT32(y1) : KUINT32(KINT32(float(x - x1) * fSlope + float(y1))));
-    }
 }
 
 [[gnu::noipa]] void PlainCircle(QelSurface& ro, KUINT32 xc, KUINT32 yc, KINT32 iRadius)
@@ -95,9 +87,7 @@ void PixmanFill(Area oArea, KUINT32 uiValue)
         for (; iRay * iRay >= (iRay - ix) * (iRay - ix) + (iRay - iy) * (iRay - iy); ix -= 4)
         {}
         if (iy > ix)
-        {
             break;
-        }
         for (KINT32 i = ix / 4 + 1; i < d - ix / 4 - 1; ++i)
         {
             const KUINT32 u = KUINT32(i), y = KUINT32(iy / 4), uiMirror = KUINT32(d - 1 - iy / 4);
@@ -108,12 +98,10 @@ void PixmanFill(Area oArea, KUINT32 uiValue)
     for (KINT32 r = iy / 4; r < d - iy / 4; ++r)
     {
         for (KINT32 c = iy / 4; c < d - iy / 4; ++c)
-        {
             ro.Dot(x0 + KUINT32(c), y0 + KUINT32(r));
-        }
     }
 }
-}  // namespace
+}
 
 int main(int iArguments, char** ppszArguments)
 {

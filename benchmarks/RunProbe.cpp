@@ -78,7 +78,7 @@ private:
         return pvPlane != MAP_FAILED ? static_cast<KUINT8*>(pvPlane) : throw std::bad_alloc();
     }
 
-    static constexpr std::size_t ROW = PROBE_FRAME_SIZE * 4, PITCH = (1920 + 16) * 4;
+    static constexpr size_t ROW = PROBE_FRAME_SIZE * 4, PITCH = (1920 + 16) * 4;
 
     void Wait()
     {
@@ -98,7 +98,7 @@ private:
     std::vector<KUINT8>              m_auiBarRow  = std::vector<KUINT8>(PROBE_BAR_WIDTH * 4, 0xFF);
     KUINT8*                          m_puiPlane   = MapPlane();
     std::vector<std::vector<KUINT8>> m_aauiFrames = {PROBE_FRAMES, std::vector<KUINT8>(ROW* PROBE_FRAME_SIZE, 1)};
-    std::size_t                      m_uiIndex    = 0;
+    size_t                           m_uiIndex    = 0;
 };
 
 // The loop reads the progress register once a step, after everything but the bar: from the end of a read to the end of the

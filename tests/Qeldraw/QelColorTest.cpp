@@ -25,7 +25,7 @@ void Expect(Four auiMax, std::vector<std::pair<Four, KUINT32>> oToWord, std::vec
         EXPECT_EQ(aui, auiWant) << Colour().GetPixelFormat() << ", " << uiWord;
     }
 }
-}  // namespace
+}
 
 TEST(QelColor, PackedFormatsCutEachFieldToItsBits)
 {

@@ -46,7 +46,7 @@ struct Picture : QelSurfaceTyped<Colour>
     std::vector<KUINT32> oMemory = std::vector<KUINT32>(2 * GUARD + PITCH * HEIGHT, BLANK), oExpected = oMemory;
     Points               oPoints;
 };
-}  // namespace
+}
 
 TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
 {

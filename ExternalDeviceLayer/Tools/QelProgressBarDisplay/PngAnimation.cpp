@@ -47,14 +47,14 @@ KUINT32 HeightOf(const TRECT& roRegion)
 }
 
 // Where the row uiRow of a region starts in a plane.
-std::size_t RegionRowOffset(const TRECT& roRegion, KUINT32 uiRow, KUINT32 uiPitchInBytes)
+size_t RegionRowOffset(const TRECT& roRegion, KUINT32 uiRow, KUINT32 uiPitchInBytes)
 {
-    return (static_cast<std::size_t>(roRegion.iTop) + uiRow) * uiPitchInBytes +
-           static_cast<std::size_t>(roRegion.iLeft) * BYTES_PER_PIXEL;
+    return (static_cast<size_t>(roRegion.iTop) + uiRow) * uiPitchInBytes +
+           static_cast<size_t>(roRegion.iLeft) * BYTES_PER_PIXEL;
 }
 
 // All pages of a block at once, which costs less than one by one. Advice: an older kernel refuses it, and nothing changes.
-void PopulatePages(KUINT8* puiBlock, std::size_t uiBytes)
+void PopulatePages(KUINT8* puiBlock, size_t uiBytes)
 {
     const auto uiIntoPage = reinterpret_cast<KUINTPTR>(puiBlock) % static_cast<KUINTPTR>(sysconf(_SC_PAGESIZE));
     madvise(puiBlock - uiIntoPage, uiIntoPage + uiBytes, MADV_POPULATE_WRITE);
@@ -68,7 +68,7 @@ std::FILE* OpenFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber)
     const int iLength =
         std::snprintf(acFileName, sizeof(acFileName), "%s%02u%s", pszAnimBaseFileName, uiNumber, FILE_NAME_END);
 
-    if (iLength < 0 || static_cast<std::size_t>(iLength) >= sizeof(acFileName) + sizeof(FILE_NAME_END) - 1)
+    if (iLength < 0 || static_cast<size_t>(iLength) >= sizeof(acFileName) + sizeof(FILE_NAME_END) - 1)
         return nullptr;
     return std::fopen(acFileName, "rb");
 }
@@ -105,7 +105,7 @@ KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgrou
     KUINT32       uiFrameCount = 0;
     const KUINT32 uiWidth      = WidthOf(roAnimRegion);
     const KUINT32 uiHeight     = HeightOf(roAnimRegion);
-    const auto    uiFrameBytes = std::size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL;
+    const auto    uiFrameBytes = size_t{uiWidth} * uiHeight * BYTES_PER_PIXEL;
 
     QEL_CHECK_OR_ABORT(roAnimRegion.iTop >= 0);
     QEL_CHECK_OR_ABORT(roAnimRegion.iLeft >= 0);
@@ -134,7 +134,7 @@ KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgrou
         QEL_CHECK_OR_ABORT(LoadFrame(pszAnimBaseFileName, i + 1, roAnimRegion, puiFrame));
 
         for (KUINT32 y = 0; y < uiHeight; ++y)
-            BlendRowOverGround(puiFrame + std::size_t{y} * uiWidth * BYTES_PER_PIXEL,
+            BlendRowOverGround(puiFrame + size_t{y} * uiWidth * BYTES_PER_PIXEL,
                                puiBackgroundARGBData + RegionRowOffset(roAnimRegion, y, uiBackgroundPitchInBytes), uiWidth);
     }
 
@@ -158,5 +158,5 @@ void AnimationPngUpdate(SAnimationPngData& roAnimationData, KUINT32 uiBackground
 
     for (KUINT32 y = 0; y < HeightOf(roRegion); ++y)
         QelTools_memcpy(puiBackgroundARGBData + RegionRowOffset(roRegion, y, uiBackgroundPitchInBytes),
-                        puiFrame + std::size_t{y} * uiRowBytes, uiRowBytes);
+                        puiFrame + size_t{y} * uiRowBytes, uiRowBytes);
 }

@@ -14,8 +14,8 @@
 
 namespace
 {
-constexpr std::size_t BYTES_PER_PIXEL   = 4;
-constexpr std::size_t MAX_DECODED_BYTES = std::size_t{256} << 20;
+constexpr size_t BYTES_PER_PIXEL   = 4;
+constexpr size_t MAX_DECODED_BYTES = size_t{256} << 20;
 
 // A picture in memory: one block of pixels, and where its rows start in it.
 struct SDecodedImage
@@ -24,7 +24,7 @@ struct SDecodedImage
     png_bytep   puiFirstRow;
     png_bytepp  ppuiRows;
     png_uint_32 uiHeight;
-    std::size_t uiRowBytes;
+    size_t      uiRowBytes;
     KUINT32     uiChannels;  // bytes a pixel: 4, or 3 without alpha
 };
 
@@ -33,7 +33,7 @@ KBOOL32 AllocateRows(SDecodedImage& roImage)
     if (roImage.uiRowBytes > MAX_DECODED_BYTES / roImage.uiHeight)
         return FALSE;
 
-    const std::size_t uiBytes = roImage.uiRowBytes * roImage.uiHeight;
+    const size_t uiBytes = roImage.uiRowBytes * roImage.uiHeight;
 
     roImage.puiPixels = new (std::nothrow) png_byte[RoomOnLargePages(uiBytes)];
     roImage.ppuiRows  = new (std::nothrow) png_bytep[roImage.uiHeight];
@@ -103,12 +103,10 @@ KBOOL32 DecodeImage(png_structp poPng, png_infop poInfo, std::FILE* poPngFile, K
 }
 
 // A word that starts with the pixel is read and cut, so that the last pixel of a row, behind which nothing may lie, is not.
-void CopyWithoutAlpha(KUINT8* puiTarget, const KUINT8* puiSource, std::size_t uiPixels)
+void CopyWithoutAlpha(KUINT8* puiTarget, const KUINT8* puiSource, size_t uiPixels)
 {
     for (; uiPixels > 1; --uiPixels, puiTarget += BYTES_PER_PIXEL, puiSource += BYTES_PER_PIXEL - 1)
-    {
         WritePixelWord(puiTarget, ReadPixelWord(puiSource) & 0x00FFFFFFu);
-    }
     if (uiPixels == 1)
     {
         QelTools_memcpy(puiTarget, puiSource, BYTES_PER_PIXEL - 1);
@@ -119,13 +117,13 @@ void CopyWithoutAlpha(KUINT8* puiTarget, const KUINT8* puiSource, std::size_t ui
 void CopyOverlap(const SDecodedImage& roImage, KUINT32 uiWidth, KUINT32 uiPitchInBytes, KUINT32 uiHeight,
                  KUINT8* puiARGBData)
 {
-    const std::size_t uiTargetPixels = std::min<std::size_t>(uiWidth, uiPitchInBytes / BYTES_PER_PIXEL);
-    const std::size_t uiCopiedPixels = std::min(roImage.uiRowBytes / roImage.uiChannels, uiTargetPixels);
-    const KUINT32     uiCopiedRows   = std::min<KUINT32>(roImage.uiHeight, uiHeight);
+    const size_t  uiTargetPixels = std::min<size_t>(uiWidth, uiPitchInBytes / BYTES_PER_PIXEL);
+    const size_t  uiCopiedPixels = std::min(roImage.uiRowBytes / roImage.uiChannels, uiTargetPixels);
+    const KUINT32 uiCopiedRows   = std::min<KUINT32>(roImage.uiHeight, uiHeight);
 
     for (KUINT32 y = 0; y < uiCopiedRows; ++y)
     {
-        KUINT8* puiTarget = puiARGBData + std::size_t{y} * uiPitchInBytes;
+        KUINT8* puiTarget = puiARGBData + size_t{y} * uiPitchInBytes;
         if (roImage.uiChannels == BYTES_PER_PIXEL)
             QelTools_memcpy(puiTarget, roImage.ppuiRows[y], static_cast<KUINT32>(uiCopiedPixels * BYTES_PER_PIXEL));
         else

@@ -82,9 +82,7 @@ constexpr void QelColor<ePixelFormat, T>::ToARGB(QelColor& oColor, KUINT16& ruiA
 
     KINT32 aiColour[3] = {};
     for (KUINT32 i = 0; i < 3; ++i)
-    {
         aiColour[i] = static_cast<KINT32>(msc_oFacts.aoColour[i].Unpack(uiWord));
-    }
     if constexpr (msc_oFacts.IsYuv())
     {
         const KINT32 iC = 298 * (aiColour[0] - msc_oFacts.oYuv.iLumaOffset) + 128;
@@ -112,18 +110,14 @@ template <TPixelFormat ePixelFormat, typename T>
 inline void QelColor<ePixelFormat, T>::Write(QelSurface& oSurface, KUINT32 x, KUINT32 y) const
 {
     if (const KUINTPTR uiSurfaceData = oSurface.GetSurfaceData(0)) [[likely]]
-    {
         *FindPixel(uiSurfaceData, oSurface.GetPitchPixels(0), x, y) = m_uiColorValue;
-    }
 }
 
 template <TPixelFormat ePixelFormat, typename T>
 inline void QelColor<ePixelFormat, T>::Read(const QelSurface& oSurface, KUINT32 x, KUINT32 y)
 {
     if (const KUINTPTR uiSurfaceData = oSurface.GetSurfaceData(0))
-    {
         m_uiColorValue = *FindPixel(uiSurfaceData, oSurface.GetPitchPixels(0), x, y);
-    }
 }
 
 #endif

@@ -66,9 +66,7 @@ constexpr SPixelFormatFacts FindPixelFormatFacts(TPixelFormat ePixelFormat)
     for (const SPixelFormatFacts& roFacts : g_aoPixelFormatFacts)
     {
         if (roFacts.ePixelFormat == ePixelFormat)
-        {
             return roFacts;
-        }
     }
     return {};
 }

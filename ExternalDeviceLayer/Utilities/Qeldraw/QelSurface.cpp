@@ -10,11 +10,9 @@ template <typename TEntry> void CopyPlaneEntries(TEntry* pDest, const TEntry* pS
 {
     QelTools_memset(pDest, 0, QelSurface::MAX_NUMBER_OF_PLANES * sizeof(TEntry));
     if (pSrc != nullptr)
-    {
         std::copy_n(pSrc, uiNbPlanes, pDest);
-    }
 }
-}  // namespace
+}
 
 QelSurface::QelSurface(const KUINTPTR* pauiSurfaceData, const KUINT32* auiPitchPixels, const KUINT32* auiPitchInBytes,
                        KUINT32 uiWitdh, KUINT32 uiHeight, KUINT32 uiNbPlanes)

@@ -78,9 +78,7 @@ template <typename ColourType> void QelSurfaceTyped<ColourType>::Clr()
 template <typename ColourType> void QelSurfaceTyped<ColourType>::Dot(KUINT32 uiXPos, KUINT32 uiYPos)
 {
     if (uiXPos < m_uiWitdh && uiYPos < m_uiHeight) [[likely]]
-    {
         m_oFgColour.Write(*this, uiXPos, uiYPos);
-    }
 }
 
 template <typename ColourType> void QelSurfaceTyped<ColourType>::LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos)
@@ -99,9 +97,7 @@ template <typename ColourType> void QelSurfaceTyped<ColourType>::LineTo(KUINT32 
         {
             SetPoint(uiFirst);
             if (uiFirst == uiLast)
-            {
                 return;
-            }
         }
     };
     // From here on coordinates count as signed: a row above 0 comes before row 0.
@@ -195,9 +191,7 @@ void QelSurfaceTyped<ColourType>::FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, K
             --iColumn;
         }
         if (iRow > iColumn)
-        {
             break;
-        }
 
         const auto    uiRow    = static_cast<KUINT32>(iRow);
         const KUINT32 uiMirror = uiDiameter - 1 - uiRow;
@@ -221,9 +215,7 @@ void QelSurfaceTyped<ColourType>::FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, K
     for (KUINT32 uiRow = uiFirst; uiRow < uiEnd; ++uiRow)
     {
         for (KUINT32 uiColumn = uiFirst; uiColumn < uiEnd; ++uiColumn)
-        {
             Dot(uiBoxX + uiColumn, uiBoxY + uiRow);
-        }
     }
 }
 
@@ -263,9 +255,7 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
     auto* const   pPixels = reinterpret_cast<PixelType*>(GetSurfaceData(0));
     const KUINT32 uiPitch = GetPitchPixels(0);
     if (pPixels == nullptr || uiColumns == 0 || uiRows == 0)
-    {
         return;
-    }
 
     KUINT32       uiIndex = uiTop * uiPitch + uiLeft;
     const KUINT64 uiLast  = uiIndex + KUINT64{uiRows - 1} * uiPitch + (uiColumns - 1);
@@ -287,9 +277,7 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
     for (; uiRows != 0; --uiRows, uiIndex += uiPitch)  // rows overlap, or the index wraps on the way
     {
         for (KUINT32 i = 0; i < uiColumns; ++i)
-        {
             pPixels[uiIndex + i] = uiValue;
-        }
     }
 }
 
