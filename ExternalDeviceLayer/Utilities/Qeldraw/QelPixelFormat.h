@@ -5,9 +5,6 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // Where a component stands in the pixel's word. One that a format lacks is 0 bits wide.
 struct SPixelField
 {
@@ -40,13 +37,14 @@ struct SPixelFormatFacts
     TPixelFormat ePixelFormat;
     KUINT32      uiSizeInBytes;  // of the word that holds a pixel in plane 0
     SPixelField  oAlpha;
-    SPixelField  aoColour[3];    // red, green, blue, or Y, U, V
-    SYuvFacts    oYuv;           // g_oPackedRgb: the fields hold red, green and blue as they stand
+    SPixelField  aoColour[3];  // red, green, blue, or Y, U, V
+    SYuvFacts    oYuv;         // g_oPackedRgb: the fields hold red, green and blue as they stand
 
     constexpr bool IsYuv() const { return oYuv.iFromRgbShift != 0; }
 };
 
-// Field places count from the lowest bit, which lies in the first byte.
+// Field places count from the lowest bit, which lies in the first byte. Set in columns by hand.
+// clang-format off
 inline constexpr SPixelFormatFacts g_aoPixelFormatFacts[] = {
     //                               bytes   alpha      red | Y   green | U   blue | V
     {TPixelFormat_R8G8B8A8,               4, {24, 8}, {{ 0,  8}, { 8,  8}, {16,  8}}, g_oPackedRgb},
@@ -59,6 +57,7 @@ inline constexpr SPixelFormatFacts g_aoPixelFormatFacts[] = {
     {TPixelFormat_MP_Y8_U8V8_422,         4, { 0, 0}, {{16,  8}, { 0,  8}, { 8,  8}}, g_oYuv8Bit},
     {TPixelFormat_MP_Y10_U10V10_X2_422,   4, { 0, 0}, {{20, 10}, {10, 10}, { 0, 10}}, g_oYuv10Bit},
 };
+// clang-format on
 
 // The row of a format; one of size 0 for a format that the table does not have.
 constexpr SPixelFormatFacts FindPixelFormatFacts(TPixelFormat ePixelFormat)

@@ -6,9 +6,6 @@
 
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // A drawing surface: the geometry of a mapped picture, a current position and, through QelSurfaceTyped, the shapes that
 // are drawn into it. The pixel memory belongs to whoever mapped it: make the surface after mapping and delete it before
 // unmapping, for it only reads and writes through the addresses that it was given. All drawing goes to plane 0; without
@@ -27,6 +24,9 @@ public:
 
     QelSurface(const QelSurface&)            = delete;
     QelSurface& operator=(const QelSurface&) = delete;
+
+    // Set in columns by hand.
+    // clang-format off
 
     // Components are in the range of the pixel format, which GetMax...() tells. Only Dot and what is drawn with it is clipped
     // to the surface: the point to be read and the rectangle, whose right and bottom edges are left out, must lie inside.
@@ -49,6 +49,7 @@ public:
     virtual KUINT16 GetMaxRed(KUINT16 uiRedValue) = 0;
     virtual KUINT16 GetMaxGreen(KUINT16 uiGreenValue) = 0;
     virtual KUINT16 GetMaxBlue(KUINT16 uiBlueValue) = 0;
+    // clang-format on
 
     KUINT32  GetWidth() const { return m_uiWitdh; }
     KUINT32  GetHeight() const { return m_uiHeight; }
