@@ -14,9 +14,9 @@ namespace
 {
 constexpr char NEW_NAME[] = "board.new";
 
-// Makes a board whole and renames it to its place. Who makes one holds the transaction of the new board, so others that make
-// one at the same time wait; what a killed process left of one is written anew. Nothing when another board came to the place
-// first: where poOld is null there must be none, otherwise that one, whose clients are shut out.
+// Makes a complete board and renames it to its place. Holds the transaction of the new file, so another process that makes a
+// board waits. Overwrites what a killed process left. poOld is the board to replace, whose clients the caller has shut out;
+// null if there is none to replace. Returns nothing if another process made a board first.
 std::optional<Board> TryMake(BoardFolder& roFolder, const SBoardPlan& roPlan, const BoardState* poOld)
 {
     FileDescriptor    oFile = roFolder.OpenFile(NEW_NAME, O_RDWR | O_CREAT);
@@ -61,7 +61,7 @@ Board Board::Observe()
     auto        ooState = BoardState::Find(oFolder);
     if (!ooState)
         throw NoBoardError(oFolder.GetPath());
-    ooState->GetDeviceCount();  // throws when it is damaged
+    ooState->GetDeviceCount();  // throws if the state is damaged
     return {std::move(oFolder), std::move(*ooState)};
 }
 
@@ -81,7 +81,7 @@ Board Board::ObserveOrMake()
         }
         catch (const NoBoardError&)
         {
-            // Gone again meanwhile.
+            // The board was removed in between: try again.
         }
     }
 }
@@ -100,7 +100,7 @@ Board Board::Open()
 Board Board::Create(const SBoardPlan& roPlan)
 {
     using namespace std::chrono;
-    const auto oEnd = steady_clock::now() + 200ms;  // a command that only sets the progress is a client for less
+    const auto oEnd = steady_clock::now() + 200ms;  // `progress` is a client for less than that
     for (;;)
     {
         BoardFolder               oFolder = BoardFolder::OpenOrMake();

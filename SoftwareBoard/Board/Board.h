@@ -1,5 +1,5 @@
-// A board as a process sees it: the folder, what it knows, who holds what. A board in software is a thing of its own that
-// outlives the processes that use it.
+// What a board is: folder, locks, transaction, state, pixel files, layout of a plane. It needs no process: each process that
+// uses the board opens the files in its folder.
 #ifndef BOARD_H
 #define BOARD_H
 
@@ -14,15 +14,15 @@ struct Board
 {
     Board(BoardFolder oFolder, BoardState oState);
 
-    // The board where DefaultPath says, the default one newly made when there is none. The process is its client from now
-    // on: while it has one, no new board takes its place.
+    // Opens the board at BoardFolder::DefaultPath() as a client; makes the default one if there is none. Create does not
+    // replace a board that has a client. All four functions throw BoardError on failure.
     static Board Open();
-    // The board for one who only looks: no client, and NoBoardError when there is none. A new board may take its place; then
-    // IsReplaced() is true, and it is to be opened again.
+    // Opens the board to look at it. Throws NoBoardError if there is none. Does not keep it from being replaced: check
+    // m_oState.IsReplaced() and open it again.
     static Board Observe();
-    // As Observe, but makes the default one when there is none.
+    // As Observe, but makes the default board if there is none.
     static Board ObserveOrMake();
-    // A new board in its place; refused while the one there has clients.
+    // Makes a new board, which replaces the one there. Fails if the one there has clients.
     static Board Create(const SBoardPlan& roPlan);
 
     BoardFolder m_oFolder;

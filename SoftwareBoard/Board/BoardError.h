@@ -1,5 +1,5 @@
-// Why a board could not be reached or believed, in words for a person: which file, which call, what the system said.
-// The library turns it into TStatus_FAIL, the front panel prints it.
+// Why a board cannot be opened or trusted, as a text for people: which file, which call, what the system said. The library
+// turns it into TStatus_FAIL; the front panel prints it.
 #ifndef BOARD_ERROR_H
 #define BOARD_ERROR_H
 
@@ -16,7 +16,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// There is no board in the folder, and it was not to be made.
+// There is no board in the folder, and the caller did not ask for a new one.
 class NoBoardError : public BoardError
 {
 public:

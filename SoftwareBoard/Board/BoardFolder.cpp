@@ -13,7 +13,7 @@ namespace SoftwareBoard
 {
 namespace
 {
-// With a slash at its end, or the dot behind it, a symbolic link would be followed after all.
+// Removes "/" and "/." from the end. With them, opening the path would follow a symbolic link in spite of O_NOFOLLOW.
 std::string WithoutSlash(std::string strPath)
 {
     while (strPath.size() > 1 && (strPath.back() == '/' || strPath.ends_with("/.")))
@@ -63,13 +63,13 @@ std::string BoardFolder::DefaultPath()
 
 FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) const
 {
-    // O_NONBLOCK changes nothing about a plain file; a pipe in its place would hold the caller up without it.
+    // O_NONBLOCK makes no difference to a plain file. Without it, opening a pipe of that name would block.
     const int      iAlways = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
     FileDescriptor oFile =
         FileDescriptor::AboveStandardStreams(openat(m_oFd.Get(), strName.c_str(), iFlags | iAlways, 0600));
     if (!oFile)
     {
-        // A file that was to be made and is not there: the folder itself is gone, and no other name would help.
+        // ENOENT with O_CREAT is a failure: the folder itself is gone.
         if ((errno == ENOENT && (iFlags & O_CREAT) == 0) || (errno == EEXIST && (iFlags & O_EXCL) != 0))
             return {};
         ThrowSystemError(PathOf(strName), errno == ELOOP ? "open (a symbolic link is refused)" : "open");

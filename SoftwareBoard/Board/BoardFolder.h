@@ -1,5 +1,5 @@
-// The folder in which a board lives, and the only way to its files. It opens what is the user's own and nothing else: no
-// symbolic links, no files of others, nothing that is not a plain file.
+// The folder of a board, and the only way to its files. It opens plain files of the user. It refuses symbolic links, files
+// of other users and everything else. Functions throw BoardError on failure, unless they say otherwise.
 #ifndef BOARD_FOLDER_H
 #define BOARD_FOLDER_H
 
@@ -15,29 +15,29 @@ namespace SoftwareBoard
 class BoardFolder
 {
 public:
-    // The folder at DefaultPath; makes it when there is none.
+    // Opens the folder at DefaultPath(); makes it if there is none.
     static BoardFolder OpenOrMake();
-    // Throws NoBoardError when there is none.
+    // Opens the folder at DefaultPath(). Throws NoBoardError if there is none.
     static BoardFolder Open();
 
-    // $TAVRIN_BOARD, otherwise a folder in $XDG_RUNTIME_DIR, otherwise one of this user's in /tmp.
+    // $TAVRIN_BOARD, otherwise $XDG_RUNTIME_DIR/tavrin-board, otherwise /tmp/tavrin-board-UID.
     static std::string DefaultPath();
 
-    // Empty when there is no such file and none is to be made or, with O_EXCL, when there is one already.
+    // Returns an empty descriptor if the file is missing (without O_CREAT) or if it exists (with O_EXCL).
     FileDescriptor OpenFile(const std::string& strName, int iFlags) const;
 
-    // Makes the file at least that long, with all its blocks there, so that writing into it cannot fail later. Returns 0 or
-    // an error number. A file beyond the process's size limit is an error: the system would answer it with a signal.
+    // Makes the file at least iSize bytes long and allocates all its blocks, so that writing to it cannot fail later.
+    // Returns 0 or an error number: EFBIG above the process's size limit, where the system itself would send a signal.
     static int Allocate(const FileDescriptor& roFile, off_t iSize);
 
-    // Whether the file is empty or begins with zeros, as one does while a board is making it.
+    // Whether the file is empty or begins with zeros, like a file of the board that is still being made.
     static bool IsUnfinished(const FileDescriptor& roFile);
 
-    // Whether the name still leads to this open file.
+    // Whether the name still leads to the open file.
     bool IsNameOf(const std::string& strName, const FileDescriptor& roFile) const;
     bool Exists(const std::string& strName) const;
 
-    void Remove(const std::string& strName) const;  // no failure when it is gone already
+    void Remove(const std::string& strName) const;  // does nothing if it is gone already
     void Rename(const std::string& strFrom, const std::string& strTo) const;
 
     std::string        PathOf(const std::string& strName) const { return m_strPath + "/" + strName; }

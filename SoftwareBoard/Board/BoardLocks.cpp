@@ -11,7 +11,7 @@ namespace
 {
 using namespace std::chrono_literals;
 
-// A process that was stopped while it holds a lock may never give it back, and whoever waits for that could not be ended.
+// How long to wait for a lock. A process that was stopped while it holds the lock may never release it.
 constexpr std::chrono::seconds      PATIENCE      = 5s;
 constexpr std::chrono::milliseconds BETWEEN_TRIES = 1ms;
 
@@ -33,7 +33,7 @@ bool TryLockByte(int iFd, off_t iByte, short sType)
     {
         if (errno == EAGAIN || errno == EACCES)
             return false;
-        if (errno != EINTR)  // a client's signal handler may well run here
+        if (errno != EINTR)  // a signal handler of the client may run here
             ThrowSystemError("a lock of the board", "fcntl(F_OFD_SETLK)");
     }
     return true;
@@ -59,8 +59,7 @@ BoardLocks::BoardLocks(const FileDescriptor& roFile) : m_oFile(fcntl(roFile.Get(
         ThrowSystemError("the locks of the board", "fcntl(F_DUPFD_CLOEXEC)");
 }
 
-// Once a wait took too long the next ones are a single try each, until one succeeds. So a run that is to undo many things
-// is over soon as well.
+// After a wait timed out, each call tries only once, until one succeeds. So a run with many things to undo ends soon.
 void BoardLocks::Wait(off_t iByte, short sType) const
 {
     const auto oEnd = std::chrono::steady_clock::now() + (m_bGaveUp ? 0s : PATIENCE);

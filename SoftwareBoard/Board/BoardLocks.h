@@ -1,7 +1,8 @@
-// Who may do what on a board at this moment: byte locks in its state file, one byte for each thing that can be held. They
-// last as long as the board does, and the kernel gives them back when the process that took them is gone, however it went.
+// The locks of a board. Each is one byte of the state file. The kernel releases a lock when the process that holds it ends,
+// however it ends.
 //
-// The locks belong to the open file, so that all threads of a process hold them together; one BoardLocks a process.
+// A lock belongs to the open file: all threads of a process hold it together. Files that were opened separately exclude each
+// other, even in one process.
 #ifndef BOARD_LOCKS_H
 #define BOARD_LOCKS_H
 
@@ -12,9 +13,9 @@
 
 namespace SoftwareBoard
 {
-// Tries to lock one byte of an open file, with type F_RDLCK (shared) or F_WRLCK. FALSE when somebody else has it.
+// Tries to lock one byte with type F_RDLCK (shared) or F_WRLCK (exclusive). Returns false if another open file holds it.
 bool TryLockByte(int iFd, off_t iByte, short sType);
-// Whether a lock of this type would be refused now, through another open file than the one that holds the byte.
+// Whether TryLockByte would return false now.
 bool IsByteLocked(int iFd, off_t iByte, short sType);
 // A failed unlock is ignored: closing the file releases the lock.
 void UnlockByte(int iFd, off_t iByte) noexcept;
@@ -22,12 +23,12 @@ void UnlockByte(int iFd, off_t iByte) noexcept;
 class BoardLocks
 {
 public:
-    // Shares the open file, and with it the locks, with roFile.
+    // Shares the open file of roFile, and so its locks.
     explicit BoardLocks(const FileDescriptor& roFile);
 
-    // A client of the board, for the rest of the process. Waits while a new board is being made.
+    // Makes this a client of the board until the file is closed. Waits while a new board is being made.
     void JoinClients() { Wait(CLIENTS_BYTE, F_RDLCK); }
-    // The only one: FALSE when the board has a client.
+    // Keeps new clients out until the file is closed. Returns false if the board has a client.
     bool TryShutOutClients() { return TryLockByte(m_oFile.Get(), CLIENTS_BYTE, F_WRLCK); }
 
     bool TryHoldOutput(KUINT32 uiDevice, KUINT32 uiOutput)
@@ -40,7 +41,7 @@ public:
         return IsByteHeldByAnother(OutputByte(uiDevice, uiOutput));
     }
 
-    // The process that puts a device's outputs on real displays; one at a time.
+    // Makes this the one process that shows the device's outputs on real displays. Returns false if another process does.
     bool TryServeDevice(KUINT32 uiDevice) { return TryLockByte(m_oFile.Get(), DisplayByte(uiDevice), F_WRLCK); }
     bool IsDeviceServedByAnother(KUINT32 uiDevice) const { return IsByteHeldByAnother(DisplayByte(uiDevice)); }
 
@@ -65,7 +66,7 @@ private:
     bool IsByteHeldByAnother(off_t iByte) const { return IsByteLocked(m_oFile.Get(), iByte, F_WRLCK); }
 
     FileDescriptor m_oFile;
-    mutable bool   m_bGaveUp = false;  // the last wait took too long
+    mutable bool   m_bGaveUp = false;  // the last wait timed out
 };
 }
 

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cctype>
 #include <cstddef>
 #include <cstdio>
 #include <type_traits>
@@ -35,8 +34,8 @@ struct SOutputPlace
 };
 using OutputPage = std::array<SOutputPlace, MAX_OUTPUTS>;
 
-// In the file: a page for the header, then for each device a page for its record, a page for its outputs, its registers.
-// No record crosses a page, so a killed writer never leaves half a record; the lock keeps readers off while it is written.
+// The file holds a page with the header. Each device then has a page with its record, a page with its outputs, and its
+// registers. No record crosses a page, so a killed writer never leaves half a record. Transactions keep readers out.
 constexpr off_t PAGE_IN_BYTES = 4096;
 constexpr off_t DEVICE_STRIDE = 2 * PAGE_IN_BYTES + off_t{REGISTER_COUNT} * 4;
 static_assert(sizeof(SHeader) <= PAGE_IN_BYTES && sizeof(SDeviceRecord) <= PAGE_IN_BYTES &&
@@ -64,7 +63,7 @@ constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
     return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + 4 * off_t{uiRegister};
 }
 
-// Makes what the file holds a text that ends, and that cannot command a terminal.
+// Ends the text and replaces what is not printable ASCII, so that it cannot control a terminal.
 template <size_t uiSize> void MakeText(std::array<char, uiSize>& racText)
 {
     racText.back() = '\0';
@@ -153,7 +152,7 @@ KUINT32 BoardState::CheckIsOurs() const
 KUINT32 BoardState::GetDeviceCount() const
 {
     const KUINT32 uiCount = CheckIsOurs();
-    // Where the file stands means nothing, and its end is found in less time than by all that fstat tells.
+    // lseek is faster than fstat. It may move the file position, which nothing uses.
     const off_t iSize = lseek(m_oFile.Get(), 0, SEEK_END);
     if (iSize < 0)
         ThrowSystemError(m_strPath, "lseek");

@@ -1,9 +1,9 @@
-// What a board knows: one file with its devices, their FPGAs and registers, and what each output shows. Devices and FPGAs
-// stay as they were born.
+// The state of a board in one file: its devices, their FPGAs and registers, and what each output shows. Devices and FPGAs do
+// not change after the board was made.
 //
-// The file is read and written by whole records and never mapped, and nothing in it is believed unseen: whoever cuts or
-// overwrites it underneath gets a BoardError out of the next call, not a signal. Records of outputs are read and written
-// inside a transaction; a register is one aligned word, which needs none. The bytes of the file are locked too (BoardLocks).
+// The file is read and written in whole records and never mapped, and every call checks the counts and sizes. So if the file
+// is cut or overwritten during use, the next call throws BoardError; there is no signal. Records of outputs are read and
+// written inside a transaction. A register is one aligned word and needs none. The locks are on this file too (BoardLocks).
 #ifndef BOARD_STATE_H
 #define BOARD_STATE_H
 
@@ -21,14 +21,14 @@ namespace SoftwareBoard
 class Transaction;
 
 constexpr KUINT32 MAX_DEVICES    = 8;
-constexpr KUINT32 MAX_OUTPUTS    = 16;  // of a device, as the next two
+constexpr KUINT32 MAX_OUTPUTS    = 16;  // of a device, like the next two
 constexpr KUINT32 MAX_FPGAS      = 16;
 constexpr KUINT32 REGISTER_COUNT = 16384;
 
 constexpr KUINT32 PROGRESS_BAR_RUNNING_REGISTER = 6908;
 constexpr KUINT32 PROGRESS_REGISTER             = 7932;  // its low byte is the percentage
 
-// What a new board is made of; every device gets the same.
+// What a new board consists of. All devices are alike.
 struct SBoardPlan
 {
     KUINT32                         uiDeviceCount = 1;
@@ -39,7 +39,7 @@ struct SBoardPlan
 tagTBoard_FpgaInfo MakeFpga(KUINT16 ui16DevID, KUINT8 uiMajor, KUINT8 uiMinor, KUINT16 uiBuild, KUINT32 uiI2cAddress = 0xd0,
                             KUINT16 ui16VendorID = 0xc3e7);
 
-// One device, two outputs, and an FPGA whose firmware passes the tool's check.
+// One device with two outputs and one FPGA, whose firmware the tool accepts.
 SBoardPlan DefaultPlan();
 
 struct SDeviceRecord
@@ -52,12 +52,12 @@ struct SDeviceRecord
 struct SOutputRecord
 {
     KUINT32            bEnabled       = FALSE;
-    KINT32             iHolderPid     = 0;  // counts only while the output's lock is held
+    KINT32             iHolderPid     = 0;  // valid only while the output's lock is held
     tagTVideo_VidParam oVidParam      = {};
-    KUINT32            uiPixelFile    = 0;  // the number of the file that it shows,
-    KUINT32            uiBufferWidth  = 0;  // laid out as R8G8B8A8 of this size
+    KUINT32            uiPixelFile    = 0;  // number of the file that the output shows
+    KUINT32            uiBufferWidth  = 0;  // pixels; the format is R8G8B8A8
     KUINT32            uiBufferHeight = 0;
-    KUINT32            uiGeneration   = 0;  // one more at every write, which counts it itself
+    KUINT32            uiGeneration   = 0;  // WriteOutput adds one
 };
 
 enum class EVerdict : KUINT32
@@ -67,13 +67,13 @@ enum class EVerdict : KUINT32
     Refused,
 };
 
-// What the display process says of an output, as of one generation of it; of another it says nothing.
+// What the display process says about one generation of an output. It is void for any other generation.
 struct SVerdict
 {
     KUINT32               uiGeneration = 0;
     EVerdict              eVerdict     = EVerdict::Awaited;
-    std::array<char, 40>  acConnector  = {};  // such as HDMI-A-1; empty when the output has none
-    std::array<char, 128> acReason     = {};  // why it is refused; both texts are cut where they are too long
+    std::array<char, 40>  acConnector  = {};  // such as HDMI-A-1; empty if the output has none
+    std::array<char, 128> acReason     = {};  // why it is refused; a text that is too long is cut
 };
 
 class BoardState
@@ -81,13 +81,13 @@ class BoardState
 public:
     static constexpr char FILE_NAME[] = "board.state";
 
-    // The state in the folder, or nothing when there is no such file. Throws BoardError for a file that is not a board's
-    // state; whether it is damaged is asked by every call that reads it.
+    // Opens the state in the folder; nothing if there is no such file. Throws BoardError if the file is not a board's state.
+    // The calls that read it throw BoardError if it is damaged.
     static std::optional<BoardState> Find(const BoardFolder& roFolder);
-    // Whether the file begins as the state of a board does.
+    // Whether the file begins like the state of a board.
     static bool IsOurs(const FileDescriptor& roFile);
-    // Makes roFile the state of a new board, whatever it held. All its blocks are there, so that a full disk cannot keep a
-    // register or an output from being written later.
+    // Overwrites oFile with the state of a new board. Allocates all its blocks, so that a full disk cannot keep a register
+    // or an output from being written later.
     static BoardState Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan);
 
     KUINT32       GetDeviceCount() const;
@@ -95,17 +95,17 @@ public:
 
     SOutputRecord ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const;
     KUINT32       WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput,
-                              const SOutputRecord& roOutput);                // the new generation
-    KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word, which needs no transaction
+                              const SOutputRecord& roOutput);                // returns the new generation
+    KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word; needs no transaction
 
-    // The numbers of the pixel files that outputs show, also those of devices whose record is damaged.
+    // The numbers of the pixel files that outputs show, including outputs of devices whose record is damaged.
     std::set<KUINT32> ReadShownPixelFiles(const Transaction&) const;
 
     SVerdict ReadVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const;
     void     WriteVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, KUINT32 uiGeneration, EVerdict eVerdict,
                           const std::string& strConnector, const std::string& strReason = "");
 
-    // Another board was made in its place, or it was removed.
+    // Whether another board was made in its place, or the file was removed.
     bool IsReplaced() const { return m_oFile.IsRemoved(); }
 
     const FileDescriptor& GetFile() const { return m_oFile; }
@@ -117,7 +117,7 @@ public:
 private:
     BoardState(FileDescriptor oFile, std::string strPath) : m_oFile(std::move(oFile)), m_strPath(std::move(strPath)) {}
 
-    // The number of devices as it stands in the file, once that is known to be a board's of this layout.
+    // Throws BoardError unless the file is a board's and has this layout. Returns its number of devices, unchecked.
     KUINT32                 CheckIsOurs() const;
     void                    CheckDevice(KUINT32 uiDevice) const;
     template <class T> T    Read(off_t iOffset) const;

@@ -31,8 +31,8 @@ bool HasOpen(KINT32 iPid, const struct stat& roFile)
     return false;
 }
 
-// The letter by which the system tells what the process does; it follows the name, which may hold anything but ends with the
-// last parenthesis.
+// The letter of the process's state, such as 'S' for sleeping. It follows the name, which may hold any character and ends
+// with the last parenthesis.
 char StateOf(pid_t iPid)
 {
     std::string strStat;
@@ -49,7 +49,7 @@ DrawingProcess::DrawingProcess(int iPixels, KINT32 iPid) : m_iPixels(iPixels)
     if (iPid <= 0 || fstat(iPixels, &oStat) != 0 || !HasOpen(iPid, oStat) || clock_getcpuclockid(iPid, &oClock) != 0)
         return;
     m_iPid    = iPid;
-    m_ooClock = oClock;
+    m_oiClock = oClock;
 }
 
 bool DrawingProcess::MayHaveDrawn()
@@ -62,9 +62,9 @@ bool DrawingProcess::MayHaveDrawn()
     m_oWritten           = oStat.st_mtim;
     if (m_bGone)
         return bWritten;
-    m_bGone = !CanDraw();  // what it drew before it went is still to be seen, once
-    // Asked before the picture is looked at, so that what it draws meanwhile counts at the next time.
-    const bool bRan = !m_ooClock || clock_gettime(*m_ooClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
+    m_bGone = !CanDraw();  // returns true once more, for what it drew before it ended
+    // Read before the caller reads the picture, so that what is drawn meanwhile counts at the next call.
+    const bool bRan = !m_oiClock || clock_gettime(*m_oiClock, &oRan) != 0 || !IsSame(oRan, m_oRan);
     m_oRan          = oRan;
     return std::exchange(m_iLooked, oNow.tv_sec) != oNow.tv_sec || bWritten || bRan || m_bGone;
 }
@@ -74,8 +74,8 @@ std::optional<KINT64> DrawingProcess::FindTimeAsleep() const
     if (!CanDraw())
         return 0;
     timespec   oRan   = {};
-    const char cState = m_ooClock ? StateOf(m_iPid) : '?';
-    if (cState != 'S' || clock_gettime(*m_ooClock, &oRan) != 0)
+    const char cState = m_oiClock ? StateOf(m_iPid) : '?';
+    if (cState != 'S' || clock_gettime(*m_oiClock, &oRan) != 0)
         return std::nullopt;
     return KINT64{oRan.tv_sec} * 1'000'000'000 + oRan.tv_nsec;
 }

@@ -1,5 +1,5 @@
-// Tells that something happened to a file or to the files of a folder, so that nobody has to look again and again. It does
-// not tell of pixels that are drawn through a mapping, nor of changes that another machine makes.
+// Reports changes to a file or to the files of a folder, so that the caller need not poll. It does not report pixels that
+// are drawn through a mapping, or changes that another machine makes.
 #ifndef FILE_CHANGES_H
 #define FILE_CHANGES_H
 
@@ -14,19 +14,19 @@ namespace SoftwareBoard
 class FileChanges
 {
 public:
-    // uiEvents are those of inotify that count.
-    FileChanges(const std::string& strPath, uint32_t uiEvents) : m_oFile(inotify_init1(IN_CLOEXEC | IN_NONBLOCK))
-    {
-        m_bWatching = inotify_add_watch(m_oFile.Get(), strPath.c_str(), uiEvents) >= 0;
-    }
+    // uiEvents are the inotify events to report.
+    FileChanges(const std::string& strPath, uint32_t uiEvents)
+        : m_oFile(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)),
+          m_bWatching(m_oFile && inotify_add_watch(m_oFile.Get(), strPath.c_str(), uiEvents) >= 0)
+    {}
 
-    // FALSE where the system tells nothing.
+    // False if the system refused to watch the path; errno then says why, until the next call.
     bool IsWatching() const { return m_bWatching; }
 
-    // Readable when there is something to take; -1 where the system tells nothing.
+    // Readable when there is a change to take; -1 if the system has no inotify instance left.
     int GetDescriptor() const { return m_oFile.Get(); }
 
-    // Takes what has come. Returns whether anything has.
+    // Takes all reported changes. Returns whether there was one.
     bool Take() const
     {
         alignas(inotify_event) char acEvents[4096];
@@ -38,7 +38,7 @@ public:
 
 private:
     FileDescriptor m_oFile;
-    bool           m_bWatching = false;
+    bool           m_bWatching;
 };
 }
 

@@ -1,4 +1,4 @@
-// Owns one open file descriptor, or none. Closing it gives up the locks taken through it, unless a forked child has it too.
+// Owns one open file descriptor, or none. Closing it releases the locks of the open file, unless a duplicate is still open.
 #ifndef FILE_DESCRIPTOR_H
 #define FILE_DESCRIPTOR_H
 
@@ -27,7 +27,7 @@ public:
             close(m_iFd);
     }
 
-    // The same file under a number above those of the standard streams. A process that was started without them would
+    // Takes iFd and moves it to a number above the standard streams. A process that was started without these streams would
     // otherwise print into the file.
     static FileDescriptor AboveStandardStreams(int iFd)
     {
@@ -39,7 +39,7 @@ public:
     explicit operator bool() const { return m_iFd >= 0; }
     int      Get() const { return m_iFd; }
 
-    // No name leads to the file any more.
+    // Whether the last name of the file was removed.
     bool IsRemoved() const
     {
         struct stat oStat = {};

@@ -18,13 +18,13 @@ namespace SoftwareBoard
 namespace
 {
 constexpr std::string_view FILE_PREFIX = "board.pixels-";
-// While a file is being made, in a transaction, it has this name, so that no other process finds half of one.
+// The name of a file while it is being made, so that no other process finds an incomplete pixel file.
 constexpr char NEW_NAME[] = "board.pixels-new";
 
-// Whoever needs the file has this byte of it locked: the maker alone, others together.
+// A process that needs the file locks this byte: the maker exclusively, others shared.
 constexpr off_t NEEDED_BYTE = 0;
 
-// Stands behind the pixels.
+// Follows the pixels.
 using Mark              = std::array<char, 8>;
 constexpr Mark OUR_MARK = {'T', 'A', 'V', 'R', 'I', 'N', 'P', 'X'};
 
@@ -41,7 +41,7 @@ std::optional<KUINT32> NumberOf(const std::string& strName)
     return strName == NameOf(uiNumber) ? std::optional(uiNumber) : std::nullopt;
 }
 
-// A user's file may have the name of a pixel file; only one that ends with the mark is a board's.
+// A file of the user may have the name of a pixel file. Only a file that ends with the mark is a board's.
 bool IsMarked(const FileDescriptor& roFile)
 {
     struct stat oStat  = {};
@@ -72,7 +72,7 @@ SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& ro
             ThrowSystemError(roFolder.PathOf(NEW_NAME), "pwrite");
         TryLockByte(oPixels.oFile.Get(), NEEDED_BYTE, F_WRLCK);
 
-        // A number that an output still shows is not given out again, also when somebody took its file away.
+        // A number that an output still shows is not used again, even if its file was removed.
         const std::set<KUINT32> oShown = roState.ReadShownPixelFiles(roTransaction);
         while (oShown.contains(oPixels.uiNumber) || roFolder.Exists(NameOf(oPixels.uiNumber)))
             ++oPixels.uiNumber;
@@ -107,7 +107,7 @@ FileDescriptor OpenPixelFile(const Transaction&, const BoardFolder& roFolder, KU
 void SweepPixelFiles(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState)
 {
     if (roState.IsReplaced())
-        return;  // the files are another board's now
+        return;  // the files belong to another board now
     const std::set<KUINT32> oShown  = roState.ReadShownPixelFiles(roTransaction);
     const std::string&      strPath = roFolder.GetPath();
 
@@ -130,7 +130,7 @@ void SweepPixelFiles(const Transaction& roTransaction, const BoardFolder& roFold
         }
         catch (const BoardError&)
         {
-            // Not a file of the board's, whatever its name: it stays.
+            // Not a plain file of the user, so not the board's: it stays.
         }
     }
 }

@@ -1,5 +1,5 @@
-// The pixels of buffers, a file each. One is needed while the process that made it keeps it open, which a lock on it shows,
-// and while an output shows it.
+// The pixels of buffers, one file each. A file is needed while its maker keeps it open (its maker holds a lock on it), and
+// while an output shows it.
 #ifndef PIXEL_FILES_H
 #define PIXEL_FILES_H
 
@@ -15,21 +15,21 @@ struct SPixelFile
     FileDescriptor oFile;
 };
 
-// All its blocks are there, so that writing to a mapping of it cannot fail later. Behind the pixels stands a mark that says
-// that a board made the file.
+// Makes a file for uiSizeInBytes bytes of pixels. All its blocks are allocated, so that writing to a mapping of it cannot
+// fail later. A mark after the pixels says that a board made the file. Throws BoardError on failure.
 SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
                          KUINT32 uiSizeInBytes);
 
-// For reading.
+// Opens the file for reading. Throws BoardError if it is missing.
 FileDescriptor OpenPixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, KUINT32 uiNumber);
 
-// Keeps a file from being swept for as long as roPixels is open.
+// Keeps the file from being swept as long as roPixels is open.
 void KeepPixelFile(const FileDescriptor& roPixels);
 
-// Whether the process that made the file still has it open, and so may draw into it.
+// Whether the process that made the file still has it open, and so may draw.
 bool HasMaker(int iPixels);
 
-// Removes those that a board made and nobody needs, such as a killed process left.
+// Removes the board's pixel files that nobody needs, such as those of a killed process. Never touches other files.
 void SweepPixelFiles(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState);
 }
 

@@ -1,5 +1,5 @@
-// How the pixels of a buffer lie in its file: one plane, rows padded, so that the pitch is never the width and a client that
-// mixes them up sees it at once.
+// How the pixels of a buffer lie in its file: one plane with padded rows. The pitch never equals the width, so a client that
+// mixes them up shows a wrong picture at once.
 #ifndef PLANE_LAYOUT_H
 #define PLANE_LAYOUT_H
 
@@ -20,7 +20,7 @@ struct SPlaneLayout
     KUINT32      uiSizeInBytes;
 };
 
-// Nothing for a format that is not a known one of one plane, for a side of 0, and for what the 32-bit fields cannot hold.
+// Returns nothing for a format that is unknown or has several planes, a width or height of 0, or sizes beyond 32 bits.
 std::optional<SPlaneLayout> LayOutPlane(TPixelFormat ePixelFormat, KUINT32 uiWidth, KUINT32 uiHeight);
 }
 

@@ -1,4 +1,4 @@
-// Text from outside, such as file names, words of a command line and connector names, as it may be shown on a terminal.
+// Makes text from outside safe to print on a terminal: file names, words of a command line, connector names.
 #ifndef PRINTABLE_H
 #define PRINTABLE_H
 
@@ -6,7 +6,7 @@
 
 namespace SoftwareBoard
 {
-// Every byte that is not printable ASCII becomes '?', so that the text cannot command a terminal.
+// Replaces every byte that is not printable ASCII by '?', so that the text cannot control a terminal.
 std::string MakePrintable(std::string strText);
 }
 

@@ -10,7 +10,7 @@ namespace SoftwareBoard
 {
 namespace
 {
-// Few calls, and what is read stays in the processor's caches until it is used.
+// Large enough for few calls, and small enough for the processor's caches.
 constexpr size_t BYTES_AT_ONCE = size_t{256} << 10;
 
 SPlaneLayout LayoutOf(const SOutputRecord& roOutput)
@@ -44,7 +44,7 @@ size_t Screen::RowsAtOnce() const
 
 void Screen::ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t uiRows) const
 {
-    // Read, not mapped: a file that is cut meanwhile is an error here and would be a signal there.
+    // Read, not mapped: if the file is cut meanwhile, a read fails, but a mapping would raise a signal.
     const size_t uiPitch   = LayoutOf(m_oOutput).uiPitchInBytes;
     const size_t uiInBytes = uiRows * uiPitch;
     if (pread(m_oPixels.Get(), roPixels.data(), uiInBytes, static_cast<off_t>(uiFirstRow * uiPitch)) !=

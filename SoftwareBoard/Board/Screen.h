@@ -1,5 +1,5 @@
 // What an output shows: the part of its buffer that the active size of its timing covers. It can be read without a
-// transaction, and also after the board is gone.
+// transaction, and even after the board is gone.
 #ifndef SCREEN_H
 #define SCREEN_H
 
@@ -14,25 +14,25 @@ namespace SoftwareBoard
 class Screen
 {
 public:
-    // Opens the pixels of an output that is on. Throws BoardError when they are gone.
+    // Opens the pixels of an output that is on. Throws BoardError if they are gone.
     Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const SOutputRecord& roOutput);
 
     const SOutputRecord&  GetOutput() const { return m_oOutput; }
     const FileDescriptor& GetPixels() const { return m_oPixels; }
 
-    // The part that the buffer covers, in pixels; the active size may be larger.
+    // The size of the part that the buffer covers, in pixels. The active size of the timing may be larger.
     KUINT32 GetWidth() const { return std::min(m_oOutput.uiBufferWidth, m_oOutput.oVidParam.uiHActive); }
     KUINT32 GetHeight() const { return std::min(m_oOutput.uiBufferHeight, m_oOutput.oVidParam.uiVActive); }
 
-    // The same part of the same file.
+    // Whether both show the same part of the same file.
     bool operator==(const Screen& roOther) const;
 
-    // Calls fTakeRow(row, pixels) for each row of that part, from the top, until it answers false. A pixel is R8G8B8A8: red
-    // in the lowest byte. Throws BoardError when the file was cut. While somebody draws, rows of two pictures may come.
+    // Calls fTakeRow(row, pixels) for each row of that part, from the top, until it returns false. A pixel is R8G8B8A8, red
+    // in the lowest byte. Throws BoardError if the file was cut. While somebody draws, rows of two pictures may come.
     template <class TTakeRow> void ReadRows(TTakeRow fTakeRow) const;
 
 private:
-    // Reads rows into what it returns; how many they are, and how far apart, depends on the buffer alone.
+    // ReadBlock reads at most RowsAtOnce() rows. Each begins Pitch() after the one before.
     size_t RowsAtOnce() const;
     size_t Pitch() const;  // pixels
     void   ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t uiRows) const;

@@ -1,5 +1,5 @@
-// The right to read and change a board's outputs and pixel files. One process at a time has it. What needs it takes a
-// Transaction as a parameter, so that nobody can forget it.
+// The right to read and change a board's outputs and pixel files. One process at a time has it. A function that
+// may only run inside a transaction takes a const Transaction&, so the compiler enforces it.
 #ifndef TRANSACTION_H
 #define TRANSACTION_H
 
@@ -10,8 +10,8 @@ namespace SoftwareBoard
 class Transaction
 {
 public:
-    // Waits for the transaction of another process. Throws BoardError when that takes longer than 5 seconds. A process has
-    // one transaction at a time and keeps it short. The locks must stay where they are meanwhile.
+    // Waits until no other process has a transaction. Throws BoardError after 5 seconds. A process must have only one at a
+    // time, and must keep it short. roLocks must outlive it.
     explicit Transaction(const BoardLocks& roLocks) : m_roLocks(roLocks) { roLocks.BeginTransaction(); }
     ~Transaction() { m_roLocks.EndTransaction(); }
     Transaction(const Transaction&)            = delete;
