@@ -13,8 +13,8 @@ void* TBUFFER_OBJECT::BeginAccess()
     if (fstat(iFd, &oStat) != 0 || oStat.st_size < off_t{m_oLayout.uiSizeInBytes})
         SoftwareBoard::ThrowSystemError("the pixels of a buffer", "fstat", EIO);
 
-    // The old place is kept taken while the new one is chosen; otherwise the kernel would give the same one again, and a
-    // client that goes on using an old address would never notice.
+    // Occupies the last address while the kernel chooses a new one. Otherwise it would choose the same one again, and a
+    // client that still uses the old address would never notice.
     void* pGuard = MAP_FAILED;
     if (m_pBefore != nullptr)
         pGuard =

@@ -1,5 +1,5 @@
-// A video buffer of this process: its pixel file, and the mapping of it while the client has access. The library's mutex
-// guards it.
+// A video buffer of this process: its pixel file, and the mapping of that file while the client has access. The
+// library's mutex guards it.
 #ifndef BUFFER_OBJECT_H
 #define BUFFER_OBJECT_H
 
@@ -18,7 +18,7 @@ public:
 
     bool IsInAccess() const { return m_pMapped != nullptr; }
 
-    // The address of plane 0, another one than in the period before.
+    // Maps the pixels and returns the address of plane 0, which is never the last one. Throws BoardError on failure.
     void* BeginAccess();
     void  EndAccess();
 
@@ -28,7 +28,7 @@ public:
 
 private:
     void* m_pMapped = nullptr;
-    void* m_pBefore = nullptr;  // where the last period had it; nothing of ours is there now
+    void* m_pBefore = nullptr;  // the last address; nothing is mapped there now
 };
 
 #endif

@@ -8,18 +8,18 @@ namespace SoftwareBoard::Library
 {
 KUINTPTR NewHandle()
 {
-    // No processor of 64 bits has memory of a program's there.
+    // No 64-bit processor maps a program's memory there.
     static KUINTPTR s_uiLast = KUINTPTR{0x5441} << 48;
     return s_uiLast += 16;
 }
 
 Client& Client::Get()
 {
-    // Never destroyed: threads may still be calling while the process ends.
+    // Never destroyed: other threads may still use it while the process ends.
     static Client* const s_poClient = [] {
         auto* const poClient = new Client;
-        // A fork waits for the call in progress. The child gives up its share of the open files at once: it would keep the
-        // parent's outputs held after the parent is gone.
+        // fork() waits for the call in progress. The child closes its share of the open files at once. Otherwise it would
+        // keep the parent's outputs held after the parent has ended.
         pthread_atfork([] { Get().m_oMutex.lock(); }, [] { Get().m_oMutex.unlock(); },
                        [] {
                            Get().ForgetAll();

@@ -1,8 +1,8 @@
-// One process as the client of one board: the one state of the library. Every operation runs under its mutex, so it may be
-// called from any thread, and no failure leaves the library but as a status.
+// libTavrin.so.1: one process as the client of a board. Class Client is the state of the library. Every operation runs under
+// its mutex, so any thread may call it. Every failure becomes a status; no exception leaves the library.
 //
-// The state is made at the first call and stays to the end of the process, also when the library is closed and opened
-// again, because the outputs that the process enabled are held that long. A forked child starts without any of it.
+// The first call makes the state. It lasts until the process ends, even if the library is closed and opened again, because
+// the process holds its outputs that long. A forked child starts without it.
 #ifndef CLIENT_H
 #define CLIENT_H
 
@@ -19,7 +19,7 @@
 struct TDEVICE_OBJECT
 {
     KUINT32 uiIndex;
-    bool    bIsKnown;  // to the client: until it was asked for, its handle is a foreign one
+    bool    bIsKnown;  // the client has asked for its handle; before that, the handle is refused
 };
 
 struct TVIDEOOUT_OBJECT
@@ -30,11 +30,10 @@ struct TVIDEOOUT_OBJECT
 
 namespace SoftwareBoard::Library
 {
-// A number that no handle of this process had before and that is no address, so that a dead handle is never another's.
+// Returns a number that is no address and that no handle had before. So a released handle never means another object.
 KUINTPTR NewHandle();
 
-// The objects behind handles. What a client hands in is looked up and never followed, so that null, dead and foreign handles
-// do no harm.
+// Owns the objects behind handles. A handle is looked up and never dereferenced, so an invalid one does no harm.
 template <class T> class HandleTable
 {
 public:
@@ -44,7 +43,7 @@ public:
         m_oObjects.emplace(hObject, std::move(poObject));
         return hObject;
     }
-    // The object, or null for a handle that is not in the table.
+    // Returns the object, or null for a handle that is not in the table.
     T* Find(T* hObject) const
     {
         const auto i = m_oObjects.find(hObject);
@@ -62,20 +61,20 @@ class Client
 public:
     static Client& Get();
 
-    // Opens the board at the first call; one that cannot be opened is tried again at the next.
+    // Opens the board at the first call. Throws BoardError if that fails; the next call tries again.
     Board& OpenBoard();
 
-    // The handle of a device that the board has. Finding it again costs no look at the board: whoever uses what the device
-    // holds asks the board's state, which tells when the device is there no more.
+    // FindDevice returns nothing for a handle that DeviceAt has not returned. It does not read the board: if the device is
+    // gone, the caller's next call of the board's state throws.
     TDevice_Handle         DeviceAt(KUINT32 uiDevice);
     std::optional<KUINT32> FindDevice(TDevice_Handle hDev) const;
 
-    // FALSE when another process holds the output. What was held before stays held; the kernel releases it at the end.
+    // Takes the output's lock, unless this process holds it already. Returns false if another process holds it.
     bool HoldOutput(const TVIDEOOUT_OBJECT& roOutput);
     void ReleaseOutput(const TVIDEOOUT_OBJECT& roOutput);
     bool IsHolding(const TVIDEOOUT_OBJECT& roOutput) const { return m_aabHeld[roOutput.uiDevice][roOutput.uiOutput]; }
 
-    // After what may have made a pixel file needless. What it misses, the next one finds.
+    // Call it when a pixel file may have become needless. It ignores failures: the next call removes what this one left.
     void SweepPixelFiles() noexcept;
 
     HandleTable<TBUFFER_OBJECT>   m_oBuffers;
@@ -91,7 +90,7 @@ private:
     std::array<std::array<bool, MAX_OUTPUTS>, MAX_DEVICES> m_aabHeld   = {};
 };
 
-// The body of an operation: what it returns, or tFailed when anything is thrown on the way.
+// Runs the body of an operation under the mutex. Returns its result, or tFailed if anything is thrown.
 template <class TResult, class TBody> TResult Guarded(TResult tFailed, TBody fBody) noexcept
 {
     try

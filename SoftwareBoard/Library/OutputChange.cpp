@@ -10,8 +10,8 @@ namespace SoftwareBoard::Library
 {
 namespace
 {
-// What the output shows from now on, held by this process while it shows something. Others see it change at once, with
-// its holder; a failure leaves what was held before. The new generation, or nothing when another process holds it.
+// Changes what the output shows. This process holds the output while it is on. If writing fails, the lock stays as it
+// was. Returns the new generation, or nothing if another process holds the output.
 std::optional<KUINT32> Show(Client& roClient, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput,
                             const SOutputRecord& roRecord)
 {
@@ -35,8 +35,8 @@ std::optional<KUINT32> Show(Client& roClient, const Transaction& roTransaction, 
     return uiGeneration;
 }
 
-// What an output shows before it is enabled anew, for the case that the display refuses. The lock keeps the pixels of a
-// process that is gone from being swept meanwhile.
+// What an output showed before it was enabled again, to restore it if the display refuses. Keeps its pixel file from being
+// swept meanwhile, even if the process that made the file has ended.
 struct SBefore
 {
     SBefore(const Board& roBoard, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput, bool bHeld)
@@ -52,7 +52,7 @@ struct SBefore
         }
         catch (const BoardError&)
         {
-            m_oRecord = SOutputRecord();  // damaged: nothing to go back to
+            m_oRecord = SOutputRecord();  // damaged: there is nothing to restore
         }
     }
 
@@ -69,8 +69,8 @@ struct SBefore
     FileDescriptor m_oPixels;
 };
 
-// What the device's display process, if there is one, says of that generation: the display may take a while to change its
-// mode, but a display process that hangs must not hang its clients. One that dies gives its outputs back.
+// Waits until the display process has decided about this generation. Returns true if the display shows it, or if there is no
+// display process any more. Gives up after two seconds, because a display process that hangs must not hang its clients.
 bool IsShown(const Board& roBoard, const TVIDEOOUT_OBJECT& roOutput, KUINT32 uiGeneration)
 {
     using namespace std::chrono;

@@ -1,5 +1,5 @@
-// Outputs that go on and off: who holds them, and the word of the process that shows them on displays, if one does. What
-// fails leaves the output as it was.
+// Enables and disables outputs. Enabling waits for the display process, if there is one. A call that fails leaves the output
+// as it was.
 #ifndef OUTPUT_CHANGE_H
 #define OUTPUT_CHANGE_H
 
@@ -7,8 +7,8 @@
 
 namespace SoftwareBoard::Library
 {
-// TStatus_RESOURCES_BUSY when another process holds the output, TStatus_FAIL when the display process refuses what it is to
-// show or says nothing for two seconds.
+// TStatus_RESOURCES_BUSY if another process holds the output. TStatus_FAIL if the display process refuses the output or does
+// not answer within two seconds. Other failures throw BoardError.
 TStatus EnableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const SOutputRecord& roRecord);
 TStatus DisableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput);
 }

@@ -1,4 +1,4 @@
-// Devices, registers and FPGAs of the interface.
+// The operations of Tavrin.h on devices, registers and FPGAs.
 #include "Client.h"
 
 using namespace SoftwareBoard;
@@ -12,7 +12,7 @@ KUINT32 Tavrin_GetDeviceCount(void)
 TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
 {
     return Guarded(TDevice_Handle{}, [&](Client& roClient) -> TDevice_Handle {
-        // Throws for a device that there is not and for one whose record is damaged: neither has a handle.
+        // Throws if there is no such device or if its record is damaged: then there is no handle for it.
         roClient.OpenBoard().m_oState.ReadDevice(uiDevIndex);
         return roClient.DeviceAt(uiDevIndex);
     });

@@ -1,4 +1,4 @@
-// Video buffers of the interface.
+// The operations of Tavrin.h on video buffers.
 #include "Client.h"
 
 using namespace SoftwareBoard;
@@ -14,7 +14,7 @@ TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUIN
             return TStatus_INVALID_PARAM;
 
         const Board& roBoard = roClient.OpenBoard();
-        roBoard.m_oState.ReadDevice(*ouiDevice);  // throws for a damaged one
+        roBoard.m_oState.ReadDevice(*ouiDevice);  // throws if its record is damaged
         const Transaction oTransaction(roBoard.m_oLocks);
         SweepPixelFiles(oTransaction, roBoard.m_oFolder, roBoard.m_oState);
         *phBuffer = roClient.m_oBuffers.Add(std::make_unique<TBUFFER_OBJECT>(

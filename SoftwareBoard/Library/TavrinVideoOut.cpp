@@ -1,4 +1,4 @@
-// Video outputs of the interface.
+// The operations of Tavrin.h on video outputs.
 #include "OutputChange.h"
 
 using namespace SoftwareBoard;
@@ -36,7 +36,7 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
         if (poOutput == nullptr || poBuffer == nullptr || poVidParam == nullptr ||
             eSignalType != TVideo_SignalType_USEDEFAULT || ePowerState != TVideoOut_PowerState_ON)
             return TStatus_INVALID_PARAM;
-        // The outputs scan out this one format, from memory of their own device, a picture that a buffer could hold.
+        // An output shows only this format, only buffers of its own device, and no size that a buffer cannot have.
         if (poBuffer->m_oLayout.ePixelFormat != TPixelFormat_R8G8B8A8 || poBuffer->m_uiDevice != poOutput->uiDevice ||
             !LayOutPlane(TPixelFormat_R8G8B8A8, poVidParam->uiHActive, poVidParam->uiVActive))
             return TStatus_INVALID_PARAM;
@@ -50,7 +50,7 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
         oRecord.uiBufferHeight = poBuffer->m_oLayout.uiHeight;
         const TStatus eStatus  = EnableOutput(roClient, *poOutput, oRecord);
         if (eStatus == TStatus_OK)
-            roClient.SweepPixelFiles();  // what it showed before may be needless now
+            roClient.SweepPixelFiles();  // the file that it showed before may be needless now
         return eStatus;
     });
 }
