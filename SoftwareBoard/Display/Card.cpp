@@ -1,7 +1,6 @@
 #include "Card.h"
 
 #include <fcntl.h>
-#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <cstring>
@@ -68,7 +67,7 @@ Card::Card(std::string strPath, FileDescriptor oFd)
     if (drmGetCap(m_oFd.Get(), DRM_CAP_DUMB_BUFFER, &uiDumbBuffers) != 0 || uiDumbBuffers == 0)
         throw BoardError(m_strPath + ": a card without buffers that the processor can fill");
 
-    // Being atomic includes being told of all planes.
+    // The atomic capability includes the other one. A card without it may still have that one.
     m_bAtomic = drmSetClientCap(m_oFd.Get(), DRM_CLIENT_CAP_ATOMIC, 1) == 0;
     drmSetClientCap(m_oFd.Get(), DRM_CLIENT_CAP_UNIVERSAL_PLANES, 1);
     const DrmPlanes poPlanes(drmModeGetPlaneResources(m_oFd.Get()));
@@ -85,7 +84,7 @@ Card::Card(std::string strPath, FileDescriptor oFd)
                                   poPlane->crtc_id,
                                   {poPlane->formats, poPlane->formats + poPlane->count_formats}});
     }
-    // Where planes go with several CRTCs, outputs must not take each other's.
+    // A plane may fit several CRTCs. Each CRTC reserves one, so that outputs do not take each other's.
     for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)
     {
         const uint32_t uiCrtc = m_poResources->crtcs[iCrtc];
@@ -101,7 +100,7 @@ Card::~Card() = default;
 
 void Card::BecomeMaster()
 {
-    // Who opens a card that nobody holds is its master at once; asking again tells the two cases apart.
+    // A process that opens a card that nobody holds is its master at once. If it is not, drmSetMaster says why.
     if (drmIsMaster(m_oFd.Get()) == 0 && drmSetMaster(m_oFd.Get()) != 0)
         ThrowSystemError(m_strPath, "another program, such as a desktop, holds the card");
 
@@ -123,7 +122,7 @@ void Card::BecomeMaster()
 std::vector<SConnector> Card::ReadConnectors() const
 {
     std::vector<SConnector> aoConnectors;
-    const DrmResources      poNow(drmModeGetResources(m_oFd.Get()));  // a dock brings connectors of its own
+    const DrmResources      poNow(drmModeGetResources(m_oFd.Get()));  // a docking station adds connectors
     if (poNow == nullptr)
         ThrowSystemError(m_strPath, "the card is gone");
     for (int iAt = 0; iAt < poNow->count_connectors; ++iAt)
@@ -218,7 +217,7 @@ void Card::TurnAllOff() const
 
 void Card::Restore() const
 {
-    TurnAllOff();  // first, so that no connector is still fed by another
+    TurnAllOff();  // first, so that no connector is still fed by another CRTC
     for (const SFound& ro : m_aoFound)
     {
         drmModeCrtc& roCrtc = *ro.poCrtc;

@@ -1,9 +1,8 @@
-// A display controller of the machine, as the one program that may set its modes has it: connectors, what feeds them, and
-// the state in which it was found, which it gets back.
+// A display controller (card) of the machine: its connectors, CRTCs and planes. BecomeMaster makes this process the only one
+// that may set its modes. Restore puts the card back into the state in which it was found.
 #ifndef CARD_H
 #define CARD_H
 
-#include <optional>
 #include <set>
 
 #include "Connectors.h"
@@ -13,28 +12,28 @@
 
 namespace SoftwareBoard::Display
 {
-// A plane that can be the whole picture of a CRTC.
+// A primary plane: one that can show the whole picture of a CRTC.
 struct SPlane
 {
     uint32_t              uiId;
     uint32_t              uiPossibleCrtcs;
-    uint32_t              uiCrtc;  // on which it was found, or which it is kept for, or 0
+    uint32_t              uiCrtc;  // the CRTC that it was found on or is reserved for, or 0
     std::vector<uint32_t> auiFourCcs;
 };
 
 class Card
 {
 public:
-    // Cards in the order of their numbers.
+    // The paths of all cards, in the order of their numbers.
     static std::vector<std::string> FindPaths();
-    // The card of that path, the first one with mode setting when it is empty. Throws what a person should read.
+    // Opens the card of that path or, if it is empty, the first card with mode setting. Throws BoardError on failure.
     static Card Open(const std::string& strPath);
 
     Card(Card&&) = default;
     ~Card();
 
-    // To be called once, before modes are set: keeps what it finds and turns everything off. Fails when another program
-    // holds the card.
+    // Remembers the state of the card and turns everything off. Call it once, before modes are set. Throws BoardError if
+    // another program holds the card.
     void BecomeMaster();
 
     const std::string&         GetPath() const { return m_strPath; }
@@ -43,19 +42,19 @@ public:
     void                       UseLegacyCalls() { m_bAtomic = false; }
     const std::vector<SPlane>& GetPlanes() const { return m_aoPlanes; }
 
-    // Looks at the connectors anew. Throws when the card is gone.
+    // Reads the connectors anew. Throws BoardError if the card is gone.
     std::vector<SConnector> ReadConnectors() const;
 
-    // A CRTC for the connector that is not among those taken, the one that the fewest others could use; 0 for none.
+    // Of the CRTCs that fit the connector and are not in roTaken, the one that fits the fewest connectors; 0 for none.
     uint32_t ChooseCrtc(const SConnector& roConnector, const std::vector<SConnector>& roAll,
                         const std::vector<uint32_t>& roTaken) const;
-    // The plane of a CRTC, of no other one; null where there is none.
+    // The plane of the CRTC, which no other CRTC has; null for none.
     const SPlane* FindPlane(uint32_t uiCrtc) const;
 
     uint32_t FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue = nullptr) const;
 
-    // Page flips under way, by numbers that the kernel hands back: whoever began one may be gone when it happens. NextFlip
-    // gives out a number that no flip has had, and TakeFlips is to be called when the descriptor is readable.
+    // Page flips under way, by number. The kernel reports a flip by its number, because its Scanout may be gone by then.
+    // NextFlip returns a new number. Call TakeFlips when the descriptor is readable: it ends the flips that were done.
     KUINT64 NextFlip() { return ++m_uiLastFlip; }
     void    BeginFlip(KUINT64 uiFlip) { m_oFlips.insert(uiFlip); }
     bool    IsFlipping(KUINT64 uiFlip) const { return m_oFlips.contains(uiFlip); }
@@ -63,7 +62,7 @@ public:
 
     void TurnOff(uint32_t uiCrtc) const;
     void TurnAllOff() const;
-    // Every CRTC as it was found.
+    // Sets every CRTC as it was found.
     void Restore() const;
 
 private:

@@ -6,7 +6,7 @@ namespace SoftwareBoard::Display
 {
 namespace
 {
-// The four edges of one direction: where the active part, the front porch, the sync and the whole end.
+// Sets where the four parts of one direction end. Returns false if the active part is empty or the sum exceeds 16 bits.
 bool SetEdges(const KUINT32 (&auiLengths)[4], uint16_t* const (&apuiEdges)[4])
 {
     KUINT64 uiEdge = 0;

@@ -1,21 +1,21 @@
-// An output's timings as the kernel's mode setting takes them, number by number, and as a line for people.
+// The timing of an output as the kernel's mode setting takes it, and as a line of text.
 #ifndef DISPLAY_MODE_H
 #define DISPLAY_MODE_H
 
-#include <xf86drmMode.h>
-
 #include <optional>
 #include <string>
+
+#include <xf86drmMode.h>
 
 #include "Tavrin.h"
 
 namespace SoftwareBoard::Display
 {
-// Lines are counted over both fields of an interlaced picture, as the kernel counts them. Nothing when a sum does not fit
-// the kernel's 16 bits, or when the picture has no pixels.
+// Makes the kernel's mode. Lines are counted over both fields of an interlaced picture, as the kernel counts them. Returns
+// nothing if a sum exceeds the kernel's 16 bits, or if the active width or height is 0.
 std::optional<drmModeModeInfo> MakeMode(const tagTVideo_VidParam& roVidParam);
 
-// Name and refresh as modetest's -s takes them, and the timings in the order and words in which it lists them.
+// The name and the rate as modetest takes them after -s, then the timing as modetest lists it.
 std::string DescribeMode(const drmModeModeInfo& roMode);
 }
 

@@ -51,7 +51,7 @@ void DisplayOutput::Light(const SConnector& roConnector, uint32_t uiCrtc, const 
     {
         if (m_poScanout == nullptr)
             throw;
-        Darken();  // what it shows takes the memory
+        Darken();  // frees the memory of the present picture
         fLight();
     }
     m_poScreen = std::move(poScreen);

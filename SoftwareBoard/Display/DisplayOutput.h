@@ -1,5 +1,5 @@
-// One output of the board on its connector of the card. It is dark, or lit with a screen of the board that it follows; what
-// the card or the board refuses leaves it as it was.
+// One output of the board on its connector of the card. It is dark, or it shows a screen of the board and follows what is
+// drawn there.
 #ifndef DISPLAY_OUTPUT_H
 #define DISPLAY_OUTPUT_H
 
@@ -12,22 +12,22 @@
 
 namespace SoftwareBoard::Display
 {
-// A screen of the board that outputs show, and whether somebody may still draw into it.
+// A screen of the board that one or more outputs show. Knows whether somebody may still draw into it.
 class FollowedScreen
 {
 public:
-    // Throws BoardError when the screen cannot be read.
+    // Throws BoardError if the screen cannot be read.
     explicit FollowedScreen(Screen oScreen);
 
     const ScreenCopy& GetCopy() const { return m_oCopy; }
 
-    // Reads the screen again if somebody may have drawn. When it cannot be read any more, the copy stays as it is.
+    // Reads the screen again if somebody may have drawn. If it cannot be read any more, the copy stays as it is.
     void Update();
 
     // Why the screen cannot be read any more; empty while it can.
     const std::string& GetProblem() const { return m_strProblem; }
 
-    // Nobody can draw any more.
+    // Whether nobody can draw any more.
     bool IsFinished() const { return m_oDrawing.IsGone(); }
 
 private:
@@ -41,40 +41,40 @@ class DisplayOutput
 public:
     explicit DisplayOutput(Card& roCard) : m_poCard(&roCard) {}
 
-    // The connector's id, 0 for none. Another connector begins dark, and with nothing taken up.
+    // The connector's id, 0 for none. Connect turns the output dark and calls Renew.
     uint32_t GetConnector() const { return m_uiConnector; }
     void     Connect(uint32_t uiConnector);
 
-    // Which generation of the board's output was taken up. After Renew that is to be done anew.
+    // The generation of the board's output that was taken up last. Renew forgets it, so that it is taken up again.
     bool    HasTakenUp(KUINT32 uiGeneration) const { return m_ouiGeneration == uiGeneration; }
     KUINT32 GetGeneration() const { return m_ouiGeneration.value_or(0); }
     void    TakeUp(KUINT32 uiGeneration);
     void    Renew() { m_ouiGeneration.reset(); }
 
-    // The CRTC that feeds the connector; 0 while it is dark.
+    // The CRTC that feeds the connector; 0 while the output is dark.
     uint32_t GetCrtc() const { return m_poScanout != nullptr ? m_poScanout->GetCrtc() : 0; }
 
-    // The screen that it shows; null while it is dark.
+    // The screen that the output shows; null while it is dark.
     const std::shared_ptr<FollowedScreen>& GetScreen() const { return m_poScreen; }
 
-    // Shows the screen in this mode. Throws Refusal; the connector then shows what it did, or is dark where the card had no
-    // memory for both.
+    // Shows the screen in this mode. Throws Refusal if the card refuses. The connector then shows what it showed before, or
+    // it is dark if the card had no memory for both pictures.
     void Light(const SConnector& roConnector, uint32_t uiCrtc, const drmModeModeInfo& roMode,
                std::shared_ptr<FollowedScreen> poScreen);
     void Darken();
 
-    // Brings the display up to date. Returns news only: why it cannot follow the screen any more, in words that follow the
-    // connector's name, or an empty text when it can again.
+    // Brings the display up to date. Returns nothing unless something changed: otherwise why it cannot follow the screen any
+    // more, as a text to follow the connector's name, or an empty text if it can again.
     std::optional<std::string> Follow();
 
-    // How often it wants to be called to follow, in nanoseconds; nothing when nothing can change.
+    // How often Follow should be called, in nanoseconds; nothing if the picture cannot change.
     std::optional<uint64_t> GetPeriodNs() const;
 
 private:
     Card*                           m_poCard;
     uint32_t                        m_uiConnector = 0;
     std::optional<KUINT32>          m_ouiGeneration;
-    std::string                     m_strProblem;  // as Follow found it
+    std::string                     m_strProblem;  // what Follow found last
     std::shared_ptr<FollowedScreen> m_poScreen;
     std::unique_ptr<Scanout>        m_poScanout;
 };

@@ -16,7 +16,7 @@ namespace
 constexpr uint64_t SECOND_NS = 1'000'000'000;
 // Fallback poll, for events that inotify or udev should have reported.
 constexpr uint64_t IDLE_NS    = SECOND_NS;
-constexpr uint64_t FASTEST_NS = 2'000'000;  // whatever the timings ask for
+constexpr uint64_t FASTEST_NS = 2'000'000;  // the shortest period, whatever the timings say
 
 constexpr uint32_t FOLDER_EVENTS = IN_MODIFY | IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
 }
@@ -40,7 +40,7 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
     }
     if (roPlan.bLegacy)
         m_oCard.UseLegacyCalls();
-    m_oCard.BecomeMaster();  // from here on there is something to restore
+    m_oCard.BecomeMaster();  // after the checks: if they throw, nothing restores the card
     Assign();
 }
 
@@ -58,7 +58,7 @@ void DisplayServer::OpenBoard()
     if (!m_ooBoard->m_oLocks.TryServeDevice(m_oPlan.uiDevice))
         throw BoardError(m_ooBoard->m_oFolder.GetPath() + ": another display process shows device " +
                          std::to_string(m_oPlan.uiDevice));
-    // The verdicts of an earlier display process do not hold any more.
+    // Voids the verdicts of an earlier display process.
     for (KUINT32 uiOutput = 0; uiOutput < uiOutputCount; ++uiOutput)
         m_ooBoard->m_oState.WriteVerdict(oTransaction, m_oPlan.uiDevice, uiOutput, 0, EVerdict::Awaited, "");
     for (DisplayOutput& roOutput : m_aoOutputs)
@@ -86,7 +86,7 @@ void DisplayServer::Assign()
     for (const DisplayOutput& roOutput : m_aoOutputs)
         auiBefore.push_back(roOutput.GetConnector());
     const std::vector<uint32_t> auiNow = AssignConnectors(m_aoConnectors, m_oPlan.astrConnectors, auiBefore);
-    // Each output that loses its connector goes dark before another one needs its CRTC.
+    // An output that loses its connector goes dark now, because another one may need its CRTC.
     for (size_t uiOutput = 0; uiOutput < auiNow.size(); ++uiOutput)
     {
         if (auiNow[uiOutput] != auiBefore[uiOutput])
@@ -119,7 +119,7 @@ uint32_t DisplayServer::ChooseCrtc(const DisplayOutput& roOutput, const SConnect
     return m_oCard.ChooseCrtc(roConnector, m_aoConnectors, auiTaken);
 }
 
-// Outputs that show the same part of one buffer, as those of a run do, share one copy of it.
+// Outputs that show the same part of one buffer share one copy of it. The outputs of a run do.
 std::shared_ptr<FollowedScreen> DisplayServer::FindOrFollow(Screen oScreen) const
 try
 {
@@ -169,7 +169,7 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
             strLost = roError.what();
         }
     }
-    // Not every driver tells of what is plugged in.
+    // Not every driver reports that a display was plugged in.
     if (roOutput.GetConnector() == 0)
         Assign();
     roOutput.TakeUp(oRecord.uiGeneration);
@@ -227,7 +227,7 @@ void DisplayServer::FollowScreens()
     }
 }
 
-// As often as the fastest display refreshes while somebody draws; otherwise it is enough to wait to be told.
+// While somebody draws, the timer ticks as often as the fastest display refreshes. Otherwise it ticks once a second.
 void DisplayServer::SetTimer()
 {
     uint64_t uiPeriodNs = IDLE_NS;

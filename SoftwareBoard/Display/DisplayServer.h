@@ -1,8 +1,8 @@
-// The display process: keeps a card showing what the outputs of one device of the board show, and tells the board what
-// became of each. It is no client of the board: a new one may be made underneath, which it follows.
+// The outputs on the machine's displays. The display process keeps a card showing what the outputs of one device show. It
+// writes to the board whether each is shown. It is no client of the board: if the board is replaced, it follows the new one.
 //
-// While it serves, it holds the device's display lock, by which the library knows that an enable has to wait for a verdict.
-// With the process the lock goes, and the outputs are outputs in software again.
+// While it serves, it holds the device's display lock. So the library knows that enabling an output has to wait for a
+// verdict. When the process ends, the kernel releases the lock, and enabling an output no longer waits.
 #ifndef DISPLAY_SERVER_H
 #define DISPLAY_SERVER_H
 
@@ -15,8 +15,8 @@ namespace SoftwareBoard::Display
 {
 struct SDisplayPlan
 {
-    std::string              strCard;         // empty: the first with mode setting
-    std::vector<std::string> astrConnectors;  // empty: those that are connected, in the card's order
+    std::string              strCard;         // empty: the first card with mode setting
+    std::vector<std::string> astrConnectors;  // empty: the connected ones, in the card's order
     KUINT32                  uiDevice = 0;
     bool                     bLegacy  = false;
 };
@@ -24,9 +24,9 @@ struct SDisplayPlan
 class DisplayServer
 {
 public:
-    // Takes the card. Throws BoardError with what a person should read.
+    // Takes the card. Throws BoardError on failure.
     explicit DisplayServer(const SDisplayPlan& roPlan);
-    // Gives the card back as it was found.
+    // Leaves the card as it was found.
     ~DisplayServer();
 
     // Serves until the descriptor iEnd is readable.

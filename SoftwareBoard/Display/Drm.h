@@ -1,19 +1,19 @@
-// libdrm's objects, each freed by its own function.
+// Owning pointers to the objects of libdrm. Each object is freed by its own function.
 #ifndef DRM_H
 #define DRM_H
+
+#include <memory>
 
 #include <xf86drm.h>
 #include <xf86drmMode.h>
 
-#include <memory>
-
 namespace SoftwareBoard::Display
 {
-template <auto pfFree> struct DrmFree
+template <auto pfnFree> struct DrmFree
 {
-    template <class T> void operator()(T* po) const { pfFree(po); }
+    template <class T> void operator()(T* po) const { pfnFree(po); }
 };
-template <class T, auto pfFree> using DrmPointer = std::unique_ptr<T, DrmFree<pfFree>>;
+template <class T, auto pfnFree> using DrmPointer = std::unique_ptr<T, DrmFree<pfnFree>>;
 
 using DrmResources     = DrmPointer<drmModeRes, drmModeFreeResources>;
 using DrmConnector     = DrmPointer<drmModeConnector, drmModeFreeConnector>;

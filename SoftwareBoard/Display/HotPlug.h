@@ -1,4 +1,4 @@
-// Tells that a card's connectors may have changed. From the kernel itself, so that no udev daemon has to run.
+// Reports that the connectors of a card may have changed. The events come from the kernel, so no udev daemon needs to run.
 #ifndef HOT_PLUG_H
 #define HOT_PLUG_H
 
@@ -13,9 +13,9 @@ class HotPlug
 public:
     HotPlug();
 
-    // Readable when there is something to take; -1 where the kernel tells nothing.
+    // Readable when there is an event to take; -1 if events are not available.
     int GetFd() const { return m_poMonitor != nullptr ? udev_monitor_get_fd(m_poMonitor.get()) : -1; }
-    // Takes what has come; TRUE when it was about display controllers.
+    // Takes all events of display controllers. Returns whether there was one.
     bool Take() const;
 
 private:

@@ -1,4 +1,4 @@
-// What there is to show outputs on.
+// tavrin-board display --list
 #include <algorithm>
 #include <cstdio>
 
@@ -48,7 +48,7 @@ void ListDisplays(const SDisplayPlan& roPlan)
         return ListCard(Card::Open(roPlan.strCard), roPlan.astrConnectors);
     const std::vector<std::string> astrPaths = Card::FindPaths();
     if (astrPaths.empty())
-        Card::Open("");  // throws that there is none
+        Card::Open("");  // throws: there is no card
     for (const std::string& strPath : astrPaths)
     {
         try
@@ -57,7 +57,7 @@ void ListDisplays(const SDisplayPlan& roPlan)
         }
         catch (const BoardError& roError)
         {
-            std::printf("card %s\n", MakePrintable(roError.what()).c_str());  // its path is in the words
+            std::printf("card %s\n", MakePrintable(roError.what()).c_str());  // the text begins with its path
         }
     }
 }

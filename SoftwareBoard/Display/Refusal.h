@@ -1,4 +1,4 @@
-// Why a display does not show what its output shows. The words follow the name of the connector, as in "refuses the mode".
+// Why a display does not show its output. The text is worded to follow the connector's name, such as "refuses the mode".
 #ifndef REFUSAL_H
 #define REFUSAL_H
 
@@ -23,7 +23,7 @@ public:
     using Refusal::Refusal;
 };
 
-// Throws the refusal of a call that failed. The calls answer 0, or the negative error number, or -1 and errno.
+// Throws TRefusal if a call of libdrm failed. A call returns a negative error number, or -1 and sets errno.
 template <class TRefusal = Refusal> void CheckDrm(int iResult, const std::string& strWhat)
 {
     if (iResult < 0)

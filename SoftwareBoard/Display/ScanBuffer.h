@@ -1,4 +1,4 @@
-// A frame buffer in the card's memory that the processor fills: what a plane scans out.
+// A frame buffer in the card's memory. The processor fills it, and a plane scans it out.
 #ifndef SCAN_BUFFER_H
 #define SCAN_BUFFER_H
 
@@ -10,17 +10,17 @@ namespace SoftwareBoard::Display
 class ScanBuffer
 {
 public:
-    // Black. Throws Refusal; NoMemoryOnCard where the card has no memory for it.
+    // Makes a black buffer; the sizes are in pixels. Throws Refusal, or NoMemoryOnCard if the card has no memory for it.
     ScanBuffer(const Card& roCard, const SScanFormat& roFormat, uint32_t uiWidth, uint32_t uiHeight);
     ~ScanBuffer();
     ScanBuffer(const ScanBuffer&)            = delete;
     ScanBuffer& operator=(const ScanBuffer&) = delete;
 
-    // Copies the rows that changed since it was last filled.
+    // Copies the rows that have changed since the last call.
     void Fill(const ScreenCopy& roCopy);
 
     uint32_t GetFrameBuffer() const { return m_uiFrameBuffer; }
-    KUINT64  GetTime() const { return m_uiTime; }  // of the copy when it was filled
+    KUINT64  GetTime() const { return m_uiTime; }  // GetTime() of the copy at the last Fill
 
 private:
     void Free();

@@ -1,10 +1,10 @@
 #include "ScanFormat.h"
 
-#include <drm_fourcc.h>
-
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+
+#include <drm_fourcc.h>
 
 namespace SoftwareBoard::Display
 {

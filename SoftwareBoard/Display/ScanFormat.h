@@ -1,5 +1,5 @@
-// How a plane's buffer holds pixels, and how a row of the board's, red in the lowest byte and alpha anything, gets there.
-// The picture is opaque: where the plane would look at alpha, it is set.
+// The pixel formats of a plane's buffer, and the conversion of the board's pixels to them. The board's pixels have red in
+// the lowest byte and any alpha. The picture is opaque: if the plane uses alpha, alpha is set.
 #ifndef SCAN_FORMAT_H
 #define SCAN_FORMAT_H
 
@@ -18,15 +18,15 @@ struct SScanFormat
     bool     bAlphaCounts;
 };
 
-// The one that costs least among those that a plane has; null when it has none that this can fill.
+// The cheapest of a plane's formats. Null if CopyRow can fill none of them.
 const SScanFormat* ChooseFormat(const std::vector<uint32_t>& roFourCcs);
 
-// The last of the choices, for a card that does not say what it has: every controller with 32-bit pixels has it.
+// The format for a card that does not list its formats. Every controller with 32-bit pixels has it.
 const SScanFormat& CommonFormat();
 
 void CopyRow(const SScanFormat& roFormat, const KUINT32* puiFrom, KUINT32* puiTo, size_t uiPixels);
 
-// As the letters of the code, such as XR24.
+// Writes the four letters of the code, such as XR24.
 void NameFourCc(uint32_t uiFourCc, char (&szName)[5]);
 }
 

@@ -16,7 +16,7 @@ struct SSetting
     uint64_t    uiValue;
 };
 
-// At least one line long, so that nonsense in the timings asks for no division by it.
+// Zeros in the timing count as 1, so that nothing is divided by 0.
 uint64_t RefreshNsOf(const drmModeModeInfo& ro)
 {
     const uint64_t uiPixels = uint64_t{std::max<uint16_t>(ro.htotal, 1)} * std::max<uint16_t>(ro.vtotal, 1);
@@ -101,7 +101,7 @@ void Scanout::Show(const ScreenCopy& roCopy)
     m_apoBuffers[1]->Fill(roCopy);
     const KUINT64 uiFlip  = m_roCard.NextFlip();
     const int     iResult = Flip(m_apoBuffers[1]->GetFrameBuffer(), reinterpret_cast<void*>(uiFlip));
-    if (iResult == -EBUSY)  // with the last one: the next refresh tries again
+    if (iResult == -EBUSY)  // the last flip is under way: the next call tries again
         return;
     CheckDrm(iResult, "takes no new picture");
     m_roCard.BeginFlip(uiFlip);
