@@ -6,7 +6,7 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-// The process that holds the output, as far as the system still knows it by name.
+// The process that holds the output; nothing if none does. Its name is "?" if the system does not know it.
 std::optional<SHolder> FindHolder(const Board& roBoard, KUINT32 uiDevice, KUINT32 uiOutput, KINT32 iHolderPid)
 {
     if (!roBoard.m_oLocks.IsOutputHeldByAnother(uiDevice, uiOutput))

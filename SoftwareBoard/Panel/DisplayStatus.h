@@ -1,4 +1,4 @@
-// On which real display an output is shown, as values and in words.
+// On which real display an output is shown, as values and as text.
 #ifndef DISPLAY_STATUS_H
 #define DISPLAY_STATUS_H
 
@@ -12,7 +12,7 @@ namespace SoftwareBoard::Panel
 enum class EDisplayState
 {
     Shown,
-    Dark,  // as Shown, of an output that is off
+    Dark,  // the output is off, and so is its display
     Refused,
     Awaited,
 };
@@ -20,18 +20,18 @@ enum class EDisplayState
 struct SDisplayStatus
 {
     EDisplayState eState = EDisplayState::Awaited;
-    std::string   strConnector;  // empty when none is known
-    std::string   strReason;     // of Refused; both printable
+    std::string   strConnector;  // empty if none is known
+    std::string   strReason;     // only of Refused; both texts are printable
 };
 
-// Nothing when no display process serves the device.
+// Returns nothing if no display process serves the device. Throws BoardError if the output cannot be read.
 std::optional<SDisplayStatus> ReadDisplayStatus(const Transaction& roTransaction, const Board& roBoard, KUINT32 uiDevice,
                                                 KUINT32 uiOutput);
 
-// The state for programs: "shown", "dark", "refused" or "awaited".
+// The state as one word: "shown", "dark", "refused" or "awaited".
 const char* NameOf(EDisplayState eState);
 
-// "shown on HDMI-A-1", "dark on HDMI-A-1", "not shown: " and why, "not shown yet".
+// "shown on HDMI-A-1", "dark on HDMI-A-1", "not shown: " and why, or "not shown yet".
 std::string DescribeDisplay(const SDisplayStatus& roDisplay);
 }
 

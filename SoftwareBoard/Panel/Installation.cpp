@@ -16,7 +16,7 @@ std::filesystem::path FindOwnFolder()
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
-// The library lies beside the program where both were built, and in its private folder where they are installed.
+// In the build folder the library is beside the program. Installed, it is in ../lib/tavrin-board.
 std::string FindLibraryFolder()
 {
     const std::filesystem::path oOwn        = FindOwnFolder();
@@ -25,7 +25,7 @@ std::string FindLibraryFolder()
     {
         if (!std::filesystem::exists(roFolder / "libTavrin.so.1"))
             continue;
-        // The dynamic linker would take it for two folders, and the command would run on another library.
+        // The dynamic linker would read such a name as two folders, and the command would get another library.
         if (roFolder.string().find_first_of(":;") != std::string::npos)
             throw BoardError(roFolder.string() + ": LD_LIBRARY_PATH cannot hold a folder of this name");
         return roFolder.string();

@@ -1,5 +1,4 @@
-// Where the parts of the board are installed: they lie beside this program, as they do where they were built, or in folders
-// near it.
+// Finds other parts of the project: beside this program, as in the build folder, or where they are installed.
 #ifndef INSTALLATION_H
 #define INSTALLATION_H
 
@@ -7,12 +6,12 @@
 
 namespace SoftwareBoard::Panel
 {
-// The path of another program of the project: the one beside this program, otherwise its name alone, which a shell would
-// look for.
+// Returns the path of another program of the project if it is beside this program. Otherwise returns its name, which execvp
+// looks up in PATH.
 std::string FindProgram(const std::string& strName);
 
-// Puts the software board's library before what LD_LIBRARY_PATH holds, for what this process executes. Throws BoardError
-// when the library is not there.
+// Puts the folder of the software board's library first in LD_LIBRARY_PATH, for the programs that this process executes.
+// Throws BoardError if the library is not found.
 void UseBoardLibrary();
 }
 

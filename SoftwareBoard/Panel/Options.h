@@ -1,12 +1,12 @@
-// Options that several commands take, and the values that they accept. What they refuse is a usage error.
+// Options that several commands take, and the values that they accept. A value that they refuse is a usage error.
 #ifndef OPTIONS_H
 #define OPTIONS_H
-
-#include <CLI/CLI.hpp>
 
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include <CLI/CLI.hpp>
 
 #include "QelTypes.h"
 

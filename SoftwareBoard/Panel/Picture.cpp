@@ -12,7 +12,7 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-// A timing may name far more pixels than any screen has; nobody should need this much memory to look at it.
+// The largest picture. A timing may have far more pixels than any screen.
 constexpr size_t MAX_BYTES = size_t{1} << 30;
 
 constexpr KUINT32 OPAQUE_BLACK = 0xFF000000;
@@ -26,7 +26,7 @@ SPicture BlankPicture(const SOutputRecord& roOutput)
     return oPicture;
 }
 
-// Calls fTakeRow(row, bytes) for each row of the picture until it answers false.
+// Calls fTakeRow(row, bytes) for each row of the picture until it returns false.
 template <class TTakeRow> void ReadPictureRows(const Screen& roScreen, TTakeRow fTakeRow)
 {
     const tagTVideo_VidParam& roVidParam = roScreen.GetOutput().oVidParam;

@@ -1,5 +1,5 @@
-// What an output shows at this moment, as a picture: black where the buffer is smaller than the active size, and opaque
-// whatever the alpha of the pixels says.
+// What an output shows at this moment, as a picture. It is black where the buffer is smaller than the active size, and
+// opaque whatever the alpha of the pixels is.
 #ifndef PICTURE_H
 #define PICTURE_H
 
@@ -18,14 +18,14 @@ struct SPicture
     size_t GetPitchInBytes() const { return size_t{uiWidth} * 4; }
 };
 
-// Throws BoardError when the pixels cannot be read, or are more than 1 GiB. What is read while somebody draws may be torn:
-// the upper rows of one picture and the lower rows of the next.
+// Throws BoardError if the pixels cannot be read or exceed 1 GiB. If somebody draws meanwhile, the result may have the upper
+// rows of one picture and the lower rows of the next.
 SPicture ReadPicture(const Screen& roScreen);
 
-// Reads until nobody has drawn meanwhile, for a second at most. Returns what was read last.
+// Reads again until nobody has drawn meanwhile, for a second at most. Returns what it read last.
 SPicture ReadWholePicture(const Screen& roScreen);
 
-// Whether the screen still shows just this picture; cheaper than to read it anew.
+// Whether the screen still shows exactly this picture. Costs less than reading it again.
 bool IsShowing(const Screen& roScreen, const SPicture& roPicture);
 }
 

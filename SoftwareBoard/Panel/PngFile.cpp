@@ -1,7 +1,6 @@
 #include "PngFile.h"
 
 #include <fcntl.h>
-#include <png.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -9,6 +8,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+
+#include <png.h>
 
 #include "BoardError.h"
 #include "Signals.h"
@@ -56,12 +57,12 @@ mode_t ModeOfNewFile()
     return 0666 & ~uiMask;
 }
 
-// Written beside its place, under a name that is short however long the other is, and moved there.
+// Writes a new file beside the old one and renames it. The name of the new file is short, even if the other is long.
 void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t uiMode)
 {
-    const size_t  uiFolder = strPath.rfind('/') + 1;  // 0 when there is none
+    const size_t  uiFolder = strPath.rfind('/') + 1;  // 0 if there is no folder
     std::string   strNew   = strPath.substr(0, uiFolder) + ".tavrin-XXXXXX";
-    const Signals oSignals;  // those that come wait until no unfinished file is left
+    const Signals oSignals;  // signals wait until no unfinished file is left
     const int     iFd = mkostemp(strNew.data(), O_CLOEXEC);
     if (iFd < 0)
         ThrowSystemError(strPath, "create");
@@ -84,7 +85,7 @@ void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t u
 
 void WritePngFile(const SPicture& roPicture, const std::string& strGiven)
 {
-    // A link stays, and what it leads to is replaced; the last one may lead to nothing yet.
+    // A symbolic link stays, and the file that it leads to is replaced. That file need not exist yet.
     std::filesystem::path oPath(strGiven);
     for (int iLink = 0; iLink < 40 && std::filesystem::is_symlink(oPath); ++iLink)
         oPath = oPath.parent_path() / std::filesystem::read_symlink(oPath);

@@ -1,5 +1,5 @@
-// A picture as a PNG file: complete, or not there, also when a signal ends the process meanwhile. A file that is replaced
-// keeps its mode. What is there and no plain file is written into, and "-" is standard output.
+// Writes a picture to a PNG file. The file is complete or it is not written, even if a signal ends the process meanwhile. A
+// file that is replaced keeps its mode. Pipes and devices are written to as they are; "-" is standard output.
 #ifndef PNG_FILE_H
 #define PNG_FILE_H
 
@@ -9,6 +9,7 @@
 
 namespace SoftwareBoard::Panel
 {
+// Throws BoardError on failure.
 void WritePngFile(const SPicture& roPicture, const std::string& strPath);
 }
 

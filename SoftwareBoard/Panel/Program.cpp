@@ -42,8 +42,8 @@ int CheckOutput(bool bWritten)
     return bWritten ? 0 : Fail("standard output: cannot be written");
 }
 
-// Opens something harmless in place of standard streams that are closed. A file of the board would otherwise get one of the
-// numbers 0 to 2, and take what is printed. Programs that this process executes find closed what was closed.
+// Opens something harmless in place of standard streams that are closed. Otherwise a file of the board could get one of the
+// numbers 0 to 2, and what is printed would go there. Programs that this process executes find these streams closed.
 void OccupyClosedStreams()
 {
     int iFd = -1;
@@ -69,7 +69,7 @@ int RefuseCommand(Commands oCommands, const std::string& strWord)
     return RefuseUsage("there is no command '" + strWord + "'" + SuggestNearest(strWord, astrNames, true));
 }
 
-// The other program finds the arguments of this one, and signals that this one blocked still blocked.
+// Replaces this process by the command's program, with the same arguments. Blocked signals stay blocked.
 [[noreturn]] void RunInPlace(const SCommand& roCommand, char* argv[])
 {
     execvp(FindProgram(roCommand.pszProgram).c_str(), argv);
@@ -77,13 +77,13 @@ int RefuseCommand(Commands oCommands, const std::string& strWord)
                      std::generic_category().message(errno) + "; is it installed?");
 }
 
-// Adds the command to the command line; fAction becomes what it does when it is the one that is named.
+// Adds the command to the parser. When the parser finds its name, rfAction becomes its action.
 void AddCommand(CLI::App& roProgram, const SCommand& roCommand, const PassedOn& roPassedOn, bool bMark, Action& rfAction)
 {
     CLI::App* const poParser = roProgram.add_subcommand(roCommand.oText.pszName, roCommand.oText.pszHelp);
-    if (roCommand.pfAdd == nullptr)
+    if (roCommand.pfnAdd == nullptr)
         return;
-    const Action      fAction  = roCommand.pfAdd(*poParser, roPassedOn);
+    const Action      fAction  = roCommand.pfnAdd(*poParser, roPassedOn);
     const std::string strNotes = poParser->get_footer();
     const bool        bSpare   = bMark && !roCommand.oText.bPassesOn;
     poParser->footer(strNotes + (strNotes.empty() ? "" : "\n\n") + "Example:\n  " + roCommand.oText.pszExample);
@@ -99,7 +99,7 @@ int ParseAndRun(int argc, char* argv[], Commands oCommands)
     const SCommand* const  poCommand = argc > 1 ? FindCommand(oCommands, argv[1]) : nullptr;
     std::optional<Signals> ooSignals;
     if (poCommand != nullptr && poCommand->oText.bEndsBySignal)
-        ooSignals.emplace();  // one that comes early waits for the command
+        ooSignals.emplace();  // a signal that comes early waits for the command
     if (poCommand != nullptr && poCommand->pszProgram != nullptr)
         RunInPlace(*poCommand, argv);
 
@@ -141,7 +141,7 @@ int RunProgram(int argc, char* argv[], Commands oCommands)
 try
 {
     OccupyClosedStreams();
-    Defuse(SIGXFSZ);  // a file at its size limit is a failed write
+    Defuse(SIGXFSZ);  // so that writing beyond the file size limit only fails
     return ParseAndRun(argc, argv, oCommands);
 }
 catch (const EndedBySignal& roEnd)

@@ -1,34 +1,34 @@
-// A program that consists of commands, such as tavrin-board: a command is a row of its table and a file of its own.
+// A program that consists of commands, such as tavrin-board. A command is a row in its table and a file of its own.
 //
-// A command adds its options to the command line, and returns what it does once the command line has been read. It throws
-// BoardError with what a person should read on failure.
+// A command adds its options to the command line and returns its action. The action runs after the command line was read. It
+// throws BoardError on failure.
 #ifndef PROGRAM_H
 #define PROGRAM_H
-
-#include <CLI/CLI.hpp>
 
 #include <functional>
 #include <span>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 namespace SoftwareBoard::Panel
 {
-// The words after "--", which the command line's parser never sees; null after the last, as exec takes them.
+// The words after "--", which the parser of the command line does not see. The last element is null, as exec needs it.
 using PassedOn = std::vector<char*>;
 
 using Action = std::function<void()>;
 
-// What the help says of a command.
+// What the help says about a command.
 struct SCommandText
 {
     const char* pszName;
     const char* pszHelp;
     const char* pszExample;
     bool        bPassesOn     = false;  // takes words after "--"
-    bool        bEndsBySignal = false;  // SIGINT and SIGTERM end it with status 0, from its first moment on
+    bool        bEndsBySignal = false;  // SIGINT and SIGTERM end it with status 0, from its start on
 };
 
-// The commands of tavrin-board-viewer, which tavrin-board runs in its place.
+// The commands of tavrin-board-viewer. tavrin-board executes that program to carry them out.
 inline constexpr SCommandText WATCH_TEXT = {
     .pszName       = "watch",
     .pszHelp       = "Show the outputs live: in the terminal, in a window, or as plain lines",
@@ -45,15 +45,15 @@ inline constexpr SCommandText PREVIEW_TEXT = {
 struct SCommand
 {
     SCommandText oText;
-    Action (*pfAdd)(CLI::App& roCommand, const PassedOn& roPassedOn);  // null: pszProgram carries it out
+    Action (*pfnAdd)(CLI::App& roCommand, const PassedOn& roPassedOn);  // null if pszProgram carries it out
     const char* pszProgram = nullptr;
 };
 
-// Runs the command that the arguments name. Returns the exit status of the program: 0, 1 when the command failed, 2 for a
-// usage error, or that of a child that failed. Errors go to standard error.
+// Runs the command that the arguments name. Prints errors to standard error. Returns the exit status of the program: 0, 1 if
+// the command failed, 2 for a usage error, or the status of a child program that failed.
 int RunProgram(int argc, char* argv[], std::span<const SCommand> oCommands);
 
-// Thrown when a child program failed and has printed why; the program ends with its status.
+// Thrown when a child program failed and has printed why. RunProgram returns its status.
 struct EndedWithStatus
 {
     int iStatus;

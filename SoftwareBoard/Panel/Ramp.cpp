@@ -10,7 +10,7 @@ struct SPoint
     double fWork;
 };
 
-// Straight lines from point to point; where the work stays, the update halts.
+// Straight lines from point to point. While the work stays the same, the update halts.
 constexpr SPoint POINTS[] = {
     {0.00, 0.00}, {0.15, 0.04}, {0.35, 0.20}, {0.45, 0.20}, {0.60, 0.46},
     {0.68, 0.52}, {0.80, 0.52}, {0.92, 0.95}, {1.00, 1.00},
@@ -24,7 +24,7 @@ double RampTimeOf(double fWork, bool bLinear)
     const SPoint* poFrom = POINTS;
     for (const SPoint& roTo : POINTS)
     {
-        // Work that a halt begins with is done before it.
+        // At the work of a halt, the time is the beginning of the halt.
         if (fWork <= roTo.fWork && roTo.fWork > poFrom->fWork)
             return poFrom->fTime + (fWork - poFrom->fWork) / (roTo.fWork - poFrom->fWork) * (roTo.fTime - poFrom->fTime);
         poFrom = &roTo;

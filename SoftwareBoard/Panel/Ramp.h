@@ -4,8 +4,8 @@
 
 namespace SoftwareBoard::Panel
 {
-// The share of the time, 0 to 1, after which a share of the work is done. Never falls; all of the work takes all of the
-// time. Unless linear, an update as it feels: it starts slowly, halts twice, and runs at last.
+// Returns the share of the time after which the share fWork of the work is done; both are 0 to 1. Never falls; 1 for 1.
+// Unless bLinear is set, the update starts slowly, halts twice, and runs at the end.
 double RampTimeOf(double fWork, bool bLinear);
 }
 

@@ -22,7 +22,7 @@ Signals::Signals(std::initializer_list<int> aiOthers)
 {
     sigset_t oSet = {};
     sigemptyset(&oSet);
-    // Shells start background jobs with SIGINT and SIGQUIT ignored; a person who sends one means it all the same.
+    // Taken even if ignored: shells start background jobs with SIGINT and SIGQUIT ignored, but a person may send one.
     for (const int iSignal : {SIGINT, SIGTERM, SIGQUIT})
         sigaddset(&oSet, iSignal);
     for (const int iSignal : {SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGIO, SIGPWR, SIGSTKFLT, SIGXCPU})

@@ -1,5 +1,5 @@
-// Signals as events that a loop waits for: blocked while this exists, and read one by one. Nothing is interrupted, so
-// whatever a command made or changed is taken back by destructors on every way out.
+// Turns signals into events that a loop waits for. They are blocked while this object exists, and are read one by one. They
+// interrupt nothing, so destructors undo what a command did, on every path.
 #ifndef SIGNALS_H
 #define SIGNALS_H
 
@@ -17,18 +17,18 @@ namespace SoftwareBoard::Panel
 class Signals
 {
 public:
-    // Those that end a process and are no fault of its own, and the others that are named. A signal that the caller had
-    // ignored stays so, as a hang-up under nohup; SIGINT, SIGTERM and SIGQUIT always count. SIGPIPE does nothing meanwhile:
-    // a write to what nobody reads any more fails.
+    // Takes the signals that end a process, except those that report a fault of its own, and those in aiOthers. A signal
+    // that is ignored stays ignored, such as SIGHUP under nohup; SIGINT, SIGTERM and SIGQUIT are always taken. SIGPIPE does
+    // nothing while this object exists: a write to a closed pipe just fails.
     explicit Signals(std::initializer_list<int> aiOthers = {});
     ~Signals();
     Signals(const Signals&)            = delete;
     Signals& operator=(const Signals&) = delete;
 
-    // The next signal, or 0 after the time or when one of the other descriptors has something to say.
+    // Returns the next signal, or 0 after the time or if one of the other descriptors has an event.
     int Wait(std::chrono::milliseconds oTimeout, std::span<pollfd> aoOthers = {}) const;
 
-    // Readable when a signal is there.
+    // Readable when a signal is pending.
     int GetDescriptor() const { return m_oFile.Get(); }
 
     const sigset_t& GetMaskBefore() const { return m_oBefore; }
@@ -39,12 +39,12 @@ private:
     FileDescriptor   m_oFile;
 };
 
-// From here on the signal does nothing to this process. What it executes finds the default again, as this process found it;
-// one that is ignored stays so. Returns what was there.
+// From here on the signal does nothing to this process, unless it has a handler. Programs that this process executes get the
+// default action again, or still ignore the signal if this process did. Returns the action before.
 struct sigaction Defuse(int iSignal);
 
-// A command that a signal ended. Thrown past the destructors; main then ends the process by that signal, as its caller
-// expects.
+// Thrown when a signal ends a command. After the destructors have run, RunProgram ends the process by that signal, as the
+// caller of the process expects.
 struct EndedBySignal
 {
     int iSignal;

@@ -6,7 +6,7 @@ namespace
 {
 constexpr const char* COLOR_SPACES[] = {"RGB_FULL", "RGB_LIMITED", "YUV_709", "YUV_601", "YUV_601_FULL", "YUV_2020"};
 constexpr const char* SUBSAMPLINGS[] = {"444", "420", "422"};
-constexpr KUINT32     DEPTHS[]       = {8, 10, 12, 16};  // bits; the field that selects one has two
+constexpr KUINT32     DEPTHS[]       = {8, 10, 12, 16};  // bits; fColorDepth, a field of two bits, selects one
 
 using Timing = const tagTVideo_VidParam&;
 
@@ -50,7 +50,7 @@ std::string DescribeTiming(const tagTVideo_VidParam& roVidParam)
     std::string strText;
     for (const STimingField& roField : FIELDS)
     {
-        const KUINT32     uiValue = roField.pfGet(roVidParam);
+        const KUINT32     uiValue = roField.pfnGet(roVidParam);
         const char* const pszWord = WordOf(roField, uiValue);
         if (!strText.empty())
             strText += ' ';

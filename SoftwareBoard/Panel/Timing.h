@@ -1,4 +1,4 @@
-// The 19 values of a timing by name, in the order in which the tool's command line takes them.
+// The 19 values of a timing by name, in the order of the tool's command line.
 #ifndef TIMING_H
 #define TIMING_H
 
@@ -21,16 +21,16 @@ struct STimingField
 {
     const char* pszName;
     ETimingKind eKind;
-    KUINT32 (*pfGet)(const tagTVideo_VidParam& roVidParam);
-    std::span<const char* const> apszWords;  // of a Word, by value
+    KUINT32 (*pfnGet)(const tagTVideo_VidParam& roVidParam);
+    std::span<const char* const> apszWords;  // the names of a Word's values, from 0
 };
 
 std::span<const STimingField> TimingFields();
 
-// The word for the value; null when there is none.
+// The name of the value; null if it has none.
 const char* WordOf(const STimingField& roField, KUINT32 uiValue);
 
-// As the tool's command line takes it, so that a timing can be copied from here to there.
+// The timing as the tool's command line takes it, so that it can be copied.
 std::string DescribeTiming(const tagTVideo_VidParam& roVidParam);
 }
 

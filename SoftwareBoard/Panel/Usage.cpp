@@ -7,7 +7,7 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-// How many letters must be changed, added, left out or exchanged with their neighbour.
+// The number of letters to change, add, remove, or swap with a neighbour.
 size_t CountMistakes(const std::string& strWord, const std::string& strMeant)
 {
     std::vector<size_t> auiLast, auiRow, auiNext(strMeant.size() + 1);
@@ -62,7 +62,7 @@ std::string SuggestNearest(const std::string& strWord, const std::vector<std::st
 
 std::string ExplainRefusal(const CLI::App& roPanel, const CLI::ParseError& roError, const char* pszPassingOn)
 {
-    // Words that the parser could do nothing with say more than what it missed for want of them.
+    // A word that the parser does not know says more than the option or file that it then lacks.
     const std::vector<std::string> astrWords = roPanel.remaining(true);
     if (astrWords.empty())
         return roError.what();

@@ -1,4 +1,4 @@
-// The commands that tavrin-board carries out itself, one a file.
+// tavrin-board, the front panel: the commands that it carries out itself. Each has a file of its own.
 #ifndef COMMANDS_H
 #define COMMANDS_H
 

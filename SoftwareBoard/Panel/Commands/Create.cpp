@@ -10,7 +10,7 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-// Takes what stands behind cMark off the end of the text; nothing when the mark is not there.
+// Removes cMark and what follows it from the text. Returns what followed; nothing if the text has no cMark.
 std::optional<std::string> TakeTail(std::string& rstrText, char cMark)
 {
     const size_t uiMark = rstrText.find(cMark);
@@ -23,7 +23,7 @@ std::optional<std::string> TakeTail(std::string& rstrText, char cMark)
 
 constexpr char FPGA_FORM[] = "DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR]";
 
-// Taken apart from the end.
+// Takes the text apart from its end.
 std::optional<tagTBoard_FpgaInfo> ParseFpga(std::string strText)
 {
     const auto ouiVendor   = ParseNumber(TakeTail(strText, '/').value_or("c3e7"), 16, 0xFFFF);

@@ -15,18 +15,20 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
         bool                  bList = false;
     };
     const auto poOptions = std::make_shared<SOptions>();
-    roCommand.add_option("--card", poOptions->oPlan.strCard, "The card, as /dev/dri/card0 (default: the first that can)");
+    roCommand.add_option("--card", poOptions->oPlan.strCard,
+                         "The card, as /dev/dri/card0 (default: the first with mode setting)");
     roCommand
         .add_option("--connector", poOptions->oPlan.astrConnectors,
                     "The connector of output 0, then of output 1, and so on\n(default: those that are connected, in order)")
         ->type_name("NAME")
         ->expected(1)
         ->take_all();
-    roCommand.add_flag("--legacy", poOptions->oPlan.bLegacy, "Set modes by the older calls also where the card has newer");
-    roCommand.add_flag("--list", poOptions->bList, "Show cards, connectors and what each would show, and end");
+    roCommand.add_flag("--legacy", poOptions->oPlan.bLegacy,
+                       "Set modes with the older kernel calls, even if the card has newer ones");
+    roCommand.add_flag("--list", poOptions->bList, "Show the cards, their connectors and what each would show, then end");
     AddDevice(roCommand, poOptions->oPlan.uiDevice);
     roCommand.footer("Shows the outputs until a signal ends it, and leaves the card as it was found.\n"
-                     "What --list marks with * is the format that is used.");
+                     "--list marks the format that is used with *.");
 
     return [poOptions] {
         if (poOptions->bList)
@@ -36,7 +38,7 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
             const Signals oSignals;
             Display::DisplayServer(poOptions->oPlan).ServeUntilReadable(oSignals.GetDescriptor());
             while (oSignals.Wait(std::chrono::milliseconds(0)) != 0)
-            {}  // they have ended it, and are not to end the process as well
+            {}  // takes the pending signals, which would end the process when they are unblocked
         }
     };
 }

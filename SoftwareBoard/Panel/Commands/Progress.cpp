@@ -40,7 +40,7 @@ double ParseSeconds(const std::string& strText)
     return fSeconds;
 }
 
-// As programs write it: 40, 40.5, 40% and 40.5% are 40.
+// Accepts a percentage as programs print it: 40, 40.5, 40% and 40.5% are 40.
 KUINT32 TakePercent(const std::string& strText)
 {
     std::string_view svWhole = strText;
@@ -61,15 +61,14 @@ KUINT32 TakePercent(const std::string& strText)
     return *ouiWhole;
 }
 
-// Only the low byte: whoever writes the rest of the register at the same time loses nothing. The board is opened anew each
-// time, so that one that is made anew meanwhile is followed.
+// Writes only the low byte, so that a program that writes the rest of the register at the same time loses nothing.
 void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
     Board::Open().m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
 }
 
-// Where a ramp to uiTo begins: at what the register shows, or at 0, which is then written, where that is no less. Of two
-// ramps that begin at once the second finds the 0 of the first.
+// Returns where a ramp to uiTo begins: at what the register shows or, if that is not below uiTo, at 0, which it then writes.
+// If two ramps begin at once, the second finds the 0 of the first.
 KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
 {
     Board             oBoard = Board::Open();
@@ -81,7 +80,8 @@ KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
     return 0;
 }
 
-// Where somebody else has written more meanwhile, another ramp perhaps, that stays. Returns what the register shows.
+// Keeps a higher progress that somebody else has written. Returns what the register shows. Opens the board for each call, so
+// that the ramp follows a board that was replaced.
 KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
     Board             oBoard = Board::Open();
@@ -92,8 +92,8 @@ KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
     return std::max(uiNow, uiPercent);
 }
 
-// The ramp's own line on a terminal; nothing elsewhere, nor from the background, where it would draw over what somebody
-// else shows. However the ramp ends, what follows begins on a line of its own.
+// The line that a ramp draws on a terminal. Draws nothing elsewhere, or from the background, where it would overwrite what
+// other programs show. The destructor ends the line.
 class ProgressLine
 {
 public:
@@ -111,16 +111,16 @@ public:
         winsize oSize = {};
         if (!m_bTerminal || !IsInFront() || ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) != 0)
             return;
-        char      acFigures[64];
-        const int iFigures = std::snprintf(acFigures, sizeof(acFigures), "%3u %%  %.0f s left  ", uiPercent, oLeft.count());
-        const int iBar     = std::min(oSize.ws_col - iFigures - 3, 50);  // 0 columns is a terminal that does not know
+        char      szFigures[64];
+        const int iFigures = std::snprintf(szFigures, sizeof(szFigures), "%3u %%  %.0f s left  ", uiPercent, oLeft.count());
+        const int iBar     = std::min(oSize.ws_col - iFigures - 3, 50);  // 0 columns: the width is not known
         if (iBar > 0)
         {
             const auto uiDone = static_cast<size_t>(iBar) * std::min(uiPercent, 100u) / 100;  // others may write any number
             std::printf("\r[%s%s] ", std::string(uiDone, '#').c_str(),
                         std::string(static_cast<size_t>(iBar) - uiDone, '-').c_str());
         }
-        std::printf("%s%s", iBar > 0 ? "" : "\r", acFigures);
+        std::printf("%s%s", iBar > 0 ? "" : "\r", szFigures);
         std::fflush(stdout);
         m_bShown = true;
     }
@@ -175,17 +175,15 @@ Action AddProgress(CLI::App& roCommand, const PassedOn&)
         roCommand
             .add_option_function<std::string>(
                 "PERCENT", [poOptions](const std::string& strText) { poOptions->uiPercent = TakePercent(strText); },
-                "The progress, 0 to 100; a % sign and decimals may follow, and are left out")
+                "The progress, 0 to 100; decimals and a % sign are accepted and ignored")
             ->type_name("NUMBER");
     CLI::Option* const poRamp =
         roCommand
             .add_option_function<std::string>(
                 "--ramp", [poOptions](const std::string& strText) { poOptions->fSeconds = ParseSeconds(strText); },
-                "Play a firmware update that takes this time: it starts slowly, halts, runs,\nand never falls. It goes on "
-                "from the "
-                "percentage that the board reports, and\nstarts at 0 where that is already reached. Ctrl-C ends it by that "
-                "signal\n"
-                "(status 130 in a shell) and leaves the register as it is")
+                "Play a firmware update that takes this time: it starts slowly, halts, runs,\nand never falls. It starts at "
+                "the percentage that the board reports, or at 0\nif that is not below the end. Ctrl-C ends it by that "
+                "signal (status 130 in a\nshell) and leaves the register as it is")
             ->type_name("SECONDS")
             ->excludes(poPercent);
     AddNumber(roCommand, "--to", poOptions->uiTo, 0, 100, "Where the ramp stops (default 100)")->needs(poRamp);

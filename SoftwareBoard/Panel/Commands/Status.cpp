@@ -53,7 +53,7 @@ Json ToJson(const tagTVideo_VidParam& roVidParam)
     Json oTiming;
     for (const STimingField& roField : TimingFields())
     {
-        const KUINT32     uiValue = roField.pfGet(roVidParam);
+        const KUINT32     uiValue = roField.pfnGet(roVidParam);
         const char* const pszWord = WordOf(roField, uiValue);
         Json&             roValue = oTiming[roField.pszName];
         if (roField.eKind == ETimingKind::Number)
@@ -66,7 +66,7 @@ Json ToJson(const tagTVideo_VidParam& roVidParam)
     return oTiming;
 }
 
-// Null where there is no text.
+// Null for an empty text.
 Json ToJson(const std::string& strText)
 {
     return strText.empty() ? Json() : Json(strText);
@@ -128,7 +128,7 @@ void PrintJson(const std::string& strPath, const std::vector<SDeviceStatus>& roD
     for (KUINT32 uiDevice = 0; uiDevice < roDevices.size(); ++uiDevice)
         oDevices.push_back(ToJson(uiDevice, roDevices[uiDevice]));
     const Json oBoard = {{"board", strPath}, {"devices", oDevices}};
-    // A path may hold any bytes: those that are no UTF-8 become the replacement character.
+    // A path may hold any bytes. Bytes that are not UTF-8 become the replacement character.
     std::printf("%s\n", oBoard.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
@@ -139,7 +139,7 @@ void PrintLines(const std::string& strPath, const std::vector<SDeviceStatus>& ro
         PrintDevice(uiDevice, roDevices[uiDevice]);
 }
 
-// A damaged device does not keep the others from being told of.
+// Reads every device. If a device is damaged, the others are read all the same.
 std::vector<SDeviceStatus> ReadAll(const Board& roBoard)
 {
     const Transaction          oTransaction(roBoard.m_oLocks);
