@@ -15,7 +15,7 @@ constexpr KUINT32 LABEL_ROW = 28;
 
 constexpr STextColours COLOURS = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
 
-// Each pixel is the mean of those that it stands for.
+// Each pixel is the mean of the pixels that it replaces.
 Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT32 uiHeight)
 {
     Panel::SPicture oTo{uiWidth, uiHeight, {}};
@@ -70,7 +70,7 @@ void ContactSheet::Add(const Panel::SPicture& roPicture, const std::string& strL
 
 Panel::SPicture ContactSheet::Draw() const
 {
-    KUINT32 uiColumn = 1, uiRow = 1;  // the largest tile's sides, gap included
+    KUINT32 uiColumn = 1, uiRow = 1;  // the sides of the largest tile, with the gap
     for (const STile& roTile : m_aoTiles)
     {
         uiColumn = std::max(uiColumn, GAP + std::max(roTile.oPicture.uiWidth, LabelWidth(roTile.strLabel)));

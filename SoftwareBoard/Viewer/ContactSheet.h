@@ -1,5 +1,5 @@
-// Pictures in a grid, from left to right and from the top, each with its label under it. Pictures are scaled down, all to
-// the same room, so far that the sheet is at most 1920 pixels wide; small ones stay as they are.
+// Pictures in a grid, row by row, each with its label under it. Large pictures are scaled down to fit the same square, so
+// that the sheet is at most 1920 pixels wide. Smaller pictures keep their size.
 #ifndef CONTACT_SHEET_H
 #define CONTACT_SHEET_H
 
@@ -26,7 +26,7 @@ private:
     };
 
     size_t             m_uiAcross;
-    KUINT32            m_uiRoom;  // the most that a picture may take of either side, in pixels
+    KUINT32            m_uiRoom;  // the greatest width and height of a picture, in pixels
     std::vector<STile> m_aoTiles;
 };
 }

@@ -25,11 +25,11 @@ namespace
 {
 constexpr char                      TOOL[] = "QelProgressBarDisplay";
 constexpr std::chrono::milliseconds TICK(1);
-constexpr std::chrono::seconds      LONGEST_STEP(10);  // that the tool takes
-constexpr std::chrono::seconds      LONGEST_LOOK(1);   // for a moment in which the tool sleeps
+constexpr std::chrono::seconds      LONGEST_STEP(10);  // of the tool
+constexpr std::chrono::seconds      LONGEST_LOOK(1);   // until the tool sleeps
 constexpr int                       MOST_RUNS = 10;    // that may end before they show a percentage
 
-// The tool's failure is the command's.
+// If the tool failed, the command ends with its status.
 void ThrowIfFailed(const ToolProcess& roTool)
 {
     const int iWait = roTool.GetWaitStatus().value_or(0);
@@ -43,8 +43,8 @@ void ThrowIfFailed(const ToolProcess& roTool)
         throw Panel::EndedWithStatus{WEXITSTATUS(iWait)};
 }
 
-// The tool on a board of its own, from one percentage to the next. A run that ends by itself, as at 100 % or after its
-// enable time, is followed by another.
+// Runs the tool on a board of its own, and takes its picture at one percentage after the other. If a run ends by itself, as
+// at 100 % or after its enable time, another run follows.
 class Preview
 {
 public:
@@ -71,7 +71,7 @@ public:
                          " %; see what it said");
     }
 
-    // A run that goes on is killed with this object: it would say that it received any other signal.
+    // A run that goes on is killed by the destructor. It gets SIGKILL, because on SIGTERM the tool prints a message.
     void End()
     {
         if (m_poTool->HasEnded())
@@ -79,10 +79,10 @@ public:
     }
 
 private:
-    // FALSE when the run ended before every output was on.
+    // Returns false if the run ended before every output was on.
     bool StartRun()
     {
-        m_oBoard.SetProgress(0);  // a run that began at 100 % might be over too soon
+        m_oBoard.SetProgress(0);  // a run that begins at 100 % may end too soon
         m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
         m_bWasOn = WaitUntil([this] { return m_oBoard.IsRunning(); }, std::nullopt);
         m_ooScreen.reset();
@@ -91,9 +91,9 @@ private:
         return m_ooScreen.has_value();
     }
 
-    // The picture, or nothing when the run ended before it showed the percentage. The percentage is set while the tool
-    // sleeps between two steps: what is read of the board afterwards is read by a step that shows it, or by the end of the
-    // run, which has given its buffer up before it reads. When the tool sleeps again it has drawn the whole step.
+    // Returns the picture, or nothing if the run ended before it showed the percentage. The percentage is set while the tool
+    // sleeps between two steps. The next read of the board comes from a step that shows it, or from the end of the run,
+    // which destroys its buffer before it reads. When the tool sleeps again, it has drawn the whole step.
     std::optional<Panel::SPicture> TryToShow(KUINT32 uiPercent)
     {
         if ((m_poTool == nullptr || m_poTool->HasEnded()) && !StartRun())
@@ -108,18 +108,18 @@ private:
                 WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
                 return std::nullopt;
             }
-            // An argument may look like the option and be none: a tool that has not read the progress within its longest
-            // step never does.
+            // An argument may only look like the option. A tool that does not read the progress within its longest step
+            // never does.
             m_bReadsProgress = bRead;
         }
         Panel::SPicture oPicture = Panel::ReadWholePicture(*m_ooScreen);
-        // At 100 % the tool ends by itself, and what it reads on its way out is not the progress.
+        // At 100 % the tool ends by itself. What it reads while it ends is not the progress.
         if (uiPercent == 100 && m_bReadsProgress)
             WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
         return oPicture;
     }
 
-    // FALSE when the tool has ended, or after the time.
+    // Returns false if the tool has ended, or after the time.
     template <class TDone> bool WaitUntil(TDone fDone, std::optional<std::chrono::seconds> ooTime)
     {
         const auto oStart = std::chrono::steady_clock::now();
@@ -140,13 +140,13 @@ private:
     Panel::PassedOn              m_oArguments;
     bool                         m_bReadsProgress = false;
     bool                         m_bWasOn         = false;
-    std::optional<Screen>        m_ooScreen;  // of the run
-    std::unique_ptr<ToolProcess> m_poTool;    // after the board: it ends first
+    std::optional<Screen>        m_ooScreen;  // of the present run
+    std::unique_ptr<ToolProcess> m_poTool;    // after the board, so that it is destroyed first
 };
 
 void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const Panel::PassedOn& roPassedOn)
 {
-    // Better now than after the work.
+    // Checked before the work, not after it.
     const std::filesystem::path oFolder = std::filesystem::path(strFile).parent_path();
     if (access(oFolder.empty() ? "." : oFolder.c_str(), W_OK | X_OK) != 0)
         ThrowSystemError(oFolder.empty() ? "." : oFolder.string(), "access (to write a file there)");
@@ -169,7 +169,7 @@ Panel::Action AddPreview(CLI::App& roCommand, const Panel::PassedOn& roPassedOn)
     };
     const auto poOptions = std::make_shared<SOptions>();
     Panel::AddPngFile(roCommand, poOptions->strFile, false,
-                      "The PNG file to write: a contact sheet, scaled down to 1920 pixels of width");
+                      "The PNG file to write: a contact sheet, at most 1920 pixels wide");
     roCommand
         .add_option_function<std::vector<std::string>>(
             "--at",
@@ -178,7 +178,7 @@ Panel::Action AddPreview(CLI::App& roCommand, const Panel::PassedOn& roPassedOn)
                 for (const std::string& strText : roTexts)
                     poOptions->auiPercents.push_back(Panel::TakeNumber("--at", strText, 0, 100));
             },
-            "A percentage to show. May be repeated; without any 0, 25, 50, 75 and 100")
+            "A percentage to show; may be repeated (default 0, 25, 50, 75 and 100)")
         ->type_name("PERCENT")
         ->expected(1)
         ->take_all();

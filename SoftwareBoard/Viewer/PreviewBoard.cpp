@@ -1,8 +1,5 @@
 #include "PreviewBoard.h"
 
-#include <sys/inotify.h>
-
-#include <climits>
 #include <cstdlib>
 #include <filesystem>
 
@@ -30,13 +27,13 @@ PreviewBoard::PreviewBoard() : m_strFolder(MakeFolder())
     {
         if (setenv("TAVRIN_BOARD", m_strFolder.c_str(), 1) != 0)
             ThrowSystemError("TAVRIN_BOARD", "setenv");
-        // Whichever device the arguments name is there.
+        // So that the arguments may name any device.
         SBoardPlan oPlan    = DefaultPlan();
         oPlan.uiDeviceCount = MAX_DEVICES;
         Board::Create(oPlan);
 
-        m_oReads = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-        if (!m_oReads || inotify_add_watch(m_oReads.Get(), (m_strFolder + "/board.state").c_str(), IN_ACCESS) < 0)
+        m_ooReads.emplace(m_strFolder + "/" + BoardState::FILE_NAME, IN_ACCESS);
+        if (!m_ooReads->IsWatching())
             ThrowSystemError(m_strFolder, "inotify");
     }
     catch (...)
@@ -64,11 +61,7 @@ void PreviewBoard::SetProgress(KUINT32 uiPercent)
 
 bool PreviewBoard::TakeReads() const
 {
-    alignas(inotify_event) char acEvents[4096 + NAME_MAX];
-    bool                        bAny = false;
-    while (read(m_oReads.Get(), acEvents, sizeof(acEvents)) > 0)
-        bAny = true;
-    return bAny;
+    return m_ooReads->Take();
 }
 
 bool PreviewBoard::IsRunning() const

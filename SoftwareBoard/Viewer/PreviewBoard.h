@@ -1,10 +1,11 @@
-// A board for one preview, in a folder of its own that is gone with it. It tells when the tool has read the progress.
+// A board for one preview, in a folder of its own, which the destructor removes. It reports when the tool has read it.
 #ifndef PREVIEW_BOARD_H
 #define PREVIEW_BOARD_H
 
 #include <optional>
 #include <string>
 
+#include "FileChanges.h"
 #include "Picture.h"
 
 namespace SoftwareBoard::Viewer
@@ -17,20 +18,20 @@ public:
     PreviewBoard(const PreviewBoard&)            = delete;
     PreviewBoard& operator=(const PreviewBoard&) = delete;
 
-    // As every device reports it, and forgets the reads before.
+    // Sets the progress of every device, in percent. Forgets the reads so far.
     void SetProgress(KUINT32 uiPercent);
 
-    // Whether something has read from the board's state since this was asked last.
+    // Whether a process has read the board's state since the last call.
     bool TakeReads() const;
 
-    // Output 0 of the first device whose output 0 is on, or nothing.
+    // The screen of output 0 of the first device on which that output is on; nothing if there is none.
     std::optional<Screen> OpenScreen() const;
-    // Whether the tool has turned all outputs on; until its loop asks for the progress it reads nothing after that.
+    // Whether the tool has turned all outputs on. After that it does not read the board until its loop reads the progress.
     bool IsRunning() const;
 
 private:
-    std::string    m_strFolder;
-    FileDescriptor m_oReads;
+    std::string                m_strFolder;
+    std::optional<FileChanges> m_ooReads;
 };
 }
 

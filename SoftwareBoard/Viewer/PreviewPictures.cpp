@@ -1,6 +1,5 @@
 #include "PreviewPictures.h"
 
-#include <png.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,8 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+
+#include <png.h>
 
 #include "Printable.h"
 #include "QelTypes.h"
@@ -38,12 +39,12 @@ KINT64 NumberOf(const char* psz)
     return std::strtol(psz, nullptr, 10);
 }
 
-// The options of the tool; what those without an action say is nothing to the pictures.
+// The options of the tool. Those without an action do not matter to the pictures.
 struct SOption
 {
     std::string_view svShort, svLong;
     size_t           uiValues;
-    void (*pfTake)(SArguments& ro, Values oValues);
+    void (*pfnTake)(SArguments& ro, Values oValues);
 };
 
 // clang-format off
@@ -62,7 +63,7 @@ constexpr SOption OPTIONS[] = {
 };
 // clang-format on
 
-// Nothing when the tool would refuse them.
+// Reads the tool's arguments. Returns nothing if the tool would refuse them.
 std::optional<SArguments> Read(Values oWords)
 {
     SArguments oArguments;
@@ -73,8 +74,8 @@ std::optional<SArguments> Read(Values oWords)
         });
         if (poOption == std::end(OPTIONS) || oWords.size() <= poOption->uiValues || poOption->uiValues == 0)
             return std::nullopt;
-        if (poOption->pfTake != nullptr)
-            poOption->pfTake(oArguments, oWords.subspan(1, poOption->uiValues));
+        if (poOption->pfnTake != nullptr)
+            poOption->pfnTake(oArguments, oWords.subspan(1, poOption->uiValues));
         oWords = oWords.subspan(1 + poOption->uiValues);
     }
     return oArguments;
@@ -94,7 +95,7 @@ struct SPlace
 {
     const char* pszName;
     KINT64      iWidth, iHeight;
-    const char* pszInstead;  // what is seen where the picture cannot be shown
+    const char* pszInstead;  // what the tool shows if it cannot show the picture
 };
 
 std::string FaultOfSize(const png_image& roImage, const SPlace& roPlace)
@@ -108,10 +109,10 @@ std::string FaultOfSize(const png_image& roImage, const SPlace& roPlace)
            (bUnder ? ", and covers only a part" : "");
 }
 
-// All of the file is read, as the tool reads it: damage may be anywhere.
+// Reads the whole file as the tool does, because the damage may be anywhere.
 std::string FaultOfContents(std::FILE* poFile, const SPlace& roPlace)
 {
-    constexpr size_t uiMaxBytes = size_t{256} << 20;  // that the tool decodes
+    constexpr size_t uiMaxBytes = size_t{256} << 20;  // the most that the tool decodes
     png_image        oImage     = {};
     oImage.version              = PNG_IMAGE_VERSION;
     const bool        bBegun    = png_image_begin_read_from_stdio(&oImage, poFile) != 0;
@@ -126,7 +127,7 @@ std::string FaultOfContents(std::FILE* poFile, const SPlace& roPlace)
     return bFailed || !bSmall ? "no PNG that can be read (" + strWhy + "): " + roPlace.pszInstead : strSize;
 }
 
-// What is wrong with the file; empty when nothing is. What is no plain file could be read only once, and is left to the
+// Returns what is wrong with the file, or an empty text. Does not open a pipe or device: it can be read only once, by the
 // tool.
 std::string FaultOf(const std::string& strPath, const SPlace& roPlace)
 {
@@ -139,23 +140,23 @@ std::string FaultOf(const std::string& strPath, const SPlace& roPlace)
     return FaultOfContents(poFile.get(), roPlace);
 }
 
-// The tool plays the frames up to the first number without a file. Of frames in a row that are wrong alike the first is
-// told.
+// Checks the frames up to the first number without a file, as the tool plays them. Of consecutive frames with the same
+// fault, only the first is reported.
 void CheckFrames(const char* pszBase, const SPlace& roPlace)
 {
     std::string strBefore;
     bool        bThere = true;
     for (KUINT32 uiFrame = 1; bThere; ++uiFrame)
     {
-        char         acName[512];  // as the tool forms it: one whose number was cut would be every frame's
-        const int    iLength = std::snprintf(acName, sizeof(acName), "%s%02u.png", pszBase, uiFrame);
+        char         szName[512];  // as the tool forms it; a name whose number is cut off would fit every frame
+        const int    iLength = std::snprintf(szName, sizeof(szName), "%s%02u.png", pszBase, uiFrame);
         const size_t uiToEnd = static_cast<size_t>(iLength) - sizeof(".png") + 1;
-        bThere               = uiToEnd < sizeof(acName) && access(acName, R_OK) == 0;
+        bThere               = uiToEnd < sizeof(szName) && access(szName, R_OK) == 0;
         if (!bThere && uiFrame > 1)
             break;
-        const std::string strFault = FaultOf(acName, roPlace);
+        const std::string strFault = FaultOf(szName, roPlace);
         if (!strFault.empty() && strFault != strBefore)
-            Warn(acName + (": " + strFault));
+            Warn(szName + (": " + strFault));
         strBefore = strFault;
     }
 }

@@ -1,5 +1,5 @@
-// Whether the pictures that the tool is to show are there and of their size. The tool passes over one that is missing or
-// damaged, and shows whatever fits of one that has another size.
+// Checks whether the pictures that the tool will show exist and have the right size. The tool ignores a picture that is
+// missing or damaged. It does not scale one of another size, but shows what fits.
 #ifndef PREVIEW_PICTURES_H
 #define PREVIEW_PICTURES_H
 
@@ -7,8 +7,8 @@
 
 namespace SoftwareBoard::Viewer
 {
-// Says on standard error what is wrong with the background (-i) and the frames (-f) of these arguments of the tool; null is
-// the last of them. A command line that the tool refuses has nothing wrong here: the tool says so.
+// Prints on standard error what is wrong with the background (-i) and the frames (-f) in these arguments of the tool. The
+// last element is null. Prints nothing for arguments that the tool refuses: the tool says why.
 void WarnOfPictures(const std::vector<char*>& roArguments);
 }
 

@@ -12,14 +12,14 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr char ENTER[]      = "\x1b[?1049h\x1b[?25l\x1b[?7l";  // other screen, no cursor, no line wrap
+constexpr char ENTER[]      = "\x1b[?1049h\x1b[?25l\x1b[?7l";  // alternate screen, no cursor, no line wrap
 constexpr char LEAVE[]      = "\x1b[0m\x1b[?7h\x1b[?25h\x1b[?1049l";
-constexpr char END_OF_CUT[] = "\x1b\\";  // whatever sequence or image was being written: it is over
+constexpr char END_OF_CUT[] = "\x1b\\";  // ends a sequence or an image that was cut off
 constexpr char CLEAR[]      = "\x1b[0m\x1b[2J";
 
-constexpr std::chrono::milliseconds PATIENCE(200);  // with a terminal that takes nothing, on the way out
+constexpr std::chrono::milliseconds PATIENCE(200);  // with a terminal that takes nothing, in Leave
 
-// While it exists the terminal can be changed from the background too, where the system would stop the process that does.
+// While it exists, the process may change the terminal from the background. Otherwise the system would stop the process.
 class Unstopped
 {
 public:
@@ -38,8 +38,8 @@ private:
     sigset_t m_oBefore = {};
 };
 
-// Opened anew: the shell and others share what they have open, and its flags. Whoever may not open it, as after su, gets it
-// as it is.
+// Opens the terminal anew, because the shell and others share standard output and its flags. If that is not allowed, as
+// after su, it uses standard output.
 FileDescriptor OpenTerminal()
 {
     const int iNew = open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -54,7 +54,7 @@ Terminal::Terminal() : m_oFile(OpenTerminal())
 
 void Terminal::AwaitForeground()
 {
-    // A change that is none. The system stops who asks for one from the background, and nothing waits for a reader.
+    // Changes nothing, and does not wait for output. But the system stops a background process that calls it.
     constexpr int iNoAction = -1;
     tcflow(STDOUT_FILENO, iNoAction);
 }
@@ -112,12 +112,12 @@ STerminalSize Terminal::GetSize()
 
 void Terminal::Present()
 {
-    bool bSameplaces = m_oShown.size() == m_oNext.size();
+    bool bSamePlaces = m_oShown.size() == m_oNext.size();
     for (const auto& [roPlace, roText] : m_oNext)
-        bSameplaces = bSameplaces && m_oShown.contains(roPlace);
+        bSamePlaces = bSamePlaces && m_oShown.contains(roPlace);
 
     std::string strOut;
-    if (!bSameplaces || m_bForgotten)
+    if (!bSamePlaces || m_bForgotten)
     {
         strOut = m_strImageEraser + CLEAR;
         m_oShown.clear();

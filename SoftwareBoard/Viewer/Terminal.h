@@ -1,5 +1,5 @@
-// The terminal while a program draws on it: its other screen, no cursor, keys unseen and read one by one. Left as it was
-// found by the destructor, and by Leave before the process is stopped.
+// The terminal while a program draws on it: alternate screen, no cursor, keys not echoed and read one by one. The destructor
+// leaves it as it was found; so does Leave, before the process is stopped.
 #ifndef TERMINAL_H
 #define TERMINAL_H
 
@@ -18,7 +18,7 @@ struct STerminalSize
 {
     int iColumns      = 80;
     int iRows         = 24;
-    int iCellWidthPx  = 0;  // 0 where the terminal does not say
+    int iCellWidthPx  = 0;  // 0 if the terminal does not tell it; likewise the next
     int iCellHeightPx = 0;
 };
 
@@ -30,30 +30,30 @@ public:
     Terminal(const Terminal&)            = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    // A process in the background is stopped here by the system until it is brought to the front, as any that is to draw on
-    // a terminal that a shell has.
+    // If the process is in the background, the system stops it here until it is brought to the foreground. Call it before
+    // anything is drawn.
     static void AwaitForeground();
 
-    void Enter();  // again only after Leave
-    void Leave();  // takes a moment at most: of a terminal that nobody reads what it has not read is thrown away
+    void Enter();  // call it again only after Leave
+    void Leave();  // after 0.2 s discards what the terminal has not taken; takes 0.4 s at most
 
     static STerminalSize GetSize();
 
-    // Puts a picture of the whole screen together; texts begin at a row and column from 0 and stay in their row, or are one
-    // of the terminal's own images. Present then writes what differs from the last one, which must be written.
+    // Put adds a text or an image of the terminal to the next screen; rows and columns count from 0. A text must stay in its
+    // row. Present writes what differs from the last screen. Call Present only while IsBehind() is false.
     void Put(int iRow, int iColumn, std::string strText) { m_oNext[{iRow, iColumn}] = std::move(strText); }
     void Present();
 
-    // A terminal that takes no more for the moment is behind. Whoever draws waits until the descriptor can be written, and
-    // then calls WriteOn, which hands over more of the rest.
+    // Whether the terminal has not taken everything yet. Then wait until the descriptor can be written, and call WriteOn to
+    // write more.
     bool IsBehind() const { return m_uiWritten < m_strOut.size(); }
     void WriteOn();
     int  GetDescriptor() const { return m_oFile.Get(); }
 
-    // The terminal holds nothing of what was presented any more.
+    // Makes the next Present write the whole screen again.
     void Forget() { m_bForgotten = true; }
 
-    // Before anything is drawn where images may stand.
+    // Sets what to write to remove images. Call it before the first image is drawn.
     void SetImageEraser(std::string strSequence) { m_strImageEraser = std::move(strSequence); }
 
 private:
@@ -62,10 +62,10 @@ private:
     void Write(std::string strText);
     bool WriteWithin(std::string strText, std::chrono::milliseconds oTime);
 
-    FileDescriptor m_oFile;  // non-blocking, and not the one that the shell has
+    FileDescriptor m_oFile;  // non-blocking and not shared with the shell, if possible
 
     termios     m_oBefore    = {};
-    bool        m_bKeys      = false;  // standard input is the terminal too, and m_oBefore is to be restored
+    bool        m_bKeys      = false;  // standard input is a terminal, and m_oBefore its mode to restore
     bool        m_bForgotten = true;
     Texts       m_oShown;
     Texts       m_oNext;

@@ -14,7 +14,7 @@ namespace
 {
 constexpr int USUAL_CELL_WIDTH_PX = 8, USUAL_CELL_HEIGHT_PX = 16;
 
-// All that the fonts of the kernel's console have of the blocks.
+// The block characters that the fonts of the kernel's console have.
 constexpr auto CONSOLE_SYMBOLS =
     static_cast<ChafaSymbolTags>(CHAFA_SYMBOL_TAG_SOLID | CHAFA_SYMBOL_TAG_HHALF | CHAFA_SYMBOL_TAG_VHALF);
 
@@ -38,7 +38,7 @@ int CellHeight(const STerminalSize& ro)
 TerminalPictures::TerminalPictures()
 {
     const std::unique_ptr<char*, void (*)(char**)> ppszEnvironment(g_get_environ(), g_strfreev);
-    chafa_set_n_threads(1);  // a terminal's few cells are drawn before threads would have begun
+    chafa_set_n_threads(1);  // drawing so few cells takes less time than starting threads
     m_poTermInfo.reset(chafa_term_db_detect(chafa_term_db_get_default(), ppszEnvironment.get()));
     const auto fHas = [this](ChafaTermSeq eSequence) {
         return chafa_term_info_have_seq(m_poTermInfo.get(), eSequence) != FALSE;
@@ -95,7 +95,7 @@ std::vector<std::string> TerminalPictures::Draw(const Panel::SPicture& roPicture
     const Owned<GString> poText(chafa_canvas_print(poCanvas.get(), m_poTermInfo.get()));
     const std::string    strText(poText->str, poText->len);
     if (m_ePixelMode == CHAFA_PIXEL_MODE_KITTY)
-        return {"\x1b_Ga=d,d=C,q=2\x1b\\" + strText};  // first the image that stands at the cursor goes, they would pile up
+        return {"\x1b_Ga=d,d=C,q=2\x1b\\" + strText};  // removes the last image; they would pile up
     if (HasImages())
         return {strText};
 

@@ -1,12 +1,12 @@
-// Pictures in the terminal's own terms: its graphics where it has them, coloured cells elsewhere.
+// Draws pictures in the terminal: as images if the terminal has them, otherwise as coloured cells.
 #ifndef TERMINAL_PICTURE_H
 #define TERMINAL_PICTURE_H
-
-#include <chafa.h>
 
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <chafa.h>
 
 #include "Picture.h"
 #include "Terminal.h"
@@ -19,15 +19,15 @@ public:
     // Asks the environment what the terminal can do.
     TerminalPictures();
 
-    // How many cells a picture takes that is to fit into this many, undistorted.
+    // The columns and rows that an undistorted picture takes if it may take at most iColumns and iRows.
     std::pair<int, int> FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,
                                 const STerminalSize& roTerminal) const;
 
-    // A text for each row of cells, or one for all of them where the terminal draws images.
+    // Returns one text for each row of cells, or a single text if the terminal draws images.
     std::vector<std::string> Draw(const Panel::SPicture& roPicture, int iColumns, int iRows,
                                   const STerminalSize& roTerminal) const;
 
-    // Takes away what images left behind that drawing over them does not.
+    // What to write to remove images; empty if drawing over them is enough.
     std::string GetImageEraser() const { return m_ePixelMode == CHAFA_PIXEL_MODE_KITTY ? "\x1b_Ga=d,q=2\x1b\\" : ""; }
 
     bool HasImages() const { return m_ePixelMode != CHAFA_PIXEL_MODE_SYMBOLS; }

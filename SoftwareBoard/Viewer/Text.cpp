@@ -1,9 +1,9 @@
 #include "Text.h"
 
-#include <cairo.h>
-
 #include <cmath>
 #include <memory>
+
+#include <cairo.h>
 
 namespace SoftwareBoard::Viewer
 {
@@ -11,7 +11,7 @@ namespace
 {
 constexpr double FONT_SIZE = 15;  // pixels
 
-// An image of opaque pixels, and what draws on it with the font of all texts.
+// An image of opaque pixels, and the context that draws text on it.
 class Canvas
 {
 public:
@@ -30,7 +30,7 @@ public:
         cairo_set_source_rgb(Get(), roColour[0] / 255.0, roColour[1] / 255.0, roColour[2] / 255.0);
     }
 
-    // The pixels as words of 0x00RRGGBB, iWords from row to row.
+    // The pixels as words of 0x00RRGGBB. Sets riWords to the number of words from one row to the next.
     const KUINT32* GetPixels(int& riWords) const
     {
         cairo_surface_flush(m_poSurface.get());

@@ -1,4 +1,4 @@
-// Text for people: cut and wrapped to the room that it has, and drawn as a picture.
+// Cuts, wraps and draws text for people.
 #ifndef TEXT_H
 #define TEXT_H
 
@@ -11,13 +11,13 @@
 
 namespace SoftwareBoard::Viewer
 {
-// Whether a text has room; TextWidth or the number of its letters answers that.
+// Whether a text fits, by its TextWidth or its number of letters.
 using FitsFunction = std::function<bool(const std::string&)>;
 
-// The text, or as much of its beginning as fits with ".." behind it.
+// Returns the text, or as much of its beginning as fits with ".." after it.
 std::string CutText(const std::string& strText, const FitsFunction& fFits);
 
-// The text in at most uiRows rows, parted at spaces. The last row holds what is left, also when that does not fit.
+// Splits the text at spaces into at most uiRows rows. The last row holds the rest, even if that does not fit.
 std::vector<std::string> WrapText(std::string strText, size_t uiRows, const FitsFunction& fFits);
 
 struct STextColours
@@ -29,8 +29,8 @@ struct STextColours
 // The width of a text as DrawText draws it, in pixels.
 int TextWidth(const std::string& strText);
 
-// One row of text on a picture of uiWidth x uiHeight pixels, in the middle of its height and from its left edge, or in the
-// middle of its width too.
+// Draws one row of text on a picture of uiWidth x uiHeight pixels. The text is in the middle of the height. It begins at the
+// left edge or, if bCentred is set, is in the middle of the width.
 Panel::SPicture DrawText(const std::string& strText, KUINT32 uiWidth, KUINT32 uiHeight, const STextColours& roColours,
                          bool bCentred);
 }

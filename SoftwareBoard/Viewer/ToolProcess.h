@@ -1,5 +1,4 @@
-// The tool as a child of the panel, on a board that nobody else uses. It goes with this object, and with the panel however
-// that ends.
+// The tool as a child process. The destructor kills it. If this process ends in another way, the kernel kills it.
 #ifndef TOOL_PROCESS_H
 #define TOOL_PROCESS_H
 
@@ -16,14 +15,14 @@ namespace SoftwareBoard::Viewer
 class ToolProcess
 {
 public:
-    // Runs it with these arguments, the first of which is its own name; null after the last.
+    // Starts the tool. The first argument is its name, the last is null. It gets the signal mask from before roSignals.
     ToolProcess(const std::string& strPath, const std::vector<char*>& roArguments, const Panel::Signals& roSignals);
     ~ToolProcess();
     ToolProcess(const ToolProcess&)            = delete;
     ToolProcess& operator=(const ToolProcess&) = delete;
 
     bool HasEnded();
-    // How waitpid tells that it ended; nothing while it runs.
+    // The status from waitpid; nothing until HasEnded has returned true.
     std::optional<int> GetWaitStatus() const { return m_oiWaitStatus; }
 
 private:

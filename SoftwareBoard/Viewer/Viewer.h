@@ -1,5 +1,5 @@
-// The commands of tavrin-board-viewer. `tavrin-board watch` and `tavrin-board preview` run it, so that a machine on which
-// nobody watches needs no library for windows and pictures.
+// tavrin-board-viewer: the commands watch and preview, with their terminal, window and contact sheet. tavrin-board executes
+// it for them. So a machine on which nobody watches needs no library for windows and pictures.
 #ifndef VIEWER_H
 #define VIEWER_H
 

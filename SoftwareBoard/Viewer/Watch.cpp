@@ -41,8 +41,8 @@ Panel::Action AddWatch(CLI::App& roCommand, const Panel::PassedOn&)
     const auto poOptions = std::make_shared<SOptions>();
     roCommand.add_flag(
         "--window", poOptions->bWindow,
-        "In a window, one tile an output; its button, Escape or q close it. Otherwise\nin the terminal, where Ctrl-C "
-        "or q end it; off a terminal one line a change");
+        "Show the outputs in a window; its button, Escape or q close it. Otherwise\nshow them in the terminal, until q or "
+        "Ctrl-C. Without a terminal, print one\nline for each change");
     Panel::AddDevice(roCommand, poOptions->uiDevice);
     return [poOptions] { Watch(poOptions->uiDevice, poOptions->bWindow); };
 }

@@ -1,4 +1,4 @@
-// The faces of watch. Each shows the board until a person or the system ends it.
+// The three views of watch. Each shows the board until a person or the system ends it.
 #ifndef WATCH_H
 #define WATCH_H
 
@@ -6,7 +6,7 @@
 
 namespace SoftwareBoard::Viewer
 {
-// One plain line a change, for a file or another program.
+// Prints one plain line for each change, for a file or another program.
 void WatchInLines(WatchedBoard& roBoard);
 
 void WatchInTerminal(WatchedBoard& roBoard);

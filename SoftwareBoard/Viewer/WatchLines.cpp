@@ -9,7 +9,7 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-// SIGINT and SIGTERM end it as its own decision, any other ends the process.
+// Returns true for SIGINT and SIGTERM, which end watch with status 0. Any other signal ends the process by that signal.
 bool IsEnd(int iSignal)
 {
     if (iSignal == SIGINT || iSignal == SIGTERM)
@@ -19,7 +19,7 @@ bool IsEnd(int iSignal)
     return false;
 }
 
-// FALSE when nobody reads any more, or a signal came while a reader was slow.
+// Returns false if nobody reads any more, or if a signal ends watch while it waits for a slow reader.
 bool PrintLine(const std::string& strLine, const Panel::Signals& roSignals)
 {
     pollfd oOutput = {STDOUT_FILENO, POLLOUT, 0};
@@ -73,7 +73,7 @@ void WatchInLines(WatchedBoard& roBoard)
             }
             astrBefore = astrLines;
         }
-        // A pipe whose reader is gone says so at once, not only when the next line is written.
+        // Notices at once, not only at the next line, that the reader of a pipe is gone.
         pollfd    oOutput = {STDOUT_FILENO, 0, 0};
         const int iSignal = oSignals.Wait(roBoard.GetPause(oUpdateBegan), {&oOutput, 1});
         if (IsEnd(iSignal) || (oOutput.revents & POLLERR) != 0)

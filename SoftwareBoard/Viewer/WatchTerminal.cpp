@@ -16,7 +16,7 @@ FitsFunction FitsColumns(int iColumns)
         [uiColumns = static_cast<size_t>(std::max(iColumns, 0))](const std::string& str) { return str.size() <= uiColumns; };
 }
 
-// A text of just this many columns.
+// Cuts or fills the text to exactly this many columns.
 std::string CutOrFill(const std::string& strText, int iColumns)
 {
     std::string strCut = CutText(strText, FitsColumns(iColumns));
@@ -24,18 +24,18 @@ std::string CutOrFill(const std::string& strText, int iColumns)
     return strCut;
 }
 
-// Where the outputs stand between the title and the progress: a grid of tiles, each with its caption under it.
+// The grid of outputs between the title and the progress. Each output is a tile with its caption under it.
 struct STiles
 {
     int iAcross  = 1;
     int iColumns = 0;  // of one tile
-    int iRows    = 0;  // with the caption
-    int iCaption = 1;  // rows of it
+    int iRows    = 0;  // of one tile, with its caption
+    int iCaption = 1;  // rows of the caption
 };
 
-constexpr char CTRL_L = 'L' & 0x1F;  // draws anew what others have drawn over
+constexpr char CTRL_L = 'L' & 0x1F;  // draws everything again
 
-// A tile narrower than most captions has two rows for them, unless it is so low that the picture needs the second.
+// A tile that is narrower than most captions has two rows for them, unless it is so low that the picture needs the second.
 constexpr int COLUMNS_FOR_CAPTION   = 60;
 constexpr int ROWS_FOR_LONG_CAPTION = 6;
 
@@ -54,7 +54,7 @@ public:
     bool IsBehind() const { return m_oTerminal.IsBehind(); }
     void WriteOn() { m_oTerminal.WriteOn(); }
 
-    // What is waited for to write on; nothing when all is written.
+    // What to wait for before WriteOn; the descriptor is -1 if everything is written.
     pollfd AwaitWriting() const { return {IsBehind() ? m_oTerminal.GetDescriptor() : -1, POLLOUT, 0}; }
 
 private:
@@ -62,7 +62,7 @@ private:
     void   DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles);
     void   DrawProgress(int iRow);
 
-    // What a picture became: kept as long as neither it nor its room has changed.
+    // A picture as texts for the terminal, kept until the picture or its size in cells changes.
     struct SDrawn
     {
         std::shared_ptr<const Panel::SPicture> poPicture;
@@ -77,7 +77,7 @@ private:
     std::vector<SDrawn> m_aoDrawn;
 };
 
-// As many tiles across as make the pictures largest.
+// Chooses how many tiles stand side by side, so that the pictures become largest.
 STiles TerminalView::LayOut(int iRows) const
 {
     const auto&            roOutputs = m_roBoard.GetView().aoOutputs;
@@ -131,7 +131,7 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles
         m_oTerminal.Put(iTop++, iLeft, strCells);
 }
 
-// The whole row is the bar, and the words stand in it.
+// Draws the bar over the whole row, with the text in it.
 void TerminalView::DrawProgress(int iRow)
 {
     const SBoardView& roView = m_roBoard.GetView();
@@ -167,7 +167,7 @@ void TerminalView::Draw()
     m_oTerminal.Present();
 }
 
-// What was typed is taken away, whatever it is, so that it does not land in the shell.
+// Takes everything that was typed, so that the shell does not get it.
 std::string ReadKeys()
 {
     char          acKeys[64];
@@ -226,7 +226,7 @@ void WatchInTerminal(WatchedBoard& roBoard)
             StopProcess();
             oView.Enter();
             break;
-        case SIGCONT:  // others had the terminal meanwhile, or have it
+        case SIGCONT:  // others have used the terminal, or still do
             Terminal::AwaitForeground();
             oView.Leave();
             oView.Enter();

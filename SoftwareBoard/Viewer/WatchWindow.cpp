@@ -1,7 +1,7 @@
-#include <SDL.h>
-
 #include <algorithm>
 #include <cstdlib>
+
+#include <SDL.h>
 
 #include "BoardError.h"
 #include "Signals.h"
@@ -30,7 +30,7 @@ FitsFunction FitsPixels(int iWidth)
     throw BoardError(std::string("the window: ") + pszCall + ": " + SDL_GetError() + pszAdvice);
 }
 
-// Everything that SDL holds, for as long as the window is there.
+// Starts SDL, and ends it after the window is gone.
 class Sdl
 {
 public:
@@ -38,7 +38,7 @@ public:
     {
         SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
         SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
-        // SDL's other drivers show a window to nobody. SDL_VIDEODRIVER has the last word.
+        // SDL's other drivers show no window to anybody. SDL_VIDEODRIVER overrides this.
         SDL_SetHint(SDL_HINT_VIDEODRIVER, std::getenv("WAYLAND_DISPLAY") != nullptr ? "x11,wayland" : "x11");
         if (SDL_Init(SDL_INIT_VIDEO) != 0)
             ThrowSdlError("SDL_Init", "; set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
@@ -61,7 +61,7 @@ void FillTexture(SDL_Texture* poTexture, const Panel::SPicture& roPicture)
     SDL_UpdateTexture(poTexture, nullptr, roPicture.auiRgba.data(), static_cast<int>(roPicture.GetPitchInBytes()));
 }
 
-// The largest rectangle of the picture's shape in the room, in its middle.
+// The largest rectangle of the picture's shape that fits into roRoom, centred.
 SDL_Rect FitInto(const SDL_Rect& roRoom, int iWidth, int iHeight)
 {
     const double fScale  = std::min(double{1} * roRoom.w / iWidth, double{1} * roRoom.h / iHeight);
@@ -76,7 +76,7 @@ public:
     explicit Window(WatchedBoard& roBoard);
 
     void Draw();
-    // What a person did to the window meanwhile; FALSE when that was to close it.
+    // Waits at most oWait for events of the window. Returns false if the user closes it.
     bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const;
 
 private:
@@ -124,7 +124,7 @@ Owned<SDL_Texture> Window::MakeTexture(const Panel::SPicture& roPicture) const
                                                 static_cast<int>(roPicture.uiWidth), static_cast<int>(roPicture.uiHeight)));
 }
 
-// One row of text, cut where the room ends.
+// Draws one row of text, cut to the width of roRoom.
 void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const
 {
     const std::string        strCut    = CutText(strText, FitsPixels(roRoom.w));
@@ -138,7 +138,7 @@ void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const 
     SDL_RenderCopy(m_poRenderer.get(), poTexture.get(), nullptr, &oPlace);
 }
 
-// The texture of a picture of the same size is filled anew.
+// Keeps the texture if the new picture has the size of the old one.
 void Window::ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const
 {
     const auto fSize = [](const Panel::SPicture& ro) { return std::pair(ro.uiWidth, ro.uiHeight); };
@@ -171,7 +171,7 @@ void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
     SDL_RenderCopy(m_poRenderer.get(), roTile.poTexture.get(), nullptr, &oPlace);
 }
 
-// The whole row is the bar, and the words stand in it.
+// Draws the bar over the whole row, with the text in it.
 void Window::DrawProgress(int iWidth, int iY) const
 {
     const SBoardView& roView = m_roBoard.GetView();

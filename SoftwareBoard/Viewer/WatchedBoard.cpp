@@ -20,7 +20,7 @@ struct SScreens
     std::vector<std::string>           astrProblems;
 };
 
-// As short as it can be in the transaction: pixels are read after it.
+// Keeps the transaction short: the pixels are read after it.
 SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
 {
     const Board       oBoard = Board::Observe();
@@ -65,7 +65,7 @@ WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(ui
     }
     catch (const NoBoardError&)
     {
-        // Every look says so until there is one.
+        // Update says so until there is a board.
     }
 }
 
@@ -119,7 +119,7 @@ SBoardView WatchedBoard::ReadBoard()
     return oView;
 }
 
-// Outputs often show one file: it is read once a look.
+// Outputs often show the same file. An Update reads it only once.
 std::shared_ptr<const Panel::SPicture> WatchedBoard::Take(const Screen& roScreen, Pictures& roTaken) const
 {
     const KUINT32 uiFile  = roScreen.GetOutput().uiPixelFile;

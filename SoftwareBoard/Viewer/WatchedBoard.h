@@ -1,5 +1,5 @@
-// What a watcher sees: a look at the board, again and again. Each look opens the board anew and is no client of it, so that
-// it never keeps the board from being made anew and follows it when it is.
+// The board as watch shows it. Each Update opens the board anew and is no client of it. So watch never keeps the board from
+// being replaced, and it follows the new board.
 #ifndef WATCHED_BOARD_H
 #define WATCHED_BOARD_H
 
@@ -16,9 +16,8 @@ namespace SoftwareBoard::Viewer
 {
 struct SOutputView
 {
-    std::string strState;  // printable
-    std::shared_ptr<const Panel::SPicture>
-        poPicture;  // null when there is none; the same object as long as the pixels are the same
+    std::string                            strState;   // printable
+    std::shared_ptr<const Panel::SPicture> poPicture;  // null for none; the same object while the pixels stay the same
 
     bool operator==(const SOutputView&) const = default;
 };
@@ -28,8 +27,8 @@ std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput);
 
 struct SBoardView
 {
-    std::string              strProblem;         // why the board cannot be read now, and then nothing else counts
-    ino_t                    uiBoard       = 0;  // another number is another board
+    std::string              strProblem;         // why the board cannot be read now; empty if the rest is valid
+    ino_t                    uiBoard       = 0;  // a new board has another number
     KUINT32                  uiProgressPct = 0;
     bool                     bBarRunning   = false;
     std::vector<SOutputView> aoOutputs;
@@ -43,23 +42,23 @@ std::string DescribeProgress(const SBoardView& roView);
 class WatchedBoard
 {
 public:
-    // Throws if the board cannot be believed or lacks the device. One that is not there yet is waited for.
+    // Throws BoardError if the board is damaged or lacks the device. If there is no board yet, Update reports that.
     WatchedBoard(KUINT32 uiDevice, bool bWithPictures);
 
-    // Whether anything differs from the look before. What fails is a part of what is seen.
+    // Reads the board. Returns whether the view has changed. A failure becomes part of the view.
     bool Update();
 
     const SBoardView& GetView() const { return m_oView; }
 
-    // The board and device in a word, for a title; printable.
+    // The board and the device, for a title; printable.
     const std::string& GetTitle() const { return m_strTitle; }
 
-    // How long to wait for the next look: 30 a second while something changes, fewer when nothing does, and never more than
-    // a third of the time spent looking and, as the caller says since when, drawing.
+    // How long to wait for the next Update: 34 ms after the last one began, or 150 ms if nothing has changed for a while.
+    // But Update and drawing, which began at oUpdateBegan, never take more than a third of the time.
     std::chrono::milliseconds GetPause(std::chrono::steady_clock::time_point oUpdateBegan) const;
 
 private:
-    using Pictures = std::map<KUINT32, std::vector<std::shared_ptr<const Panel::SPicture>>>;  // by the file that holds them
+    using Pictures = std::map<KUINT32, std::vector<std::shared_ptr<const Panel::SPicture>>>;  // by the number of their file
 
     SBoardView                             ReadBoard();
     std::shared_ptr<const Panel::SPicture> Take(const Screen& roScreen, Pictures& roTaken) const;
@@ -68,7 +67,7 @@ private:
     bool        m_bWithPictures;
     std::string m_strTitle;
     SBoardView  m_oView;
-    Pictures    m_oPictures;  // of the last look
+    Pictures    m_oPictures;  // of the last Update
     KUINT32     m_uiUpdatesWithoutChange = 0;
 };
 }
