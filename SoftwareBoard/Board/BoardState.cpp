@@ -63,14 +63,6 @@ constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
     return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + 4 * off_t{uiRegister};
 }
 
-// Ends the text and replaces what is not printable ASCII, so that it cannot control a terminal.
-template <size_t uiSize> void MakeText(std::array<char, uiSize>& racText)
-{
-    racText.back() = '\0';
-    std::replace_if(
-        racText.begin(), racText.end(), [](char c) { return c != '\0' && (c < ' ' || c > '~'); }, '?');
-}
-
 bool IsName(const TSTR64& szName)
 {
     const char* const pszEnd = std::find(std::begin(szName), std::end(szName), '\0');
@@ -225,9 +217,9 @@ std::set<KUINT32> BoardState::ReadShownPixelFiles(const Transaction&) const
 SVerdict BoardState::ReadVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const
 {
     CheckDevice(uiDevice);
-    auto oVerdict = Read<SVerdict>(VerdictOffset(uiDevice, uiOutput));
-    MakeText(oVerdict.acConnector);
-    MakeText(oVerdict.acReason);
+    auto oVerdict               = Read<SVerdict>(VerdictOffset(uiDevice, uiOutput));
+    oVerdict.acConnector.back() = '\0';
+    oVerdict.acReason.back()    = '\0';
     return oVerdict;
 }
 

@@ -96,7 +96,10 @@ Card::Card(std::string strPath, FileDescriptor oFd)
     }
 }
 
-Card::~Card() = default;
+Card::~Card()
+{
+    Restore();
+}
 
 void Card::BecomeMaster()
 {

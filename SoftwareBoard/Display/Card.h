@@ -1,5 +1,5 @@
 // A display controller (card) of the machine: its connectors, CRTCs and planes. BecomeMaster makes this process the only one
-// that may set its modes. Restore puts the card back into the state in which it was found.
+// that may set its modes. The destructor then puts the card back into the state in which it was found.
 #ifndef CARD_H
 #define CARD_H
 
@@ -62,10 +62,10 @@ public:
 
     void TurnOff(uint32_t uiCrtc) const;
     void TurnAllOff() const;
-    // Sets every CRTC as it was found.
-    void Restore() const;
 
 private:
+    void Restore() const;
+
     Card(std::string strPath, FileDescriptor oFd);
 
     struct SFound

@@ -40,13 +40,8 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
     }
     if (roPlan.bLegacy)
         m_oCard.UseLegacyCalls();
-    m_oCard.BecomeMaster();  // after the checks: if they throw, nothing restores the card
+    m_oCard.BecomeMaster();
     Assign();
-}
-
-DisplayServer::~DisplayServer()
-{
-    m_oCard.Restore();
 }
 
 void DisplayServer::OpenBoard()

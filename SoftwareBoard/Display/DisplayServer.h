@@ -24,10 +24,8 @@ struct SDisplayPlan
 class DisplayServer
 {
 public:
-    // Takes the card. Throws BoardError on failure.
+    // Takes the card, which the destructor gives back. Throws BoardError on failure.
     explicit DisplayServer(const SDisplayPlan& roPlan);
-    // Leaves the card as it was found.
-    ~DisplayServer();
 
     // Serves until the descriptor iEnd is readable.
     void ServeUntilReadable(int iEnd);

@@ -1,5 +1,7 @@
 #include "DisplayStatus.h"
 
+#include "Printable.h"
+
 namespace SoftwareBoard::Panel
 {
 std::optional<SDisplayStatus> ReadDisplayStatus(const Transaction& roTransaction, const Board& roBoard, KUINT32 uiDevice,
@@ -11,7 +13,8 @@ std::optional<SDisplayStatus> ReadDisplayStatus(const Transaction& roTransaction
     const SOutputRecord oOutput  = roBoard.m_oState.ReadOutput(roTransaction, uiDevice, uiOutput);
     if (oVerdict.uiGeneration != oOutput.uiGeneration || oVerdict.eVerdict == EVerdict::Awaited)
         return SDisplayStatus{};
-    SDisplayStatus oStatus{EDisplayState::Refused, oVerdict.acConnector.data(), oVerdict.acReason.data()};
+    SDisplayStatus oStatus{EDisplayState::Refused, MakePrintable(oVerdict.acConnector.data()),
+                           MakePrintable(oVerdict.acReason.data())};
     if (oVerdict.eVerdict == EVerdict::Shown)
         oStatus.eState = oOutput.bEnabled == TRUE ? EDisplayState::Shown : EDisplayState::Dark;
     return oStatus;
