@@ -10,9 +10,6 @@
 
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // Status of an operation; negative values are failures.
 enum TStatus : KINT32
 {
@@ -132,7 +129,7 @@ struct tagTBuffer_PlaneInfo
 {
     KUINT32      uiPlaneCount;
     TPixelFormat aePlaneFormat[3];
-    KUINT32      auiWidth[3];         // pixels
+    KUINT32      auiWidth[3];  // pixels
     KUINT32      auiWidthInBytes[3];
     KUINT32      auiHeight[3];        // rows
     KUINT32      auiPitch[3];         // from one row to the next, in pixels

@@ -8,9 +8,6 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // Services from outside that the one who constructs an OsServices may offer; the operations named like its own are
 // called in place of them.
 class IOsServices
@@ -62,7 +59,7 @@ public:
 
     // Events: a flag with memory; a trigger ends one wait. OK, TIMEOUT, CANCELED (also at once while cancelled) or FAIL.
     KBOOL32 Event_Create(HEvent& rhEvent);
-    KBOOL32 Event_Destroy(HEvent hEvent);   // nobody may be waiting
+    KBOOL32 Event_Destroy(HEvent hEvent);  // nobody may be waiting
     TStatus Event_Wait(HEvent hEvent, KUINT32 uiTimeOutMilliSeconds);
     KBOOL32 Event_Trigger(HEvent hEvent);   // pending until a wait consumes it when nobody waits; FALSE while cancelled
     KBOOL32 Event_Reset(HEvent hEvent);     // takes a pending trigger back
@@ -129,9 +126,9 @@ public:
     // TRUE before the first construction: the hardware-access library is not started.
     static void SetTestMode(KBOOL32 bTestMode);
 
-    KBOOL32      m_bInitialized;   // this instance was counted
+    KBOOL32      m_bInitialized;  // this instance was counted
     IOsServices* m_poIOsServices;
-    KUINT8       m_uiIrql;         // no meaning without an IOsServices
+    KUINT8       m_uiIrql;  // no meaning without an IOsServices
 
     static constexpr KUINT32 msc_uiMajorVer = 4;
     static constexpr KUINT32 msc_uiMinorVer = 12;
@@ -152,7 +149,7 @@ private:
     [[gnu::format(printf, 3, 4)]] static void FormatString(KCHAR8* pacBuf, KUINT32 uiBufSize, const KCHAR8* szFmt, ...);
     [[gnu::format(printf, 2, 0)]] static void WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg,
                                                               va_list argList);
-    static void WriteMsgInternal(const KCHAR8* pszMsg);
+    static void                               WriteMsgInternal(const KCHAR8* pszMsg);
 };
 
 // Defined by the program, not by this library.

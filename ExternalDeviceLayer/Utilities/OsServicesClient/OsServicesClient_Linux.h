@@ -13,9 +13,6 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
-// Set in columns by hand.
-// clang-format off
-
 extern "C"
 {
 // Start and release of the hardware-access library; TRUE on success.

@@ -9,9 +9,6 @@
 
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 extern "C"
 {
 // The hook of every failed check, with the source file's path as the compiler was given it. It does nothing: a failed

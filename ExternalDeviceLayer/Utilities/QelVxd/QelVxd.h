@@ -6,9 +6,6 @@
 
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 struct pci_access;
 struct pci_dev;
 

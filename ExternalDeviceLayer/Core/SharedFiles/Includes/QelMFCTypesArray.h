@@ -12,9 +12,6 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // A growable, contiguous array of elements of type T, which are passed in as ARG.
 //
 //  - It holds no storage until the first element. The first storage is exact; later growth adds the stored step, which
@@ -24,6 +21,7 @@
 //  - Growth goes through the virtual operations: a derived array may replace it.
 //  - An element that is passed in may be one of the array itself.
 //  - A broken contract is reported, and then does nothing. Storage is limited to 32 bits of bytes.
+// clang-format off
 template <class T, class ARG = const T&>
 class CKArray
 {
@@ -110,9 +108,9 @@ private:
 
     static inline constinit thread_local T* ms_poNoElement = nullptr;  // the thread's, once it asked for it
 };
+// clang-format on
 
-template <class T, class ARG>
-void CKArray<T, ARG>::SetSize(int nNewSize, int nGrowBy)
+template <class T, class ARG> void CKArray<T, ARG>::SetSize(int nNewSize, int nGrowBy)
 {
     QEL_ASSERT(nNewSize >= 0);
     if (nNewSize < 0)
@@ -152,15 +150,13 @@ void CKArray<T, ARG>::SetSize(int nNewSize, int nGrowBy)
     m_iSize = nNewSize;
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::FreeExtra()
+template <class T, class ARG> void CKArray<T, ARG>::FreeExtra()
 {
     if (m_iSize != m_iMaxSize)
         MoveToStorage(m_iSize);
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::SetAtGrow(int iIndex, ARG oElement)
+template <class T, class ARG> void CKArray<T, ARG>::SetAtGrow(int iIndex, ARG oElement)
 {
     const bool bIsPossible = iIndex >= 0 && iIndex < std::numeric_limits<int>::max();
     QEL_ASSERT(bIsPossible);
@@ -180,16 +176,14 @@ void CKArray<T, ARG>::SetAtGrow(int iIndex, ARG oElement)
         m_poData[iIndex] = oElement;
 }
 
-template <class T, class ARG>
-int CKArray<T, ARG>::Add(ARG oElement)
+template <class T, class ARG> int CKArray<T, ARG>::Add(ARG oElement)
 {
     const int iIndex = m_iSize;
     SetAtGrow(iIndex, oElement);
     return iIndex < m_iSize ? iIndex : -1;
 }
 
-template <class T, class ARG>
-KBOOL32 CKArray<T, ARG>::AddIfNotPresent(ARG oElement)
+template <class T, class ARG> KBOOL32 CKArray<T, ARG>::AddIfNotPresent(ARG oElement)
 {
     if (IsPresent(oElement))
         return FALSE;
@@ -197,8 +191,7 @@ KBOOL32 CKArray<T, ARG>::AddIfNotPresent(ARG oElement)
     return TRUE;
 }
 
-template <class T, class ARG>
-int CKArray<T, ARG>::Append(const CKArray& roOther)
+template <class T, class ARG> int CKArray<T, ARG>::Append(const CKArray& roOther)
 {
     const int    iFirst = m_iSize;
     const int    iAdded = roOther.m_iSize;  // not more, when it is this array itself
@@ -212,8 +205,7 @@ int CKArray<T, ARG>::Append(const CKArray& roOther)
     return iFirst;
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::Copy(const CKArray& roOther)
+template <class T, class ARG> void CKArray<T, ARG>::Copy(const CKArray& roOther)
 {
     if (this == &roOther)
         return;
@@ -222,8 +214,7 @@ void CKArray<T, ARG>::Copy(const CKArray& roOther)
     Append(roOther);
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::InsertAt(int iIndex, ARG oElement, int iCount)
+template <class T, class ARG> void CKArray<T, ARG>::InsertAt(int iIndex, ARG oElement, int iCount)
 {
     const KINT64 iNewSize    = KINT64{std::max(iIndex, m_iSize)} + iCount;
     const bool   bIsPossible = iIndex >= 0 && iCount >= 0;
@@ -245,8 +236,7 @@ void CKArray<T, ARG>::InsertAt(int iIndex, ARG oElement, int iCount)
     std::fill_n(poGap, iCount, oCopy);
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::RemoveAt(int iIndex, int iCount)
+template <class T, class ARG> void CKArray<T, ARG>::RemoveAt(int iIndex, int iCount)
 {
     const bool bIsPossible = iIndex >= 0 && iIndex <= m_iSize && iCount >= 0;
     QEL_ASSERT(bIsPossible);
@@ -264,14 +254,12 @@ void CKArray<T, ARG>::RemoveAt(int iIndex, int iCount)
     m_iSize -= iCount;
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::RemoveDuplicates()
+template <class T, class ARG> void CKArray<T, ARG>::RemoveDuplicates()
 {
     KeepOnly([this](int iIndex) { return Find(m_poData[iIndex]) == iIndex; });
 }
 
-template <class T, class ARG>
-int CKArray<T, ARG>::Find(ARG oElement, int iStart) const
+template <class T, class ARG> int CKArray<T, ARG>::Find(ARG oElement, int iStart) const
 {
     for (int i = std::max(iStart, 0); i < m_iSize; ++i)
     {
@@ -281,14 +269,12 @@ int CKArray<T, ARG>::Find(ARG oElement, int iStart) const
     return -1;
 }
 
-template <class T, class ARG>
-bool CKArray<T, ARG>::operator==(const CKArray& roOther) const
+template <class T, class ARG> bool CKArray<T, ARG>::operator==(const CKArray& roOther) const
 {
     return std::equal(Begin(), End(), roOther.Begin(), roOther.End());
 }
 
-template <class T, class ARG>
-CKArray<T, ARG>& CKArray<T, ARG>::operator&=(const CKArray& roOther)
+template <class T, class ARG> CKArray<T, ARG>& CKArray<T, ARG>::operator&=(const CKArray& roOther)
 {
     RemoveDuplicates();
     if (this != &roOther)
@@ -296,8 +282,7 @@ CKArray<T, ARG>& CKArray<T, ARG>::operator&=(const CKArray& roOther)
     return *this;
 }
 
-template <class T, class ARG>
-CKArray<T, ARG>& CKArray<T, ARG>::operator|=(const CKArray& roOther)
+template <class T, class ARG> CKArray<T, ARG>& CKArray<T, ARG>::operator|=(const CKArray& roOther)
 {
     Append(roOther);
     RemoveDuplicates();
@@ -305,14 +290,21 @@ CKArray<T, ARG>& CKArray<T, ARG>::operator|=(const CKArray& roOther)
 }
 
 // What an index outside any array refers to: made anew each time, so nobody finds there what another one left.
-template <class T, class ARG>
-T& CKArray<T, ARG>::NoElement()
+template <class T, class ARG> T& CKArray<T, ARG>::NoElement()
 {
     struct SElement
     {
-        SElement()   { KConstructElements<T>(Get(), 1); ms_poNoElement = Get(); }
-        ~SElement()  { KDestructElements<T>(Get(), 1); ms_poNoElement = nullptr; }
-        T* Get()     { return reinterpret_cast<T*>(m_auiStorage); }
+        SElement()
+        {
+            KConstructElements<T>(Get(), 1);
+            ms_poNoElement = Get();
+        }
+        ~SElement()
+        {
+            KDestructElements<T>(Get(), 1);
+            ms_poNoElement = nullptr;
+        }
+        T* Get() { return reinterpret_cast<T*>(m_auiStorage); }
 
         alignas(T) unsigned char m_auiStorage[sizeof(T)];
     };
@@ -323,8 +315,7 @@ T& CKArray<T, ARG>::NoElement()
 }
 
 // Takes back what was written there: an element that kept a block would outlive the allocator that the block is from.
-template <class T, class ARG>
-void CKArray<T, ARG>::EmptyNoElement()
+template <class T, class ARG> void CKArray<T, ARG>::EmptyNoElement()
 {
     if (ms_poNoElement == nullptr)
         return;
@@ -333,8 +324,7 @@ void CKArray<T, ARG>::EmptyNoElement()
     KConstructElements<T>(ms_poNoElement, 1);
 }
 
-template <class T, class ARG>
-bool CKArray<T, ARG>::IsInside(int iIndex) const
+template <class T, class ARG> bool CKArray<T, ARG>::IsInside(int iIndex) const
 {
     const bool bIsInside = iIndex >= 0 && iIndex < m_iSize;
     QEL_ASSERT(bIsInside);
@@ -342,8 +332,7 @@ bool CKArray<T, ARG>::IsInside(int iIndex) const
 }
 
 // The index of an element that lies in the array's own storage, otherwise -1.
-template <class T, class ARG>
-int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
+template <class T, class ARG> int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
 {
     const std::less<const void*> oIsBefore;
     if (m_poData == nullptr || oIsBefore(pvElement, m_poData) || !oIsBefore(pvElement, m_poData + m_iSize))
@@ -351,8 +340,7 @@ int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
     return static_cast<int>(static_cast<const T*>(pvElement) - m_poData);
 }
 
-template <class T, class ARG>
-bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMaxSize) const
+template <class T, class ARG> bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMaxSize) const
 {
     const bool bIsPossible = iMaxSize <= msc_iMaxStorage;
     QEL_ASSERT(bIsPossible);
@@ -360,8 +348,7 @@ bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMaxSize) const
 }
 
 // Moves the elements in use into storage for exactly that many, none for 0.
-template <class T, class ARG>
-void CKArray<T, ARG>::MoveToStorage(int iMaxSize)
+template <class T, class ARG> void CKArray<T, ARG>::MoveToStorage(int iMaxSize)
 {
     T* poNew = nullptr;
     if (iMaxSize > 0)
@@ -374,8 +361,7 @@ void CKArray<T, ARG>::MoveToStorage(int iMaxSize)
     m_iMaxSize = iMaxSize;
 }
 
-template <class T, class ARG>
-void CKArray<T, ARG>::ReturnStorage()
+template <class T, class ARG> void CKArray<T, ARG>::ReturnStorage()
 {
     if (m_poData != nullptr)
         KDestructElements<T>(m_poData, m_iSize);
@@ -386,9 +372,7 @@ void CKArray<T, ARG>::ReturnStorage()
 }
 
 // Drops every element that is not kept; IsKept sees the kept ones in front of the one it is asked about.
-template <class T, class ARG>
-template <class IS_KEPT>
-void CKArray<T, ARG>::KeepOnly(IS_KEPT IsKept)
+template <class T, class ARG> template <class IS_KEPT> void CKArray<T, ARG>::KeepOnly(IS_KEPT IsKept)
 {
     for (int i = 0; i < m_iSize;)
     {

@@ -11,9 +11,6 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // A text of 8-bit characters, always terminated, whose buffer is shared between copies until one of them writes.
 //
 //  - A buffer is one block, exactly as large as asked for: a header, the characters, a terminator. The empty string
@@ -27,6 +24,7 @@
 //  - Texts may be null (empty) but where a table says otherwise, and may lie in the string itself; not so the arguments
 //    of a format, which is formatted straight into the buffer.
 //  - A broken contract is reported, and then does nothing or is cut to what there is.
+// clang-format off
 class CKString
 {
 public:
@@ -190,9 +188,11 @@ private:
     [[gnu::format(printf, 4, 0)]]
     KINT32  FormatBehind(KINT32 iStart, KINT32& riAllocLength, const KCHAR8* pszFormat, va_list argList);
 };
+// clang-format on
 
 // Walks the tokens of a private copy of the text; all null is the end. Iterators that were copied share that text until
 // one of them advances.
+// clang-format off
 class CKString::CIterator
 {
 public:
@@ -219,6 +219,7 @@ private:
     void CopySource(const CKString& roSource);
     void Advance(KCHAR8* pszFrom);
 };
+// clang-format on
 
 inline CKString::CKString(const CKString& roSource) : CKString()
 {

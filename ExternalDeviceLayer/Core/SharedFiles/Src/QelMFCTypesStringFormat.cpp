@@ -3,17 +3,14 @@
 
 #include <algorithm>
 
-// Set in columns by hand.
-// clang-format off
-
 namespace
 {
 // A conversion without its letter: "%8.3l" is width 8, precision 3, size 'l'.
 struct SModifiers
 {
-    KINT32 iWidth     = 0;    // 0: none given, as for the precision
+    KINT32 iWidth     = 0;  // 0: none given, as for the precision
     KINT32 iPrecision = 0;
-    KCHAR8 chSize     = 0;    // 'h', 'l', 'L', LONG_LONG
+    KCHAR8 chSize     = 0;  // 'h', 'l', 'L', LONG_LONG
 };
 constexpr KCHAR8 LONG_LONG = 'q';
 
@@ -26,8 +23,7 @@ struct SArguments
 constexpr KINT64 NULL_TEXT_LENGTH = 6;  // "(null)"
 
 // A text that is cut by a precision need not end, so it is not read beyond.
-template <class CHARACTER>
-KINT64 TextLength(const CHARACTER* pszText, KINT32 iPrecision)
+template <class CHARACTER> KINT64 TextLength(const CHARACTER* pszText, KINT32 iPrecision)
 {
     if (pszText == nullptr)
         return NULL_TEXT_LENGTH;
@@ -74,39 +70,45 @@ KINT64 ConversionLength(KCHAR8 chConversion, const SModifiers& roModifiers, SArg
 
     switch (chConversion)
     {
-        case 'd': case 'i': case 'o': case 'u': case 'x': case 'X': case 'p':
-            SkipInteger(roModifiers.chSize, chConversion, roArguments);
-            return std::max<KINT64>(32, iWidthAndPrecision);
+    case 'd':
+    case 'i':
+    case 'o':
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'p': SkipInteger(roModifiers.chSize, chConversion, roArguments); return std::max<KINT64>(32, iWidthAndPrecision);
 
-        case 'e': case 'E': case 'g': case 'G':
-            SkipFloat(roModifiers.chSize, roArguments);
-            return std::max<KINT64>(128, iWidthAndPrecision);
+    case 'e':
+    case 'E':
+    case 'g':
+    case 'G': SkipFloat(roModifiers.chSize, roArguments); return std::max<KINT64>(128, iWidthAndPrecision);
 
-        case 'f':
-            SkipFloat(roModifiers.chSize, roArguments);
-            return std::max<KINT64>(128, KINT64{iPrecision} + 312);  // the largest double has 309 digits
+    case 'f':
+        SkipFloat(roModifiers.chSize, roArguments);
+        return std::max<KINT64>(128, KINT64{iPrecision} + 312);  // the largest double has 309 digits
 
-        case 'c': case 'C':
-            if (roModifiers.chSize == LONG_LONG)
-                break;
-            va_arg(roArguments.argList, int);
-            return FitText(2, roModifiers);
-
-        case 's': case 'S':
-            if (roModifiers.chSize == LONG_LONG)
-                break;
-            if (roModifiers.chSize == 'l' || (chConversion == 'S' && roModifiers.chSize != 'h'))
-                return FitText(TextLength(va_arg(roArguments.argList, const KWCHAR*), iPrecision), roModifiers);
-            return FitText(TextLength(va_arg(roArguments.argList, const KCHAR8*), iPrecision), roModifiers);
-
-        case 'n':
-            if (roModifiers.chSize == LONG_LONG)
-                break;
-            va_arg(roArguments.argList, void*);
-            return 0;
-
-        default:
+    case 'c':
+    case 'C':
+        if (roModifiers.chSize == LONG_LONG)
             break;
+        va_arg(roArguments.argList, int);
+        return FitText(2, roModifiers);
+
+    case 's':
+    case 'S':
+        if (roModifiers.chSize == LONG_LONG)
+            break;
+        if (roModifiers.chSize == 'l' || (chConversion == 'S' && roModifiers.chSize != 'h'))
+            return FitText(TextLength(va_arg(roArguments.argList, const KWCHAR*), iPrecision), roModifiers);
+        return FitText(TextLength(va_arg(roArguments.argList, const KCHAR8*), iPrecision), roModifiers);
+
+    case 'n':
+        if (roModifiers.chSize == LONG_LONG)
+            break;
+        va_arg(roArguments.argList, void*);
+        return 0;
+
+    default: break;
     }
 
     QEL_ASSERT(false);  // a conversion that nobody knows
@@ -184,14 +186,14 @@ void CKString::FormatV(const KCHAR8* pszFormat, va_list argList)
     {
         ReleaseBuffer(iFirstAlloc);
         iAllocLength = AddLengths(iResult, 1);
-        iResult = FormatBehind(0, iAllocLength, pszFormat, argSecond);
+        iResult      = FormatBehind(0, iAllocLength, pszFormat, argSecond);
         QEL_ASSERT(iResult < iAllocLength);
     }
     else if (iResult < 0)
     {
         ReleaseBuffer(iFirstAlloc);
         iAllocLength = AddLengths(GetFormattedLength(pszFormat, argSecond), 1);
-        iResult = FormatBehind(0, iAllocLength, pszFormat, argSecond);
+        iResult      = FormatBehind(0, iAllocLength, pszFormat, argSecond);
         QEL_ASSERT(iResult >= 0);
     }
     ReleaseBuffer(std::clamp(iResult, 0, std::max(iAllocLength - 1, 0)));
@@ -211,8 +213,7 @@ void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
     const KINT32 iLength      = GetLength();
     KINT32       iAllocLength = GetAllocLength();
     const KINT32 iFirstAlloc  = iAllocLength;
-    const auto   GrownFor     = [iLength, iFirstAlloc](KINT32 iAdded)
-    {
+    const auto   GrownFor     = [iLength, iFirstAlloc](KINT32 iAdded) {
         const KINT32 iDoubled = AddLengths(iFirstAlloc, iFirstAlloc);
         const KINT32 iNeeded  = AddLengths(iLength, iAdded);
         return iNeeded < iDoubled ? std::min(iDoubled, msc_iMaxLength) : AddLengths(iNeeded, 1);
@@ -223,7 +224,7 @@ void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
     {
         ReleaseBuffer(iLength);
         iAllocLength = GrownFor(iResult);
-        iResult = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
+        iResult      = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
         QEL_ASSERT(iResult < iAllocLength - iLength);
     }
     else if (iResult < 0)
@@ -233,7 +234,7 @@ void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
         {
             ReleaseBuffer(iLength);
             iAllocLength = GrownFor(iEstimate);
-            iResult = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
+            iResult      = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
             QEL_ASSERT(iResult >= 0);
         }
     }
@@ -247,7 +248,7 @@ void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
 KINT32 CKString::FormatBehind(KINT32 iStart, KINT32& riAllocLength, const KCHAR8* pszFormat, va_list argList)
 {
     KCHAR8* pchBuffer = GetBuffer(riAllocLength);
-    riAllocLength = std::min(riAllocLength, GetAllocLength());
+    riAllocLength     = std::min(riAllocLength, GetAllocLength());
     return QelTools_vsprintf_s(pchBuffer + iStart, static_cast<KUINT32>(riAllocLength - iStart), pszFormat, argList);
 }
 
@@ -285,7 +286,7 @@ KINT32 CKString::GetFormattedLength(const KCHAR8* pszFormat, va_list argList)
         {
             ++pszFormat;
             const bool bIsArgument = *pszFormat == '*';
-            oModifiers.iPrecision = NotNegative(bIsArgument ? va_arg(oArguments.argList, int) : ReadDigits(pszFormat));
+            oModifiers.iPrecision  = NotNegative(bIsArgument ? va_arg(oArguments.argList, int) : ReadDigits(pszFormat));
             pszFormat += bIsArgument ? 1 : 0;
         }
 

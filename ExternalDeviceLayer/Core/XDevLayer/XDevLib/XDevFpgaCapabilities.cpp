@@ -4,9 +4,6 @@
 
 #include "XDevFpgaInfo.h"
 
-// Set in columns by hand.
-// clang-format off
-
 namespace
 {
 constexpr KUINT64 ALWAYS = 0;
@@ -21,6 +18,7 @@ struct SRule
     KUINT64             auiExceptions[2] = {NONE, NONE};
 };
 
+// clang-format off
 // Whether a version's build number counts; it does for a device that has no row. The first prototype's port needs none
 // for the versions of its sibling: they are all beyond its own.
 constexpr SRule g_aoBuildRequired[] = {
@@ -79,6 +77,7 @@ constexpr SRule g_aoHdcp[] = {
     {E_FPGA_DEVID_SORREL1_DEC,         ALWAYS},
     {E_FPGA_DEVID_SORREL2_ENC,         ALWAYS},
 };
+// clang-format on
 
 bool Holds(std::span<const SRule> aoRules, KUINT32 uiFpgaDevId, KUINT32 uiFpgaVersion, bool bWithoutRow = false)
 {
@@ -119,8 +118,8 @@ KBOOL32 XDevFpgaInfo::IsProto1Dvo(KUINT32 uiFpgaDevId)
 
 KBOOL32 XDevFpgaInfo::IsQuadHdmiIn(KUINT32 uiFpgaDevId)
 {
-    return uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_OLD || uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_DEMO_OLD
-        || uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_FULL || uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_DEMO;
+    return uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_OLD || uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_DEMO_OLD ||
+           uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_FULL || uiFpgaDevId == E_FPGA_DEVID_VESKQUADHI_DEMO;
 }
 
 KBOOL32 XDevFpgaInfo::IsQuadDPOut(KUINT32 uiFpgaDevId)
@@ -130,8 +129,8 @@ KBOOL32 XDevFpgaInfo::IsQuadDPOut(KUINT32 uiFpgaDevId)
 
 KBOOL32 XDevFpgaInfo::IsOldBrgModel() const
 {
-    return (IsQuadHdmiIn() && m_uiFpgaVersion < E_FPGA_QUADHI_01_000_027)
-        || (IsProto1Dvo() && m_uiFpgaVersion < E_FPGA_PROTO1_DVO_02_000_107);
+    return (IsQuadHdmiIn() && m_uiFpgaVersion < E_FPGA_QUADHI_01_000_027) ||
+           (IsProto1Dvo() && m_uiFpgaVersion < E_FPGA_PROTO1_DVO_02_000_107);
 }
 
 KBOOL32 XDevFpgaInfo::IsGenLockSupported() const

@@ -7,9 +7,6 @@
 #include "Tavrin.h"
 #include "XDevFpgaVersions.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // Device ids: the vendor in the upper 16 bits, its device code in the lower.
 enum ESupportedFpgaDevId : KUINT32
 {
@@ -57,6 +54,7 @@ enum EBridgeVersion : KUINT32
 
 // An FPGA as it was found, with the registry of the firmware versions known for its device id. The registry is built by
 // the constructors and never changes afterwards.
+// clang-format off
 class XDevFpgaInfo
 {
 public:
@@ -184,5 +182,6 @@ public:
     CKString         m_szName;
     FpgaVersionArray m_daoFpgaVersionData;
 };
+// clang-format on
 
 #endif

@@ -3,9 +3,6 @@
 
 #include "XDevFpgaInfo.h"
 
-// Set in columns by hand.
-// clang-format off
-
 namespace
 {
 enum EMark : KBOOL32
@@ -21,6 +18,7 @@ struct SVersionRow
     EMark                 eMark;
 };
 
+// clang-format off
 constexpr SVersionRow g_aoProto1[] = {
     {E_FPGA_PROTO1_00_004_001, SUPPORTED},
     {E_FPGA_PROTO1_00_001_205, SUPPORTED},
@@ -381,6 +379,7 @@ constexpr SVersionRow g_aoHeron[] = {
     {E_FPGA_HERON_00_17_001, SUPPORTED},
     {E_FPGA_HERON_00_15_001, SUPPORTED},
 };
+// clang-format on
 
 // Which list a device has. The lists of the first prototype are not among them: they also go by the version.
 struct SDeviceRow
@@ -389,6 +388,7 @@ struct SDeviceRow
     std::span<const SVersionRow> aoVersions;
 };
 
+// clang-format off
 constexpr SDeviceRow g_aoDevices[] = {
     {E_FPGA_DEVID_VESKQUADHI_OLD,      g_aoQuadHi},
     {E_FPGA_DEVID_VESKQUADHI_DEMO_OLD, g_aoQuadHi},
@@ -410,12 +410,12 @@ constexpr SDeviceRow g_aoDevices[] = {
     {E_FPGA_DEVID_TARN_SDI,            g_aoTarnSdi},
     {E_FPGA_DEVID_SORREL2_ENC,         g_aoSorrel2Enc},
 };
+// clang-format on
 }
 
 void XDevFpgaInfo::BuildFpgaVersion()
 {
-    const auto AddAll = [this](std::span<const SVersionRow> aoVersions)
-    {
+    const auto AddAll = [this](std::span<const SVersionRow> aoVersions) {
         for (const SVersionRow& roRow : aoVersions)
             AddFpgaVersion(roRow.eVersion, roRow.eMark, TRUE);
     };

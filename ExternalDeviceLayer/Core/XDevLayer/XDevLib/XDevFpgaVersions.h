@@ -4,9 +4,6 @@
 
 #include "QelTypes.h"
 
-// Set in columns by hand.
-// clang-format off
-
 // Packed versions: major number in bits 16 to 23, minor in bits 8 to 15, build in bits 0 to 7. A name says the same in
 // decimal, with three or two digits for the minor number by family. Families follow each other; the same number in two
 // of them is two firmwares.
