@@ -6,24 +6,24 @@
 
 #include "QelTypes.h"
 
-// Allocates a block of that size and has fnCreate make an object in it; TRUE when it did. On every failure, the heap's
+// Allocates a block of that size and has fCreate make an object in it; TRUE when it did. On every failure, the heap's
 // among them, no block is left and the handle is null.
-template <typename Handle, typename FnCreate> KBOOL32 MakeHandle(Handle& rhHandle, KUINT32 uiSizeInBytes, FnCreate fnCreate)
+template <class THandle, class TCreate> KBOOL32 MakeHandle(THandle& rhHandle, KUINT32 uiSizeInBytes, TCreate fCreate)
 {
-    auto* const pBlock = new (std::nothrow) KUINT8[uiSizeInBytes];
-    rhHandle           = reinterpret_cast<Handle>(pBlock);
-    if (pBlock != nullptr && fnCreate(rhHandle))
+    auto* const pui8Block = new (std::nothrow) KUINT8[uiSizeInBytes];
+    rhHandle              = reinterpret_cast<THandle>(pui8Block);
+    if (pui8Block != nullptr && fCreate(rhHandle))
         return TRUE;
 
-    delete[] pBlock;
+    delete[] pui8Block;
     rhHandle = nullptr;
     return FALSE;
 }
 
-// Has fnDestroy unmake the object, and frees the block when it did: an object that cannot be unmade keeps its block.
-template <typename Handle, typename FnDestroy> KBOOL32 UnmakeHandle(Handle hHandle, FnDestroy fnDestroy)
+// Has fDestroy unmake the object, and frees the block when it did: an object that cannot be unmade keeps its block.
+template <class THandle, class TDestroy> KBOOL32 UnmakeHandle(THandle hHandle, TDestroy fDestroy)
 {
-    if (!fnDestroy(hHandle))
+    if (!fDestroy(hHandle))
         return FALSE;
 
     delete[] reinterpret_cast<KUINT8*>(hHandle);

@@ -58,15 +58,15 @@ void OsServices::WriteErrorMsg(const KCHAR8* pszMsg, ...)
 
 void OsServices::WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg, va_list argList)
 {
-    KCHAR8 acLine[LINE_BUFFER_SIZE] = {};
+    KCHAR8 szLine[LINE_BUFFER_SIZE] = {};
 
     if (ms_bIsMessagePrefixEnabled)
-        FormatString(acLine, LINE_BUFFER_SIZE, "%s(%d.%d.%d.%d)[%llu]: %s", ms_szMsgPrefix, msc_uiMajorVer, msc_uiMinorVer,
+        FormatString(szLine, LINE_BUFFER_SIZE, "%s(%d.%d.%d.%d)[%llu]: %s", ms_szMsgPrefix, msc_uiMajorVer, msc_uiMinorVer,
                      msc_uiPatchVer, msc_uiBuildVer, ms_uiReferenceId, pszLevelTag);
 
-    const auto uiPrefixLength = static_cast<KUINT32>(QelTools_strlen(acLine));
-    QelTools_vsprintf_s(acLine + uiPrefixLength, LINE_BUFFER_SIZE - uiPrefixLength, pszMsg, argList);
-    WriteMsgInternal(acLine);
+    const auto uiPrefixLength = static_cast<KUINT32>(QelTools_strlen(szLine));
+    QelTools_vsprintf_s(szLine + uiPrefixLength, LINE_BUFFER_SIZE - uiPrefixLength, pszMsg, argList);
+    WriteMsgInternal(szLine);
 }
 
 void OsServices::WriteMsgInternal(const KCHAR8* pszMsg)

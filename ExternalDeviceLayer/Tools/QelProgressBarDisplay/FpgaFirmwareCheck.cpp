@@ -14,9 +14,9 @@ constexpr KUINT16 FPGA_VENDOR_ID   = 0xc3e7;
 // A name that fills its field has no terminator.
 CKString ToName(const TSTR64& rszName)
 {
-    KCHAR8 acName[sizeof(TSTR64) + 1] = {};
-    QelTools_memcpy(acName, rszName, sizeof(TSTR64));
-    return CKString(acName);
+    KCHAR8 szName[sizeof(TSTR64) + 1] = {};
+    QelTools_memcpy(szName, rszName, sizeof(TSTR64));
+    return CKString(szName);
 }
 
 XDevFpgaInfo ToFpgaInfo(const tagTBoard_FpgaInfo& roInfo)

@@ -1,6 +1,7 @@
+#include <pthread.h>
+
 #include <memory>
 #include <new>
-#include <pthread.h>
 
 #include "OsServicesClient_Linux.h"
 

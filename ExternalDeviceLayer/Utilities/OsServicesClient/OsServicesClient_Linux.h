@@ -6,8 +6,9 @@
 #ifndef OS_SERVICES_CLIENT_LINUX_H
 #define OS_SERVICES_CLIENT_LINUX_H
 
-#include <cstdarg>
 #include <sys/types.h>
+
+#include <cstdarg>
 
 #include "OsServicesHandles.h"
 #include "QelTypes.h"

@@ -1,6 +1,7 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
-#include <unistd.h>
 
 #include "OsServicesClient_Linux.h"
 #include "QelTools.h"
@@ -11,19 +12,19 @@ constexpr KUINT32 PROCESS_NAME_SIZE = 512;
 
 std::FILE* OpenProcessFile(pid_t pPid, const char* pszFile)
 {
-    char acPath[32];
-    std::snprintf(acPath, sizeof(acPath), "/proc/%d/%s", pPid, pszFile);
-    return std::fopen(acPath, "re");
+    char szPath[32];
+    std::snprintf(szPath, sizeof(szPath), "/proc/%d/%s", pPid, pszFile);
+    return std::fopen(szPath, "re");
 }
 
 // Appends a line to the text of uiLength characters and returns the length that it then has.
 KUINT32 AppendProcessName(pid_t pPid, KCHAR8* pszText, KUINT32 uiBufferSize, KUINT32 uiLength)
 {
-    char acName[PROCESS_NAME_SIZE];
-    OsServices_GetProcessName(pPid, acName, sizeof(acName));
+    char szName[PROCESS_NAME_SIZE];
+    OsServices_GetProcessName(pPid, szName, sizeof(szName));
 
     const KUINT32 uiRoom       = uiBufferSize - uiLength;
-    const int     iWholeLength = std::snprintf(pszText + uiLength, uiRoom, "%s\n", acName);
+    const int     iWholeLength = std::snprintf(pszText + uiLength, uiRoom, "%s\n", szName);
     return uiLength + std::min(static_cast<KUINT32>(iWholeLength), uiRoom - 1);
 }
 }

@@ -2,9 +2,10 @@
 #ifndef OS_SERVICES_CLIENT_WAIT_H
 #define OS_SERVICES_CLIENT_WAIT_H
 
+#include <pthread.h>
+
 #include <cerrno>
 #include <ctime>
-#include <pthread.h>
 
 #include "QelTypes.h"
 #include "Tavrin.h"
@@ -26,10 +27,10 @@ KBOOL32 CreateMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond
 void    DestroyMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 
 // The record behind a handle, its mutex held for the length of a block; behind a null handle there is none.
-template <typename Record> class RecordHold
+template <class TRecord> class RecordHold
 {
 public:
-    template <typename Handle> explicit RecordHold(Handle hHandle) : m_poRecord(reinterpret_cast<Record*>(hHandle))
+    template <class THandle> explicit RecordHold(THandle hHandle) : m_poRecord(reinterpret_cast<TRecord*>(hHandle))
     {
         if (m_poRecord != nullptr)
             pthread_mutex_lock(&m_poRecord->oMutex);
@@ -44,31 +45,31 @@ public:
     RecordHold& operator=(const RecordHold&) = delete;
 
     explicit operator bool() const { return m_poRecord != nullptr; }
-    Record&  operator*() const { return *m_poRecord; }
-    Record*  operator->() const { return m_poRecord; }
+    TRecord& operator*() const { return *m_poRecord; }
+    TRecord* operator->() const { return m_poRecord; }
 
 private:
-    Record* const m_poRecord;
+    TRecord* const m_poRecord;
 };
 
-// Blocks until fnIsOver says so: TStatus_OK. It is asked with the mutex held, after every wake-up, as a condition may
+// Blocks until fIsOver says so: TStatus_OK. It is asked with the mutex held, after every wake-up, as a condition may
 // wake a thread without any reason; the deadline stays where it was.
-template <typename FnIsOver>
-TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds, FnIsOver fnIsOver)
+template <class TIsOver>
+TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds, TIsOver fIsOver)
 {
     int iResult = 0;
     if (uiTimeOutMilliSeconds == WAIT_WITHOUT_LIMIT)
     {
         do
             iResult = pthread_cond_wait(&roCond, &roMutex);
-        while (iResult == 0 && !fnIsOver());
+        while (iResult == 0 && !fIsOver());
         return iResult == 0 ? TStatus_OK : TStatus_CANCELED;
     }
 
     const timespec oDeadline = DeadlineAfter(uiTimeOutMilliSeconds);
     do
         iResult = pthread_cond_timedwait(&roCond, &roMutex, &oDeadline);
-    while (iResult == 0 && !fnIsOver());
+    while (iResult == 0 && !fIsOver());
 
     switch (iResult)
     {

@@ -21,13 +21,13 @@ constexpr KCHAR8 ToUpperAscii(KCHAR8 ch)
     return ch >= 'a' && ch <= 'z' ? static_cast<KCHAR8>(ch - ('a' - 'A')) : ch;
 }
 
-template <KCHAR8 (*ConvertOne)(KCHAR8)> KCHAR8* ConvertInPlace(KCHAR8* pszString, KUINT32 uiSize)
+template <KCHAR8 (*pfnConvert)(KCHAR8)> KCHAR8* ConvertInPlace(KCHAR8* pszString, KUINT32 uiSize)
 {
     if (pszString == nullptr)
         return pszString;
 
     for (KUINT32 i = 0; i < uiSize && pszString[i] != '\0'; ++i)
-        pszString[i] = ConvertOne(pszString[i]);
+        pszString[i] = pfnConvert(pszString[i]);
     return pszString;
 }
 }

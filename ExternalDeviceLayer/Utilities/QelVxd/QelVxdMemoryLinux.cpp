@@ -1,8 +1,9 @@
 #include <fcntl.h>
-#include <memory>
-#include <new>
 #include <sys/mman.h>
 #include <unistd.h>
+
+#include <memory>
+#include <new>
 
 #include "QelVxd.h"
 

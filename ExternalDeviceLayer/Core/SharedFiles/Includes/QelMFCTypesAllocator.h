@@ -10,7 +10,7 @@ class CKAllocator
 public:
     // What an allocator replaces; a null block is ignored. The base class passes both on to the installed allocator,
     // and to the heap when there is none or when it is the installed one itself.
-    virtual void* Alloc(std::size_t uiSizeInBytes);
+    virtual void* Alloc(size_t uiSizeInBytes);
     virtual void  Free(void* pvBlock);
 
     virtual ~CKAllocator() = default;
@@ -18,7 +18,7 @@ public:
     static void SetGlobalAllocator(CKAllocator* poAllocator) { m_poGlobalAllocator = poAllocator; }  // null: the heap
 
     // What the containers call.
-    static void* AllocBlock(std::size_t uiSizeInBytes);
+    static void* AllocBlock(size_t uiSizeInBytes);
     static void  FreeBlock(void* pvBlock);
 
     static CKAllocator* m_poGlobalAllocator;

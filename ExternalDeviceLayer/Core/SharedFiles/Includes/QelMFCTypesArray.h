@@ -91,7 +91,7 @@ public:
     int m_iGrowBy  = 0;        // step in elements; 0: computed at the next growth
 
 private:
-    static constexpr KINT64 msc_iMaxStorage = std::min<KINT64>(
+    static constexpr KINT64 MAX_STORAGE = std::min<KINT64>(
         std::numeric_limits<int>::max(), std::numeric_limits<KUINT32>::max() / KINT64{sizeof(T)});
 
     static T&   NoElement();
@@ -103,8 +103,8 @@ private:
     void MoveToStorage(int iMaxSize);
     void ReturnStorage();
 
-    template <class IS_KEPT>
-    void KeepOnly(IS_KEPT IsKept);
+    template <class TIsKept>
+    void KeepOnly(TIsKept fIsKept);
 
     static inline constinit thread_local T* ms_poNoElement = nullptr;  // the thread's, once it asked for it
 };
@@ -136,7 +136,7 @@ template <class T, class ARG> void CKArray<T, ARG>::SetSize(int nNewSize, int nG
             if (m_iGrowBy == 0)
                 m_iGrowBy = std::clamp(m_iSize / 8, 4, 1024);
             const KINT64 iStepped = KINT64{m_iMaxSize} + m_iGrowBy;
-            if (iStepped > iNewMaxSize && iStepped <= msc_iMaxStorage)
+            if (iStepped > iNewMaxSize && iStepped <= MAX_STORAGE)
                 iNewMaxSize = iStepped;
         }
         QEL_ASSERT(iNewMaxSize >= m_iMaxSize);
@@ -342,7 +342,7 @@ template <class T, class ARG> int CKArray<T, ARG>::OwnIndexOf(const void* pvElem
 
 template <class T, class ARG> bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMaxSize) const
 {
-    const bool bIsPossible = iMaxSize <= msc_iMaxStorage;
+    const bool bIsPossible = iMaxSize <= MAX_STORAGE;
     QEL_ASSERT(bIsPossible);
     return bIsPossible;
 }
@@ -371,12 +371,12 @@ template <class T, class ARG> void CKArray<T, ARG>::ReturnStorage()
     m_iMaxSize = 0;
 }
 
-// Drops every element that is not kept; IsKept sees the kept ones in front of the one it is asked about.
-template <class T, class ARG> template <class IS_KEPT> void CKArray<T, ARG>::KeepOnly(IS_KEPT IsKept)
+// Drops every element that is not kept; fIsKept sees the kept ones in front of the one it is asked about.
+template <class T, class ARG> template <class TIsKept> void CKArray<T, ARG>::KeepOnly(TIsKept fIsKept)
 {
     for (int i = 0; i < m_iSize;)
     {
-        if (IsKept(i))
+        if (fIsKept(i))
             ++i;
         else
             RemoveAt(i);

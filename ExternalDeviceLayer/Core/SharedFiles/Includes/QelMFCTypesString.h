@@ -42,24 +42,24 @@ public:
     class CIterator;
 
     CKString() : m_pchData(const_cast<KCHAR8*>(m_pszNil)) {}
-    CKString(const CKString& roSource);
+    CKString(const CKString& rstrSource);
     CKString(const KCHAR8* pszText);
     CKString(KCHAR8 ch, KINT32 iCount);   // a negative count is 0
     CKString(KCHAR8 ch, KUINT32 uiCount);
     ~CKString();
 
-    CKString& operator=(const CKString& roSource);
+    CKString& operator=(const CKString& rstrSource);
     CKString& operator=(const KCHAR8* pszText);
     CKString& operator=(KCHAR8 ch);
-    CKString& operator+=(const CKString& roAdded);
+    CKString& operator+=(const CKString& rstrAdded);
     CKString& operator+=(const KCHAR8* pszAdded);
     CKString& operator+=(KCHAR8 chAdded);
 
-    friend CKString operator+(const CKString& roA, const CKString& roB);
-    friend CKString operator+(const CKString& roA, const KCHAR8* pszB);
-    friend CKString operator+(const KCHAR8* pszA, const CKString& roB);
-    friend CKString operator+(const CKString& roA, KCHAR8 chB);
-    friend CKString operator+(KCHAR8 chA, const CKString& roB);
+    friend CKString operator+(const CKString& rstrA, const CKString& rstrB);
+    friend CKString operator+(const CKString& rstrA, const KCHAR8* pszB);
+    friend CKString operator+(const KCHAR8* pszA, const CKString& rstrB);
+    friend CKString operator+(const CKString& rstrA, KCHAR8 chB);
+    friend CKString operator+(KCHAR8 chA, const CKString& rstrB);
 
     // Reading. An index may reach the terminator; one beyond is reported and reads as NUL.
     KINT32           GetLength() const                 { return GetMetaData()->iDataLength; }
@@ -79,10 +79,10 @@ public:
     KINT32 Compare(const KCHAR8* pszOther) const       { return QelTools_strcmp(m_pchData, OrEmpty(pszOther)); }
     KINT32 CompareNoCase(const KCHAR8* pszOther) const { return QelTools_stricmp(m_pchData, OrEmpty(pszOther)); }
 
-    friend bool operator==(const CKString& roA, const CKString& roB)  { return roA.View() == roB.View(); }
-    friend bool operator==(const CKString& roA, const KCHAR8* pszB)   { return roA.View() == OrEmpty(pszB); }
-    friend auto operator<=>(const CKString& roA, const CKString& roB) { return roA.View() <=> roB.View(); }
-    friend auto operator<=>(const CKString& roA, const KCHAR8* pszB)  { return roA.View() <=> OrEmpty(pszB); }
+    friend bool operator==(const CKString& rstrA, const CKString& rstrB)  { return rstrA.View() == rstrB.View(); }
+    friend bool operator==(const CKString& rstrA, const KCHAR8* pszB)     { return rstrA.View() == OrEmpty(pszB); }
+    friend auto operator<=>(const CKString& rstrA, const CKString& rstrB) { return rstrA.View() <=> rstrB.View(); }
+    friend auto operator<=>(const CKString& rstrA, const KCHAR8* pszB)    { return rstrA.View() <=> OrEmpty(pszB); }
 
     // ASCII letters only; every other byte is returned as it is.
     static KCHAR8 ToUpper(KCHAR8 ch) { return ch >= 'a' && ch <= 'z' ? static_cast<KCHAR8>(ch - ('a' - 'A')) : ch; }
@@ -158,7 +158,7 @@ public:
     static const CKString* const  m_poEmptyString;
 
 private:
-    static constexpr KINT32 msc_iMaxLength = std::numeric_limits<KINT32>::max() - 1;
+    static constexpr KINT32 MAX_LENGTH = std::numeric_limits<KINT32>::max() - 1;
 
     // Sums and unsigned numbers that exceed a length become one that no buffer may have: AllocData reports it.
     static KINT32        ToSigned(KUINT32 uiValue);
@@ -172,11 +172,11 @@ private:
     SMetaData*       GetWritableMetaData() { return reinterpret_cast<SMetaData*>(m_pchData) - 1; }
     std::string_view View() const         { return {m_pchData, GetLengthU()}; }
 
-    void    Share(const CKString& roSource);
+    void    Share(const CKString& rstrSource);
     bool    AllocData(KINT32 iLength);
     void    ReleaseData();
     void    Release();
-    void    Swap(CKString& roOther);
+    void    Swap(CKString& rstrOther);
     bool    Reallocate(KINT32 iAllocLength);
     void    CopyBeforeWrite();
     bool    AllocBeforeWrite(KINT32 iLength);
@@ -197,7 +197,7 @@ class CKString::CIterator
 {
 public:
     CIterator() = default;
-    CIterator(const CKString& roText, const KCHAR8* pszDelimiters);
+    CIterator(const CKString& rstrText, const KCHAR8* pszDelimiters);
     CIterator(const CIterator& roOther);
     CIterator& operator=(const CIterator& roOther);
     ~CIterator() { Reset(); }
@@ -216,17 +216,17 @@ public:
     KCHAR8*       m_pszToken      = nullptr;
 
 private:
-    void CopySource(const CKString& roSource);
+    void CopySource(const CKString& rstrSource);
     void Advance(KCHAR8* pszFrom);
 };
 // clang-format on
 
-inline CKString::CKString(const CKString& roSource) : CKString()
+inline CKString::CKString(const CKString& rstrSource) : CKString()
 {
-    if (roSource.GetMetaData()->iRefs >= 0)
-        Share(roSource);
+    if (rstrSource.GetMetaData()->iRefs >= 0)
+        Share(rstrSource);
     else
-        *this = roSource;
+        *this = rstrSource;
 }
 
 inline CKString::~CKString()
@@ -235,9 +235,9 @@ inline CKString::~CKString()
         ReleaseData();
 }
 
-inline void CKString::Share(const CKString& roSource)
+inline void CKString::Share(const CKString& rstrSource)
 {
-    m_pchData = roSource.m_pchData;
+    m_pchData = rstrSource.m_pchData;
     ++GetWritableMetaData()->iRefs;
 }
 

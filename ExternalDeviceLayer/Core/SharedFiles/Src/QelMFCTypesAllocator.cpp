@@ -4,7 +4,7 @@
 
 CKAllocator* CKAllocator::m_poGlobalAllocator = nullptr;
 
-void* CKAllocator::Alloc(std::size_t uiSizeInBytes)
+void* CKAllocator::Alloc(size_t uiSizeInBytes)
 {
     return m_poGlobalAllocator == this ? ::operator new[](uiSizeInBytes) : AllocBlock(uiSizeInBytes);
 }
@@ -17,7 +17,7 @@ void CKAllocator::Free(void* pvBlock)
         FreeBlock(pvBlock);
 }
 
-void* CKAllocator::AllocBlock(std::size_t uiSizeInBytes)
+void* CKAllocator::AllocBlock(size_t uiSizeInBytes)
 {
     return m_poGlobalAllocator != nullptr ? m_poGlobalAllocator->Alloc(uiSizeInBytes) : ::operator new[](uiSizeInBytes);
 }

@@ -2,20 +2,20 @@
 
 KINT32 CKArrayString::InitFromString(const KCHAR8* pszText, const KCHAR8* pszSeparators)
 {
-    const CKString oText(pszText);
-    for (CKString::CIterator itToken = oText.Begin(pszSeparators); itToken != oText.End(); ++itToken)
-        SetAtGrow(GetSize(), *itToken);
+    const CKString strText(pszText);
+    for (CKString::CIterator oToken = strText.Begin(pszSeparators); oToken != strText.End(); ++oToken)
+        SetAtGrow(GetSize(), *oToken);
     return GetSize();
 }
 
 CKString CKArrayString::Join(const KCHAR8* pszSeparator) const
 {
-    CKString oJoined;
+    CKString strJoined;
     for (int i = 0; i < GetSize(); ++i)
     {
         if (i > 0)
-            oJoined += pszSeparator;
-        oJoined += GetAt(i);
+            strJoined += pszSeparator;
+        strJoined += GetAt(i);
     }
-    return oJoined;
+    return strJoined;
 }

@@ -12,7 +12,7 @@ CKPlex* CKPlex::Create(CKPlex*& rpoHead, KUINT32 nMax, KUINT32 cbElement)
     if (!bIsPossible)
         return nullptr;
 
-    void* pvBlock = CKAllocator::AllocBlock(sizeof(CKPlex) + std::size_t{nMax} * cbElement);
+    void* pvBlock = CKAllocator::AllocBlock(sizeof(CKPlex) + size_t{nMax} * cbElement);
     if (pvBlock == nullptr)
         return nullptr;
 

@@ -29,22 +29,22 @@ CKString::CKString(KCHAR8 ch, KINT32 iCount) : CKString()
 
 CKString::CKString(KCHAR8 ch, KUINT32 uiCount) : CKString(ch, ToSigned(uiCount)) {}
 
-CKString& CKString::operator=(const CKString& roSource)
+CKString& CKString::operator=(const CKString& rstrSource)
 {
-    if (m_pchData == roSource.m_pchData)
+    if (m_pchData == rstrSource.m_pchData)
         return *this;
 
-    if (IsLocked() || roSource.GetMetaData()->iRefs < 0)
+    if (IsLocked() || rstrSource.GetMetaData()->iRefs < 0)
     {
         const bool bWasLocked = IsLocked();
-        AssignCopy(roSource.GetLength(), roSource.m_pchData);
+        AssignCopy(rstrSource.GetLength(), rstrSource.m_pchData);
         if (bWasLocked)
             LockBuffer();
         return *this;
     }
 
     ReleaseData();
-    Share(roSource);
+    Share(rstrSource);
     return *this;
 }
 
@@ -60,9 +60,9 @@ CKString& CKString::operator=(KCHAR8 ch)
     return *this;
 }
 
-CKString& CKString::operator+=(const CKString& roAdded)
+CKString& CKString::operator+=(const CKString& rstrAdded)
 {
-    ConcatInPlace(roAdded.GetLength(), roAdded.m_pchData);
+    ConcatInPlace(rstrAdded.GetLength(), rstrAdded.m_pchData);
     return *this;
 }
 
@@ -78,39 +78,39 @@ CKString& CKString::operator+=(KCHAR8 chAdded)
     return *this;
 }
 
-CKString operator+(const CKString& roA, const CKString& roB)
+CKString operator+(const CKString& rstrA, const CKString& rstrB)
 {
-    CKString oResult;
-    oResult.ConcatCopy(roA.GetLength(), roA, roB.GetLength(), roB);
-    return oResult;
+    CKString strResult;
+    strResult.ConcatCopy(rstrA.GetLength(), rstrA, rstrB.GetLength(), rstrB);
+    return strResult;
 }
 
-CKString operator+(const CKString& roA, const KCHAR8* pszB)
+CKString operator+(const CKString& rstrA, const KCHAR8* pszB)
 {
-    CKString oResult;
-    oResult.ConcatCopy(roA.GetLength(), roA, CKString::LengthOf(pszB), pszB);
-    return oResult;
+    CKString strResult;
+    strResult.ConcatCopy(rstrA.GetLength(), rstrA, CKString::LengthOf(pszB), pszB);
+    return strResult;
 }
 
-CKString operator+(const KCHAR8* pszA, const CKString& roB)
+CKString operator+(const KCHAR8* pszA, const CKString& rstrB)
 {
-    CKString oResult;
-    oResult.ConcatCopy(CKString::LengthOf(pszA), pszA, roB.GetLength(), roB);
-    return oResult;
+    CKString strResult;
+    strResult.ConcatCopy(CKString::LengthOf(pszA), pszA, rstrB.GetLength(), rstrB);
+    return strResult;
 }
 
-CKString operator+(const CKString& roA, KCHAR8 chB)
+CKString operator+(const CKString& rstrA, KCHAR8 chB)
 {
-    CKString oResult;
-    oResult.ConcatCopy(roA.GetLength(), roA, 1, &chB);
-    return oResult;
+    CKString strResult;
+    strResult.ConcatCopy(rstrA.GetLength(), rstrA, 1, &chB);
+    return strResult;
 }
 
-CKString operator+(KCHAR8 chA, const CKString& roB)
+CKString operator+(KCHAR8 chA, const CKString& rstrB)
 {
-    CKString oResult;
-    oResult.ConcatCopy(1, &chA, roB.GetLength(), roB);
-    return oResult;
+    CKString strResult;
+    strResult.ConcatCopy(1, &chA, rstrB.GetLength(), rstrB);
+    return strResult;
 }
 
 void CKString::Empty()
@@ -187,15 +187,15 @@ void CKString::UnlockBuffer()
 // values are the caller's to set. A length that no buffer may have is reported: the string stays empty, false.
 bool CKString::AllocData(KINT32 iLength)
 {
-    const bool bIsPossible = iLength >= 0 && iLength <= msc_iMaxLength;
+    const bool bIsPossible = iLength >= 0 && iLength <= MAX_LENGTH;
     QEL_ASSERT(bIsPossible);
     if (!bIsPossible || iLength == 0)
         return bIsPossible;
 
-    const std::size_t uiSizeInBytes = sizeof(SMetaData) + static_cast<std::size_t>(iLength) + 1;
-    auto*             poMetaData    = ::new (CKAllocator::AllocBlock(uiSizeInBytes)) SMetaData{1, iLength, iLength};
-    m_pchData                       = poMetaData->GetStrData();
-    m_pchData[iLength]              = '\0';
+    const size_t uiSizeInBytes = sizeof(SMetaData) + static_cast<size_t>(iLength) + 1;
+    auto*        poMetaData    = ::new (CKAllocator::AllocBlock(uiSizeInBytes)) SMetaData{1, iLength, iLength};
+    m_pchData                  = poMetaData->GetStrData();
+    m_pchData[iLength]         = '\0';
     return true;
 }
 
@@ -217,22 +217,22 @@ void CKString::Release()
     m_pchData = const_cast<KCHAR8*>(m_pszNil);
 }
 
-void CKString::Swap(CKString& roOther)
+void CKString::Swap(CKString& rstrOther)
 {
-    std::swap(m_pchData, roOther.m_pchData);
+    std::swap(m_pchData, rstrOther.m_pchData);
 }
 
 // Moves the text into a buffer of its own for exactly that many characters, at least its length. False: nothing
 // changed.
 bool CKString::Reallocate(KINT32 iAllocLength)
 {
-    CKString oNew;
-    if (!oNew.AllocData(iAllocLength))
+    CKString strNew;
+    if (!strNew.AllocData(iAllocLength))
         return false;
 
-    QelTools_memcpy(oNew.m_pchData, m_pchData, GetLengthU());
-    oNew.SetLength(GetLength());
-    Swap(oNew);
+    QelTools_memcpy(strNew.m_pchData, m_pchData, GetLengthU());
+    strNew.SetLength(GetLength());
+    Swap(strNew);
     return true;
 }
 
@@ -249,10 +249,10 @@ bool CKString::AllocBeforeWrite(KINT32 iLength)
     if (GetMetaData()->iRefs <= 1 && iLength <= GetAllocLength())
         return true;
 
-    CKString oNew;
-    if (!oNew.AllocData(iLength))
+    CKString strNew;
+    if (!strNew.AllocData(iLength))
         return false;
-    Swap(oNew);
+    Swap(strNew);
     return true;
 }
 
@@ -297,10 +297,10 @@ void CKString::ConcatInPlace(KINT32 iLength, const KCHAR8* pszText)
     }
 
     // The old buffer lives until the end of this block: the text may lie in it.
-    CKString oJoined;
-    oJoined.ConcatCopy(GetLength(), m_pchData, iLength, pszText);
-    if (!oJoined.IsNil())
-        Swap(oJoined);
+    CKString strJoined;
+    strJoined.ConcatCopy(GetLength(), m_pchData, iLength, pszText);
+    if (!strJoined.IsNil())
+        Swap(strJoined);
 }
 
 // Length and terminator, cut to the capacity; the one place that writes them, and the empty string's are not written.

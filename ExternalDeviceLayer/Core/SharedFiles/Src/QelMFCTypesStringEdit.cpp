@@ -5,7 +5,7 @@
 
 namespace
 {
-constexpr KINT32 ToIndex(std::size_t uiPosition)
+constexpr KINT32 ToIndex(size_t uiPosition)
 {
     return uiPosition == std::string_view::npos ? -1 : static_cast<KINT32>(uiPosition);
 }
@@ -25,14 +25,14 @@ bool IsEmptyText(const KCHAR8* pszText)
 KINT32 CKString::Find(KCHAR8 ch, KINT32 iStart) const
 {
     QEL_ASSERT(iStart >= 0);
-    return ToIndex(View().find(ch, static_cast<std::size_t>(std::max(iStart, 0))));
+    return ToIndex(View().find(ch, static_cast<size_t>(std::max(iStart, 0))));
 }
 
 KINT32 CKString::Find(const KCHAR8* pszText, KINT32 iStart) const
 {
     QEL_ASSERT(iStart >= 0);
     QEL_ASSERT(pszText != nullptr);
-    return pszText == nullptr ? -1 : ToIndex(View().find(pszText, static_cast<std::size_t>(std::max(iStart, 0))));
+    return pszText == nullptr ? -1 : ToIndex(View().find(pszText, static_cast<size_t>(std::max(iStart, 0))));
 }
 
 KINT32 CKString::FindNoCase(KCHAR8 ch, KINT32 iStart) const
@@ -77,9 +77,9 @@ CKString CKString::Mid(KINT32 iFirst, KINT32 iCount) const
     if (iFirst == 0 && iCount == GetLength())
         return *this;
 
-    CKString oPart;
-    oPart.AssignCopy(iCount, m_pchData + iFirst);
-    return oPart;
+    CKString strPart;
+    strPart.AssignCopy(iCount, m_pchData + iFirst);
+    return strPart;
 }
 
 CKString CKString::Mid(KINT32 iFirst) const

@@ -23,7 +23,7 @@ struct SArguments
 constexpr KINT64 NULL_TEXT_LENGTH = 6;  // "(null)"
 
 // A text that is cut by a precision need not end, so it is not read beyond.
-template <class CHARACTER> KINT64 TextLength(const CHARACTER* pszText, KINT32 iPrecision)
+template <class TCharacter> KINT64 TextLength(const TCharacter* pszText, KINT32 iPrecision)
 {
     if (pszText == nullptr)
         return NULL_TEXT_LENGTH;
@@ -213,17 +213,17 @@ void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
     const KINT32 iLength      = GetLength();
     KINT32       iAllocLength = GetAllocLength();
     const KINT32 iFirstAlloc  = iAllocLength;
-    const auto   GrownFor     = [iLength, iFirstAlloc](KINT32 iAdded) {
+    const auto   fGrow        = [iLength, iFirstAlloc](KINT32 iAdded) {
         const KINT32 iDoubled = AddLengths(iFirstAlloc, iFirstAlloc);
         const KINT32 iNeeded  = AddLengths(iLength, iAdded);
-        return iNeeded < iDoubled ? std::min(iDoubled, msc_iMaxLength) : AddLengths(iNeeded, 1);
+        return iNeeded < iDoubled ? std::min(iDoubled, MAX_LENGTH) : AddLengths(iNeeded, 1);
     };
 
     KINT32 iResult = FormatBehind(iLength, iAllocLength, pszFormat, argList);
     if (iResult >= iFirstAlloc - iLength)
     {
         ReleaseBuffer(iLength);
-        iAllocLength = GrownFor(iResult);
+        iAllocLength = fGrow(iResult);
         iResult      = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
         QEL_ASSERT(iResult < iAllocLength - iLength);
     }
@@ -233,7 +233,7 @@ void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
         if (iEstimate > 0)
         {
             ReleaseBuffer(iLength);
-            iAllocLength = GrownFor(iEstimate);
+            iAllocLength = fGrow(iEstimate);
             iResult      = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
             QEL_ASSERT(iResult >= 0);
         }

@@ -1,9 +1,10 @@
 // The token iterator of a string.
+#include "QelMFCTypesString.h"
+
 #include <new>
 #include <utility>
 
 #include "QelMFCTypesAllocator.h"
-#include "QelMFCTypesString.h"
 
 namespace
 {
@@ -26,10 +27,10 @@ CKString::CIterator CKString::End() const
     return CIterator();
 }
 
-CKString::CIterator::CIterator(const CKString& roText, const KCHAR8* pszDelimiters) : m_pszDelimiters(pszDelimiters)
+CKString::CIterator::CIterator(const CKString& rstrText, const KCHAR8* pszDelimiters) : m_pszDelimiters(pszDelimiters)
 {
-    CopySource(roText);
-    Advance(m_poSource->GetBuffer(roText.GetLength()));
+    CopySource(rstrText);
+    Advance(m_poSource->GetBuffer(rstrText.GetLength()));
 }
 
 CKString::CIterator::CIterator(const CIterator& roOther)
@@ -91,9 +92,9 @@ void CKString::CIterator::Reset()
     m_pszToken      = nullptr;
 }
 
-void CKString::CIterator::CopySource(const CKString& roSource)
+void CKString::CIterator::CopySource(const CKString& rstrSource)
 {
-    m_poSource = ::new (CKAllocator::AllocBlock(sizeof(CKString))) CKString(roSource);
+    m_poSource = ::new (CKAllocator::AllocBlock(sizeof(CKString))) CKString(rstrSource);
 }
 
 // To the next token, looked for from there (null: from the context); to the end when there is none.

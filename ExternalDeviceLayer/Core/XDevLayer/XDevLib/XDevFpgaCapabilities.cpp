@@ -1,8 +1,8 @@
 // What a firmware can do, by device and version.
+#include "XDevFpgaInfo.h"
+
 #include <algorithm>
 #include <span>
-
-#include "XDevFpgaInfo.h"
 
 namespace
 {
@@ -21,7 +21,7 @@ struct SRule
 // clang-format off
 // Whether a version's build number counts; it does for a device that has no row. The first prototype's port needs none
 // for the versions of its sibling: they are all beyond its own.
-constexpr SRule g_aoBuildRequired[] = {
+constexpr SRule BUILD_REQUIRED[] = {
     {E_FPGA_DEVID_PROTO1_FPGA_PORT,    E_FPGA_PROTO1_00_003_002},
     {E_FPGA_DEVID_VESKQUADHI_OLD,      E_FPGA_QUADHI_01_003_078},
     {E_FPGA_DEVID_VESKQUADHI_DEMO_OLD, E_FPGA_QUADHI_01_003_078},
@@ -42,13 +42,13 @@ constexpr SRule g_aoBuildRequired[] = {
 };
 
 // From here on: never for a device that has no row.
-constexpr SRule g_aoGenLock[] = {
+constexpr SRule GEN_LOCK[] = {
     {E_FPGA_DEVID_TARN_OUT,        E_FPGA_TARNOUT_01_01_115, {E_FPGA_TARNOUT_01_01_159, NONE}},
     {E_FPGA_DEVID_VESKQUADDO_FULL, E_FPGA_QUADDO_00_003_077, {E_FPGA_QUADDO_00_003_190, E_FPGA_QUADDO_00_003_219}},
     {E_FPGA_DEVID_VESKQUADDO_DEMO, E_FPGA_QUADDO_00_003_077, {E_FPGA_QUADDO_00_003_190, E_FPGA_QUADDO_00_003_219}},
 };
 
-constexpr SRule g_aoFrameLock[] = {
+constexpr SRule FRAME_LOCK[] = {
     {E_FPGA_DEVID_TARN_OUT,     E_FPGA_TARNOUT_02_07_016},
     {E_FPGA_DEVID_TARN_IN,      E_FPGA_TARNIN_01_25_099},
     {E_FPGA_DEVID_TARN_SDI,     E_FPGA_TARNSDI_00_05_000},
@@ -56,15 +56,15 @@ constexpr SRule g_aoFrameLock[] = {
     {E_FPGA_DEVID_SORREL1_DEC,  ALWAYS},
 };
 
-constexpr SRule g_aoLvdsJeida[] = {
+constexpr SRule LVDS_JEIDA[] = {
     {E_FPGA_DEVID_SORREL2_ENC, E_FPGA_SORREL2ENC_00_05_001},
 };
 
-constexpr SRule g_aoCableLockDriveValue[] = {
+constexpr SRule CABLE_LOCK_DRIVE_VALUE[] = {
     {E_FPGA_DEVID_TARN_SDI, E_FPGA_TARNSDI_01_01_001},
 };
 
-constexpr SRule g_aoHdcp[] = {
+constexpr SRule HDCP[] = {
     {E_FPGA_DEVID_PROTO1_FPGA_PORT,    ALWAYS},
     {E_FPGA_DEVID_VESKQUADHI_OLD,      ALWAYS},
     {E_FPGA_DEVID_VESKQUADHI_DEMO_OLD, ALWAYS},
@@ -90,7 +90,7 @@ bool Holds(std::span<const SRule> aoRules, KUINT32 uiFpgaDevId, KUINT32 uiFpgaVe
 }
 
 // Versions that tell the first prototype's DVO, whatever device id comes with them.
-constexpr ESupportedFpgaVersion g_aeProto1DvoVersions[] = {
+constexpr ESupportedFpgaVersion PROTO1_DVO_VERSIONS[] = {
     E_FPGA_PROTO1_DVO_01_009_061,
     E_FPGA_PROTO1_DVO_01_007_173,
     E_FPGA_PROTO1_DVO_01_005_167,
@@ -103,12 +103,12 @@ constexpr KUINT32 PORT_BANDWIDTH      = 1101004800;
 
 KBOOL32 XDevFpgaInfo::IsBuildRequired() const
 {
-    return Holds(g_aoBuildRequired, m_uiFpgaDevId, m_uiFpgaVersion, true);
+    return Holds(BUILD_REQUIRED, m_uiFpgaDevId, m_uiFpgaVersion, true);
 }
 
 KBOOL32 XDevFpgaInfo::IsProto1Dvo() const
 {
-    return std::ranges::count(g_aeProto1DvoVersions, m_uiFpgaVersion) != 0 || IsProto1Dvo(m_uiFpgaDevId);
+    return std::ranges::count(PROTO1_DVO_VERSIONS, m_uiFpgaVersion) != 0 || IsProto1Dvo(m_uiFpgaDevId);
 }
 
 KBOOL32 XDevFpgaInfo::IsProto1Dvo(KUINT32 uiFpgaDevId)
@@ -135,29 +135,29 @@ KBOOL32 XDevFpgaInfo::IsOldBrgModel() const
 
 KBOOL32 XDevFpgaInfo::IsGenLockSupported() const
 {
-    return Holds(g_aoGenLock, m_uiFpgaDevId, m_uiFpgaVersion);
+    return Holds(GEN_LOCK, m_uiFpgaDevId, m_uiFpgaVersion);
 }
 
 KBOOL32 XDevFpgaInfo::IsFrameLockSupported() const
 {
-    return Holds(g_aoFrameLock, m_uiFpgaDevId, m_uiFpgaVersion);
+    return Holds(FRAME_LOCK, m_uiFpgaDevId, m_uiFpgaVersion);
 }
 
 KBOOL32 XDevFpgaInfo::IsLvdsJeidaSupported() const
 {
-    return Holds(g_aoLvdsJeida, m_uiFpgaDevId, m_uiFpgaVersion);
+    return Holds(LVDS_JEIDA, m_uiFpgaDevId, m_uiFpgaVersion);
 }
 
 KBOOL32 XDevFpgaInfo::IsCableLockDriveValueSupported(int iValue) const
 {
     if (!IsTarnSdi())
         return iValue;
-    return iValue == 0 || Holds(g_aoCableLockDriveValue, m_uiFpgaDevId, m_uiFpgaVersion);
+    return iValue == 0 || Holds(CABLE_LOCK_DRIVE_VALUE, m_uiFpgaDevId, m_uiFpgaVersion);
 }
 
 KBOOL32 XDevFpgaInfo::GetHdcpSupport() const
 {
-    return IsProto1Dvo() || Holds(g_aoHdcp, m_uiFpgaDevId, m_uiFpgaVersion);
+    return IsProto1Dvo() || Holds(HDCP, m_uiFpgaDevId, m_uiFpgaVersion);
 }
 
 KUINT32 XDevFpgaInfo::GetPortBandwidth() const

@@ -14,16 +14,16 @@ constexpr KUINT32 MAJOR_AND_MINOR = 0xffff00;
 
 CKString ToVersionText(KUINT32 uiVersion)
 {
-    CKString oText;
-    oText.Format("%03d-%03d-%03d", XDevFpgaInfo::GetFpgaMajor(uiVersion), XDevFpgaInfo::GetFpgaMinor(uiVersion),
-                 XDevFpgaInfo::GetFpgaBuild(uiVersion));
-    return oText;
+    CKString strText;
+    strText.Format("%03d-%03d-%03d", XDevFpgaInfo::GetFpgaMajor(uiVersion), XDevFpgaInfo::GetFpgaMinor(uiVersion),
+                   XDevFpgaInfo::GetFpgaBuild(uiVersion));
+    return strText;
 }
 
 // The addresses of a device's HDCP keys, in the order in which they are handed out.
-constexpr unsigned short g_aui16OneKey[]  = {0x170};
-constexpr unsigned short g_aui16TwoKeys[] = {0x170, 0x170};
-constexpr unsigned short g_aui16SixKeys[] = {0x170, 0x170, 0x170, 0x170, 0x30, 0x30};
+constexpr unsigned short ONE_KEY[]  = {0x170};
+constexpr unsigned short TWO_KEYS[] = {0x170, 0x170};
+constexpr unsigned short SIX_KEYS[] = {0x170, 0x170, 0x170, 0x170, 0x30, 0x30};
 
 struct SHdcpKeyRow
 {
@@ -32,11 +32,11 @@ struct SHdcpKeyRow
     std::span<const unsigned short> aui16Addresses;
 };
 
-constexpr SHdcpKeyRow g_aoHdcpKeys[] = {
-    {E_FPGA_DEVID_IP_KVM_IN_F0, 0x7ff000, g_aui16OneKey},
-    {E_FPGA_DEVID_IP_KVM_OUT_F0, 0x7ff000, g_aui16OneKey},
-    {E_FPGA_DEVID_TARN_IN_DP12, 0x7ff000, g_aui16TwoKeys},
-    {E_FPGA_DEVID_SORREL1_DEC, 0xff0000, g_aui16SixKeys},
+constexpr SHdcpKeyRow HDCP_KEYS[] = {
+    {E_FPGA_DEVID_IP_KVM_IN_F0, 0x7ff000, ONE_KEY},
+    {E_FPGA_DEVID_IP_KVM_OUT_F0, 0x7ff000, ONE_KEY},
+    {E_FPGA_DEVID_TARN_IN_DP12, 0x7ff000, TWO_KEYS},
+    {E_FPGA_DEVID_SORREL1_DEC, 0xff0000, SIX_KEYS},
 };
 }
 
@@ -124,7 +124,7 @@ KUINT32 XDevFpgaInfo::GetHdcpKeyAddress(AddressArray& raui16Address) const
 KUINT32 XDevFpgaInfo::GetHdcpKeyAddress(KUINT32 uiFpgaDevId, AddressArray& raui16Address)
 {
     raui16Address.SetSize(0);
-    for (const SHdcpKeyRow& roRow : g_aoHdcpKeys)
+    for (const SHdcpKeyRow& roRow : HDCP_KEYS)
     {
         if (roRow.eDevice != uiFpgaDevId)
             continue;

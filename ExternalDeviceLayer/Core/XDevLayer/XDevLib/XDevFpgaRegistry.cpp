@@ -1,7 +1,7 @@
 // The registry: which firmware versions are known, device by device.
-#include <span>
-
 #include "XDevFpgaInfo.h"
+
+#include <span>
 
 namespace
 {
@@ -19,7 +19,7 @@ struct SVersionRow
 };
 
 // clang-format off
-constexpr SVersionRow g_aoProto1[] = {
+constexpr SVersionRow PROTO1[] = {
     {E_FPGA_PROTO1_00_004_001, SUPPORTED},
     {E_FPGA_PROTO1_00_001_205, SUPPORTED},
     {E_FPGA_PROTO1_00_001_181, SUPPORTED},
@@ -34,7 +34,7 @@ constexpr SVersionRow g_aoProto1[] = {
     {E_FPGA_PROTO1_00_001_028, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoProto1Dvo[] = {
+constexpr SVersionRow PROTO1_DVO[] = {
     {E_FPGA_PROTO1_DVO_02_004_073, SUPPORTED},
     {E_FPGA_PROTO1_DVO_02_003_177, SUPPORTED},
     {E_FPGA_PROTO1_DVO_02_003_086, SUPPORTED},
@@ -48,7 +48,7 @@ constexpr SVersionRow g_aoProto1Dvo[] = {
     {E_FPGA_PROTO1_DVO_01_005_041, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoQuadHi[] = {
+constexpr SVersionRow QUAD_HI[] = {
     {E_FPGA_QUADHI_01_005_013, SUPPORTED},
     {E_FPGA_QUADHI_01_004_010, SUPPORTED},
     {E_FPGA_QUADHI_01_003_078, SUPPORTED},
@@ -77,7 +77,7 @@ constexpr SVersionRow g_aoQuadHi[] = {
     {E_FPGA_QUADHI_00_000_087, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoQuadDo[] = {
+constexpr SVersionRow QUAD_DO[] = {
     {E_FPGA_QUADDO_00_008_059, SUPPORTED},
     {E_FPGA_QUADDO_00_008_036, SUPPORTED},
     {E_FPGA_QUADDO_00_008_025, SUPPORTED},
@@ -99,11 +99,11 @@ constexpr SVersionRow g_aoQuadDo[] = {
     {E_FPGA_QUADDO_00_000_226, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoOpalUhd[] = {
+constexpr SVersionRow OPAL_UHD[] = {
     {E_FPGA_OPALUHD_02_000_107, SUPPORTED},
 };
 
-constexpr SVersionRow g_aoTarnIn[] = {
+constexpr SVersionRow TARN_IN[] = {
     {E_FPGA_TARNIN_01_33_000, SUPPORTED},
     {E_FPGA_TARNIN_01_32_006, SUPPORTED},
     {E_FPGA_TARNIN_01_31_018, SUPPORTED},
@@ -142,7 +142,7 @@ constexpr SVersionRow g_aoTarnIn[] = {
     {E_FPGA_TARNIN_01_14_153, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoTarnInDp[] = {
+constexpr SVersionRow TARN_IN_DP[] = {
     {E_FPGA_TARNIN_DP_00_16_014, SUPPORTED},
     {E_FPGA_TARNIN_DP_00_15_012, SUPPORTED},
     {E_FPGA_TARNIN_DP_00_14_001, SUPPORTED},
@@ -163,7 +163,7 @@ constexpr SVersionRow g_aoTarnInDp[] = {
     {E_FPGA_TARNIN_DP_00_02_011, SUPPORTED},
 };
 
-constexpr SVersionRow g_aoTarnOut[] = {
+constexpr SVersionRow TARN_OUT[] = {
     {E_FPGA_TARNOUT_02_13_045, SUPPORTED},
     {E_FPGA_TARNOUT_02_12_119, SUPPORTED},
     {E_FPGA_TARNOUT_02_12_018, SUPPORTED},
@@ -191,7 +191,7 @@ constexpr SVersionRow g_aoTarnOut[] = {
     {E_FPGA_TARNOUT_01_01_012, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoTarnSdi[] = {
+constexpr SVersionRow TARN_SDI[] = {
     {E_FPGA_TARNSDI_01_01_001, SUPPORTED},
     {E_FPGA_TARNSDI_00_08_000, SUPPORTED},
     {E_FPGA_TARNSDI_00_07_012, SUPPORTED},
@@ -204,7 +204,7 @@ constexpr SVersionRow g_aoTarnSdi[] = {
     {E_FPGA_TARNSDI_00_00_006, SUPPORTED},
 };
 
-constexpr SVersionRow g_aoSorrel1[] = {
+constexpr SVersionRow SORREL1[] = {
     {E_FPGA_SORREL1_01_09_010, SUPPORTED},
     {E_FPGA_SORREL1_01_07_001, SUPPORTED},
     {E_FPGA_SORREL1_01_06_043, SUPPORTED},
@@ -219,7 +219,7 @@ constexpr SVersionRow g_aoSorrel1[] = {
     {E_FPGA_SORREL1_01_01_069, SUPPORTED},
 };
 
-constexpr SVersionRow g_aoSorrelDec[] = {
+constexpr SVersionRow SORREL_DEC[] = {
     {E_FPGA_SORRELDEC_00_25_002, SUPPORTED},
     {E_FPGA_SORRELDEC_00_24_002, SUPPORTED},
     {E_FPGA_SORRELDEC_00_23_006, SUPPORTED},
@@ -242,13 +242,13 @@ constexpr SVersionRow g_aoSorrelDec[] = {
     {E_FPGA_SORRELDEC_00_04_020, SUPPORTED},
 };
 
-constexpr SVersionRow g_aoSorrel2Enc[] = {
+constexpr SVersionRow SORREL2_ENC[] = {
     {E_FPGA_SORREL2ENC_00_05_001, SUPPORTED},
     {E_FPGA_SORREL2ENC_00_04_001, SUPPORTED},
     {E_FPGA_SORREL2ENC_00_03_004, SUPPORTED},
 };
 
-constexpr SVersionRow g_aoIpKvmInF0[] = {
+constexpr SVersionRow IP_KVM_IN_F0[] = {
     {E_FPGA_IP_KVM_IN_F0_01_27_001, SUPPORTED},
     {E_FPGA_IP_KVM_IN_F0_01_26_007, SUPPORTED},
     {E_FPGA_IP_KVM_IN_F0_01_25_013, SUPPORTED},
@@ -292,7 +292,7 @@ constexpr SVersionRow g_aoIpKvmInF0[] = {
     {E_FPGA_IP_KVM_IN_F0_00_02_178, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoIpKvmInF1[] = {
+constexpr SVersionRow IP_KVM_IN_F1[] = {
     {E_FPGA_IP_KVM_IN_F1_00_33_009, SUPPORTED},
     {E_FPGA_IP_KVM_IN_F1_00_33_007, SUPPORTED},
     {E_FPGA_IP_KVM_IN_F1_00_31_011, SUPPORTED},
@@ -325,7 +325,7 @@ constexpr SVersionRow g_aoIpKvmInF1[] = {
     {E_FPGA_IP_KVM_IN_F1_00_06_062, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoIpKvmOutF0[] = {
+constexpr SVersionRow IP_KVM_OUT_F0[] = {
     {E_FPGA_IP_KVM_OUT_F0_00_26_003, SUPPORTED},
     {E_FPGA_IP_KVM_OUT_F0_00_24_072, SUPPORTED},
     {E_FPGA_IP_KVM_OUT_F0_00_24_000, SUPPORTED},
@@ -353,7 +353,7 @@ constexpr SVersionRow g_aoIpKvmOutF0[] = {
     {E_FPGA_IP_KVM_OUT_F0_00_00_114, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoIpKvmOutF1[] = {
+constexpr SVersionRow IP_KVM_OUT_F1[] = {
     {E_FPGA_IP_KVM_OUT_F1_00_13_004, SUPPORTED},
     {E_FPGA_IP_KVM_OUT_F1_00_12_019, SUPPORTED},
     {E_FPGA_IP_KVM_OUT_F1_00_11_009, SUPPORTED},
@@ -369,7 +369,7 @@ constexpr SVersionRow g_aoIpKvmOutF1[] = {
     {E_FPGA_IP_KVM_OUT_F1_00_00_089, NOT_SUPPORTED},
 };
 
-constexpr SVersionRow g_aoHeron[] = {
+constexpr SVersionRow HERON[] = {
     {E_FPGA_HERON_01_25_035, SUPPORTED},
     {E_FPGA_HERON_01_17_021, SUPPORTED},
     {E_FPGA_HERON_01_13_094, SUPPORTED},
@@ -389,45 +389,45 @@ struct SDeviceRow
 };
 
 // clang-format off
-constexpr SDeviceRow g_aoDevices[] = {
-    {E_FPGA_DEVID_VESKQUADHI_OLD,      g_aoQuadHi},
-    {E_FPGA_DEVID_VESKQUADHI_DEMO_OLD, g_aoQuadHi},
-    {E_FPGA_DEVID_VESKQUADHI_FULL,     g_aoQuadHi},
-    {E_FPGA_DEVID_VESKQUADHI_DEMO,     g_aoQuadHi},
-    {E_FPGA_DEVID_VESKQUADDO_FULL,     g_aoQuadDo},
-    {E_FPGA_DEVID_VESKQUADDO_DEMO,     g_aoQuadDo},
-    {E_FPGA_DEVID_TARN_IN,             g_aoTarnIn},
-    {E_FPGA_DEVID_TARN_OUT,            g_aoTarnOut},
-    {E_FPGA_DEVID_OPAL_UHD,            g_aoOpalUhd},
-    {E_FPGA_DEVID_SORREL1,             g_aoSorrel1},
-    {E_FPGA_DEVID_IP_KVM_IN_F0,        g_aoIpKvmInF0},
-    {E_FPGA_DEVID_IP_KVM_IN_F1,        g_aoIpKvmInF1},
-    {E_FPGA_DEVID_IP_KVM_OUT_F0,       g_aoIpKvmOutF0},
-    {E_FPGA_DEVID_IP_KVM_OUT_F1,       g_aoIpKvmOutF1},
-    {E_FPGA_DEVID_TARN_IN_DP12,        g_aoTarnInDp},
-    {E_FPGA_DEVID_HERON,               g_aoHeron},
-    {E_FPGA_DEVID_SORREL1_DEC,         g_aoSorrelDec},
-    {E_FPGA_DEVID_TARN_SDI,            g_aoTarnSdi},
-    {E_FPGA_DEVID_SORREL2_ENC,         g_aoSorrel2Enc},
+constexpr SDeviceRow DEVICES[] = {
+    {E_FPGA_DEVID_VESKQUADHI_OLD,      QUAD_HI},
+    {E_FPGA_DEVID_VESKQUADHI_DEMO_OLD, QUAD_HI},
+    {E_FPGA_DEVID_VESKQUADHI_FULL,     QUAD_HI},
+    {E_FPGA_DEVID_VESKQUADHI_DEMO,     QUAD_HI},
+    {E_FPGA_DEVID_VESKQUADDO_FULL,     QUAD_DO},
+    {E_FPGA_DEVID_VESKQUADDO_DEMO,     QUAD_DO},
+    {E_FPGA_DEVID_TARN_IN,             TARN_IN},
+    {E_FPGA_DEVID_TARN_OUT,            TARN_OUT},
+    {E_FPGA_DEVID_OPAL_UHD,            OPAL_UHD},
+    {E_FPGA_DEVID_SORREL1,             SORREL1},
+    {E_FPGA_DEVID_IP_KVM_IN_F0,        IP_KVM_IN_F0},
+    {E_FPGA_DEVID_IP_KVM_IN_F1,        IP_KVM_IN_F1},
+    {E_FPGA_DEVID_IP_KVM_OUT_F0,       IP_KVM_OUT_F0},
+    {E_FPGA_DEVID_IP_KVM_OUT_F1,       IP_KVM_OUT_F1},
+    {E_FPGA_DEVID_TARN_IN_DP12,        TARN_IN_DP},
+    {E_FPGA_DEVID_HERON,               HERON},
+    {E_FPGA_DEVID_SORREL1_DEC,         SORREL_DEC},
+    {E_FPGA_DEVID_TARN_SDI,            TARN_SDI},
+    {E_FPGA_DEVID_SORREL2_ENC,         SORREL2_ENC},
 };
 // clang-format on
 }
 
 void XDevFpgaInfo::BuildFpgaVersion()
 {
-    const auto AddAll = [this](std::span<const SVersionRow> aoVersions) {
+    const auto fAddAll = [this](std::span<const SVersionRow> aoVersions) {
         for (const SVersionRow& roRow : aoVersions)
             AddFpgaVersion(roRow.eVersion, roRow.eMark, TRUE);
     };
 
     if (IsProto1FpgaPort())
-        AddAll(g_aoProto1);
+        fAddAll(PROTO1);
     if (IsProto1Dvo())
-        AddAll(g_aoProto1Dvo);
-    for (const SDeviceRow& roDevice : g_aoDevices)
+        fAddAll(PROTO1_DVO);
+    for (const SDeviceRow& roDevice : DEVICES)
     {
         if (roDevice.eDevice == m_uiFpgaDevId)
-            AddAll(roDevice.aoVersions);
+            fAddAll(roDevice.aoVersions);
     }
 }
 
