@@ -147,8 +147,8 @@ public:
 
 private:
     [[gnu::format(printf, 3, 4)]] static void FormatString(KCHAR8* pacBuf, KUINT32 uiBufSize, const KCHAR8* szFmt, ...);
-    [[gnu::format(printf, 2, 0)]] static void WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg,
-                                                              va_list argList);
+    [[gnu::format(printf, 3, 0)]] static void WriteMsgOfLevel(KBOOL32 bIsEnabled, const KCHAR8* pszLevelTag,
+                                                              const KCHAR8* pszMsg, va_list argList);
     static void                               WriteMsgInternal(const KCHAR8* pszMsg);
 };
 

@@ -25,39 +25,33 @@ constexpr KUINT32 LINE_BUFFER_SIZE = 256;
 
 void OsServices::WriteMsg(const KCHAR8* pszMsg, ...)
 {
-    if (!ms_bEnableInfo)
-        return;
-
     va_list argList;
     va_start(argList, pszMsg);
-    WriteMsgOfLevel("(Debug) ", pszMsg, argList);
+    WriteMsgOfLevel(ms_bEnableInfo, "(Debug) ", pszMsg, argList);
     va_end(argList);
 }
 
 void OsServices::WriteUserMsg(const KCHAR8* pszMsg, ...)
 {
-    if (!ms_bEnableUserMsg)
-        return;
-
     va_list argList;
     va_start(argList, pszMsg);
-    WriteMsgOfLevel("(Info) ", pszMsg, argList);
+    WriteMsgOfLevel(ms_bEnableUserMsg, "(Info) ", pszMsg, argList);
     va_end(argList);
 }
 
 void OsServices::WriteErrorMsg(const KCHAR8* pszMsg, ...)
 {
-    if (!ms_bEnableErrorMsg)
-        return;
-
     va_list argList;
     va_start(argList, pszMsg);
-    WriteMsgOfLevel("(Error) ", pszMsg, argList);
+    WriteMsgOfLevel(ms_bEnableErrorMsg, "(Error) ", pszMsg, argList);
     va_end(argList);
 }
 
-void OsServices::WriteMsgOfLevel(const KCHAR8* pszLevelTag, const KCHAR8* pszMsg, va_list argList)
+void OsServices::WriteMsgOfLevel(KBOOL32 bIsEnabled, const KCHAR8* pszLevelTag, const KCHAR8* pszMsg, va_list argList)
 {
+    if (!bIsEnabled)
+        return;
+
     KCHAR8 szLine[LINE_BUFFER_SIZE] = {};
 
     if (ms_bIsMessagePrefixEnabled)

@@ -19,11 +19,6 @@ static_assert(sizeof(SEventHandle) == 96);
 
 using EventHold = RecordHold<SEventHandle>;
 
-SEventHandle& RecordOf(HEvent hEvent)
-{
-    return *reinterpret_cast<SEventHandle*>(hEvent);
-}
-
 // Moves waits from blocked to granted; the counts wrap at their 31 bits.
 void Grant(SEventHandle& roEvent, KUINT32 uiCount)
 {
@@ -67,7 +62,7 @@ KBOOL32 OsServices_Event_Create(HEvent hEvent)
     if (hEvent == nullptr)
         return FALSE;
 
-    SEventHandle& roEvent = RecordOf(hEvent);
+    SEventHandle& roEvent = *RecordOf<SEventHandle>(hEvent);
     roEvent.bIsSignaled   = FALSE;
     roEvent.uiGranted     = 0;
     roEvent.uiBlocked     = 0;
@@ -84,7 +79,8 @@ KBOOL32 OsServices_Event_Destroy(HEvent hEvent)
         return FALSE;
 
     OsServices_Event_Cancel(hEvent);
-    DestroyMutexAndCondition(RecordOf(hEvent).oMutex, RecordOf(hEvent).oCond);
+    SEventHandle& roEvent = *RecordOf<SEventHandle>(hEvent);
+    DestroyMutexAndCondition(roEvent.oMutex, roEvent.oCond);
     return TRUE;
 }
 

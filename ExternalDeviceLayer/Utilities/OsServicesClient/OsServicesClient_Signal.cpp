@@ -14,11 +14,6 @@ static_assert(sizeof(SSignalHandle) == 96);
 
 using SignalHold = RecordHold<SSignalHandle>;
 
-SSignalHandle& RecordOf(HSignal hSignal)
-{
-    return *reinterpret_cast<SSignalHandle*>(hSignal);
-}
-
 // Ends every wait of the moment, with the mutex held.
 KBOOL32 Pulse(SSignalHandle& roSignal)
 {
@@ -41,7 +36,7 @@ KBOOL32 OsServices_Signal_Create(HSignal hSignal)
     if (hSignal == nullptr)
         return FALSE;
 
-    SSignalHandle& roSignal = RecordOf(hSignal);
+    SSignalHandle& roSignal = *RecordOf<SSignalHandle>(hSignal);
     if (!CreateMutexAndCondition(roSignal.oMutex, roSignal.oCond))
         return FALSE;
 
@@ -56,7 +51,8 @@ KBOOL32 OsServices_Signal_Destroy(HSignal hSignal)
         return FALSE;
 
     OsServices_Signal_Cancel(hSignal);
-    DestroyMutexAndCondition(RecordOf(hSignal).oMutex, RecordOf(hSignal).oCond);
+    SSignalHandle& roSignal = *RecordOf<SSignalHandle>(hSignal);
+    DestroyMutexAndCondition(roSignal.oMutex, roSignal.oCond);
     return TRUE;
 }
 

@@ -1,16 +1,7 @@
-#include <pthread.h>
-
 #include "OsServicesClient_Linux.h"
+#include "OsServicesClient_Wait.h"
 
-namespace
-{
 static_assert(sizeof(pthread_spinlock_t) == 4);
-
-pthread_spinlock_t* RecordOf(HSpinLock hSpinLock)
-{
-    return reinterpret_cast<pthread_spinlock_t*>(hSpinLock);
-}
-}
 
 KUINT32 OsServices_SpinLock_GetHandleSize(void)
 {
@@ -19,20 +10,21 @@ KUINT32 OsServices_SpinLock_GetHandleSize(void)
 
 KBOOL32 OsServices_SpinLock_Create(HSpinLock hSpinLock, KUINT8)
 {
-    return hSpinLock != nullptr && pthread_spin_init(RecordOf(hSpinLock), PTHREAD_PROCESS_PRIVATE) == 0 ? TRUE : FALSE;
+    const auto fInit = [](pthread_spinlock_t* poLock) { return pthread_spin_init(poLock, PTHREAD_PROCESS_PRIVATE); };
+    return CallOnRecord<pthread_spinlock_t>(fInit, hSpinLock);
 }
 
 KBOOL32 OsServices_SpinLock_Destroy(HSpinLock hSpinLock)
 {
-    return hSpinLock != nullptr && pthread_spin_destroy(RecordOf(hSpinLock)) == 0 ? TRUE : FALSE;
+    return CallOnRecord(pthread_spin_destroy, hSpinLock);
 }
 
 KBOOL32 OsServices_SpinLock_Lock(HSpinLock hSpinLock, KBOOL32)
 {
-    return hSpinLock != nullptr && pthread_spin_lock(RecordOf(hSpinLock)) == 0 ? TRUE : FALSE;
+    return CallOnRecord(pthread_spin_lock, hSpinLock);
 }
 
 KBOOL32 OsServices_SpinLock_Unlock(HSpinLock hSpinLock)
 {
-    return hSpinLock != nullptr && pthread_spin_unlock(RecordOf(hSpinLock)) == 0 ? TRUE : FALSE;
+    return CallOnRecord(pthread_spin_unlock, hSpinLock);
 }

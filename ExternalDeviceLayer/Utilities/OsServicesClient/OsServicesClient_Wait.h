@@ -26,11 +26,23 @@ void PrintInvalidDeadline(const KCHAR8* pszCall, const timespec& roDeadline);
 KBOOL32 CreateMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 void    DestroyMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 
+// The record behind a handle.
+template <class TRecord, class THandle> TRecord* RecordOf(THandle hHandle)
+{
+    return reinterpret_cast<TRecord*>(hHandle);
+}
+
+// Calls a POSIX function on the record behind a handle. FALSE for a null handle, and when the call fails.
+template <class TRecord, class THandle> KBOOL32 CallOnRecord(int (*pfnCall)(TRecord*), THandle hHandle)
+{
+    return hHandle != nullptr && pfnCall(RecordOf<TRecord>(hHandle)) == 0 ? TRUE : FALSE;
+}
+
 // The record behind a handle, its mutex held for the length of a block; behind a null handle there is none.
 template <class TRecord> class RecordHold
 {
 public:
-    template <class THandle> explicit RecordHold(THandle hHandle) : m_poRecord(reinterpret_cast<TRecord*>(hHandle))
+    template <class THandle> explicit RecordHold(THandle hHandle) : m_poRecord(RecordOf<TRecord>(hHandle))
     {
         if (m_poRecord != nullptr)
             pthread_mutex_lock(&m_poRecord->oMutex);

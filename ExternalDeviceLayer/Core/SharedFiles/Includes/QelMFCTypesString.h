@@ -185,6 +185,8 @@ private:
     void    ConcatInPlace(KINT32 iLength, const KCHAR8* pszText);
     void    SetLength(KINT32 iLength);
     KINT32  InsertText(KINT32 iIndex, KINT32 iLength, const KCHAR8* pszText);
+    [[gnu::format(printf, 3, 0)]]
+    void    FormatInto(bool bIsAppended, const KCHAR8* pszFormat, va_list argList);
     [[gnu::format(printf, 4, 0)]]
     KINT32  FormatBehind(KINT32 iStart, KINT32& riAllocLength, const KCHAR8* pszFormat, va_list argList);
 };

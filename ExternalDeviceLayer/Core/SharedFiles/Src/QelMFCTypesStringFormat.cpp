@@ -172,6 +172,17 @@ void CKString::AppendFormat(const KCHAR8* pszFormat, ...)
 
 void CKString::FormatV(const KCHAR8* pszFormat, va_list argList)
 {
+    FormatInto(false, pszFormat, argList);
+}
+
+void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
+{
+    FormatInto(true, pszFormat, argList);
+}
+
+// Formats into the capacity there is. If that is too small, or the formatter fails, formats once more into a larger buffer.
+void CKString::FormatInto(bool bIsAppended, const KCHAR8* pszFormat, va_list argList)
+{
     QEL_ASSERT(pszFormat != nullptr);
     if (pszFormat == nullptr)
         return;
@@ -179,72 +190,32 @@ void CKString::FormatV(const KCHAR8* pszFormat, va_list argList)
     va_list argSecond;  // the first attempt uses the list up
     va_copy(argSecond, argList);
 
-    KINT32       iAllocLength = GetAllocLength();
-    const KINT32 iFirstAlloc  = iAllocLength;
-    KINT32       iResult      = FormatBehind(0, iAllocLength, pszFormat, argList);
-    if (iResult >= iFirstAlloc)
+    const KINT32 iStart       = bIsAppended ? GetLength() : 0;
+    const KINT32 iFirstAlloc  = GetAllocLength();
+    KINT32       iAllocLength = iFirstAlloc;
+    KINT32       iResult      = FormatBehind(iStart, iAllocLength, pszFormat, argList);
+    const bool   bIsEstimated = iResult < 0;
+    const KINT32 iAdded       = bIsEstimated ? GetFormattedLength(pszFormat, argSecond) : iResult;
+
+    const bool bFits = !bIsEstimated && iResult < iFirstAlloc - iStart;
+    if (!bFits && !(bIsEstimated && bIsAppended && iAdded == 0))
     {
-        ReleaseBuffer(iFirstAlloc);
-        iAllocLength = AddLengths(iResult, 1);
-        iResult      = FormatBehind(0, iAllocLength, pszFormat, argSecond);
-        QEL_ASSERT(iResult < iAllocLength);
-    }
-    else if (iResult < 0)
-    {
-        ReleaseBuffer(iFirstAlloc);
-        iAllocLength = AddLengths(GetFormattedLength(pszFormat, argSecond), 1);
-        iResult      = FormatBehind(0, iAllocLength, pszFormat, argSecond);
-        QEL_ASSERT(iResult >= 0);
-    }
-    ReleaseBuffer(std::clamp(iResult, 0, std::max(iAllocLength - 1, 0)));
-
-    va_end(argSecond);
-}
-
-void CKString::AppendFormatV(const KCHAR8* pszFormat, va_list argList)
-{
-    QEL_ASSERT(pszFormat != nullptr);
-    if (pszFormat == nullptr)
-        return;
-
-    va_list argSecond;
-    va_copy(argSecond, argList);
-
-    const KINT32 iLength      = GetLength();
-    KINT32       iAllocLength = GetAllocLength();
-    const KINT32 iFirstAlloc  = iAllocLength;
-    const auto   fGrow        = [iLength, iFirstAlloc](KINT32 iAdded) {
+        const KINT32 iNeeded  = AddLengths(iStart, iAdded);
         const KINT32 iDoubled = AddLengths(iFirstAlloc, iFirstAlloc);
-        const KINT32 iNeeded  = AddLengths(iLength, iAdded);
-        return iNeeded < iDoubled ? std::min(iDoubled, MAX_LENGTH) : AddLengths(iNeeded, 1);
-    };
+        iAllocLength          = bIsAppended && iNeeded < iDoubled ? std::min(iDoubled, MAX_LENGTH) : AddLengths(iNeeded, 1);
 
-    KINT32 iResult = FormatBehind(iLength, iAllocLength, pszFormat, argList);
-    if (iResult >= iFirstAlloc - iLength)
-    {
-        ReleaseBuffer(iLength);
-        iAllocLength = fGrow(iResult);
-        iResult      = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
-        QEL_ASSERT(iResult < iAllocLength - iLength);
+        ReleaseBuffer(iStart);
+        iResult = FormatBehind(iStart, iAllocLength, pszFormat, argSecond);
+        QEL_ASSERT(bIsEstimated ? iResult >= 0 : iResult < iAllocLength - iStart);
     }
-    else if (iResult < 0)
-    {
-        const KINT32 iEstimate = GetFormattedLength(pszFormat, argSecond);
-        if (iEstimate > 0)
-        {
-            ReleaseBuffer(iLength);
-            iAllocLength = fGrow(iEstimate);
-            iResult      = FormatBehind(iLength, iAllocLength, pszFormat, argSecond);
-            QEL_ASSERT(iResult >= 0);
-        }
-    }
-    ReleaseBuffer(iLength + std::clamp(iResult, 0, std::max(iAllocLength - iLength - 1, 0)));
+    ReleaseBuffer(iStart + std::clamp(iResult, 0, std::max(iAllocLength - iStart - 1, 0)));
 
     va_end(argSecond);
 }
 
-// Formats behind the first iStart characters of a buffer for that many; the number becomes what the buffer has when it
-// has less. Returns what the formatter says: the length that the whole text would have, or a negative failure.
+// Formats once behind the first iStart characters, into a capacity of riAllocLength characters. riAllocLength becomes
+// smaller when the buffer could not be had. Returns what the formatter says: the length of the whole text, or a negative
+// failure.
 KINT32 CKString::FormatBehind(KINT32 iStart, KINT32& riAllocLength, const KCHAR8* pszFormat, va_list argList)
 {
     KCHAR8* pchBuffer = GetBuffer(riAllocLength);
