@@ -8,7 +8,7 @@ using KUINT8   = std::uint8_t;
 using KUINT16  = std::uint16_t;
 using KUINT32  = std::uint32_t;
 using KUINT    = std::uint32_t;
-using KUINT64  = unsigned long long;  // so that "%llu" takes it as it stands
+using KUINT64  = unsigned long long;  // "%llu" prints it without a cast
 using KUINTPTR = std::uintptr_t;
 
 using KINT8  = std::int8_t;
@@ -21,10 +21,10 @@ using KCHAR8   = char;
 using KWCHAR   = wchar_t;
 using KFLOAT32 = float;
 
-// A truth value of fixed width: any value but 0 counts as TRUE.
+// A truth value of fixed width. Any value except 0 counts as TRUE.
 using KBOOL32 = KINT32;
 
-// Literals, not objects: preprocessor conditions of other headers may test them.
+// Macros, because preprocessor conditions of other headers may test them.
 #ifndef FALSE
 #define FALSE 0
 #endif

@@ -1,8 +1,8 @@
 // What the device library publishes: its types, its enumerations and its operations.
 //
-// Widths are fixed: handles are pointers, TStatus and every enumeration are 32-bit, and the operations have C linkage.
-// A client reaches the operations through Core/TavrinLoader, which opens libTavrin.so.1 at run time; a library that stands
-// in the maker's place exports all of them but Tavrin_Load and Tavrin_UnLoad.
+// Handles are pointers. TStatus and every enumeration have 32 bits. The operations have C linkage. A client calls them
+// through Core/TavrinLoader, which opens libTavrin.so.1 at run time. A library that replaces the maker's exports all
+// operations except Tavrin_Load and Tavrin_UnLoad.
 #ifndef TAVRIN_H
 #define TAVRIN_H
 
@@ -10,7 +10,7 @@
 
 #include "QelTypes.h"
 
-// Status of an operation; negative values are failures.
+// The status of an operation. Negative values are failures.
 enum TStatus : KINT32
 {
     TStatus_OK             = 0,
@@ -21,7 +21,7 @@ enum TStatus : KINT32
     TStatus_CANCELED       = -12,
 };
 
-// Pixel formats; the letters name the fields from the lowest bits up, so R8G8B8A8 has red in its first byte.
+// Pixel formats. A name lists the fields from the lowest bits up, so R8G8B8A8 has red in its first byte.
 enum TPixelFormat : KUINT32
 {
     TPixelFormat_B5G6R5               = 29,
@@ -85,7 +85,8 @@ using TVideoOut_Handle = TVIDEOOUT_OBJECT*;
 
 using TSTR64 = KCHAR8[64];
 
-// A rectangle in pixels of the output, origin at the top left. Filled drawing leaves out the right and the bottom edge.
+// A rectangle in pixels. The origin is the top left corner of the output. A filled rectangle excludes its right and bottom
+// edge.
 struct tagTRECT
 {
     KINT32 iLeft;
@@ -95,7 +96,7 @@ struct tagTRECT
 };
 using TRECT = tagTRECT;
 
-// Video timings of an output: sizes and porches in pixels and lines, then one word of flags.
+// Video timings of an output. Horizontal values are pixels, vertical values are lines, unless the name has another unit.
 struct tagTVideo_VidParam
 {
     KUINT32 uiHActive;
@@ -124,7 +125,7 @@ struct tagTVideo_VidParam
 };
 using TVideo_VidParam = tagTVideo_VidParam;
 
-// The planes of a buffer; entries at and beyond uiPlaneCount hold nothing.
+// The planes of a buffer. Array entries from uiPlaneCount on are unused.
 struct tagTBuffer_PlaneInfo
 {
     KUINT32      uiPlaneCount;
@@ -136,7 +137,7 @@ struct tagTBuffer_PlaneInfo
     KUINT32      auiPitchInBytes[3];  // the same in bytes
 };
 
-// One FPGA of a board. The caller sets uiSize to the size of the record as it knows it.
+// One FPGA of a board. The caller sets uiSize to the size of its record.
 struct tagTBoard_FpgaInfo
 {
     KUINT32 uiSize;
@@ -156,19 +157,19 @@ static_assert(sizeof(tagTBoard_FpgaInfo) == 84 && offsetof(tagTBoard_FpgaInfo, u
 
 extern "C"
 {
-// The loader's own two. Tavrin_Load opens libTavrin.so.1 and looks every operation up; a second load changes nothing.
-// A library that cannot be opened, or that lacks an operation, is reported by name as an error message: TStatus_FAIL.
-// Tavrin_UnLoad closes it, and is harmless without a load. While no library is loaded every operation below answers
-// TStatus_FAIL, the device count is 0 and a device is null.
+// The loader provides these two. Tavrin_Load opens libTavrin.so.1 and finds every operation. If the library or an operation
+// is missing, it writes an error message with its name and returns TStatus_FAIL. A second load changes nothing.
+// Tavrin_UnLoad closes the library, and does nothing without a load. While no library is loaded, every operation below
+// returns TStatus_FAIL, a device count of 0 or a null device.
 TStatus Tavrin_Load(void);
 TStatus Tavrin_UnLoad(void);
 
-// Devices, numbered from 0; null beyond the count. A device handle needs no release.
+// Devices, numbered from 0. Tavrin_GetDevice returns null for a number beyond them. A device handle needs no release.
 KUINT32        Tavrin_GetDeviceCount(void);
 TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex);
 
-// Video buffers. Between BeginAccess and EndAccess the first uiPlaneCount entries of auiPlanes hold addresses that the
-// processor may write; a later access period may have others.
+// Video buffers. TBuffer_BeginAccess writes the addresses of the first uiPlaneCount planes to auiPlanes. The client may
+// access the pixels there until TBuffer_EndAccess. The next access may get other addresses.
 TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUINT32 uiWidth, KUINT32 uiHeight,
                             TBuffer_Handle* phBuffer);
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle hBuffer, tagTBuffer_PlaneInfo* poPlaneInfo);
@@ -176,8 +177,8 @@ TStatus TBuffer_BeginAccess(TBuffer_Handle hBuffer, KUINT32 uiMode, KUINT32 uiPl
 TStatus TBuffer_EndAccess(TBuffer_Handle hBuffer);
 TStatus TBuffer_Destroy(TBuffer_Handle hBuffer);
 
-// Video outputs of a device, numbered from 0. An enabled output shows the buffer's contents of the moment with the given
-// timings, also after its handle was released; TStatus_RESOURCES_BUSY when another client holds it.
+// Video outputs of a device, numbered from 0. An enabled output shows the current contents of the buffer with the given
+// timings, even after its handle was released. TStatus_RESOURCES_BUSY means that another client holds the output.
 TStatus TVideoOut_GetCount(TDevice_Handle hDev, KUINT32* puiCount);
 TStatus TVideoOut_GetHandle(TDevice_Handle hDev, KUINT32 uiIndex, TAccessMode eAccessMode, TVideoOut_Handle* phVideoOut);
 TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalType, const tagTVideo_VidParam* poVidParam,
@@ -185,7 +186,7 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
 TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut);
 TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle hVideoOut);
 
-// The board: 32-bit registers by number, and the FPGAs on it.
+// The 32-bit registers of a board, by number, and its FPGAs, numbered from 0.
 TStatus TBoard_RegWrite(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32 uiValue);
 TStatus TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* puiValue);
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount);

@@ -24,7 +24,7 @@ Qel_Abort:
 
 OsServices::~OsServices()
 {
-    // An instance that failed to start was never counted: counting it down would release what others still use.
+    // An object that failed to start was not counted. Counting it down would release a library that others still use.
     if (m_bInitialized && --ms_uiInstanceCount == 0)
         OsServices_Cleanup();
 }

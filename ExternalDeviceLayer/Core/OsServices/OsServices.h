@@ -8,14 +8,14 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
-// Services from outside that the one who constructs an OsServices may offer; the operations named like its own are
-// called in place of them.
+// An outside provider of services. An OsServices that was constructed with one forwards the four operations of the same
+// name to it and does everything else itself.
 class IOsServices
 {
 public:
     virtual ~IOsServices() = default;
 
-    // The level at which the caller runs; an OsServices keeps its low 8 bits.
+    // The interrupt level of the caller. An OsServices keeps the low 8 bits.
     virtual KUINT32 GetIrql() = 0;
 
     virtual KBOOL32 Event_Create(HEvent& rhEvent)    = 0;
@@ -24,84 +24,87 @@ public:
     virtual KBOOL32 Signal_Trigger(HSignal hSignal)  = 0;
 };
 
-// One process holds one of these, g_oOsServices; the first that is constructed starts the hardware-access library, the
-// last that is destroyed releases it. Construction and destruction belong to the main thread, IoMap and IoUnMap to one
-// thread at a time, everything else to any.
+// A program needs one object of this class, g_oOsServices. The first object starts the hardware-access library, and the
+// last one releases it. Construct and destroy objects on the main thread. Call IoMap and IoUnMap from one thread at a
+// time. Any thread may call everything else.
 //
-// What a Create makes its caller owns, until Destroy; a Create that fails leaves a null handle, and an operation on a
-// null handle is refused (FALSE, a wait TStatus_FAIL). Time-outs are milliseconds on the real-time clock; all bits set
-// is no limit.
+// The caller of a Create owns the handle and must call Destroy. A Create that fails returns FALSE and leaves a null
+// handle. Operations refuse a null handle: they return FALSE, and a wait returns TStatus_FAIL. Time-outs are
+// milliseconds on the real-time clock. A time-out of 0xFFFFFFFF never expires.
 class OsServices
 {
 public:
-    explicit OsServices(void* pvIOsServices);  // an IOsServices, borrowed, or null
+    explicit OsServices(void* pvIOsServices);  // an IOsServices, or null; the caller keeps it
     virtual ~OsServices();
 
     OsServices(const OsServices&)            = delete;
     OsServices& operator=(const OsServices&) = delete;
 
-    KBOOL32 IsInitialized() const { return m_bInitialized; }  // FALSE when the hardware-access library did not start
+    KBOOL32 IsInitialized() const { return m_bInitialized; }  // FALSE: the hardware-access library did not start
 
-    // Messages: one line of at most 255 characters on standard output, prefix included. The text brings its line end.
-    // A line is written with one call, so lines of several threads do not mix. No instance is needed.
-    [[gnu::format(printf, 1, 2)]] static void WriteMsg(const KCHAR8* pszMsg, ...);       // debug, off at first
-    [[gnu::format(printf, 1, 2)]] static void WriteUserMsg(const KCHAR8* pszMsg, ...);   // info, on
-    [[gnu::format(printf, 1, 2)]] static void WriteErrorMsg(const KCHAR8* pszMsg, ...);  // error, on
+    // Messages. Each call writes one line to standard output, cut to 255 characters with its prefix. The text must contain
+    // the line end. Lines of several threads do not mix. The settings have no lock. No object is needed.
+    [[gnu::format(printf, 1, 2)]] static void WriteMsg(const KCHAR8* pszMsg, ...);       // debug level, off by default
+    [[gnu::format(printf, 1, 2)]] static void WriteUserMsg(const KCHAR8* pszMsg, ...);   // info level, on by default
+    [[gnu::format(printf, 1, 2)]] static void WriteErrorMsg(const KCHAR8* pszMsg, ...);  // error level, on by default
 
-    static void SetMsgPrefix(const KCHAR8* pszPrefix);  // the first 63 characters are kept
+    static void SetMsgPrefix(const KCHAR8* pszPrefix);  // keeps the first 63 characters
     static void SetMsgReferenceId(KUINT64 uiReferenceId);
     static void SetMsgPrefixEnable(KBOOL32 bIsMsgPrefixEnabled);
     static void SetMsgLevel(KBOOL32 bEnableErrorMsg, KBOOL32 bEnableUserMsg, KBOOL32 bEnableInfo);
-    static void GetMsgLevel(KBOOL32* pbEnableErrorMsg, KBOOL32* pbEnableUsrMsg, KBOOL32* pbEnableInfo);  // null: skipped
+    static void GetMsgLevel(KBOOL32* pbEnableErrorMsg, KBOOL32* pbEnableUsrMsg, KBOOL32* pbEnableInfo);  // skips null
 
-    // The last component of a path, slashes and backslashes alike; one in first place does not count. Points into it.
+    // Returns a pointer to the last component of the path. Slashes and backslashes separate components, except as the first
+    // character.
     static const KCHAR8* GetFileNameOnlySubSring(const KCHAR8* pszFilename);
 
-    // Events: a flag with memory; a trigger ends one wait. OK, TIMEOUT, CANCELED (also at once while cancelled) or FAIL.
+    // Events. A trigger ends one wait. If nobody waits, it stays pending and ends the next wait. A wait returns TStatus_OK
+    // after a trigger, TStatus_TIMEOUT, TStatus_CANCELED while the event is cancelled, or TStatus_FAIL. Every wait consumes
+    // a pending trigger.
     KBOOL32 Event_Create(HEvent& rhEvent);
-    KBOOL32 Event_Destroy(HEvent hEvent);  // nobody may be waiting
+    KBOOL32 Event_Destroy(HEvent hEvent);  // no thread may be waiting
     TStatus Event_Wait(HEvent hEvent, KUINT32 uiTimeOutMilliSeconds);
-    KBOOL32 Event_Trigger(HEvent hEvent);   // pending until a wait consumes it when nobody waits; FALSE while cancelled
-    KBOOL32 Event_Reset(HEvent hEvent);     // takes a pending trigger back
-    KBOOL32 Event_Cancel(HEvent hEvent);    // ends every wait and leaves a trigger pending; FALSE while cancelled
-    KBOOL32 Event_Activate(HEvent hEvent);  // ends the cancelled state
+    KBOOL32 Event_Trigger(HEvent hEvent);   // FALSE while cancelled
+    KBOOL32 Event_Reset(HEvent hEvent);     // drops a pending trigger
+    KBOOL32 Event_Cancel(HEvent hEvent);    // ends every wait and sets a pending trigger; FALSE while cancelled
+    KBOOL32 Event_Activate(HEvent hEvent);  // ends the cancelled state, keeps a pending trigger
 
-    // Signals: a pulse that ends every wait of the moment and remembers nothing; otherwise as events.
+    // Signals. A trigger ends every wait that has begun. If nobody waits, it has no effect. The results are those of events.
     KBOOL32 Signal_Create(HSignal& rhSignal);
     KBOOL32 Signal_Destroy(HSignal hSignal);
-    TStatus Signal_Wait(HSignal hSignal, KUINT32 uiTimeOutMilliSeconds, KUINT64 uiEventCount);  // the count is not used
+    TStatus Signal_Wait(HSignal hSignal, KUINT32 uiTimeOutMilliSeconds, KUINT64 uiEventCount);  // ignores the count
     KBOOL32 Signal_Trigger(HSignal hSignal);
     KBOOL32 Signal_Cancel(HSignal hSignal);
     KBOOL32 Signal_Activate(HSignal hSignal);
 
-    // Time: a busy wait (a sleep of whole milliseconds above 100000), a sleep, and the real-time clock.
+    // Time. WaitMicroSeconds is a busy wait up to 100000 us. Above that it sleeps for the whole milliseconds.
     static KBOOL32 WaitMicroSeconds(KUINT32 ui32MicroSeconds);
-    KBOOL32        SleepMilliSeconds(KUINT32 ui32MilliSeconds);  // FALSE when a signal cut it short
-    KUINT64        GetRawTimeInNs();                             // 0 when the clock cannot be read
+    KBOOL32        SleepMilliSeconds(KUINT32 ui32MilliSeconds);  // at most 4294967; FALSE when a signal cut it short
+    KUINT64        GetRawTimeInNs();                             // real-time clock; 0 when it cannot be read
     KUINT64        GetTimeInMs();
 
-    // Threads.
+    // Threads. Destroy frees the handle only: it neither joins nor detaches the thread.
     HCpuThreadId GetCurrentThreadId();
     KBOOL32      IsThreadIdEqual(HCpuThreadId hThreadIdA, HCpuThreadId hThreadIdB);
     KBOOL32      CpuThread_Create(PfnCpuThreadFunction pfnThreadFunction, void* pvUserData, HCpuThread& rhCpuThread);
-    KBOOL32      CpuThread_Join(const HCpuThread& rhCpuThread);  // the thread's result is not collected
-    KBOOL32      CpuThread_Destroy(HCpuThread hCpuThread);       // of the handle: neither joins nor detaches
+    KBOOL32      CpuThread_Join(const HCpuThread& rhCpuThread);  // drops the thread's result
+    KBOOL32      CpuThread_Destroy(HCpuThread hCpuThread);
 
-    // Spin locks, private to the process.
+    // Spin locks. They are private to the process.
     KBOOL32 SpinLock_Create(HSpinLock& rhSpinLock);
     KBOOL32 SpinLock_Destroy(HSpinLock hSpinLock);
     KBOOL32 SpinLock_Lock(HSpinLock hSpinLock);
     KBOOL32 SpinLock_Unlock(HSpinLock hSpinLock);
 
-    // Mutexes: recursive, released as often as acquired. An acquire that times out is FALSE, and so is the destruction of
-    // a held one, which then stays as it is.
+    // Recursive mutexes: the owner must release one as often as it acquired it. Acquire returns FALSE after the time-out.
+    // Destroy returns FALSE for a held mutex and leaves it usable.
     KBOOL32 Mutex_Create(HMutex& rhMutex);
     KBOOL32 Mutex_Destroy(HMutex hMutex);
     KBOOL32 Mutex_Acquire(HMutex hMutex, KUINT32 uiTimeOutMilliSeconds);
     KBOOL32 Mutex_Release(HMutex hMutex);
 
-    // Memory: the heap, physical memory (null where it cannot be mapped), and copies, source first. Non-paged memory does
-    // not exist in user space: always null, 0 and nothing.
+    // Memory. PagedMemory is the heap. NonPagedMemory does not exist in user space: its functions return null and 0 and do
+    // nothing. IoMap maps physical memory, or returns null. The copies always return TRUE.
     static void*   PagedMemory_Alloc(KUINTPTR uiSizeInBytes);  // null when the heap is exhausted
     static void    PagedMemory_Free(void* pvBuffer);
     void*          NonPagedMemory_Alloc(KUINTPTR uiSizeInBytes, HNonPagedMem* phNonPagedMem);
@@ -112,23 +115,24 @@ public:
     static KBOOL32 CopyFromUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
     static KBOOL32 CopyToUser(void* pvSource, void* pvDest, KUINT uiNbBytes);
 
-    // Pseudo-random numbers, another sequence every run. Threads that ask at once may get the same.
+    // Pseudo-random numbers. The sequence differs from run to run. Threads that ask at the same time may get the same
+    // number.
     static KUINT32 GetRandom();
     static KUINT32 GetRandomNonZero();
 
-    // Stack traces, which only a kernel client has: nothing is saved, and one line says so.
+    // Stack traces. User space has none: Save stores nothing, and Print and Dump write one line that says so.
     static KBOOL32 StackTrace_Create(HStackTrace& rhStackTrace);
     static KBOOL32 StackTrace_Destroy(HStackTrace hStackTrace);
     static KBOOL32 StackTrace_Save(HStackTrace hStackTrace);
     static void    StackTrace_Print(HStackTrace hStackTrace);
     static void    StackTrace_Dump();
 
-    // TRUE before the first construction: the hardware-access library is not started.
+    // With TRUE, the first object that is constructed does not start the hardware-access library.
     static void SetTestMode(KBOOL32 bTestMode);
 
-    KBOOL32      m_bInitialized;  // this instance was counted
+    KBOOL32      m_bInitialized;  // this object is part of ms_uiInstanceCount
     IOsServices* m_poIOsServices;
-    KUINT8       m_uiIrql;  // no meaning without an IOsServices
+    KUINT8       m_uiIrql;  // unused without an IOsServices
 
     static constexpr KUINT32 msc_uiMajorVer = 4;
     static constexpr KUINT32 msc_uiMinorVer = 12;
@@ -143,7 +147,7 @@ public:
     static KBOOL32 ms_bEnableErrorMsg;
     static KBOOL32 ms_bEnableUserMsg;
     static KBOOL32 ms_bEnableInfo;
-    static KUINT32 ms_uiOldRandomValue;  // 0: to be seeded
+    static KUINT32 ms_uiOldRandomValue;  // 0: the next call seeds it
 
 private:
     [[gnu::format(printf, 3, 4)]] static void FormatString(KCHAR8* pacBuf, KUINT32 uiBufSize, const KCHAR8* szFmt, ...);
@@ -152,7 +156,7 @@ private:
     static void                               WriteMsgInternal(const KCHAR8* pszMsg);
 };
 
-// Defined by the program, not by this library.
+// The program defines this object.
 extern OsServices g_oOsServices;
 
 #endif

@@ -1,4 +1,4 @@
-// The one way in which class OsServices makes and unmakes the objects behind its handles.
+// How class OsServices creates and destroys the objects behind its handles.
 #ifndef OS_SERVICES_MAKE_HANDLE_H
 #define OS_SERVICES_MAKE_HANDLE_H
 
@@ -6,8 +6,8 @@
 
 #include "QelTypes.h"
 
-// Allocates a block of that size and has fCreate make an object in it; TRUE when it did. On every failure, the heap's
-// among them, no block is left and the handle is null.
+// Allocates a block for the handle and calls fCreate to create the object in it. On failure, of the allocation or of
+// fCreate, frees the block, sets the handle to null and returns FALSE.
 template <class THandle, class TCreate> KBOOL32 MakeHandle(THandle& rhHandle, KUINT32 uiSizeInBytes, TCreate fCreate)
 {
     auto* const pui8Block = new (std::nothrow) KUINT8[uiSizeInBytes];
@@ -20,7 +20,7 @@ template <class THandle, class TCreate> KBOOL32 MakeHandle(THandle& rhHandle, KU
     return FALSE;
 }
 
-// Has fDestroy unmake the object, and frees the block when it did: an object that cannot be unmade keeps its block.
+// Calls fDestroy to destroy the object, then frees its block. If fDestroy fails, keeps the block and returns FALSE.
 template <class THandle, class TDestroy> KBOOL32 UnmakeHandle(THandle hHandle, TDestroy fDestroy)
 {
     if (!fDestroy(hHandle))

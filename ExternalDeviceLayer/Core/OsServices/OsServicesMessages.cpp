@@ -13,7 +13,7 @@ namespace
 {
 constexpr KUINT32 LINE_BUFFER_SIZE = 256;
 
-// The C layer takes an argument list; this makes one of plain arguments.
+// Passes its arguments to the C layer as an argument list.
 [[gnu::format(printf, 1, 2)]] void WriteFormatted(const KCHAR8* pszFormat, ...)
 {
     va_list argList;
@@ -65,7 +65,7 @@ void OsServices::WriteMsgOfLevel(KBOOL32 bIsEnabled, const KCHAR8* pszLevelTag, 
 
 void OsServices::WriteMsgInternal(const KCHAR8* pszMsg)
 {
-    // The line is finished: a percent sign that an argument brought into it is a character.
+    // The line is already formatted. A percent sign in it is plain text.
     WriteFormatted("%s", pszMsg);
 }
 

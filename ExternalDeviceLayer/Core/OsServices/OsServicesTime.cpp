@@ -3,7 +3,7 @@
 
 KBOOL32 OsServices::WaitMicroSeconds(KUINT32 ui32MicroSeconds)
 {
-    constexpr KUINT32 uiMicroSecondsMax = 100'000;  // a busy wait keeps the processor from everybody else
+    constexpr KUINT32 uiMicroSecondsMax = 100'000;  // a longer busy wait would block a processor
     if (ui32MicroSeconds <= uiMicroSecondsMax)
         return OsServices_WaitMicroSeconds(ui32MicroSeconds);
 

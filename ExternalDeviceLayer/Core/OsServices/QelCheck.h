@@ -1,16 +1,17 @@
-// The check convention: how every function reports a condition that does not hold.
+// The check convention: how every function reports a failed condition.
 //
-// A report is the error message "FILE(LINE) Assertion failed", then the hook QelTools_Assert. It never stops the process.
+// A report writes the error message "FILE(LINE) Assertion failed" and calls the hook QelTools_Assert. It never stops the
+// process.
 #ifndef QEL_CHECK_H
 #define QEL_CHECK_H
 
 #include "QelTypes.h"
 
-// Reports a failed check of that source file and line; pszFile is the path as the compiler was given it.
+// Reports a failed check. pszFile is the path of the source file, as in __FILE__.
 void QelCheckReport(const KCHAR8* pszFile, KINT32 iLine);
 
-// The abort form: a failed check ends the function at its one clean-up label, Qel_Abort, where every exit joins and
-// whatever was made is released in reverse order. The result that carries the failure is set before.
+// Reports a failed check and jumps to Qel_Abort, the one label at the end of the function. There the function releases
+// what it made, in reverse order. Set the result that the function returns before the check.
 #define QEL_CHECK_OR_ABORT(condition)           \
     do                                          \
     {                                           \
@@ -21,7 +22,7 @@ void QelCheckReport(const KCHAR8* pszFile, KINT32 iLine);
         }                                       \
     } while (false)
 
-// The assertion form: a failed check is reported, and the function carries on.
+// Reports a failed check and carries on.
 #define QEL_ASSERT(condition)                   \
     do                                          \
     {                                           \

@@ -23,7 +23,7 @@ XDevFpgaInfo ToFpgaInfo(const tagTBoard_FpgaInfo& roInfo)
 {
     const KUINT32 uiFpgaDevId = KUINT32{roInfo.ui16VendorID} << 16 | roInfo.ui16DevID;
 
-    // Packed versions have 8 bits for the build number; the rest of it is dropped.
+    // A packed version has 8 bits for the build number. Higher bits are dropped.
     const KUINT32 uiFpgaVersion =
         KUINT32{roInfo.uiVersionMajor} << 16 | KUINT32{roInfo.uiVersionMinor} << 8 | (roInfo.uiVersionBuild & 0xffu);
 
@@ -56,8 +56,8 @@ KBOOL32 IsFpgaFirmwareSupported(TDEVICE_OBJECT* hDev)
         if (oFpgaInfo.uiI2cAddress != FPGA_I2C_ADDRESS || oFpgaInfo.ui16VendorID != FPGA_VENDOR_ID)
             continue;
 
-        // What is carried on is whether the version is known: a firmware that is known as not supported ends the
-        // examination, and the answer is TRUE.
+        // bSupported receives whether the version is known. So a version that is known as not supported ends the loop, and
+        // the result is TRUE.
         if (!ToFpgaInfo(oFpgaInfo).IsSupported(bSupported))
             return bSupported;
     }

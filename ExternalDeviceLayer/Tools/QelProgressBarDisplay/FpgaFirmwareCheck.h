@@ -5,8 +5,9 @@
 #include "QelTypes.h"
 #include "Tavrin.h"
 
-// Examines the maker's FPGAs at the board's own address, in index order, up to the first that is not supported. TRUE
-// when there was one and the last that was examined has a known version, even one that is known as not supported.
+// Examines the maker's FPGAs at I2C address 0xd0, in index order, up to the first one that is not supported. Returns TRUE
+// if it examined any and the last one has a known version, even a version that is known as not supported. Prints a line if
+// the board has no FPGA.
 KBOOL32 IsFpgaFirmwareSupported(TDEVICE_OBJECT* hDev);
 
 #endif

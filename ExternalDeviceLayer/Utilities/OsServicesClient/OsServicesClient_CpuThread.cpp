@@ -18,8 +18,8 @@ SCpuThreadHandle& RecordOf(HCpuThread hCpuThread)
     return *reinterpret_cast<SCpuThreadHandle*>(hCpuThread);
 }
 
-// What a new thread is to run. It travels on the heap, as the handle's block has no room for it and the creator does not
-// wait: the thread owns it from its start.
+// What a new thread runs. It is on the heap because the handle's block has no space for it and the creator does not wait
+// for the thread. The thread owns it.
 struct SThreadStart
 {
     PfnCpuThreadFunction pfnThreadFunction;
@@ -30,7 +30,7 @@ void* RunThread(void* pvThreadStart)
 {
     auto* const        poThreadStart = static_cast<SThreadStart*>(pvThreadStart);
     const SThreadStart oThreadStart  = *poThreadStart;
-    delete poThreadStart;  // here, as the function may end the thread without a return
+    delete poThreadStart;  // before the call, because the function may end the thread
 
     oThreadStart.pfnThreadFunction(oThreadStart.pvUserData);
     return nullptr;

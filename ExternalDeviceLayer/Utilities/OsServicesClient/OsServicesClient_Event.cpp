@@ -3,23 +3,23 @@
 
 namespace
 {
-// A trigger, or a cancel, that finds blocked waits grants them their end by moving them from one count to the other, so
-// that a wake-up without a reason ends no wait and neither a reset nor an activation takes back an end once granted.
-// Which of the threads then waiting takes a grant is left open. A blocked wait and a pending trigger never meet.
+// A trigger grants one blocked wait its end, and a cancel grants all of them theirs: it moves them from uiBlocked to
+// uiGranted. A wait ends only by taking a grant. So a spurious wake-up ends no wait, and a later reset or activation cannot
+// take a grant back. Any waiting thread may take a grant. While a wait is blocked, no trigger is pending.
 struct SEventHandle
 {
-    pthread_mutex_t oMutex;  // guards what follows the condition
+    pthread_mutex_t oMutex;  // guards the fields after oCond
     pthread_cond_t  oCond;
-    KUINT32         bIsSignaled : 1;  // a trigger that no wait has consumed yet
-    KUINT32         uiGranted : 31;   // waits that may end, and whose threads have not run yet
-    KUINT32         bIsActive : 1;    // FALSE between a cancel and the next activation
-    KUINT32         uiBlocked : 31;   // waits that nothing has ended yet
+    KUINT32         bIsSignaled : 1;  // a trigger is pending
+    KUINT32         uiGranted : 31;   // waits that may end but have not returned yet
+    KUINT32         bIsActive : 1;    // FALSE from a cancel to the next activation
+    KUINT32         uiBlocked : 31;   // waits that have no grant
 };
 static_assert(sizeof(SEventHandle) == 96);
 
 using EventHold = RecordHold<SEventHandle>;
 
-// Moves waits from blocked to granted; the counts wrap at their 31 bits.
+// Moves waits from blocked to granted. The counts wrap at 31 bits.
 void Grant(SEventHandle& roEvent, KUINT32 uiCount)
 {
     roEvent.uiBlocked = (roEvent.uiBlocked - uiCount) & 0x7FFFFFFF;
@@ -37,7 +37,7 @@ TStatus WaitUntilGranted(SEventHandle& roEvent, KUINT32 uiTimeOutMilliSeconds)
     const TStatus eStatus =
         WaitOnCondition(roEvent.oMutex, roEvent.oCond, uiTimeOutMilliSeconds, [&roEvent] { return roEvent.uiGranted > 0; });
 
-    // Whoever leaves without a grant gives up a place among the blocked; when all were granted meanwhile, a grant.
+    // A wait that ends takes a grant. One that times out leaves uiBlocked instead, unless all waits have a grant by now.
     if (eStatus == TStatus_OK || roEvent.uiBlocked == 0)
     {
         --roEvent.uiGranted;
@@ -45,7 +45,7 @@ TStatus WaitUntilGranted(SEventHandle& roEvent, KUINT32 uiTimeOutMilliSeconds)
     }
 
     --roEvent.uiBlocked;
-    // A wait that times out may have used up the wake-up of another one.
+    // This wait may have received the wake-up that was meant for another one.
     if (roEvent.uiGranted > 0)
         pthread_cond_signal(&roEvent.oCond);
     return eStatus;
@@ -94,7 +94,7 @@ TStatus OsServices_Event_Wait(HEvent hEvent, KUINT32 uiTimeOutMilliSeconds)
     if (oEvent->bIsActive)
         eStatus = oEvent->bIsSignaled ? TStatus_OK : WaitUntilGranted(*oEvent, uiTimeOutMilliSeconds);
 
-    // Whatever its result, a wait consumes a pending trigger, also one that came after its own.
+    // Every wait consumes a pending trigger, whatever its result, and even if the trigger came after its own.
     oEvent->bIsSignaled = FALSE;
     return oEvent->bIsActive ? eStatus : TStatus_CANCELED;
 }
@@ -139,7 +139,7 @@ KBOOL32 OsServices_Event_Cancel(HEvent hEvent)
     if (pthread_cond_broadcast(&oEvent->oCond) == 0)
         return TRUE;
 
-    // The event stays inactive: only the wake-up failed.
+    // The event stays cancelled: only the wake-up failed.
     TakeBack(*oEvent, uiHandedOver);
     oEvent->bIsSignaled = FALSE;
     return FALSE;

@@ -17,7 +17,7 @@ std::FILE* OpenProcessFile(pid_t pPid, const char* pszFile)
     return std::fopen(szPath, "re");
 }
 
-// Appends a line to the text of uiLength characters and returns the length that it then has.
+// Appends the name and a line end to the text of uiLength characters, cut to the buffer. Returns the new length.
 KUINT32 AppendProcessName(pid_t pPid, KCHAR8* pszText, KUINT32 uiBufferSize, KUINT32 uiLength)
 {
     char szName[PROCESS_NAME_SIZE];
@@ -69,7 +69,7 @@ TStatus OsServices_GetProcessStack(KCHAR8* pszProcessStack, KUINT32 uiBufferSize
     if (uiBufferSize == 0)
         return TStatus_OK;
 
-    // Every line takes room, so this ends even where the parents of processes that come and go form a ring.
+    // Processes come and go meanwhile, so the parents may form a loop. Each line takes space, so the walk ends anyway.
     pid_t   pPid     = getpid();
     KUINT32 uiLength = AppendProcessName(pPid, pszProcessStack, uiBufferSize, 0);
     do

@@ -6,7 +6,7 @@ namespace
 {
 KUINT32 s_uiOwnState = 0;
 
-// Where the heap puts a block differs from run to run. The cut to 32 bits keeps the part that does.
+// The address of a heap block differs from run to run, in its low 32 bits too.
 KUINT32 SeedFromHeap()
 {
     void* const pvBlock = OsServices_PagedMemory_Alloc(1);

@@ -5,16 +5,16 @@ namespace
 {
 struct SSignalHandle
 {
-    pthread_mutex_t oMutex;  // guards what follows the condition
+    pthread_mutex_t oMutex;  // guards the fields after oCond
     pthread_cond_t  oCond;
-    KBOOL32         bIsActive;      // FALSE between a cancel and the next activation
-    KUINT32         uiPulseNumber;  // a wait is over when it is no longer the one that the wait began with; wraps
+    KBOOL32         bIsActive;      // FALSE from a cancel to the next activation
+    KUINT32         uiPulseNumber;  // a wait ends when this number changes; wraps
 };
 static_assert(sizeof(SSignalHandle) == 96);
 
 using SignalHold = RecordHold<SSignalHandle>;
 
-// Ends every wait of the moment, with the mutex held.
+// Ends every wait that has begun. The caller holds the mutex.
 KBOOL32 Pulse(SSignalHandle& roSignal)
 {
     ++roSignal.uiPulseNumber;

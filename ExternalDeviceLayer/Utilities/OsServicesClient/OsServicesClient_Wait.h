@@ -1,4 +1,4 @@
-// What the waiting objects of the C layer share: the deadline, and the wait on a condition until it.
+// What the objects behind handles share: the access to their record, the deadline, and the wait on a condition.
 #ifndef OS_SERVICES_CLIENT_WAIT_H
 #define OS_SERVICES_CLIENT_WAIT_H
 
@@ -12,33 +12,33 @@
 
 constexpr KUINT32 WAIT_WITHOUT_LIMIT = 0xFFFFFFFF;
 
-// The real-time clock; all 0 when it cannot be read.
+// Reads the real-time clock. Returns 0 seconds and nanoseconds on failure.
 timespec ReadRealTime();
 
-// The moment that many milliseconds from now, on the real-time clock. A clock that cannot be read gives a moment long
-// past: the wait ends at once instead of lasting for ever.
+// Returns the time that many milliseconds from now, on the real-time clock. If the clock cannot be read, that time is long
+// past, so the wait ends at once.
 timespec DeadlineAfter(KUINT32 uiTimeOutMilliSeconds);
 
-// Says on standard output that the named POSIX call took this deadline for an invalid argument.
+// Prints that the POSIX call rejected this deadline as an invalid argument.
 void PrintInvalidDeadline(const KCHAR8* pszCall, const timespec& roDeadline);
 
-// A mutex with a condition, both with default attributes; when the second cannot be made the first is unmade.
+// A mutex and a condition with default attributes. Create makes both, or neither and returns FALSE.
 KBOOL32 CreateMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 void    DestroyMutexAndCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond);
 
-// The record behind a handle.
+// The record that a handle points to, or null.
 template <class TRecord, class THandle> TRecord* RecordOf(THandle hHandle)
 {
     return reinterpret_cast<TRecord*>(hHandle);
 }
 
-// Calls a POSIX function on the record behind a handle. FALSE for a null handle, and when the call fails.
+// Calls a POSIX function on the record behind a handle. Returns FALSE for a null handle, or if the call fails.
 template <class TRecord, class THandle> KBOOL32 CallOnRecord(int (*pfnCall)(TRecord*), THandle hHandle)
 {
     return hHandle != nullptr && pfnCall(RecordOf<TRecord>(hHandle)) == 0 ? TRUE : FALSE;
 }
 
-// The record behind a handle, its mutex held for the length of a block; behind a null handle there is none.
+// Locks the mutex of the record behind a handle until the end of the block. Converts to false for a null handle.
 template <class TRecord> class RecordHold
 {
 public:
@@ -64,8 +64,9 @@ private:
     TRecord* const m_poRecord;
 };
 
-// Blocks until fIsOver says so: TStatus_OK. It is asked with the mutex held, after every wake-up, as a condition may
-// wake a thread without any reason; the deadline stays where it was.
+// Blocks until fIsOver returns true, and then returns TStatus_OK. Call it with the mutex held. fIsOver is called with the
+// mutex held, after every wake-up, because a condition may wake a thread without a reason. Returns TStatus_TIMEOUT at the
+// deadline, and TStatus_CANCELED or TStatus_FAIL when the wait fails without or with a time limit.
 template <class TIsOver>
 TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds, TIsOver fIsOver)
 {

@@ -1,4 +1,4 @@
-// Types of the OS services. A handle points at a block whose size the C layer reports and whose content it alone knows.
+// Types of the OS services. A handle points to a block whose content only the C layer knows.
 #ifndef OS_SERVICES_HANDLES_H
 #define OS_SERVICES_HANDLES_H
 
@@ -21,7 +21,7 @@ using HStackTrace = SHStackTrace*;
 using HCpuThreadId         = KUINT64;
 using PfnCpuThreadFunction = KUINT32 (*)(void* pvUserData);
 
-// Memory that stays where it is, with its physical address. User space has none: nothing fills this record here.
+// Memory at a fixed physical address. User space has none, so nothing fills this record.
 struct SNonPagedMem
 {
     KUINT64 pvLinearMapAddress;

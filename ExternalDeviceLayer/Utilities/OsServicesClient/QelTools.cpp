@@ -8,7 +8,7 @@
 
 namespace
 {
-// <cctype>'s _ISdigit on a little-endian machine: callers of QelTools_isDigit may see the bit itself.
+// _ISdigit of <ctype.h> on a little-endian machine. Callers of QelTools_isDigit may test the bit.
 constexpr KINT32 DIGIT_CLASS = 2048;
 
 constexpr KCHAR8 ToLowerAscii(KCHAR8 ch)
@@ -148,7 +148,7 @@ KUINT32 QelTools_RoundedDivision(KUINT32 uiDividend, KUINT32 uiDivider)
     if (uiDivider == 0)
         return 0;
 
-    // Half of an odd divider is no integer: there the remainder must exceed the half rounded down.
+    // The smallest remainder that is at least half of the divider.
     const KUINT32 uiRoundUpFrom = uiDivider / 2 + uiDivider % 2;
     return uiDividend / uiDivider + (uiDividend % uiDivider >= uiRoundUpFrom ? 1 : 0);
 }

@@ -18,14 +18,14 @@ constexpr KUINT32 OffsetInPage(KUINTPTR uiAddress)
     return static_cast<KUINT32>(uiAddress % PAGE_SIZE_IN_BYTES);
 }
 
-// Bytes of the whole pages that cover the range. It wraps at 32 bits, alike when a range is mapped and when it is unmapped.
+// The length of the whole pages that cover the range. It wraps at 32 bits, when mapping and when unmapping.
 constexpr KUINT32 LengthOfPages(KUINT32 uiOffsetInPage, KUINT32 uiLength)
 {
     const KUINT32 uiRaised = uiOffsetInPage + uiLength + (PAGE_SIZE_IN_BYTES - 1);
     return uiRaised - uiRaised % PAGE_SIZE_IN_BYTES;
 }
 
-// The mapping of whole pages of physical memory; MAP_FAILED when it is refused.
+// Maps whole pages of physical memory. Returns MAP_FAILED on failure.
 void* MapPages(KUINT64 uiPageAddress, KUINT32 uiLength)
 {
     const int iMemoryFile = open("/dev/mem", O_RDWR | O_CLOEXEC);

@@ -14,12 +14,11 @@ constinit pci_access* g_poQelVxdPciLibAccess = nullptr;
 
 namespace
 {
-// Where an error of the step under way goes; null when no step is.
+// Where an error of the running call jumps to. Null when no call is running.
 std::jmp_buf* s_poErrorExit = nullptr;
 
-// The PCI library reports what it cannot do, such as finding a bus at all, through this and must not get it back; its own
-// ends the process. Outside of a step somebody else called it, with a device that a lookup returned: the same words and
-// the same end as by the library's own.
+// The PCI library calls this on an error, such as a missing bus, and expects no return. The library's own handler ends the
+// process. So does this one if Succeeds is not running: then a caller used a device that a lookup returned.
 [[gnu::noreturn, gnu::format(printf, 1, 2)]] void EndStep(char* pszMessage, ...)
 {
     if (s_poErrorExit != nullptr)
@@ -36,7 +35,7 @@ std::jmp_buf* s_poErrorExit = nullptr;
 
 [[gnu::format(printf, 1, 2)]] void IgnoreWarning(char*, ...) {}
 
-// Runs one call of the PCI library; false when it ended with an error. Nothing with a destructor may live in here.
+// Runs one call of the PCI library. Returns false if it failed. No object here may have a destructor, because of longjmp.
 bool Succeeds(void (*pfnStep)(pci_access*), pci_access* poAccess)
 {
     std::jmp_buf oErrorExit;
@@ -51,7 +50,7 @@ bool Succeeds(void (*pfnStep)(pci_access*), pci_access* poAccess)
     return true;
 }
 
-// A new access object with its devices; null when the library cannot make it.
+// Makes an access object and finds its devices. Returns null on failure.
 pci_access* ScanPci()
 {
     pci_access* const poAccess = pci_alloc();

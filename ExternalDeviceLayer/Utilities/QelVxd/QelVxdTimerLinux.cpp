@@ -36,7 +36,7 @@ KUINT32 QelVxdPrivateLinuxTimer_Delay(KUINT32 dwDelay)
 
     while (ReadClock(oNow) && IsBefore(oNow, oEnd))
     {
-        // Neither asleep nor yielding: both come back too late for a delay of microseconds.
+        // Sleeping or yielding would return too late for a delay of microseconds.
     }
     return 1;
 }

@@ -3,21 +3,21 @@
 
 #include <cstddef>
 
-// The hook through which every container obtains and returns its storage. Without an installed allocator that is the
-// heap. The one who installs an allocator owns it, and keeps it installed while a block of its is out.
+// Every container gets and returns its storage through this hook. Without an installed allocator it uses the heap. Whoever
+// installs an allocator owns it, and keeps it installed until all its blocks are returned.
 class CKAllocator
 {
 public:
-    // What an allocator replaces; a null block is ignored. The base class passes both on to the installed allocator,
-    // and to the heap when there is none or when it is the installed one itself.
+    // An allocator overrides these two. Free ignores null. Those of the base class call the installed allocator, or use the
+    // heap if there is none or if this object is the installed one.
     virtual void* Alloc(size_t uiSizeInBytes);
     virtual void  Free(void* pvBlock);
 
     virtual ~CKAllocator() = default;
 
-    static void SetGlobalAllocator(CKAllocator* poAllocator) { m_poGlobalAllocator = poAllocator; }  // null: the heap
+    static void SetGlobalAllocator(CKAllocator* poAllocator) { m_poGlobalAllocator = poAllocator; }  // null selects the heap
 
-    // What the containers call.
+    // The containers call these two.
     static void* AllocBlock(size_t uiSizeInBytes);
     static void  FreeBlock(void* pvBlock);
 

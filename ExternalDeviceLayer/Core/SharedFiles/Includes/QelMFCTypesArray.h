@@ -12,15 +12,16 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
-// A growable, contiguous array of elements of type T, which are passed in as ARG.
+// A growable, contiguous array of elements of type T. Elements are passed in as ARG.
 //
-//  - It holds no storage until the first element. The first storage is exact; later growth adds the stored step, which
-//    is computed when it is 0: an eighth of the size, from 4 to 1024. Only SetSize(0) and FreeExtra shrink the storage.
-//  - Elements 0 to size - 1 are constructed (KConstructElements), storage beyond them is raw. They move from storage to
-//    storage as bytes, so T must bear that.
-//  - Growth goes through the virtual operations: a derived array may replace it.
-//  - An element that is passed in may be one of the array itself.
-//  - A broken contract is reported, and then does nothing. Storage is limited to 32 bits of bytes.
+//  - There is no storage before the first element. The first storage has exactly the requested size. Later growth adds the
+//    stored step. If the step is 0, it becomes an eighth of the size, but at least 4 and at most 1024. Only SetSize(0) and
+//    FreeExtra shrink the storage.
+//  - KConstructElements constructs the elements below the size. The storage above is raw. Growth copies the bytes of the
+//    elements to the new storage, so T must allow that.
+//  - Growth goes through the virtual functions, so a derived array may replace it.
+//  - An element that is passed in may be an element of the array itself.
+//  - A broken contract is reported, and the operation then does nothing. The storage stays below 4 GiB.
 // clang-format off
 template <class T, class ARG = const T&>
 class CKArray
@@ -30,12 +31,12 @@ public:
     CKArray(const CKArray& roOther) : CKArray()    { Copy(roOther); }
     CKArray& operator=(const CKArray& roOther)     { Copy(roOther); return *this; }
 
-    // These seven have their places in the virtual table in this order. nGrowBy becomes the stored step, -1 leaves it.
+    // The virtual table has these entries in this order. nGrowBy becomes the stored step, unless it is -1.
     virtual ~CKArray()                                             { ReturnStorage(); EmptyNoElement(); }
     virtual void SetSize(int nNewSize, int nGrowBy = -1);
     virtual void SetCount(unsigned int uiNewCount, int nGrowBy = -1) { SetSize(static_cast<int>(uiNewCount), nGrowBy); }
-    virtual void FreeExtra();                                      // capacity becomes size
-    virtual void SetAtGrow(int iIndex, ARG oElement);              // at the size: appends
+    virtual void FreeExtra();                                      // cuts the capacity to the size
+    virtual void SetAtGrow(int iIndex, ARG oElement);              // appends if iIndex is the size
     virtual void SetAtGrow(unsigned int uiIndex, ARG oElement)     { SetAtGrow(static_cast<int>(uiIndex), oElement); }
 
     int          GetSize() const         { return m_iSize; }
@@ -46,8 +47,8 @@ public:
     unsigned int GetUpperBoundU() const  { return GetCount() - 1; }
     KBOOL32      IsEmpty() const         { return m_iSize == 0; }
 
-    // An index outside the array is reported and refers to an element of nobody's, in its first state. What is written
-    // there is gone with the array, if not before.
+    // An index outside the array is reported. It refers to a spare element in its initial state. What is written there is
+    // lost.
     const T& GetAt(int iIndex) const                 { return IsInside(iIndex) ? m_poData[iIndex] : NoElement(); }
     T&       ElementAt(int iIndex)                   { return IsInside(iIndex) ? m_poData[iIndex] : NoElement(); }
     const T& operator[](int iIndex) const            { return GetAt(iIndex); }
@@ -56,7 +57,7 @@ public:
     T&       operator[](unsigned int uiIndex)        { return ElementAt(static_cast<int>(uiIndex)); }
     void     SetAt(int iIndex, ARG oElement)         { if (IsInside(iIndex)) m_poData[iIndex] = oElement; }
 
-    // For the length of the next call that changes the size.
+    // These pointers are valid until the next call that changes the size.
     const T* GetData() const  { return m_poData; }
     T*       GetData()        { return m_poData; }
     const T* Begin() const    { return m_poData; }
@@ -64,15 +65,15 @@ public:
     const T* End() const      { return m_poData + m_iSize; }
     T*       End()            { return m_poData + m_iSize; }
 
-    // Adding and removing. Where an index is returned it is that of the first element added.
-    int     Add(ARG oElement);                 // -1: nothing was added
-    KBOOL32 AddIfNotPresent(ARG oElement);     // TRUE: it was not
+    // Adding and removing. Add and Append return the index of the first element added.
+    int     Add(ARG oElement);                 // -1 if nothing was added
+    KBOOL32 AddIfNotPresent(ARG oElement);     // TRUE if it was added
     int     Append(const CKArray& roOther);
     void    Copy(const CKArray& roOther);
-    void    InsertAt(int iIndex, ARG oElement, int iCount = 1);  // beyond the end: grows to there
-    void    RemoveAt(int iIndex, int iCount = 1);                // what there is of these
+    void    InsertAt(int iIndex, ARG oElement, int iCount = 1);  // grows to an index beyond the end
+    void    RemoveAt(int iIndex, int iCount = 1);                // stops at the end
     void    RemoveAll()                        { SetSize(0, -1); }
-    void    RemoveDuplicates();                // the first of equals stays
+    void    RemoveDuplicates();                // keeps the first of equal elements
 
     int     Find(ARG oElement, int iStart = 0) const;  // an index, or -1
     KBOOL32 IsPresent(ARG oElement) const      { return Find(oElement) >= 0; }
@@ -81,14 +82,14 @@ public:
     bool operator==(const CKArray& roOther) const;
     bool operator!=(const CKArray& roOther) const  { return !(*this == roOther); }
 
-    // As sets: what both hold, what either holds; in the order of first appearance, without duplicates.
+    // Intersection and union, without duplicates, in the order of first appearance.
     CKArray& operator&=(const CKArray& roOther);
     CKArray& operator|=(const CKArray& roOther);
 
     T*  m_poData   = nullptr;  // null while there is no storage
     int m_iSize    = 0;        // elements in use
     int m_iMaxSize = 0;        // elements that the storage holds
-    int m_iGrowBy  = 0;        // step in elements; 0: computed at the next growth
+    int m_iGrowBy  = 0;        // step in elements; the next growth computes it if it is 0
 
 private:
     static constexpr KINT64 MAX_STORAGE = std::min<KINT64>(
@@ -106,7 +107,7 @@ private:
     template <class TIsKept>
     void KeepOnly(TIsKept fIsKept);
 
-    static inline constinit thread_local T* ms_poNoElement = nullptr;  // the thread's, once it asked for it
+    static inline constinit thread_local T* ms_poNoElement = nullptr;  // of this thread; null before its first use
 };
 // clang-format on
 
@@ -163,7 +164,7 @@ template <class T, class ARG> void CKArray<T, ARG>::SetAtGrow(int iIndex, ARG oE
     if (!bIsPossible)
         return;
 
-    // Growth moves the storage, and an element of the array with it.
+    // Growth moves the storage, and oElement with it if it is an element of this array.
     const int iOwnIndex = OwnIndexOf(std::addressof(oElement));
     if (iIndex >= m_iSize)
         SetSize(iIndex + 1, -1);
@@ -194,7 +195,7 @@ template <class T, class ARG> KBOOL32 CKArray<T, ARG>::AddIfNotPresent(ARG oElem
 template <class T, class ARG> int CKArray<T, ARG>::Append(const CKArray& roOther)
 {
     const int    iFirst = m_iSize;
-    const int    iAdded = roOther.m_iSize;  // not more, when it is this array itself
+    const int    iAdded = roOther.m_iSize;  // read before the growth, since roOther may be this array
     const KINT64 iTotal = KINT64{iFirst} + iAdded;
     if (iAdded == 0 || !IsStoragePossible(iTotal))
         return iFirst;
@@ -222,13 +223,13 @@ template <class T, class ARG> void CKArray<T, ARG>::InsertAt(int iIndex, ARG oEl
     if (!bIsPossible || iCount == 0 || !IsStoragePossible(iNewSize))
         return;
 
-    const T   oCopy = oElement;  // one of the array would move, maybe twice
+    const T   oCopy = oElement;  // an element of this array would move
     const int iTail = std::max(m_iSize - iIndex, 0);
     SetSize(static_cast<int>(iNewSize), -1);
     if (m_iSize != iNewSize)
         return;
 
-    // The added elements are at the end: they are unmade, the tail takes their place, and the gap is made anew.
+    // The new elements are at the end. Destroy them, move the tail to their place and construct the gap.
     T* poGap = m_poData + iIndex;
     KDestructElements<T>(m_poData + (m_iSize - iCount), iCount);
     QelTools_memmove(poGap + iCount, poGap, static_cast<KUINT32>(sizeof(T) * static_cast<KUINT32>(iTail)));
@@ -289,7 +290,7 @@ template <class T, class ARG> CKArray<T, ARG>& CKArray<T, ARG>::operator|=(const
     return *this;
 }
 
-// What an index outside any array refers to: made anew each time, so nobody finds there what another one left.
+// Returns the spare element that an index outside the array refers to, in its initial state.
 template <class T, class ARG> T& CKArray<T, ARG>::NoElement()
 {
     struct SElement
@@ -314,7 +315,7 @@ template <class T, class ARG> T& CKArray<T, ARG>::NoElement()
     return *s_oElement.Get();
 }
 
-// Takes back what was written there: an element that kept a block would outlive the allocator that the block is from.
+// Resets the spare element. A block that it kept could outlive the allocator of that block.
 template <class T, class ARG> void CKArray<T, ARG>::EmptyNoElement()
 {
     if (ms_poNoElement == nullptr)
@@ -331,7 +332,7 @@ template <class T, class ARG> bool CKArray<T, ARG>::IsInside(int iIndex) const
     return bIsInside;
 }
 
-// The index of an element that lies in the array's own storage, otherwise -1.
+// Returns the index of an element of this array, or -1 for any other object.
 template <class T, class ARG> int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
 {
     const std::less<const void*> oIsBefore;
@@ -347,7 +348,7 @@ template <class T, class ARG> bool CKArray<T, ARG>::IsStoragePossible(KINT64 iMa
     return bIsPossible;
 }
 
-// Moves the elements in use into storage for exactly that many, none for 0.
+// Moves the elements into new storage for exactly iMaxSize elements, or returns the storage if iMaxSize is 0.
 template <class T, class ARG> void CKArray<T, ARG>::MoveToStorage(int iMaxSize)
 {
     T* poNew = nullptr;
@@ -371,7 +372,7 @@ template <class T, class ARG> void CKArray<T, ARG>::ReturnStorage()
     m_iMaxSize = 0;
 }
 
-// Drops every element that is not kept; fIsKept sees the kept ones in front of the one it is asked about.
+// Removes every element for which fIsKept(index) is false. All elements before that index have been kept.
 template <class T, class ARG> template <class TIsKept> void CKArray<T, ARG>::KeepOnly(TIsKept fIsKept)
 {
     for (int i = 0; i < m_iSize;)

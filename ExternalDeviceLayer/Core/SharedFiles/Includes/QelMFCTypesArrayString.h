@@ -4,11 +4,11 @@
 #include "QelMFCTypesArray.h"
 #include "QelMFCTypesString.h"
 
-// An array of strings that takes a text apart and puts it together. Null texts count as empty.
+// An array of strings that splits and joins texts. A null text counts as empty.
 class CKArrayString : public CKArray<CKString, const CKString&>
 {
 public:
-    // Appends the tokens between runs of separators, without empty ones; returns the number of elements then.
+    // Appends the tokens between runs of separators. No token is empty. Returns the new number of elements.
     KINT32 InitFromString(const KCHAR8* pszText, const KCHAR8* pszSeparators);
 
     CKString Join(const KCHAR8* pszSeparator) const;

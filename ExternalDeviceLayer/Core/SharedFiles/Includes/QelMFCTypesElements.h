@@ -9,8 +9,8 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
-// How an array makes elements out of raw storage and unmakes them, one pair per element type. These two serve plain
-// records, which begin as zero bytes and need no unmaking; a type that owns something brings its own specialization.
+// Construct and destroy array elements in raw storage. These two serve plain records, which start as zero bytes and need no
+// destruction. A type that owns something needs its own specializations.
 template <class T> void KConstructElements(T* poFirst, int iCount)
 {
     static_assert(std::is_trivially_copyable_v<T>, "a type that owns something needs its own pair of element helpers");

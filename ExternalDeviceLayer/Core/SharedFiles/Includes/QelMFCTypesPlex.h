@@ -3,18 +3,18 @@
 
 #include "QelTypes.h"
 
-// The header of one raw block in a chain of such, for block allocators; the block's data follows it.
+// The header of a raw block in a chain, for block allocators. The data of the block follows the header.
 struct CKPlex
 {
     CKPlex* m_poNext;
 
     void* GetData() { return this + 1; }
 
-    // Puts a block for nMax elements of cbElement bytes in front of the chain. Null, and the chain is as it was, when a
-    // size is 0 (reported) or there is no block to be had.
+    // Allocates a block for nMax elements of cbElement bytes and puts it in front of the chain. Returns null and leaves the
+    // chain unchanged if a size is 0, which is reported, or if the allocator returns null.
     static CKPlex* Create(CKPlex*& rpoHead, KUINT32 nMax, KUINT32 cbElement);
 
-    // Returns this block and all that follow it.
+    // Frees this block and all blocks after it.
     void FreeDataChain();
 };
 

@@ -11,29 +11,29 @@
 #include "QelTools.h"
 #include "QelTypes.h"
 
-// A text of 8-bit characters, always terminated, whose buffer is shared between copies until one of them writes.
+// A string of 8-bit characters, always terminated. Copies share one buffer until one of them writes.
 //
-//  - A buffer is one block, exactly as large as asked for: a header, the characters, a terminator. The empty string
-//    holds none: it points at constant data that is never written, counted or freed.
-//  - Copies share, whoever writes takes a private buffer first. Counts are plain: a string and all that share its
-//    buffer belong to one thread at a time.
-//  - A locked buffer has one owner. Copies from it are deep, and what is assigned to it is copied into it. It stays locked
-//    when it has room for that, and also when a longer CKString makes it grow. The empty text releases it. Every other
-//    reallocation, that for a longer text of characters too, makes a buffer that is not locked.
-//  - Appending makes no slack; only AppendFormat at least doubles.
-//  - Texts may be null (empty) but where a table says otherwise, and may lie in the string itself; not so the arguments
-//    of a format, which is formatted straight into the buffer.
-//  - A broken contract is reported, and then does nothing or is cut to what there is.
+//  - A buffer is one block of exactly the requested size: a header, the characters and a terminator. The empty string has
+//    no buffer. It points to constant data that is never written, counted or freed.
+//  - A string takes a private buffer before it writes. The reference counts are not atomic, so use a string and its copies
+//    from one thread at a time.
+//  - A locked buffer belongs to one string, and copies of that string get their own buffer. An assignment copies into the
+//    locked buffer. If the new text is too long, the string gets a larger buffer, which is locked only if a CKString was
+//    assigned. Assigning an empty text releases the buffer. Every other reallocation gives a buffer that is not locked.
+//  - Appending reserves no spare capacity. Only AppendFormat grows the capacity, at least to double.
+//  - A text argument may be null, which counts as empty, unless its function says otherwise. It may lie in the string
+//    itself, except as an argument of a format.
+//  - A broken contract is reported. The operation then does nothing, or limits its arguments to what is possible.
 // clang-format off
 class CKString
 {
 public:
-    // In front of the characters of every buffer.
+    // The header of a buffer. The characters follow it.
     struct SMetaData
     {
-        KINT32 iRefs;         // strings that share the buffer; -1: locked, or the empty string's
+        KINT32 iRefs;         // strings that share the buffer; -1 if it is locked or the empty string
         KINT32 iDataLength;   // characters before the terminator
-        KINT32 iAllocLength;  // characters that fit, the terminator not counted
+        KINT32 iAllocLength;  // capacity in characters, without the terminator
 
         KCHAR8*       GetStrData()       { return reinterpret_cast<KCHAR8*>(this + 1); }
         const KCHAR8* GetStrData() const { return reinterpret_cast<const KCHAR8*>(this + 1); }
@@ -44,7 +44,7 @@ public:
     CKString() : m_pchData(const_cast<KCHAR8*>(m_pszNil)) {}
     CKString(const CKString& rstrSource);
     CKString(const KCHAR8* pszText);
-    CKString(KCHAR8 ch, KINT32 iCount);   // a negative count is 0
+    CKString(KCHAR8 ch, KINT32 iCount);   // a negative count counts as 0
     CKString(KCHAR8 ch, KUINT32 uiCount);
     ~CKString();
 
@@ -61,7 +61,7 @@ public:
     friend CKString operator+(const CKString& rstrA, KCHAR8 chB);
     friend CKString operator+(KCHAR8 chA, const CKString& rstrB);
 
-    // Reading. An index may reach the terminator; one beyond is reported and reads as NUL.
+    // Reading. The index of the terminator is valid. An index outside the string is reported and reads as NUL.
     KINT32           GetLength() const                 { return GetMetaData()->iDataLength; }
     KUINT32          GetLengthU() const                { return static_cast<KUINT32>(GetLength()); }
     KINT32           GetAllocLength() const            { return GetMetaData()->iAllocLength; }
@@ -74,8 +74,8 @@ public:
     const KCHAR8*    c_str() const                     { return m_pchData; }
     const SMetaData* GetMetaData() const               { return reinterpret_cast<const SMetaData*>(m_pchData) - 1; }
 
-    // Comparing: below, at or above 0 as in C. The operators compare the characters, not the pointers that a string
-    // converts to.
+    // Comparing. The two functions return a number below, at or above 0, as strcmp does. The operators compare characters,
+    // not pointers.
     KINT32 Compare(const KCHAR8* pszOther) const       { return QelTools_strcmp(m_pchData, OrEmpty(pszOther)); }
     KINT32 CompareNoCase(const KCHAR8* pszOther) const { return QelTools_stricmp(m_pchData, OrEmpty(pszOther)); }
 
@@ -84,11 +84,11 @@ public:
     friend auto operator<=>(const CKString& rstrA, const CKString& rstrB) { return rstrA.View() <=> rstrB.View(); }
     friend auto operator<=>(const CKString& rstrA, const KCHAR8* pszB)    { return rstrA.View() <=> OrEmpty(pszB); }
 
-    // ASCII letters only; every other byte is returned as it is.
+    // These change ASCII letters only.
     static KCHAR8 ToUpper(KCHAR8 ch) { return ch >= 'a' && ch <= 'z' ? static_cast<KCHAR8>(ch - ('a' - 'A')) : ch; }
     static KCHAR8 ToLower(KCHAR8 ch) { return ch >= 'A' && ch <= 'Z' ? static_cast<KCHAR8>(ch + ('a' - 'A')) : ch; }
 
-    // Searching: an index, or -1. A negative start is reported and counts as 0; a searched text must not be null.
+    // Searching. These return an index, or -1. A negative start is reported and counts as 0. pszText must not be null.
     KINT32 Find(KCHAR8 ch, KINT32 iStart = 0) const;
     KINT32 Find(const KCHAR8* pszText, KINT32 iStart = 0) const;
     KINT32 FindNoCase(KCHAR8 ch, KINT32 iStart = 0) const;
@@ -98,8 +98,8 @@ public:
     KINT32 CountOf(KCHAR8 ch) const;
     KINT32 CountOfNoCase(KCHAR8 ch) const;
 
-    // Extracting; what is the whole string shares its buffer. Negative numbers count as 0, a first character beyond the
-    // end is reported.
+    // Extracting. The result shares the buffer if it is the whole string. Negative numbers count as 0. If iFirst is beyond
+    // the end, that is reported and the result is empty.
     CKString Mid(KINT32 iFirst, KINT32 iCount) const;
     CKString Mid(KINT32 iFirst) const;
     CKString Left(KINT32 iCount) const;
@@ -109,9 +109,9 @@ public:
     CKString Left(KUINT32 uiCount) const                 { return Left(ToSigned(uiCount)); }
     CKString Right(KUINT32 uiCount) const                { return Right(ToSigned(uiCount)); }
 
-    // Changing in place. An insertion returns the new length and takes any index to the nearest that there is; a
-    // deletion returns the length before.
-    void      Empty();  // a locked buffer is kept
+    // Changing in place. Insert returns the new length, and moves an index outside the string to the nearer end. Delete
+    // returns the length before the deletion.
+    void      Empty();  // keeps a locked buffer
     void      SetAt(KINT32 iIndex, KCHAR8 ch);
     CKString& TrimLeft(const KCHAR8* pszSet);
     CKString& TrimRight(const KCHAR8* pszSet);
@@ -120,39 +120,39 @@ public:
     KINT32    Insert(KINT32 iIndex, const KCHAR8* pszText);
     KINT32    Delete(KINT32 iIndex, KINT32 iCount = 1);
     KINT32    Delete(KUINT32 uiIndex, KUINT32 uiCount = 1) { return Delete(ToSigned(uiIndex), ToSigned(uiCount)); }
-    CKString& MakeUpper();    // ASCII letters
+    CKString& MakeUpper();    // ASCII letters only
     CKString& MakeLower();
     CKString& MakeReverse();
 
-    // Formatting; the format must not be null. What the formatter cannot make leaves an empty string, or nothing
-    // appended. The text is formatted straight into the buffer, so no argument may lie in the string itself:
+    // Formatting. The format must not be null. If the formatter fails, Format leaves an empty string, and AppendFormat
+    // appends nothing. The text is formatted straight into the buffer, so no argument may lie in the string itself:
     // s.Format("%s", s.c_str()) reads what it overwrites. Format into another string and assign that.
-    [[gnu::format(printf, 2, 3)]] void Format(const KCHAR8* pszFormat, ...);                // no argument of its own text
-    [[gnu::format(printf, 2, 0)]] void FormatV(const KCHAR8* pszFormat, va_list argList);        // the same
-    [[gnu::format(printf, 2, 3)]] void AppendFormat(const KCHAR8* pszFormat, ...);               // the same
-    [[gnu::format(printf, 2, 0)]] void AppendFormatV(const KCHAR8* pszFormat, va_list argList);  // the same
+    [[gnu::format(printf, 2, 3)]] void Format(const KCHAR8* pszFormat, ...);
+    [[gnu::format(printf, 2, 0)]] void FormatV(const KCHAR8* pszFormat, va_list argList);
+    [[gnu::format(printf, 2, 3)]] void AppendFormat(const KCHAR8* pszFormat, ...);
+    [[gnu::format(printf, 2, 0)]] void AppendFormatV(const KCHAR8* pszFormat, va_list argList);
 
-    // Upper bound for the length of the formatted text, for when the formatter does not say it.
+    // Returns an upper bound for the length of the formatted text. Needed when the formatter fails.
     static KINT32 GetFormattedLength(const KCHAR8* pszFormat, va_list argList);
 
-    // The buffer itself. After GetBuffer(n) the caller may write n characters, until ReleaseBuffer fixes the length
-    // (-1: up to the first NUL). GetBuffer(0) of the empty string must not be written.
+    // Direct access. After GetBuffer(n) the caller may write n characters. Then ReleaseBuffer sets the length (-1: up to the
+    // first NUL). Do not write to the result of GetBuffer(0) of the empty string.
     KCHAR8* GetBuffer(KINT32 iMinAllocLength);
     KCHAR8* GetBuffer(KUINT32 uiMinAllocLength)       { return GetBuffer(ToSigned(uiMinAllocLength)); }
     KCHAR8* GetBufferSetLength(KINT32 iLength);
     KCHAR8* GetBufferSetLength(KUINT32 uiLength)      { return GetBufferSetLength(ToSigned(uiLength)); }
     void    ReleaseBuffer(KINT32 iLength = -1);
-    void    FreeExtra();     // capacity becomes length
+    void    FreeExtra();     // cuts the capacity to the length
     KCHAR8* LockBuffer();
     void    UnlockBuffer();
 
-    // The tokens between runs of delimiters; the delimiters are borrowed.
+    // Iterate over the tokens between runs of delimiters. pszDelimiters must outlive the iterators.
     CIterator Begin(const KCHAR8* pszDelimiters) const;
     CIterator End() const;
 
-    KCHAR8* m_pchData;  // the first character, behind the header; never null
+    KCHAR8* m_pchData;  // the first character, after the header; never null
 
-    static const KINT32           m_aiInitData[4];  // the empty string: a header, a word whose first byte is the text
+    static const KINT32           m_aiInitData[4];  // the empty string: a header and a word of zero bytes
     static const SMetaData* const m_poDataNil;
     static const KCHAR8* const    m_pszNil;
     static const CKString* const  m_poEmptyString;
@@ -160,15 +160,15 @@ public:
 private:
     static constexpr KINT32 MAX_LENGTH = std::numeric_limits<KINT32>::max() - 1;
 
-    // Sums and unsigned numbers that exceed a length become one that no buffer may have: AllocData reports it.
+    // These limit their result to 2147483647. That is one more than MAX_LENGTH, so AllocData reports it.
     static KINT32        ToSigned(KUINT32 uiValue);
     static KINT32        AddLengths(KINT32 iA, KINT32 iB);
     static const KCHAR8* OrEmpty(const KCHAR8* pszText) { return pszText != nullptr ? pszText : m_pszNil; }
-    static KINT32        LengthOf(const KCHAR8* pszText);  // more than a string holds for a text of 2 GiB
+    static KINT32        LengthOf(const KCHAR8* pszText);
 
     bool             IsNil() const        { return m_pchData == m_pszNil; }
     bool             IsLocked() const     { return !IsNil() && GetMetaData()->iRefs < 0; }
-    bool             Holds(const KCHAR8* pszText) const;  // the text lies in the string's own buffer
+    bool             Holds(const KCHAR8* pszText) const;  // whether pszText lies in this buffer
     SMetaData*       GetWritableMetaData() { return reinterpret_cast<SMetaData*>(m_pchData) - 1; }
     std::string_view View() const         { return {m_pchData, GetLengthU()}; }
 
@@ -192,8 +192,8 @@ private:
 };
 // clang-format on
 
-// Walks the tokens of a private copy of the text; all null is the end. Iterators that were copied share that text until
-// one of them advances.
+// Iterates over the tokens of a private copy of a text. At the end, all four pointers are null. Copies of an iterator share
+// the text until one of them advances.
 // clang-format off
 class CKString::CIterator
 {
@@ -206,15 +206,15 @@ public:
 
     CIterator& operator++();
     CIterator  operator++(int);
-    CKString   operator*() const { return CKString(m_pszToken); }  // empty at the end
-    bool       operator==(const CIterator& roOther) const;         // by content
+    CKString   operator*() const { return CKString(m_pszToken); }  // an empty string at the end
+    bool       operator==(const CIterator& roOther) const;         // compares the contents
     bool       operator!=(const CIterator& roOther) const { return !(*this == roOther); }
 
-    void Reset();  // to the end
+    void Reset();  // moves to the end
 
-    const KCHAR8* m_pszDelimiters = nullptr;  // borrowed
-    CKString*     m_poSource      = nullptr;  // owned; the tokens are cut out of its buffer
-    KCHAR8*       m_pszContext    = nullptr;  // where the next token is looked for
+    const KCHAR8* m_pszDelimiters = nullptr;  // not owned
+    CKString*     m_poSource      = nullptr;  // owned; its buffer holds the tokens
+    KCHAR8*       m_pszContext    = nullptr;  // where the search for the next token starts
     KCHAR8*       m_pszToken      = nullptr;
 
 private:

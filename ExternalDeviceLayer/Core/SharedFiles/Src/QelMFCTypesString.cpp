@@ -1,4 +1,4 @@
-// The buffer of a string: who shares it, who may write it, when it is another one.
+// The buffer of a string: sharing, writing and reallocation.
 #include "QelMFCTypesString.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ const KINT32                     CKString::m_aiInitData[4] = {-1, 0, 0, 0};
 const CKString::SMetaData* const CKString::m_poDataNil     = reinterpret_cast<const SMetaData*>(m_aiInitData);
 const KCHAR8* const              CKString::m_pszNil        = reinterpret_cast<const KCHAR8*>(m_aiInitData + 3);
 
-// A string is one pointer to its characters, so the pointer to the empty text is an empty string as it stands.
+// A string consists of one pointer to its characters. So the pointer m_pszNil itself serves as an empty string.
 const CKString* const CKString::m_poEmptyString = reinterpret_cast<const CKString*>(&m_pszNil);
 
 static_assert(sizeof(CKString) == sizeof(KCHAR8*) && sizeof(CKString::SMetaData) == 12);
@@ -132,7 +132,7 @@ KCHAR8* CKString::GetBuffer(KINT32 iMinAllocLength)
     QEL_ASSERT(iMinAllocLength >= 0);
     if (iMinAllocLength > GetAllocLength() || GetMetaData()->iRefs > 1)
     {
-        // Also a caller who asked for too much gets a buffer that nobody else reads.
+        // If the size is impossible, the caller still gets a private buffer.
         if (!Reallocate(std::max(GetLength(), iMinAllocLength)))
             CopyBeforeWrite();
     }
@@ -154,7 +154,7 @@ void CKString::ReleaseBuffer(KINT32 iLength)
     CopyBeforeWrite();
     if (iLength == -1)
     {
-        // The caller may have filled the buffer up to its end, which then has no terminator before the block's own.
+        // The caller may have filled the whole capacity, so the search for a NUL stops there.
         const auto oWritten = std::string_view(m_pchData, GetAllocLengthU());
         iLength             = static_cast<KINT32>(std::min(oWritten.find('\0'), oWritten.size()));
     }
@@ -183,8 +183,8 @@ void CKString::UnlockBuffer()
         GetWritableMetaData()->iRefs = 1;
 }
 
-// Gives a string without a buffer one for exactly that many characters. Their number is its length already, their
-// values are the caller's to set. A length that no buffer may have is reported: the string stays empty, false.
+// Gives an empty string a buffer and sets its length. The caller must set the characters. Reports an impossible length,
+// leaves the string empty and returns false.
 bool CKString::AllocData(KINT32 iLength)
 {
     const bool bIsPossible = iLength >= 0 && iLength <= MAX_LENGTH;
@@ -199,7 +199,7 @@ bool CKString::AllocData(KINT32 iLength)
     return true;
 }
 
-// Gives the share in the buffer back and leaves the pointer to it as it is.
+// Releases the buffer, but leaves m_pchData pointing to it.
 void CKString::ReleaseData()
 {
     if (IsNil())
@@ -222,8 +222,8 @@ void CKString::Swap(CKString& rstrOther)
     std::swap(m_pchData, rstrOther.m_pchData);
 }
 
-// Moves the text into a buffer of its own for exactly that many characters, at least its length. False: nothing
-// changed.
+// Copies the text into a new buffer with a capacity of iAllocLength, which must not be below the length. Returns false and
+// changes nothing if that capacity is impossible.
 bool CKString::Reallocate(KINT32 iAllocLength)
 {
     CKString strNew;
@@ -243,7 +243,8 @@ void CKString::CopyBeforeWrite()
     QEL_ASSERT(GetMetaData()->iRefs <= 1);
 }
 
-// A buffer of the string's own for that many characters, whatever it held before. False: nothing changed.
+// Makes the buffer private and large enough for iLength characters. May drop the text. Returns false and changes nothing
+// if that length is impossible.
 bool CKString::AllocBeforeWrite(KINT32 iLength)
 {
     if (GetMetaData()->iRefs <= 1 && iLength <= GetAllocLength())
@@ -266,14 +267,14 @@ void CKString::AssignCopy(KINT32 iLength, const KCHAR8* pszText)
     if (pszText == m_pchData)
         return;
 
-    // A part of the string itself is never longer than its buffer: what is released below has another owner.
+    // If pszText lies in this string, it fits. Then only a shared buffer is replaced, and another string keeps that one.
     if (!AllocBeforeWrite(iLength))
         return;
     QelTools_memmove(m_pchData, pszText, static_cast<KUINT32>(iLength));
     SetLength(iLength);
 }
 
-// Makes a string without a buffer the sum of two texts.
+// Sets an empty string to the concatenation of two texts.
 void CKString::ConcatCopy(KINT32 iLengthA, const KCHAR8* pszA, KINT32 iLengthB, const KCHAR8* pszB)
 {
     if (AddLengths(iLengthA, iLengthB) == 0 || !AllocData(AddLengths(iLengthA, iLengthB)))
@@ -296,14 +297,14 @@ void CKString::ConcatInPlace(KINT32 iLength, const KCHAR8* pszText)
         return;
     }
 
-    // The old buffer lives until the end of this block: the text may lie in it.
+    // pszText may lie in the old buffer. strJoined frees that one when this function returns.
     CKString strJoined;
     strJoined.ConcatCopy(GetLength(), m_pchData, iLength, pszText);
     if (!strJoined.IsNil())
         Swap(strJoined);
 }
 
-// Length and terminator, cut to the capacity; the one place that writes them, and the empty string's are not written.
+// Sets the length, cut to the capacity, and the terminator. Does nothing if there is no buffer.
 void CKString::SetLength(KINT32 iLength)
 {
     if (IsNil())

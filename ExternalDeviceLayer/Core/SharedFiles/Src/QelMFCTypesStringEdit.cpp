@@ -10,7 +10,7 @@ constexpr KINT32 ToIndex(size_t uiPosition)
     return uiPosition == std::string_view::npos ? -1 : static_cast<KINT32>(uiPosition);
 }
 
-// A NUL inside a string belongs to no set, although every text ends with one.
+// A NUL inside a string belongs to no set, although strchr would find the terminator of the set.
 bool IsInSet(KCHAR8 ch, const KCHAR8* pszSet)
 {
     return ch != '\0' && QelTools_strchr(pszSet, static_cast<KUINT8>(ch)) != nullptr;
@@ -144,7 +144,7 @@ CKString& CKString::TrimRight(const KCHAR8* pszSet)
 
 CKString& CKString::Trim(const KCHAR8* pszSet)
 {
-    if (Holds(pszSet))  // it would move with the text
+    if (Holds(pszSet))  // trimming would move the set
         return Trim(CKString(pszSet));
     return TrimLeft(pszSet).TrimRight(pszSet);
 }
@@ -159,7 +159,7 @@ KINT32 CKString::Insert(KINT32 iIndex, const KCHAR8* pszText)
     if (IsEmptyText(pszText))
         return GetLength();
 
-    // A part of the string itself would move, or go with the old buffer, while it is inserted.
+    // The insertion would move or free a text that lies in this string.
     if (Holds(pszText))
         return Insert(iIndex, CKString(pszText));
     return InsertText(iIndex, LengthOf(pszText), pszText);
@@ -185,7 +185,7 @@ KINT32 CKString::Delete(KINT32 iIndex, KINT32 iCount)
     const KINT32 iLength = GetLength();
     const KINT32 iStart  = std::max(iIndex, 0);
 
-    // A negative index does not shorten the part: the count is limited before the index is.
+    // The count is limited with the index as given, so a negative index does not shorten the deleted part.
     iCount = static_cast<KINT32>(std::min<KINT64>(iCount, KINT64{iLength} - iIndex));
     if (iCount <= 0 || iStart >= iLength || iCount > iLength - iStart)
         return iLength;

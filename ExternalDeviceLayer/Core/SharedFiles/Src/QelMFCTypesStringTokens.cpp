@@ -8,7 +8,7 @@
 
 namespace
 {
-// Equal by content; null equals null alone.
+// Compares the contents. Null equals only null.
 bool IsSameText(const KCHAR8* pszA, const KCHAR8* pszB)
 {
     if (pszA == nullptr || pszB == nullptr)
@@ -57,7 +57,7 @@ CKString::CIterator& CKString::CIterator::operator++()
     if (m_poSource == nullptr)
         return *this;
 
-    // The splitter ends the next token with a NUL: an iterator that shares the text takes its own first.
+    // QelTools_strtok_s writes a NUL after the next token, so this iterator first needs a text of its own.
     const auto iDone = m_pszContext - m_poSource->c_str();
     m_pszContext     = m_poSource->GetBuffer(0) + iDone;
 
@@ -97,7 +97,8 @@ void CKString::CIterator::CopySource(const CKString& rstrSource)
     m_poSource = ::new (CKAllocator::AllocBlock(sizeof(CKString))) CKString(rstrSource);
 }
 
-// To the next token, looked for from there (null: from the context); to the end when there is none.
+// Moves to the next token at or after pszFrom, or after the last token if pszFrom is null. Without a next token, moves to
+// the end.
 void CKString::CIterator::Advance(KCHAR8* pszFrom)
 {
     m_pszToken = QelTools_strtok_s(pszFrom, m_pszDelimiters, &m_pszContext);

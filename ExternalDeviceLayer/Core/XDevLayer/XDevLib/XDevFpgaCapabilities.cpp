@@ -7,10 +7,10 @@
 namespace
 {
 constexpr KUINT64 ALWAYS = 0;
-constexpr KUINT64 NEVER  = 0x100000000;  // beyond every 32-bit version
+constexpr KUINT64 NEVER  = 0x100000000;  // above every 32-bit version
 constexpr KUINT64 NONE   = NEVER;
 
-// A rule holds for the versions of a device from one on, but for the exceptions.
+// A rule is true for the versions of a device from uiFrom on, except those in auiExceptions.
 struct SRule
 {
     ESupportedFpgaDevId eDevice;
@@ -19,8 +19,8 @@ struct SRule
 };
 
 // clang-format off
-// Whether a version's build number counts; it does for a device that has no row. The first prototype's port needs none
-// for the versions of its sibling: they are all beyond its own.
+// Whether the build number of a version counts. It counts for a device without a row. It must also count for the port of the
+// first prototype with a DVO version. Its row covers them, because all DVO versions are above its threshold.
 constexpr SRule BUILD_REQUIRED[] = {
     {E_FPGA_DEVID_PROTO1_FPGA_PORT,    E_FPGA_PROTO1_00_003_002},
     {E_FPGA_DEVID_VESKQUADHI_OLD,      E_FPGA_QUADHI_01_003_078},
@@ -41,7 +41,7 @@ constexpr SRule BUILD_REQUIRED[] = {
     {E_FPGA_DEVID_SORREL1_DEC,         NEVER},
 };
 
-// From here on: never for a device that has no row.
+// The rules below are false for a device without a row.
 constexpr SRule GEN_LOCK[] = {
     {E_FPGA_DEVID_TARN_OUT,        E_FPGA_TARNOUT_01_01_115, {E_FPGA_TARNOUT_01_01_159, NONE}},
     {E_FPGA_DEVID_VESKQUADDO_FULL, E_FPGA_QUADDO_00_003_077, {E_FPGA_QUADDO_00_003_190, E_FPGA_QUADDO_00_003_219}},
@@ -89,7 +89,7 @@ bool Holds(std::span<const SRule> aoRules, KUINT32 uiFpgaDevId, KUINT32 uiFpgaVe
     return bWithoutRow;
 }
 
-// Versions that tell the first prototype's DVO, whatever device id comes with them.
+// Versions that identify the DVO of the first prototype, whatever the device id.
 constexpr ESupportedFpgaVersion PROTO1_DVO_VERSIONS[] = {
     E_FPGA_PROTO1_DVO_01_009_061,
     E_FPGA_PROTO1_DVO_01_007_173,

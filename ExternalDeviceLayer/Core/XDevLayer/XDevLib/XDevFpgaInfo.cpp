@@ -20,7 +20,7 @@ CKString ToVersionText(KUINT32 uiVersion)
     return strText;
 }
 
-// The addresses of a device's HDCP keys, in the order in which they are handed out.
+// The addresses of the HDCP keys of a device, in their order.
 constexpr unsigned short ONE_KEY[]  = {0x170};
 constexpr unsigned short TWO_KEYS[] = {0x170, 0x170};
 constexpr unsigned short SIX_KEYS[] = {0x170, 0x170, 0x170, 0x170, 0x30, 0x30};
@@ -56,7 +56,7 @@ XDevFpgaInfo::~XDevFpgaInfo() = default;
 
 KBOOL32 XDevFpgaInfo::IsSupported(KBOOL32& rbIsKnown) const
 {
-    // Every firmware of these may be driven, whether its registry marks it, lacks it or is empty.
+    // Any firmware of this device may be driven, whatever the registry says.
     if (IsHeron())
     {
         rbIsKnown = TRUE;
@@ -70,7 +70,7 @@ KBOOL32 XDevFpgaInfo::IsSupported(KBOOL32& rbIsKnown) const
         return ((roData.uiFpgaVersion ^ m_uiFpgaVersion) & uiCompared) == 0;
     });
 
-    // A firmware that is not in this one's registry is trusted.
+    // For this device, a firmware that is not in the registry is trusted.
     KBOOL32 bIsSupported = IsOpalUHD();
     rbIsKnown            = IsOpalUHD();
     if (poMatch != poEnd)

@@ -7,7 +7,7 @@
 #include "Tavrin.h"
 #include "XDevFpgaVersions.h"
 
-// Device ids: the vendor in the upper 16 bits, its device code in the lower.
+// Device ids: the vendor id in the upper 16 bits, the device code in the lower 16 bits.
 enum ESupportedFpgaDevId : KUINT32
 {
     E_FPGA_DEVID_PROTO1_DVO_OLD      = 0xc3e70c00,
@@ -52,8 +52,8 @@ enum EBridgeVersion : KUINT32
     E_BRIDGE_VER_OLD        = 0,
 };
 
-// An FPGA as it was found, with the registry of the firmware versions known for its device id. The registry is built by
-// the constructors and never changes afterwards.
+// An FPGA of a board, with the registry of the firmware versions that are known for its device id. The constructors build
+// the registry.
 // clang-format off
 class XDevFpgaInfo
 {
@@ -61,7 +61,7 @@ public:
     struct SFpgaVersionData
     {
         KUINT32 uiFpgaVersion;  // packed
-        KBOOL32 bIsSupported;   // may be driven
+        KBOOL32 bIsSupported;   // it may be driven
         KBOOL32 bIsKnown;
     };
     using FpgaVersionArray = CKArray<SFpgaVersionData, const SFpgaVersionData&>;
@@ -75,11 +75,11 @@ public:
     XDevFpgaInfo(const XDevFpgaInfo&)            = default;
     XDevFpgaInfo& operator=(const XDevFpgaInfo&) = default;
 
-    // Whether the firmware may be driven; rbIsKnown becomes whether it is a known one.
+    // Returns whether the firmware may be driven, and sets rbIsKnown to whether it is known.
     KBOOL32 IsSupported(KBOOL32& rbIsKnown) const;
-    KBOOL32 IsBuildRequired() const;  // versions match only when their build numbers do
+    KBOOL32 IsBuildRequired() const;  // TRUE: versions match only with equal build numbers
 
-    // "001-005-013"
+    // Return a version as text, such as "001-005-013".
     CKString GetVersionStr() const;
     CKString GetBridgeVersionStr() const;
 
@@ -105,12 +105,12 @@ public:
     static KUINT8  GetFpgaMinor(KUINT32 uiVersion)      { return static_cast<KUINT8>((uiVersion >> 8) & 0xff); }
     static KUINT8  GetFpgaBuild(KUINT32 uiVersion)      { return static_cast<KUINT8>(uiVersion & 0xff); }
 
-    // Fills the device library's record; no terminator is added to the name. A record that is larger than this side
-    // knows is a wrong argument and left as it is.
+    // Fills the record, except uiSize. Copies the name without a terminator. If uiSize exceeds the size of the record,
+    // returns TStatus_INVALID_PARAM and changes nothing.
     TStatus GetFpgaBoardInfo(tagTBoard_FpgaInfo& roFpgaInfo) const;
 
-    // The addresses of the device's HDCP keys replace what the array held. Returned is a second value of the device, 0
-    // where there are none.
+    // Replaces the contents of the array with the addresses of the device's HDCP keys. Returns a second value of the device,
+    // or 0 if it has no keys.
     KUINT32        GetHdcpKeyAddress(AddressArray& raui16Address) const;
     static KUINT32 GetHdcpKeyAddress(KUINT32 uiFpgaDevId, AddressArray& raui16Address);
 
@@ -132,7 +132,7 @@ public:
     KBOOL32 IsQuadHdmiIn() const     { return IsQuadHdmiIn(m_uiFpgaDevId); }
     KBOOL32 IsQuadDPOut() const      { return IsQuadDPOut(m_uiFpgaDevId); }
     KBOOL32 IsProto1() const         { return IsProto1Dvo() || IsProto1FpgaPort(); }
-    KBOOL32 IsProto1Dvo() const;  // by four versions too, whatever the id
+    KBOOL32 IsProto1Dvo() const;  // also by four versions, whatever the id
 
     static KBOOL32 IsProto1FpgaPort(KUINT32 uiFpgaDevId) { return uiFpgaDevId == E_FPGA_DEVID_PROTO1_FPGA_PORT; }
     static KBOOL32 IsTarnIn(KUINT32 uiFpgaDevId)         { return uiFpgaDevId == E_FPGA_DEVID_TARN_IN; }
@@ -150,9 +150,9 @@ public:
     static KBOOL32 IsHeron(KUINT32 uiFpgaDevId)          { return uiFpgaDevId == E_FPGA_DEVID_HERON; }
     static KBOOL32 IsQuadHdmiIn(KUINT32 uiFpgaDevId);
     static KBOOL32 IsQuadDPOut(KUINT32 uiFpgaDevId);
-    static KBOOL32 IsProto1Dvo(KUINT32 uiFpgaDevId);  // the id alone
+    static KBOOL32 IsProto1Dvo(KUINT32 uiFpgaDevId);  // by the id only
 
-    // What it can do.
+    // What the firmware can do.
     KBOOL32 IsOldBrgModel() const;
     KBOOL32 IsSubFieldModeSupported() const     { return m_uiBridgeVersion > E_BRIDGE_VER_02_005_008; }
     KBOOL32 IsInterruptStatusSupported() const  { return m_uiBridgeVersion > E_BRIDGE_VER_02_007_000; }
@@ -165,16 +165,16 @@ public:
     KUINT32 GetPortBandwidth() const;
     KUINT32 GetPortFifoSize() const             { return 16384; }
 
-    static KBOOL32           m_sbForceFpgaSupport;  // every firmware may be driven
+    static KBOOL32           m_sbForceFpgaSupport;  // TRUE: any firmware may be driven
     static constexpr KUINT32 msc_uiTicksPerSecond = 200000000;
 
-    // Fills the registry from device id and version; the constructors do so as their last step.
+    // Fills the registry from the device id and the version. The constructors call it last.
     void BuildFpgaVersion();
-    // Appends one record to the registry, without a look for duplicates.
+    // Appends one record to the registry. Does not look for duplicates.
     void AddFpgaVersion(KUINT32 uiFpgaVersion, KBOOL32 bIsSupported, KBOOL32 bIsKnown);
 
     KUINT32          m_uiFpgaDevId;
-    KUINT32          m_uiFpgaVersion;    // packed, as the bridge's
+    KUINT32          m_uiFpgaVersion;    // packed, like m_uiBridgeVersion
     KUINT32          m_uiBridgeVersion;
     KUINT32          m_uiBusIndex;
     KUINT32          m_uiI2cAddress;

@@ -1,4 +1,4 @@
-// The registry: which firmware versions are known, device by device.
+// The registry: the known firmware versions of each device.
 #include "XDevFpgaInfo.h"
 
 #include <span>
@@ -11,7 +11,7 @@ enum EMark : KBOOL32
     SUPPORTED     = TRUE,
 };
 
-// One version of a list. The order counts: the first row that matches decides.
+// One version of a list. The first row that matches decides, so the order of the rows matters.
 struct SVersionRow
 {
     ESupportedFpgaVersion eVersion;
@@ -381,7 +381,8 @@ constexpr SVersionRow HERON[] = {
 };
 // clang-format on
 
-// Which list a device has. The lists of the first prototype are not among them: they also go by the version.
+// The list of each device. BuildFpgaVersion adds the two lists of the first prototype itself, before these. One of them also
+// depends on the version.
 struct SDeviceRow
 {
     ESupportedFpgaDevId          eDevice;

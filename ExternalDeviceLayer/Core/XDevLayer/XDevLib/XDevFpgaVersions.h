@@ -4,9 +4,9 @@
 
 #include "QelTypes.h"
 
-// Packed versions: major number in bits 16 to 23, minor in bits 8 to 15, build in bits 0 to 7. A name says the same in
-// decimal, with three or two digits for the minor number by family. Families follow each other; the same number in two
-// of them is two firmwares.
+// Packed versions: the major number in bits 16 to 23, the minor in bits 8 to 15, the build in bits 0 to 7. A name gives the
+// same numbers in decimal. The minor number has two or three digits, depending on the family. Equal numbers in two families
+// are different firmwares.
 enum ESupportedFpgaVersion : KUINT32
 {
     E_FPGA_PROTO1_00_004_001 = 0x000401,
@@ -164,7 +164,7 @@ enum ESupportedFpgaVersion : KUINT32
     E_FPGA_TARNOUT_02_02_008 = 0x020208,
     E_FPGA_TARNOUT_02_01_033 = 0x020121,
     E_FPGA_TARNOUT_01_01_012 = 0x01010c,
-    // named, and in no registry
+    // in no registry
     E_FPGA_TARNOUT_02_05_052 = 0x020534,
 
     E_FPGA_TARNSDI_01_01_001 = 0x010101,
@@ -288,7 +288,7 @@ enum ESupportedFpgaVersion : KUINT32
     E_FPGA_IP_KVM_IN_F1_00_08_037 = 0x000825,
     E_FPGA_IP_KVM_IN_F1_00_07_046 = 0x00072e,
     E_FPGA_IP_KVM_IN_F1_00_06_062 = 0x00063e,
-    // named, and in no registry
+    // in no registry
     E_FPGA_IP_KVM_IN_F1_00_11_021 = 0x000b15,
     E_FPGA_IP_KVM_IN_F1_00_18_064 = 0x001240,
 
@@ -340,7 +340,7 @@ enum ESupportedFpgaVersion : KUINT32
     E_FPGA_HERON_01_05_051 = 0x010533,
     E_FPGA_HERON_00_17_001 = 0x001101,
     E_FPGA_HERON_00_15_001 = 0x000f01,
-    // named, and in no registry
+    // in no registry
     E_FPGA_HERON_01_18_005 = 0x011205,
     E_FPGA_HERON_01_19_002 = 0x011302,
     E_FPGA_HERON_01_20_007 = 0x011407,
