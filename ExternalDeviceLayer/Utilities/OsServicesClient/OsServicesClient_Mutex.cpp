@@ -32,7 +32,9 @@ KBOOL32 OsServices_Mutex_Destroy(HMutex hMutex)
 
 KBOOL32 OsServices_Mutex_Acquire(HMutex hMutex, KUINT32 uiTimeOutMilliSeconds)
 {
-    if (hMutex == nullptr || uiTimeOutMilliSeconds == WAIT_WITHOUT_LIMIT)
+    if (hMutex == nullptr)
+        return FALSE;
+    if (uiTimeOutMilliSeconds == WAIT_WITHOUT_LIMIT)
         return CallOnRecord(pthread_mutex_lock, hMutex);
 
     const timespec oDeadline = DeadlineAfter(uiTimeOutMilliSeconds);

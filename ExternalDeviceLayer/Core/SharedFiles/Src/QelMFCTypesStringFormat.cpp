@@ -1,4 +1,4 @@
-// Formatting into a string, and the length estimate for when the formatter does not say how long its text is.
+// Formatting into a string, and the length estimate for when the formatter fails.
 #include "QelMFCTypesString.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@ namespace
 // A conversion without its letter: "%8.3l" is width 8, precision 3, size 'l'.
 struct SModifiers
 {
-    KINT32 iWidth     = 0;  // 0: none given, as for the precision
+    KINT32 iWidth     = 0;  // 0 if none is given; the same for iPrecision
     KINT32 iPrecision = 0;
     KCHAR8 chSize     = 0;  // 'h', 'l', 'L', LONG_LONG
 };
@@ -22,7 +22,7 @@ struct SArguments
 
 constexpr KINT64 NULL_TEXT_LENGTH = 6;  // "(null)"
 
-// A text that is cut by a precision need not end, so it is not read beyond.
+// A text with a precision needs no terminator, so it is not read beyond the precision.
 template <class TCharacter> KINT64 TextLength(const TCharacter* pszText, KINT32 iPrecision)
 {
     if (pszText == nullptr)
@@ -53,7 +53,7 @@ void SkipInteger(KCHAR8 chSize, KCHAR8 chConversion, SArguments& roArguments)
         va_arg(roArguments.argList, int);
 }
 
-// A long double is passed elsewhere than a double: skipping the wrong one would take later texts from a wrong place.
+// A long double is passed elsewhere than a double. Skipping the wrong one would misread the arguments after it.
 void SkipFloat(KCHAR8 chSize, SArguments& roArguments)
 {
     if (chSize == 'L')
@@ -62,7 +62,7 @@ void SkipFloat(KCHAR8 chSize, SArguments& roArguments)
         va_arg(roArguments.argList, double);
 }
 
-// The characters that one conversion makes at most; its argument is taken from the list.
+// Takes the argument of one conversion from the list. Returns the largest number of characters that it may produce.
 KINT64 ConversionLength(KCHAR8 chConversion, const SModifiers& roModifiers, SArguments& roArguments)
 {
     const KINT32 iPrecision         = roModifiers.iPrecision;
@@ -111,11 +111,11 @@ KINT64 ConversionLength(KCHAR8 chConversion, const SModifiers& roModifiers, SArg
     default: break;
     }
 
-    QEL_ASSERT(false);  // a conversion that nobody knows
+    QEL_ASSERT(false);  // unknown conversion
     return 0;
 }
 
-// A number in a format: from the arguments or its digits. Negative ones are reported and count as none.
+// Reports a negative width or precision and replaces it with 0.
 KINT32 NotNegative(KINT32 iNumber)
 {
     QEL_ASSERT(iNumber >= 0);
@@ -145,7 +145,7 @@ KCHAR8 ReadSize(const KCHAR8*& rpszFormat)
     if (ch == 'z' || ch == 'j' || ch == 't')
     {
         ++rpszFormat;
-        return 'l';  // as wide here
+        return 'l';  // as wide as a long
     }
     if (ch != 'h' && ch != 'l' && ch != 'F' && ch != 'L' && ch != 'N')
         return 0;
@@ -197,8 +197,9 @@ void CKString::FormatInto(bool bIsAppended, const KCHAR8* pszFormat, va_list arg
     const bool   bIsEstimated = iResult < 0;
     const KINT32 iAdded       = bIsEstimated ? GetFormattedLength(pszFormat, argSecond) : iResult;
 
-    const bool bFits = !bIsEstimated && iResult < iFirstAlloc - iStart;
-    if (!bFits && !(bIsEstimated && bIsAppended && iAdded == 0))
+    // If the estimate is 0, there is nothing to append.
+    const bool bIsRetried = bIsEstimated ? !bIsAppended || iAdded > 0 : iAdded >= iFirstAlloc - iStart;
+    if (bIsRetried)
     {
         const KINT32 iNeeded  = AddLengths(iStart, iAdded);
         const KINT32 iDoubled = AddLengths(iFirstAlloc, iFirstAlloc);
@@ -213,9 +214,8 @@ void CKString::FormatInto(bool bIsAppended, const KCHAR8* pszFormat, va_list arg
     va_end(argSecond);
 }
 
-// Formats once behind the first iStart characters, into a capacity of riAllocLength characters. riAllocLength becomes
-// smaller when the buffer could not be had. Returns what the formatter says: the length of the whole text, or a negative
-// failure.
+// Formats once after the first iStart characters, into a buffer of riAllocLength characters. Reduces riAllocLength if the
+// buffer is smaller. Returns the formatter's result: the length of the whole text, or a negative number on failure.
 KINT32 CKString::FormatBehind(KINT32 iStart, KINT32& riAllocLength, const KCHAR8* pszFormat, va_list argList)
 {
     KCHAR8* pchBuffer = GetBuffer(riAllocLength);
@@ -263,7 +263,7 @@ KINT32 CKString::GetFormattedLength(const KCHAR8* pszFormat, va_list argList)
 
         oModifiers.chSize = ReadSize(pszFormat);
         iTotal += ConversionLength(*pszFormat, oModifiers, oArguments);
-        if (*pszFormat != '\0')  // a lone percent sign at the end
+        if (*pszFormat != '\0')  // otherwise the format ends with a lone percent sign
             ++pszFormat;
     }
     va_end(oArguments.argList);
