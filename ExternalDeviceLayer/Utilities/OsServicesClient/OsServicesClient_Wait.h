@@ -64,9 +64,9 @@ private:
     TRecord* const m_poRecord;
 };
 
-// Blocks until fIsOver returns true, and then returns TStatus_OK. Call it with the mutex held. fIsOver is called with the
-// mutex held, after every wake-up, because a condition may wake a thread without a reason. Returns TStatus_TIMEOUT at the
-// deadline, and TStatus_CANCELED or TStatus_FAIL when the wait fails without or with a time limit.
+// Blocks until fIsOver returns true, and then returns TStatus_OK. The caller holds the mutex. fIsOver runs with the mutex
+// held, after every wake-up, because a condition may wake a thread without a reason. Returns TStatus_TIMEOUT at the deadline
+// or for an invalid one. If POSIX fails otherwise, returns TStatus_CANCELED for a wait without limit, else TStatus_FAIL.
 template <class TIsOver>
 TStatus WaitOnCondition(pthread_mutex_t& roMutex, pthread_cond_t& roCond, KUINT32 uiTimeOutMilliSeconds, TIsOver fIsOver)
 {
