@@ -55,9 +55,9 @@ void TestStepTime(SArguments& roArguments, const char* pszOption)
 // What happens when an option has too few values.
 enum class EMissing
 {
-    STOP_PARSING,  // ignore the remaining arguments and show the usage text
-    PARSE_ON,      // read the remaining arguments as options and show the usage text
-    FAIL,          // end without the usage text
+    StopParsing,  // ignore the remaining arguments and show the usage text
+    ParseOn,      // read the remaining arguments as options and show the usage text
+    FAIL,         // end without the usage text
 };
 
 struct SOption
@@ -77,25 +77,25 @@ constexpr SOption OPTIONS[] = {
     {"-h", "--Help", "Show this help.",
      0, TakeHelp},
     {"-d", "--DevIdx", "Select the device index.",
-     1, TakeNumber<&SArguments::uiDevIndex>, "missing index", EMissing::STOP_PARSING},
+     1, TakeNumber<&SArguments::uiDevIndex>, "missing index", EMissing::StopParsing},
     {"-v", "--VideoParam", "Indicate the video timings (space separated).",
      TIMING_VALUES, TakeTiming, "missing video parameters", EMissing::FAIL},
     {"-i", "--Image", "Specify the PNG image filename that will be used as background",
-     1, TakeText<&SArguments::pszImageFileName>, "missing background image", EMissing::STOP_PARSING},
+     1, TakeText<&SArguments::pszImageFileName>, "missing background image", EMissing::StopParsing},
     {"-p", "--ProgressRect", "Specify progress bar rectangle {Left Top Right Bottom}",
      4, TakeRectangle<&SArguments::oProgressBarRect, &SArguments::bProgressBar>,
-     "missing progress bar position", EMissing::PARSE_ON},
+     "missing progress bar position", EMissing::ParseOn},
     {"-a", "--AnimRect", "Specify animation bar rectangle {Left Top Right Bottom}",
      4, TakeRectangle<&SArguments::oAnimBarRect, &SArguments::bAnimation>,
-     "missing animation bar position", EMissing::PARSE_ON},
+     "missing animation bar position", EMissing::ParseOn},
     {"-f", "--AnimBaseFileName",
      "Specify base file name for animation. Example Anim, will look for files named Anim01.png, Anim02, ..., Anim24.png "
      "(max 99)",
-     1, TakeText<&SArguments::pszAnimBaseFileName>, "missing animation base file name", EMissing::STOP_PARSING},
+     1, TakeText<&SArguments::pszAnimBaseFileName>, "missing animation base file name", EMissing::StopParsing},
     {"-l", "--AnimStepLoopTimeMs", "Specify animation step time",
-     1, TakeNumber<&SArguments::uiAnimStepLoopTimeMs>, "missing animation step loop time", EMissing::PARSE_ON, TestStepTime},
+     1, TakeNumber<&SArguments::uiAnimStepLoopTimeMs>, "missing animation step loop time", EMissing::ParseOn, TestStepTime},
     {"-et", "--EnableTime", "Specify time required to display image",
-     1, TakeNumber<&SArguments::uiEnableTime>, "missing enable time", EMissing::STOP_PARSING},
+     1, TakeNumber<&SArguments::uiEnableTime>, "missing enable time", EMissing::StopParsing},
 };
 // clang-format on
 
@@ -135,7 +135,7 @@ KBOOL32 ParseArguments(int argc, char** argv, SArguments& roArguments)
             if (poOption->eMissing == EMissing::FAIL)
                 return FALSE;
             roArguments.bShowHelp = TRUE;
-            if (poOption->eMissing == EMissing::STOP_PARSING)
+            if (poOption->eMissing == EMissing::StopParsing)
                 return TRUE;
         }
 

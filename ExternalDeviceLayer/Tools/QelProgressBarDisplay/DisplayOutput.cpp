@@ -5,7 +5,7 @@
 namespace
 {
 // Gets the handle of an output, passes it to fOperate and releases it. Returns the status of the first failure.
-template <class FOperate> TStatus WithOutput(TDevice_Handle hDev, KUINT32 uiVideoOutIndex, FOperate fOperate)
+template <class TOperate> TStatus WithOutput(TDevice_Handle hDev, KUINT32 uiVideoOutIndex, TOperate fOperate)
 {
     TVideoOut_Handle hVideoOut = nullptr;
     TStatus          eStatus   = TVideoOut_GetHandle(hDev, uiVideoOutIndex, TAccessMode_READWRITE, &hVideoOut);

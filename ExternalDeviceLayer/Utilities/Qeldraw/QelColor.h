@@ -13,9 +13,9 @@
 // For a YUV format they are those of the RGB colour, converted in integer arithmetic.
 template <TPixelFormat ePixelFormat, typename T> class QelColor
 {
-    static constexpr SPixelFormatFacts msc_oFacts = FindPixelFormatFacts(ePixelFormat);
-    static_assert(msc_oFacts.uiSizeInBytes != 0, "no row in the table of pixel formats");
-    static_assert(std::is_same_v<T, std::conditional_t<msc_oFacts.uiSizeInBytes == 2, KUINT16, KUINT32>>);
+    static constexpr SPixelFormatFacts FACTS = FindPixelFormatFacts(ePixelFormat);
+    static_assert(FACTS.uiSizeInBytes != 0, "no row in the table of pixel formats");
+    static_assert(std::is_same_v<T, std::conditional_t<FACTS.uiSizeInBytes == 2, KUINT16, KUINT32>>);
 
 public:
     constexpr QelColor() = default;
@@ -29,17 +29,17 @@ public:
     static constexpr QelColor FromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue);
     static constexpr void ToARGB(QelColor& oColor, KUINT16& ruiAlpha, KUINT16& ruiRed, KUINT16& ruiGreen, KUINT16& ruiBlue);
 
-    static constexpr KUINT16 GetMaxAlpha() { return static_cast<KUINT16>(msc_oFacts.oAlpha.Max()); }
-    static constexpr KUINT16 GetMaxRed() { return static_cast<KUINT16>(msc_oFacts.aoColour[0].Max()); }
-    static constexpr KUINT16 GetMaxGreen() { return static_cast<KUINT16>(msc_oFacts.aoColour[1].Max()); }
-    static constexpr KUINT16 GetMaxBlue() { return static_cast<KUINT16>(msc_oFacts.aoColour[2].Max()); }
+    static constexpr KUINT16 GetMaxAlpha() { return static_cast<KUINT16>(FACTS.oAlpha.Max()); }
+    static constexpr KUINT16 GetMaxRed() { return static_cast<KUINT16>(FACTS.aoColour[0].Max()); }
+    static constexpr KUINT16 GetMaxGreen() { return static_cast<KUINT16>(FACTS.aoColour[1].Max()); }
+    static constexpr KUINT16 GetMaxBlue() { return static_cast<KUINT16>(FACTS.aoColour[2].Max()); }
 
     // The word of pixel (x, y) in plane 0. The point must lie inside; a surface without an address is left alone.
     void Write(QelSurface& oSurface, KUINT32 x, KUINT32 y) const;
     void Read(const QelSurface& oSurface, KUINT32 x, KUINT32 y);
 
     constexpr TPixelFormat GetPixelFormat() const { return ePixelFormat; }
-    constexpr KUINT32      GetPixelSize() const { return msc_oFacts.uiSizeInBytes; }
+    constexpr KUINT32      GetPixelSize() const { return FACTS.uiSizeInBytes; }
     constexpr T            GetColorInteger() const { return m_uiColorValue; }
 
     T m_uiColorValue = 0;
@@ -53,9 +53,9 @@ constexpr QelColor<ePixelFormat, T> QelColor<ePixelFormat, T>::FromARGB(KUINT16 
                                                                         KUINT16 uiBlue)
 {
     KUINT32 auiColour[3] = {uiRed, uiGreen, uiBlue};
-    if constexpr (msc_oFacts.IsYuv())
+    if constexpr (FACTS.IsYuv())
     {
-        constexpr SYuvFacts oYuv = msc_oFacts.oYuv;
+        constexpr SYuvFacts oYuv = FACTS.oYuv;
 
         const KINT32 iRed   = uiRed & GetMaxRed();
         const KINT32 iGreen = uiGreen & GetMaxGreen();
@@ -70,8 +70,8 @@ constexpr QelColor<ePixelFormat, T> QelColor<ePixelFormat, T>::FromARGB(KUINT16 
         auiColour[1] = Weigh(oYuv.aiU, oYuv.iChromaOffset);
         auiColour[2] = Weigh(oYuv.aiV, oYuv.iChromaOffset);
     }
-    return static_cast<T>(msc_oFacts.oAlpha.Pack(uiAlpha) | msc_oFacts.aoColour[0].Pack(auiColour[0]) |
-                          msc_oFacts.aoColour[1].Pack(auiColour[1]) | msc_oFacts.aoColour[2].Pack(auiColour[2]));
+    return static_cast<T>(FACTS.oAlpha.Pack(uiAlpha) | FACTS.aoColour[0].Pack(auiColour[0]) |
+                          FACTS.aoColour[1].Pack(auiColour[1]) | FACTS.aoColour[2].Pack(auiColour[2]));
 }
 
 template <TPixelFormat ePixelFormat, typename T>
@@ -82,18 +82,18 @@ constexpr void QelColor<ePixelFormat, T>::ToARGB(QelColor& oColor, KUINT16& ruiA
 
     KINT32 aiColour[3] = {};
     for (KUINT32 i = 0; i < 3; ++i)
-        aiColour[i] = static_cast<KINT32>(msc_oFacts.aoColour[i].Unpack(uiWord));
-    if constexpr (msc_oFacts.IsYuv())
+        aiColour[i] = static_cast<KINT32>(FACTS.aoColour[i].Unpack(uiWord));
+    if constexpr (FACTS.IsYuv())
     {
-        const KINT32 iC = 298 * (aiColour[0] - msc_oFacts.oYuv.iLumaOffset) + 128;
-        const KINT32 iD = aiColour[1] - msc_oFacts.oYuv.iChromaOffset;
-        const KINT32 iE = aiColour[2] - msc_oFacts.oYuv.iChromaOffset;
+        const KINT32 iC = 298 * (aiColour[0] - FACTS.oYuv.iLumaOffset) + 128;
+        const KINT32 iD = aiColour[1] - FACTS.oYuv.iChromaOffset;
+        const KINT32 iE = aiColour[2] - FACTS.oYuv.iChromaOffset;
 
         aiColour[0] = std::clamp<KINT32>((iC + 409 * iE) >> 8, 0, GetMaxRed());
         aiColour[1] = std::clamp<KINT32>((iC - 100 * iD - 208 * iE) >> 8, 0, GetMaxGreen());
         aiColour[2] = std::clamp<KINT32>((iC + 516 * iD) >> 8, 0, GetMaxBlue());
     }
-    ruiAlpha = static_cast<KUINT16>(msc_oFacts.oAlpha.Unpack(uiWord));
+    ruiAlpha = static_cast<KUINT16>(FACTS.oAlpha.Unpack(uiWord));
     ruiRed   = static_cast<KUINT16>(aiColour[0]);
     ruiGreen = static_cast<KUINT16>(aiColour[1]);
     ruiBlue  = static_cast<KUINT16>(aiColour[2]);
