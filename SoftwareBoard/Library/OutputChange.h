@@ -1,5 +1,5 @@
 // Enables and disables outputs. Enabling waits for the display process, if there is one. A call that fails leaves the output
-// as it was.
+// as it was, unless the board cannot be reached any more.
 #ifndef OUTPUT_CHANGE_H
 #define OUTPUT_CHANGE_H
 
