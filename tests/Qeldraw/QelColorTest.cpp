@@ -1,8 +1,5 @@
-#include <array>
-
-#include <gtest/gtest.h>
-
 #include "QelColor.h"
+#include "TestSupport.h"
 
 namespace
 {
@@ -27,6 +24,7 @@ void Expect(Four auiMax, std::vector<std::pair<Four, KUINT32>> oToWord, std::vec
 }
 }
 
+// clang-format off
 TEST(QelColor, PackedFormatsCutEachFieldToItsBits)
 {
     Expect<QelColor<TPixelFormat_R8G8B8A8, unsigned int>>(BYTES, {{WIDE, 0x5B698D7E}},
@@ -64,3 +62,4 @@ TEST(QelColor, YuvFormatsConvertLikeTheirFormulas)
         {{0xC74E298A, {0, 0, 3, 855}}, {0xF9EA908E, {0, 412, 1023, 1023}}, {0x96EE48E6, {0, 0, 424, 1023}},
          {0, {0, 0, 542, 0}}, {~0u, {0, 1023, 502, 1023}}});
 }
+// clang-format on

@@ -1,12 +1,8 @@
-#include <algorithm>
-#include <cmath>
-#include <random>
 #include <set>
-
-#include <gtest/gtest.h>
 
 #include "QelColor.h"
 #include "QelSurfaceTyped.h"
+#include "TestSupport.h"
 
 namespace
 {
@@ -14,7 +10,7 @@ using Colour = QelColor<TPixelFormat_R8G8B8A8, unsigned int>;
 using Point  = std::pair<KUINT32, KUINT32>;
 using Points = std::vector<Point>;
 
-constexpr KUINT32 WIDTH = 40, HEIGHT = 30, PITCH = 47, GUARD = 200, INK = 0x04030201, BLANK = 0xDEADBEEF, ZERO = 0;
+constexpr KUINT32 WIDTH = 40, HEIGHT = 30, PITCH = 47, GUARD = 5 * PITCH, INK = 0x04030201, BLANK = 0xDEADBEEF, ZERO = 0;
 constexpr size_t  ENOUGH = 100000;
 
 // A small picture with padding and guards around it, drawn by a surface that writes down every point that goes through Dot
@@ -30,8 +26,7 @@ struct Picture : QelSurfaceTyped<Colour>
     void Dot(KUINT32 uiX, KUINT32 uiY) override
     {
         oPoints.size() == ENOUGH ? throw ENOUGH : oPoints.emplace_back(uiX, uiY);
-        if (uiX < WIDTH && uiY < HEIGHT)
-            oExpected[GUARD + uiY * PITCH + uiX] = INK;
+        if (uiX < WIDTH && uiY < HEIGHT) oExpected[GUARD + uiY * PITCH + uiX] = INK;
         QelSurfaceTyped::Dot(uiX, uiY);
     }
 
@@ -39,7 +34,7 @@ struct Picture : QelSurfaceTyped<Colour>
     Points Take(Point oPosition)
     {
         EXPECT_EQ(oPosition, Point(m_uiCurrentXPos, m_uiCurrentYPos));
-        EXPECT_EQ(oMemory, oExpected);
+        EXPECT_TRUE(AreRows(oMemory, oExpected, PITCH));
         return std::exchange(oPoints, {});
     }
 
@@ -50,11 +45,13 @@ struct Picture : QelSurfaceTyped<Colour>
 
 TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
 {
+    // clang-format off
     const std::tuple<Point, Point, Points> aoCases[] = {
         {{5, 5}, {5, 5}, {{5, 5}}},
         {{5, 5}, {5, 2}, {{5, 2}, {5, 3}, {5, 4}, {5, 5}}},
         {{2, 0}, {6, 2}, {{2, 0}, {3, 0}, {4, 1}, {5, 1}, {6, 2}}},
         {{2, 10}, {0, 0}, {{0, 0}, {1, 5}, {2, 10}}},
+        {{0, 5}, {3, 1}, {{0, 5}, {1, 3}, {2, 2}, {3, 1}}},  // row 0 if the product is not rounded before the sum
         {{3, 1}, {3, ZERO - 2}, {{3, ZERO - 2}, {3, ZERO - 1}, {3, 0}, {3, 1}}},
         {{1, ZERO - 4}, {4, 2}, {{1, ZERO - 4}, {2, ZERO - 2}, {3, 0}, {4, 2}}},
         {{0, ZERO - 1}, {2, 0}, {{0, ZERO - 1}, {1, 0}, {2, 0}}},  // half a row above row 0 is cut to it
@@ -66,6 +63,7 @@ TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
         {{0, 7}, {11, 59}, {{0, 7}, {1, 11}, {2, 16}, {3, 21}, {4, 25}, {5, 30}, {6, 35}, {7, 40}, {8, 44}, {9, 49},
                             {10, 54}, {11, 58}}},  // in single precision the slope falls just short of the end
     };
+    // clang-format on
     Picture oPicture;
     for (const auto& [oFrom, oTo, oWant] : aoCases)
     {
@@ -73,36 +71,6 @@ TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
         oPicture.LineTo(oTo.first, oTo.second);
         EXPECT_EQ(oPicture.Take(oTo), oWant) << testing::PrintToString(oFrom) << " to " << testing::PrintToString(oTo);
     }
-}
-
-void DrawFusedLine(KUINT32 uiY1, KUINT32 uiX2, KUINT32 uiY2, KUINT32* puiRows);  // FusedLine.cpp
-
-// Each step rounds: a product of two floats is exact in a double, so the cast is where it is rounded.
-TEST(QelSurface, LinesStayWhereTheyAreWhenTheCompilerMayFuseTheirSteps)
-{
-#ifdef QEL_HAS_FMA
-    if (!__builtin_cpu_supports("fma"))
-        GTEST_SKIP() << "this processor has no FMA";
-    std::mt19937 oRandom(5);
-    const auto   Below  = [&](KUINT32 uiEnd) { return std::uniform_int_distribution<KUINT32>(0, uiEnd - 1)(oRandom); };
-    int          iApart = 0;
-    for (int i = 0; i < 2000; ++i)
-    {
-        const KUINT32        uiY1 = 1 + Below(300), uiX2 = 1 + Below(90), uiY2 = Below(uiY1);  // up, where sums are finer
-        const float          fSlope = float(KINT32(uiY2 - uiY1)) / float(uiX2), fY1 = float(uiY1);
-        std::vector<KUINT32> oRows(uiX2 + 1), oWant = oRows;
-        for (KUINT32 x = 0; x <= uiX2; ++x)
-        {
-            oWant[x] = KUINT32(float(double(x) * fSlope) + fY1);
-            iApart += oWant[x] != KUINT32(std::fma(float(x), fSlope, fY1));
-        }
-        DrawFusedLine(uiY1, uiX2, uiY2, oRows.data());
-        ASSERT_EQ(oRows, oWant) << uiY1 << " to " << uiX2 << ',' << uiY2;
-    }
-    EXPECT_GT(iApart, 0) << "no line tells one step from two";
-#else
-    GTEST_SKIP() << "the compiler's processor has no FMA";
-#endif
 }
 
 TEST(QelSurface, CirclesSetTheirPointsInOrderAndClipAtEveryEdge)
@@ -129,8 +97,7 @@ TEST(QelSurface, CirclesSetTheirPointsInOrderAndClipAtEveryEdge)
         for (KINT32 i = 0, n = KINT32(d); i < n * n; ++i)
         {
             const KINT32 dx = 2 * (i % n) + 1 - n, dy = 2 * (i / n) + 1 - n;
-            if (dx * dx + dy * dy <= n * n)
-                oDisc.emplace(x - d / 2 + KUINT32(i % n), y - d / 2 + KUINT32(i / n));
+            if (dx * dx + dy * dy <= n * n) oDisc.emplace(x - d / 2 + KUINT32(i % n), y - d / 2 + KUINT32(i / n));
         }
         oPicture.FilledCircle(x, y, d);
         const Points oSet = oPicture.Take(oCentre);
@@ -138,8 +105,9 @@ TEST(QelSurface, CirclesSetTheirPointsInOrderAndClipAtEveryEdge)
     }
     Picture oPicture;
     oPicture.FilledCircle(2, 2, 4);
-    EXPECT_EQ(oPicture.Take({0, 0}), (Points{{1, 0}, {1, 3}, {0, 1}, {3, 1}, {2, 0}, {2, 3}, {0, 2}, {3, 2},
-                                             {1, 1}, {2, 1}, {1, 2}, {2, 2}})) << "spans from outside, then the square";
+    EXPECT_EQ(oPicture.Take({0, 0}),
+              (Points{{1, 0}, {1, 3}, {0, 1}, {3, 1}, {2, 0}, {2, 3}, {0, 2}, {3, 2}, {1, 1}, {2, 1}, {1, 2}, {2, 2}}))
+        << "spans from outside, then the square";
 
     // The widest that can be asked for: no square overflows on the way.
     EXPECT_THROW(oPicture.Circle(1, 2, 0xFFFFFFFF), size_t);
@@ -149,15 +117,14 @@ TEST(QelSurface, CirclesSetTheirPointsInOrderAndClipAtEveryEdge)
 }
 
 // Against a plain loop: short and long rows, at every alignment, also where a pitch of -900 makes the index wrap.
-template <typename FillColour, typename Word>
-void CheckFill(std::mt19937& roRandom)
+template <typename FillColour, typename Word> void CheckFill(std::mt19937& roRandom)
 {
     const auto        Below    = [&](KINT32 iEnd) { return std::uniform_int_distribution<KINT32>(0, iEnd - 1)(roRandom); };
     const bool        bUpwards = Below(4) == 0, bClr = !bUpwards && Below(3) == 0;
-    const KUINT32     uiPitch  = bUpwards ? ZERO - 900 : KUINT32(Below(2700));
-    const KINT32      iLeft    = bClr ? 0 : Below(30), iRight = Below(Below(3) == 0 ? 50 : 2600);
-    const KINT32      iTop     = bUpwards ? -4 : bClr ? 0 : Below(2), iBottom = bUpwards ? 1 : Below(4);
-    std::vector<Word> oMemory(12000), oWant = oMemory;
+    const KUINT32     uiPitch = bUpwards ? ZERO - 900 : KUINT32(Below(2700));
+    const KINT32      iLeft = bClr ? 0 : Below(30), iRight = Below(Below(3) == 0 ? 50 : 2600);
+    const KINT32      iTop = bUpwards ? -4 : bClr ? 0 : Below(2), iBottom = bUpwards ? 1 : Below(4);
+    std::vector<Word> oMemory(12000), oWant(12000);
     const KUINTPTR    uiData  = reinterpret_cast<KUINTPTR>(oMemory.data());
     const FillColour  oColour = static_cast<Word>(Below(5) == 0 ? 0x01010101 * Below(128) : Below(0x7FFFFFFF));
 
@@ -166,7 +133,7 @@ void CheckFill(std::mt19937& roRandom)
     bClr ? oSurface.Clr() : oSurface.Rectangle(iLeft, iTop, iRight, iBottom);
     for (KINT32 i = 0, n = iRight - iLeft; n > 0 && i < n * (iBottom - iTop); ++i)
         oWant[KUINT32(iTop + i / n) * uiPitch + KUINT32(iLeft + i % n)] = oColour.m_uiColorValue;
-    ASSERT_EQ(oMemory, oWant) << iLeft << ' ' << iTop << ' ' << iRight << ' ' << iBottom << ' ' << uiPitch;
+    ASSERT_TRUE(AreRows(oMemory, oWant, 100)) << iLeft << ' ' << iTop << ' ' << iRight << ' ' << iBottom << ' ' << uiPitch;
 }
 
 TEST(QelSurface, FillsLeaveExactlyTheirPixels)
