@@ -20,35 +20,41 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
     const auto Unique = [&m] {
         for (auto it = m.begin(); it != m.end();) it = std::find(m.begin(), it, *it) != it ? m.erase(it) : it + 1;
     };
+    size_t uiSize = 0, uiAt = 0, uiOwn = 0;  // of a step: the size before it, and two places
+    int    iAt = 0, iOwn = 0;                // the same places
+    T      oNew = Value(0), oZero = Value(0);
+#define ACT(array, vector)     \
+    {                          \
+#array, [&] { array; vector; } \
+    }
+    // clang-format off
+    const std::pair<const char*, std::function<void()>> aoActions[] = {
+        // what is done to the array, which is also the name, and the same for the vector
+        ACT(a.SetSize(iOwn), m.resize(uiOwn)),
+        ACT(a.SetCount(a.GetCount() + 2), m.resize(uiSize + 2, oZero)),
+        ACT(a.Add(oNew), m.push_back(oNew)),
+        ACT(if (uiSize > 0) a.Add(a[iOwn]), if (uiSize > 0) m.push_back(T(m[uiOwn]))),
+        ACT(a.SetAtGrow(a.GetSize() + 3, oNew), m.resize(uiSize + 3, oZero); m.push_back(oNew)),
+        ACT(if (uiSize > 0) a.SetAt(iOwn, oNew), if (uiSize > 0) m[uiOwn] = oNew),
+        ACT(a.InsertAt(iAt, oNew, 2), m.insert(m.begin() + iAt, 2, oNew)),
+        ACT(if (uiSize > 0) a.InsertAt(iAt, a[0u]), if (uiSize > 0) m.insert(m.begin() + iAt, T(m[0]))),
+        ACT(a.RemoveAt(iAt, 3), m.erase(m.begin() + iAt, uiSize - uiAt > 3 ? m.begin() + iAt + 3 : m.end())),
+        ACT(a.FreeExtra(), EXPECT_EQ(a.GetAllocCount(), uiSize)),
+        ACT(a |= oOther, m.insert(m.end(), oOther.Begin(), oOther.End()); Unique()),
+        ACT(a &= oOther, Unique(); std::erase_if(m, [&](const T& ro) { return !oOther.IsPresent(ro); })),
+        ACT(a.Append(a), m.reserve(2 * uiSize); std::copy_n(m.data(), uiSize, std::back_inserter(m))),
+        ACT(a.SortElements(), std::sort(m.begin(), m.end())),
+        ACT(const CKArray<T> c(a); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a), ),
+    };
+    // clang-format on
     for (int iStep = 0; iStep < 20000 && !testing::Test::HasFailure(); ++iStep)
     {
-        const size_t uiSize = m.size(), uiAt = oRandom() % (uiSize + 1), uiOwn = uiAt / 2;
-        const int    iAt = static_cast<int>(uiAt), iOwn = iAt / 2;
-        const auto   itAt = m.begin() + iAt;
-        const T      oNew = Value(static_cast<KUINT32>(oRandom() % 6)), oZero = Value(0);
-        const bool   bHasOwn = uiSize > 0;
-        const int    iAction = uiSize > 60 ? 0 : static_cast<int>(oRandom() % 15);
-        switch (iAction)
-        {
-        // clang-format off
-        case 0: a.SetSize(iOwn); m.resize(uiOwn); break;
-        case 1: a.SetCount(a.GetCount() + 2); m.resize(uiSize + 2, oZero); break;
-        case 2: a.Add(oNew); m.push_back(oNew); break;
-        case 3: if (bHasOwn) { a.Add(a[iOwn]); m.push_back(T(m[uiOwn])); } break;
-        case 4: a.SetAtGrow(a.GetSize() + 3, oNew); m.resize(uiSize + 3, oZero); m.push_back(oNew); break;
-        case 5: if (bHasOwn) { a.SetAt(iOwn, oNew); m[uiOwn] = oNew; } break;
-        case 6: a.InsertAt(iAt, oNew, 2); m.insert(itAt, 2, oNew); break;
-        case 7: if (bHasOwn) { a.InsertAt(iAt, a[0u]); m.insert(itAt, T(m[0])); } break;
-        case 8: a.RemoveAt(iAt, 3); m.erase(itAt, uiSize - uiAt > 3 ? itAt + 3 : m.end()); break;
-        case 9: a.FreeExtra(); EXPECT_EQ(a.GetAllocCount(), uiSize); break;
-        case 10: a |= oOther; m.insert(m.end(), oOther.Begin(), oOther.End()); Unique(); break;
-        case 11: a &= oOther; Unique(); std::erase_if(m, [&](const T& ro) { return !oOther.IsPresent(ro); }); break;
-        case 12: a.Append(a); m.reserve(2 * uiSize); std::copy_n(m.data(), uiSize, std::back_inserter(m)); break;
-        case 13: a.SortElements(); std::sort(m.begin(), m.end()); break;
-        default: { const CKArray<T> c(a); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a); } break;
-            // clang-format on
-        }
-        SCOPED_TRACE(testing::Message() << "step " << iStep << ", action " << iAction);
+        uiSize = m.size(), uiAt = oRandom() % (uiSize + 1), uiOwn = uiAt / 2;
+        iAt = static_cast<int>(uiAt), iOwn = iAt / 2;
+        oNew                        = Value(static_cast<KUINT32>(oRandom() % 6));
+        const auto& [pszName, fAct] = aoActions[uiSize > 60 ? 0 : oRandom() % std::size(aoActions)];
+        fAct();
+        SCOPED_TRACE(testing::Message() << "step " << iStep << ": " << pszName);
         ASSERT_EQ(a.GetCount(), m.size());
         EXPECT_TRUE(std::equal(m.begin(), m.end(), a.Begin()));
         const auto itFound = std::find(m.begin(), m.end(), oNew);

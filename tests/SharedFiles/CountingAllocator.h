@@ -2,13 +2,8 @@
 #ifndef COUNTING_ALLOCATOR_H
 #define COUNTING_ALLOCATOR_H
 
-#include <algorithm>
-#include <cstring>
-#include <random>
-
-#include <gtest/gtest.h>
-
 #include "QelMFCTypes.h"
+#include "TestSupport.h"
 
 inline int g_iReports = 0;
 

@@ -72,6 +72,65 @@ std::string Mapped(std::string oText, int (*Map)(int))
     return oText;
 }
 
+// One step: a string and another one with their models, and what an action may need. t is the text before it, pszOwn a part
+// of it that lies in the string itself.
+struct SStep
+{
+    CKString &   s, &o;
+    ModelString &m, &mo;
+    std::string  t, oNew;
+    size_t       uiEnd, uiAt, uiInside;
+    KINT32       iAt;
+    KCHAR8       ch;
+
+    const KCHAR8* pszOwn = s.c_str() + uiInside;
+    std::string   oOwn   = t.substr(uiInside);
+};
+
+#define ACT(string, model)                                                             \
+    {                                                                                  \
+#string, [](SStep& ro) {                                                             \
+            auto& [s, o, m, mo, t, oNew, uiEnd, uiAt, uiInside, iAt, ch, pszOwn, oOwn] = ro; \
+            string;                                                                          \
+            model;                                                                           \
+        } \
+    }
+// clang-format off
+constexpr std::pair<const char*, void (*)(SStep&)> ACTIONS[] = {
+    // what is done to the string, which is also the name, and what that is in the model
+    ACT(s = o, m.Assign(mo)),
+    ACT(s = CKString(o), m.Assign(mo.Part(0, uiEnd))),
+    ACT(s = oNew.empty() ? nullptr : oNew.c_str(), m.AssignText(oNew)),
+    ACT(s = pszOwn, if (uiInside != 0 || t.empty()) m.AssignText(oOwn)),
+    ACT(s = ch, m.AssignText({ch})),
+    ACT(s = CKString(ch, iAt - 1), m.Assign(ModelString(std::string(uiAt - (uiAt > 0), ch)))),
+    ACT(s += o, m.Append(std::string(mo.oText))),
+    ACT(s += pszOwn, m.Append(oOwn)),
+    ACT(s += ch, m.Append({ch})),
+    ACT(s = s + o, m.Assign(ModelString(t + mo.oText))),
+    ACT(s.Insert(iAt, oNew.c_str()), m.ChangeInPlace(std::string(t).insert(uiInside, oNew))),
+    ACT(s.Insert(iAt, pszOwn), m.ChangeInPlace(std::string(t).insert(uiInside, oOwn))),
+    ACT(s.Delete(iAt, 3), m.ChangeInPlace(std::string(t).erase(uiInside, 3))),
+    ACT(if (uiAt < t.size()) s.SetAt(iAt, ch), if (uiAt < t.size()) { m.ChangeInPlace(t, true); m.oText[uiAt] = ch; }),
+    ACT(s.TrimLeft(" ,"), m.ChangeInPlace(t.substr(std::min(t.find_first_not_of(" ,"), t.size())))),
+    ACT(s.TrimRight(" ,"), m.ChangeInPlace(t.substr(0, t.find_last_not_of(" ,") + 1))),
+    ACT(s.MakeUpper(), m.ChangeInPlace(Mapped(t, std::toupper), true)),
+    ACT(s.MakeLower(), m.ChangeInPlace(Mapped(t, std::tolower), true)),
+    ACT(s.MakeReverse(), m.ChangeInPlace({t.rbegin(), t.rend()}, true)),
+    ACT(*s.GetBuffer(iAt + 1) = ch; s.ReleaseBuffer(1), m.GetBuffer(uiAt + 1); m.oText = ch),
+    ACT(s.ReleaseBuffer(iAt / 2), m.GetBuffer(0); m.oText.resize(uiAt / 2)),
+    ACT(s.GetBufferSetLength(iAt / 2), m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2)),
+    ACT(s.FreeExtra(), if (m.Capacity() != t.size()) m.Reallocate(t.size())),
+    ACT(s.LockBuffer(), m.GetBuffer(0); if (m.poBuffer) m.poBuffer->second = true),
+    ACT(if (m.IsLocked()) s.UnlockBuffer(), if (m.IsLocked()) m.poBuffer->second = false),
+    ACT(s.Empty(), if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear()),
+    ACT(s.Format("%s", oNew.c_str()), m.Format(oNew, 0)),
+    ACT(s.AppendFormat("%s", oNew.c_str()), m.Format(t + oNew, 2 * m.Capacity())),
+    ACT(s = o.Mid(static_cast<KINT32>(uiEnd / 2), iAt), m.Assign(mo.Part(uiEnd / 2, uiAt))),
+    ACT(s = o.Right(iAt), m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt))),
+};
+// clang-format on
+
 // What searches for the text, and for its first character, find from there on.
 void ExpectSearches(const CKString& s, const std::string& t, const std::string& oFor, size_t uiFrom)
 {
@@ -96,55 +155,27 @@ void RunBesideTheModel(unsigned int uiSeed, const CountingAllocator* poAllocator
     const auto   Character = [&Below] { return "aB ,"[Below(4)]; };
     for (int iStep = 0; iStep < 500; ++iStep)
     {
-        const size_t uiTarget = Below(4), uiOther = Below(4);
-        CKString &   s = aoStrings[uiTarget], &o = aoStrings[uiOther];
-        ModelString &m = aoModels[uiTarget], &mo = aoModels[uiOther];
-
-        const std::string t     = m.oText;
-        const size_t      uiEnd = mo.oText.size(), uiAt = Below(t.size() + 2), uiInside = std::min(uiAt, t.size());
-        const KINT32      iAt     = static_cast<KINT32>(uiAt);
-        const KCHAR8*     pszOwn  = s.c_str() + uiInside;  // a part of the string itself
-        const std::string oOwn    = t.substr(uiInside);
-        const KCHAR8      ch      = Character();
-        const int         iAction = static_cast<int>(Below(30));
+        const size_t      uiTarget = Below(4), uiOther = Below(4);
+        CKString&         s    = aoStrings[uiTarget];
+        ModelString&      m    = aoModels[uiTarget];
+        const std::string t    = m.oText;
+        const size_t      uiAt = Below(t.size() + 2), uiAction = Below(std::size(ACTIONS));
         std::string       oNew(Below(3) == 0 ? 0 : Below(24), ' ');
         std::ranges::generate(oNew, Character);
-        switch (iAction)
-        {
-        // clang-format off
-        case 0: s = o; m.Assign(mo); break;
-        case 1: s = CKString(o); m.Assign(mo.Part(0, uiEnd)); break;
-        case 2: s = oNew.empty() ? nullptr : oNew.c_str(); m.AssignText(oNew); break;
-        case 3: s = pszOwn; if (uiInside != 0 || t.empty()) m.AssignText(oOwn); break;
-        case 4: s = ch; m.AssignText({ch}); break;
-        case 5: s = CKString(ch, iAt - 1); m.Assign(ModelString(std::string(uiAt - (uiAt > 0), ch))); break;
-        case 6: s += o; m.Append(std::string(mo.oText)); break;
-        case 7: s += pszOwn; m.Append(oOwn); break;
-        case 8: s += ch; m.Append({ch}); break;
-        case 9: s = s + o; m.Assign(ModelString(t + mo.oText)); break;
-        case 10: s.Insert(iAt, oNew.c_str()); m.ChangeInPlace(std::string(t).insert(uiInside, oNew)); break;
-        case 11: s.Insert(iAt, pszOwn); m.ChangeInPlace(std::string(t).insert(uiInside, oOwn)); break;
-        case 12: s.Delete(iAt, 3); m.ChangeInPlace(std::string(t).erase(uiInside, 3)); break;
-        case 13: if (uiAt < t.size()) { s.SetAt(iAt, ch); m.ChangeInPlace(t, true); m.oText[uiAt] = ch; } break;
-        case 14: s.TrimLeft(" ,"); m.ChangeInPlace(t.substr(std::min(t.find_first_not_of(" ,"), t.size()))); break;
-        case 15: s.TrimRight(" ,"); m.ChangeInPlace(t.substr(0, t.find_last_not_of(" ,") + 1)); break;
-        case 16: s.MakeUpper(); m.ChangeInPlace(Mapped(t, std::toupper), true); break;
-        case 17: s.MakeLower(); m.ChangeInPlace(Mapped(t, std::tolower), true); break;
-        case 18: s.MakeReverse(); m.ChangeInPlace({t.rbegin(), t.rend()}, true); break;
-        case 19: *s.GetBuffer(iAt + 1) = ch; s.ReleaseBuffer(1); m.GetBuffer(uiAt + 1); m.oText = ch; break;
-        case 20: s.ReleaseBuffer(iAt / 2); m.GetBuffer(0); m.oText.resize(uiAt / 2); break;
-        case 21: s.GetBufferSetLength(iAt / 2); m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2); break;
-        case 22: s.FreeExtra(); if (m.Capacity() != t.size()) m.Reallocate(t.size()); break;
-        case 23: s.LockBuffer(); m.GetBuffer(0); if (m.poBuffer) m.poBuffer->second = true; break;
-        case 24: if (m.IsLocked()) { s.UnlockBuffer(); m.poBuffer->second = false; } break;
-        case 25: s.Empty(); if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear(); break;
-        case 26: s.Format("%s", oNew.c_str()); m.Format(oNew, 0); break;
-        case 27: s.AppendFormat("%s", oNew.c_str()); m.Format(t + oNew, 2 * m.Capacity()); break;
-        case 28: s = o.Mid(static_cast<KINT32>(uiEnd / 2), iAt); m.Assign(mo.Part(uiEnd / 2, uiAt)); break;
-        default: s = o.Right(iAt); m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt)); break;
-            // clang-format on
-        }
-        SCOPED_TRACE(testing::Message() << "step " << iStep << ", action " << iAction << " on string " << uiTarget);
+        SStep oStep = {s,
+                       aoStrings[uiOther],
+                       m,
+                       aoModels[uiOther],
+                       t,
+                       oNew,
+                       aoModels[uiOther].oText.size(),
+                       uiAt,
+                       std::min(uiAt, t.size()),
+                       static_cast<KINT32>(uiAt),
+                       Character()};
+        ACTIONS[uiAction].second(oStep);
+        SCOPED_TRACE(testing::Message() << "step " << iStep << ": " << ACTIONS[uiAction].first << ", s is " << uiTarget
+                                        << ", o " << uiOther);
         ExpectSearches(s, m.oText, oNew.substr(0, 2), uiAt);
         std::set<const void*> oBuffers;
         for (size_t i = 0; i < 4; ++i)

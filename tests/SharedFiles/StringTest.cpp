@@ -67,31 +67,19 @@ TEST_F(StringTest, EstimatesByTable)
     const int    n            = 0;
     const char   acNoEnd[3]   = {'a', 'b', 'c'};
     const KINT32 aaiRows[][2] = {
-        {3, Estimate("a%%b%s", E)},
-        {2, Estimate("%c%s", 'x', E)},
-        {5, Estimate("%5c%s", 'x', E)},
-        {6, Estimate("%hc%C%lc%s", 1, 1, 1, E)},
-        {6, Estimate("%s%s", "abcdef", E)},
-        {1, Estimate("%s%s", "", E)},
-        {6, Estimate("%s%s", NO_TEXT, E)},
-        {6, Estimate("%ls%s", NO_TEXT, E)},
-        {3, Estimate("%.3s%s", acNoEnd, E)},
-        {10, Estimate("%10.3s%s", "abcdef", E)},
+        // clang-format off
+        {3, Estimate("a%%b%s", E)},                {2, Estimate("%c%s", 'x', E)},       {5, Estimate("%5c%s", 'x', E)},
+        {6, Estimate("%hc%C%lc%s", 1, 1, 1, E)},   {6, Estimate("%s%s", "abcdef", E)},  {1, Estimate("%s%s", "", E)},
+        {6, Estimate("%s%s", NO_TEXT, E)},         {6, Estimate("%ls%s", NO_TEXT, E)},  {3, Estimate("%.3s%s", acNoEnd, E)},
+        {10, Estimate("%10.3s%s", "abcdef", E)},   {9, Estimate("%*9s%s", 0, "a", E)},  {0, Estimate("%n%s", &n, E)},
+        {5 + 6, Estimate("%hs%hS%ls%S%lS%s", "ab", "abc", L"ab", L"abc", L"", E)},      {34, Estimate("%#x%s", 1, E)},
+        {7 * 32, Estimate("%d%i%o%u%x%X%p%s", 1, 1, 1, 1, 1, 1, &n, E)},               {42, Estimate("%#-+0 40d%s", 1, E)},
+        {4 * 32, Estimate("%hd%ld%lld%llx%s", 1, 1L, 1LL, 1ULL, E)},                    {50, Estimate("%30.20d%s", 1, E)},
+        {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},                           {200, Estimate("%100.100e%s", 1., E)},
+        {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)},           {314, Estimate("%.2f%s", 1., E)},
+        {3 * 32, Estimate("%zu%jd%td%s", size_t{1}, intmax_t{1}, ptrdiff_t{1}, E)},     {312, Estimate("%500f%s", 1., E)},
         {8, Estimate("%*.*s%s", 8, 2, "abcdef", E)},
-        {9, Estimate("%*9s%s", 0, "a", E)},
-        {5 + 6, Estimate("%hs%hS%ls%S%lS%s", "ab", "abc", L"ab", L"abc", L"", E)},
-        {7 * 32, Estimate("%d%i%o%u%x%X%p%s", 1, 1, 1, 1, 1, 1, &n, E)},
-        {34, Estimate("%#x%s", 1, E)},
-        {4 * 32, Estimate("%hd%ld%lld%llx%s", 1, 1L, 1LL, 1ULL, E)},
-        {42, Estimate("%#-+0 40d%s", 1, E)},
-        {50, Estimate("%30.20d%s", 1, E)},
-        {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},
-        {200, Estimate("%100.100e%s", 1., E)},
-        {314, Estimate("%.2f%s", 1., E)},
-        {312, Estimate("%500f%s", 1., E)},
-        {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)},
-        {0, Estimate("%n%s", &n, E)},
-        {3 * 32, Estimate("%zu%jd%td%s", size_t{1}, intmax_t{1}, ptrdiff_t{1}, E)},
+        // clang-format on
     };
     for (const auto& [iExpected, iActual] : aaiRows)
         EXPECT_EQ(iActual, iExpected + 3) << "row " << (&iExpected - aaiRows[0]) / 2;
