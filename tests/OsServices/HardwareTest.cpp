@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <fstream>
 #include <sched.h>
 #include <sys/mount.h>
 

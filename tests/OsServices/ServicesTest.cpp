@@ -37,15 +37,15 @@ KBOOL32 Thread()
     return MakeAndUnmake<HCpuThread>([&](auto& rh) { return g_oOsServices.CpuThread_Create(pfnRun, &hRan, rh); }, fnStop);
 }
 
+// clang-format off
 #define KIND(Name)                                                                              \
     KBOOL32 Name()                                                                              \
     {                                                                                           \
         return MakeAndUnmake<H##Name>([](auto& rh) { return g_oOsServices.Name##_Create(rh); }, \
                                       [](auto h) { return g_oOsServices.Name##_Destroy(h); });  \
     }
-KIND(Event)
-KIND(Signal)
-KIND(SpinLock) KIND(Mutex) KIND(StackTrace)
+KIND(Event) KIND(Signal) KIND(SpinLock) KIND(Mutex) KIND(StackTrace)
+    // clang-format on
 
     TEST(Services, FailuresUnderneathLeaveNothingBehind)
 {
@@ -158,8 +158,8 @@ TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
     const std::pair<const char*, pid_t> aoRows[] = {{"plain", getpid()}, {"a(b)[c]", getpid()}, {"a b", 0}, {"a 5 7", 7}};
     for (const auto& [pszName, iParent] : aoRows)
     {
-        std::string       sFolder  = testing::TempDir() + "namesXXXXXX";
-        const std::string sProgram = mkdtemp(sFolder.data()) + std::string("/") + pszName;  // what the process is called
+        const TestFolder  oFolder;
+        const std::string sProgram = oFolder / pszName;  // what the process is called
         std::filesystem::create_symlink("/bin/sh", sProgram);
         int aiEnds[2];
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, aiEnds), 0);
@@ -176,7 +176,6 @@ TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
         while (NameOf(iPid) != "") EXPECT_EQ(OsServices_GetParentPid(iPid), iParent);
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << "dead, and not yet buried";
         EXPECT_TRUE(waitpid(iPid, nullptr, 0) == iPid && NameOf(iPid) == "" && OsServices_GetParentPid(iPid) == 0);
-        std::filesystem::remove_all(sFolder);
     }
     EXPECT_EQ(Held(), oBefore);
 }

@@ -1,8 +1,5 @@
 #include "Support.h"
 
-#include <pthread.h>
-#include <regex>
-
 OsServices g_oOsServices(nullptr);
 
 // Under a sanitizer as without one, the heap refuses what it does not have.
@@ -17,7 +14,7 @@ bool Fails(const char* pszCall)
     return pszFailing != nullptr && std::strcmp(pszFailing, pszCall) == 0 && g_pszFailing.exchange(nullptr) != nullptr;
 }
 
-std::pair<int, long> Held() { return {s_iBlocks, std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {})}; }
+std::pair<int, long> Held() { return {s_iBlocks, EntriesOf("/proc/self/fd")}; }
 
 void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks)
 {

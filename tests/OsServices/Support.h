@@ -1,20 +1,12 @@
-// What the tests of this folder share: standard output caught as text, and calls of the C library made to fail.
+// What the tests of this folder share: calls of the C library made to fail, and texts cut to a buffer.
 #ifndef SUPPORT_H
 #define SUPPORT_H
 
 #include <atomic>
-#include <cerrno>
-#include <cstring>
-#include <ctime>
-#include <filesystem>
 #include <future>
-#include <random>
-#include <thread>
-
-#include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "OsServices.h"
+#include "TestSupport.h"
 
 constexpr KUINT32 NO_LIMIT         = 0xFFFFFFFF;
 const std::string INVALID_DEADLINE = " returned # INVALID\nTimeOut occurs Req timespec.tv_sec=#,timespec.tv_nsec=#, Now "
@@ -34,14 +26,6 @@ std::pair<int, long> Held();  // blocks of handles that live, and open files; to
 
 // Expects each of the works to be FALSE when one of the calls fails in it, once, and to leave nothing behind.
 void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks);
-
-// What fnWrite puts on standard output.
-template <typename FnWrite> std::string OutputOf(FnWrite fnWrite)
-{
-    testing::internal::CaptureStdout();
-    fnWrite();
-    return testing::internal::GetCapturedStdout();
-}
 
 // Expects fnWrite(buffer, size) to leave the text cut to each size, its terminator included, and what is behind untouched.
 template <typename FnWrite> void ExpectCut(const std::string& rsText, FnWrite fnWrite)
