@@ -1,9 +1,6 @@
-#include <algorithm>
-#include <cstring>
 #include <span>
 
-#include <gtest/gtest.h>
-
+#include "TestSupport.h"
 #include "XDevFpgaInfo.h"
 
 using X       = XDevFpgaInfo;
@@ -53,9 +50,9 @@ TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
                                    " (Bridge 002-005-009) is not known, but the configuration has been set to allow it.\n";
             KBOOL32 bIsFound        = -7;
             X::m_sbForceFpgaSupport = bIsForced;
-            testing::internal::CaptureStdout();
-            EXPECT_TRUE(oFpga.IsSupported(bIsFound) == (bIsForced || bIsSupported) && bIsFound == bIsKnown) << pszCase;
-            EXPECT_EQ(testing::internal::GetCapturedStdout(), bIsForced && !bIsSupported ? oLine.c_str() : "") << pszCase;
+            const auto fDecide      = [&] { EXPECT_EQ(oFpga.IsSupported(bIsFound), bIsForced || bIsSupported) << pszCase; };
+            EXPECT_EQ(OutputOf(fDecide), bIsForced && !bIsSupported ? oLine.c_str() : "") << pszCase;
+            EXPECT_EQ(bIsFound, bIsKnown) << pszCase;
         }
 }
 
@@ -63,31 +60,26 @@ TEST(FpgaInfo, CapabilitiesChangeAtTheirVersions)
 {
     const std::tuple<KBOOL32 (X::*)() const, Numbers, Numbers, Numbers> aoRows[] = {
         // devices, versions without and with
+        // clang-format off
         {&X::IsBuildRequired, {8}, {0, 0x301}, {0x302, 0x10529, TOP}},
         {&X::IsBuildRequired, QUADHI, {0, 0x1034d}, {0x1034e, TOP}},
-        {&X::IsBuildRequired, QUADDO, {0, 0x629}, {0x62a, TOP}},
-        {&X::IsBuildRequired, {3}, {0x11205}, {0x11206, TOP}},
-        {&X::IsBuildRequired, {5}, {0x2032f}, {0x20330, TOP}},
-        {&X::IsBuildRequired, {9}, {0x102}, {0x103, TOP}},
+        {&X::IsBuildRequired, QUADDO, {0, 0x629}, {0x62a, TOP}},       {&X::IsBuildRequired, {3}, {0x11205}, {0x11206, TOP}},
+        {&X::IsBuildRequired, {5}, {0x2032f}, {0x20330, TOP}},         {&X::IsBuildRequired, {9}, {0x102}, {0x103, TOP}},
         {&X::IsBuildRequired, {0xa, 0xb, 0xc, 0xd, 0xe, 0xf, 0x10}, {0, TOP}, {}},
         {&X::IsBuildRequired, {0x4000, 0xc00, 2, 0x11, 0x12, UNKNOWN}, {}, {0, TOP}},
         {&X::IsGenLockSupported, {5}, {0x10172, 0x1019f}, {0x10173, 0x1019e, 0x101a0, TOP}},
         {&X::IsGenLockSupported, QUADDO, {0x34c, 0x3be, 0x3db}, {0x34d, 0x3bd, 0x3bf, 0x3da, 0x3dc, TOP}},
         {&X::IsGenLockSupported, {3, 0xf, UNKNOWN}, {0, TOP}, {}},
-        {&X::IsFrameLockSupported, {5}, {0x2070f}, {0x20710}},
-        {&X::IsFrameLockSupported, {3}, {0x11962}, {0x11963}},
-        {&X::IsFrameLockSupported, {0x11}, {0x4ff}, {0x500}},
-        {&X::IsFrameLockSupported, {0xe}, {0xb14}, {0xb15}},
-        {&X::IsFrameLockSupported, {0x10}, {}, {0, TOP}},
-        {&X::IsFrameLockSupported, QUADDO, {0, TOP}, {}},
-        {&X::IsLvdsJeidaSupported, {0x12}, {0x500}, {0x501}},
-        {&X::IsLvdsJeidaSupported, {0x10}, {TOP}, {}},
+        {&X::IsFrameLockSupported, {5}, {0x2070f}, {0x20710}},  {&X::IsFrameLockSupported, {3}, {0x11962}, {0x11963}},
+        {&X::IsFrameLockSupported, {0x11}, {0x4ff}, {0x500}},   {&X::IsFrameLockSupported, {0xe}, {0xb14}, {0xb15}},
+        {&X::IsFrameLockSupported, {0x10}, {}, {0, TOP}},       {&X::IsFrameLockSupported, QUADDO, {0, TOP}, {}},
+        {&X::IsLvdsJeidaSupported, {0x12}, {0x500}, {0x501}},   {&X::IsLvdsJeidaSupported, {0x10}, {TOP}, {}},
         {&X::GetHdcpSupport, {0xc10, 0, 6, 1, 7, 4, 3, 8, 0x10, 0x12, 0xc00, 2}, {}, {0, TOP}},
         {&X::GetHdcpSupport, {9}, {0x1062a}, {0x1062b}},
         {&X::GetHdcpSupport, {5, 0xa, 0xb, 0xc, 0xd, 0xe, 0xf, 0x11, 0x4000, UNKNOWN}, {0, TOP}, {0x10529, 0x107ad}},
-        {&X::IsOldBrgModel, QUADHI, {0x1001b}, {0x1001a, 0x10529}},
-        {&X::IsOldBrgModel, DVO, {0x2006b}, {0x2006a}},
+        {&X::IsOldBrgModel, QUADHI, {0x1001b}, {0x1001a, 0x10529}}, {&X::IsOldBrgModel, DVO, {0x2006b}, {0x2006a}},
         {&X::IsOldBrgModel, {7, 8}, {0}, {0x1093d}},
+        // clang-format on
     };
     for (const auto& [Holds, auiCodes, auiWithout, auiWith] : aoRows)
         for (KUINT32 uiCode : auiCodes)
