@@ -4,19 +4,11 @@
 #define BOARD_WORLD_H
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <functional>
-#include <string>
-
-#include "Tavrin.h"
+#include "TavrinOperations.h"
+#include "TestSupport.h"
 
 #define OPERATION(Name) decltype(&::Name) Name = reinterpret_cast<decltype(&::Name)>(dlsym(m_pLibrary, #Name));
 
@@ -24,16 +16,9 @@
 struct TestClient
 {
     void* m_pLibrary = dlopen(TAVRIN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    OPERATION(Tavrin_GetDeviceCount)
-    OPERATION(Tavrin_GetDevice)
-    OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess)
-        OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle)
-            OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
-                OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount)
-                    OPERATION(TBoard_GetFpgaInfo)
-
-                        TDevice_Handle hDev = Tavrin_GetDevice(0);
-    TBuffer_Handle hBuffer                  = nullptr;
+    TAVRIN_OPERATIONS(OPERATION)
+    TDevice_Handle hDev    = Tavrin_GetDevice(0);
+    TBuffer_Handle hBuffer = nullptr;
 
     TBuffer_Handle MakeBuffer(KUINT32 uiWidth = 32, KUINT32 uiHeight = 8)
     {
@@ -123,7 +108,6 @@ private:
 struct BoardWorld : testing::Test
 {
     BoardWorld() { setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1); }
-    ~BoardWorld() override { std::filesystem::remove_all(m_oFolder); }
 
     static void InClient(const std::function<void(TestClient&)>& fBody)
     {
@@ -151,8 +135,8 @@ struct BoardWorld : testing::Test
         return std::count_if(std::filesystem::directory_iterator(m_oFolder), {}, fCounts);
     }
 
-    char                        m_szFolder[24] = "/tmp/board-test-XXXXXX";
-    const std::filesystem::path m_oFolder      = mkdtemp(m_szFolder);
+    TestFolder                   m_oTestFolder;
+    const std::filesystem::path& m_oFolder = m_oTestFolder.oPath;
 };
 
 #endif

@@ -15,10 +15,10 @@ TEST_F(BufferTest, RowsArePadded)
                 tagTBuffer_PlaneInfo o = {};
                 EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat{uiFormat}, uiWidth, 3, &ro.hBuffer), TStatus_OK);
                 EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &o), TStatus_OK);
-                EXPECT_EQ(
-                    std::tuple(o.uiPlaneCount, o.aePlaneFormat[0], o.auiWidth[0], o.auiHeight[0], o.auiWidthInBytes[0]),
-                    std::tuple(1u, uiFormat, uiWidth, 3u, uiWidth * uiBytes));
-                EXPECT_TRUE(o.auiPitch[0] > uiWidth && o.auiPitchInBytes[0] == o.auiPitch[0] * uiBytes) << uiWidth;
+                EXPECT_TRUE(o.uiPlaneCount == 1 && o.aePlaneFormat[0] == uiFormat && o.auiHeight[0] == 3 &&
+                            o.auiWidth[0] == uiWidth && o.auiWidthInBytes[0] == uiWidth * uiBytes &&
+                            o.auiPitch[0] > uiWidth && o.auiPitchInBytes[0] == o.auiPitch[0] * uiBytes)
+                    << "format " << uiFormat << ", width " << uiWidth;
             }
     });
 }

@@ -1,9 +1,6 @@
 // Boards that were damaged underneath or are none: failures, never a signal, and nothing written to them.
 #include <sys/stat.h>
 
-#include <fstream>
-#include <random>
-
 #include "Board.h"
 #include "BoardWorld.h"
 
@@ -15,12 +12,6 @@ void Overwrite(const fs::path& roFile, size_t uiOffset, const std::string& strBy
 {
     std::fstream oFile(roFile, std::ios::in | std::ios::out | std::ios::binary);
     oFile.seekp(static_cast<long>(uiOffset)).write(strBytes.data(), static_cast<long>(strBytes.size()));
-}
-
-std::string Contents(const fs::path& roFile)
-{
-    std::ifstream oFile(roFile, std::ios::binary);
-    return {std::istreambuf_iterator<char>(oFile), {}};
 }
 
 // Only root can give a file away; to others it is made a link, which is refused as well.
@@ -85,18 +76,18 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
     };
     Process([&] {
         Veteran           oVeteran;
-        const std::string strWhole = Contents(m_oState);
+        const std::string strWhole = ReadFile(m_oState);
         EXPECT_EQ(strWhole.size(), uiSize);
         for (const auto& [pszName, uiWorks, uiNewSize, uiOffset, strBytes] : aoDamages)
         {
             fs::resize_file(m_oState, uiNewSize);
             Overwrite(m_oState, uiOffset, strBytes);
-            const std::string strDamaged = Contents(m_oState);
+            const std::string strDamaged = ReadFile(m_oState);
             ExpectDevices(uiWorks > 0, uiWorks == uiAll, pszName);
             const auto oResults = oVeteran.CallAll();
             for (size_t uiCall = 0; uiCall < uiAll; ++uiCall)
                 EXPECT_EQ(oResults[uiCall], uiCall < uiWorks ? TStatus_OK : TStatus_FAIL) << pszName << ", call " << uiCall;
-            EXPECT_TRUE(uiWorks > 0 || Contents(m_oState) == strDamaged) << pszName << ": was written to";
+            EXPECT_TRUE(uiWorks > 0 || ReadFile(m_oState) == strDamaged) << pszName << ": was written to";
             fs::resize_file(m_oState, uiSize);
             Overwrite(m_oState, 0, strWhole);
         }
@@ -130,27 +121,17 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
 {
     const fs::path oElsewhere = m_oFolder / "elsewhere", oBoard = m_oFolder / "board", oInside = oBoard / "board.state";
     const std::pair<const char*, std::function<void()>> aoPlaces[] = {
-        {"others may write", [&] { chmod(oBoard.c_str(), 0777); }},
-        {"state is a link", [&] { fs::create_symlink(oElsewhere / "whole", oInside); }},
-        {"state is a folder", [&] { fs::create_directory(oInside); }},
-        {"state is a pipe", [&] { mkfifo(oInside.c_str(), 0600); }},
+        // clang-format off
+        {"others may write",             [&] { chmod(oBoard.c_str(), 0777); }},
+        {"state is a link",              [&] { fs::create_symlink(oElsewhere / "whole", oInside); }},
+        {"state is a folder",            [&] { fs::create_directory(oInside); }},
+        {"state is a pipe",              [&] { mkfifo(oInside.c_str(), 0600); }},
         {"what is being made is a link", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.new"); }},
-        {"folder is a link",
-         [&] {
-             fs::remove(oBoard);
-             fs::create_directory_symlink(oElsewhere, oBoard);
-         }},
-        {"others own the state",
-         [&] {
-             fs::copy_file(oElsewhere / "whole", oInside);
-             Disown(oInside);
-         }},
-        {"others own the folder", [&] { Disown(oBoard); }},
-        {"folder is a file",
-         [&] {
-             fs::remove(oBoard);
-             std::ofstream(oBoard) << "mine";
-         }},
+        {"folder is a link",             [&] { fs::remove(oBoard); fs::create_directory_symlink(oElsewhere, oBoard); }},
+        {"others own the state",         [&] { fs::copy_file(oElsewhere / "whole", oInside); Disown(oInside); }},
+        {"others own the folder",        [&] { Disown(oBoard); }},
+        {"folder is a file",             [&] { fs::remove(oBoard); std::ofstream(oBoard) << "mine"; }},
+        // clang-format on
     };
     ExpectDevices(1, true, "made");
     fs::create_directory(oElsewhere);
@@ -163,6 +144,6 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
         ExpectDevices(0, false, pszName);
         fs::remove_all(oBoard);
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(oElsewhere), {}), 1) << "something was made behind a link";
+    EXPECT_EQ(EntriesOf(oElsewhere.c_str()), 1) << "something was made behind a link";
 }
 }

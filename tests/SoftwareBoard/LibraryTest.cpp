@@ -2,10 +2,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <array>
-#include <chrono>
 #include <deque>
-#include <thread>
 
 #include "Board.h"
 #include "BoardError.h"
@@ -163,50 +160,40 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
             o.hBuffer = hShown;
             return o.Show(h, 8, uiSide, uiSignal, uiPower);
         };
-        std::vector<TStatus> oAnswers = {
-            fCreate(hDev, 52, 0, 8),
-            fCreate(hDev, 52, 8, 0),
-            fCreate(hDev, 52, 0x40000000, 1),
-            fCreate(hDev, 52, ~0u, 1),
-            fCreate(hDev, 52, 65536, 65536),
-            fCreate(hDev, 52, 1, ~0u),
-            fCreate(hDev, 0, 8, 8),
-            fCreate(hDev, 53, 8, 8),
-            fCreate(hDev, 0x10002D09, 8, 8),
-            o.TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, nullptr),
-            o.TBuffer_GetPlaneInfo(hBuf, nullptr),
-            o.TBuffer_BeginAccess(hBuf, 1, 1, &uiPlane),
-            o.TBuffer_BeginAccess(hBuf, 0, 0, &uiPlane),
-            o.TBuffer_BeginAccess(hBuf, 0, 2, &uiPlane),
-            o.TBuffer_BeginAccess(hBuf, 0, 1, nullptr),
-            fGet(hDev, 2, 2),
-            fGet(hDev, 0, 1),
-            o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr),
-            o.TVideoOut_GetCount(hDev, nullptr),
-            fOn(hOut, hBuf, 1, 1, 8),
-            fOn(hOut, hBuf, 0, 0, 8),
-            fOn(hOut, hBuf, 0, 1, 0),
-            fOn(hOut, hBuf, 0, 1, ~0u),
-            fOn(hOut, h565, 0, 1, 8),
-            o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON),
-            o.TBoard_RegWrite(hDev, 16384, 1),
-            o.TBoard_RegRead(hDev, 16384, &ui),
-            o.TBoard_RegRead(hDev, 1, nullptr),
-            o.TBoard_GetFpgaCount(hDev, nullptr),
-            o.TBoard_GetFpgaInfo(hDev, 1, &oFpga),
-            o.TBoard_GetFpgaInfo(hDev, 0, nullptr),
-            o.TBoard_GetFpgaInfo(hDev, 0, &oLarger)};
+#define REFUSED(call) EXPECT_EQ(call, TStatus_INVALID_PARAM)
+        // clang-format off
+        REFUSED(fCreate(hDev, 52, 0, 8)); REFUSED(fCreate(hDev, 52, 8, 0)); REFUSED(fCreate(hDev, 52, 0x40000000, 1));
+        REFUSED(fCreate(hDev, 52, ~0u, 1)); REFUSED(fCreate(hDev, 52, 65536, 65536)); REFUSED(fCreate(hDev, 52, 1, ~0u));
+        REFUSED(fCreate(hDev, 0, 8, 8)); REFUSED(fCreate(hDev, 53, 8, 8)); REFUSED(fCreate(hDev, 0x10002D09, 8, 8));
+        REFUSED(o.TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, nullptr));
+        REFUSED(o.TBuffer_GetPlaneInfo(hBuf, nullptr)); REFUSED(o.TBuffer_BeginAccess(hBuf, 1, 1, &uiPlane));
+        REFUSED(o.TBuffer_BeginAccess(hBuf, 0, 0, &uiPlane)); REFUSED(o.TBuffer_BeginAccess(hBuf, 0, 2, &uiPlane));
+        REFUSED(o.TBuffer_BeginAccess(hBuf, 0, 1, nullptr));
+        REFUSED(fGet(hDev, 2, 2)); REFUSED(fGet(hDev, 0, 1)); REFUSED(o.TVideoOut_GetCount(hDev, nullptr));
+        REFUSED(o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr));
+        REFUSED(fOn(hOut, hBuf, 1, 1, 8)); REFUSED(fOn(hOut, hBuf, 0, 0, 8)); REFUSED(fOn(hOut, hBuf, 0, 1, 0));
+        REFUSED(fOn(hOut, hBuf, 0, 1, ~0u)); REFUSED(fOn(hOut, h565, 0, 1, 8));
+        REFUSED(o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON));
+        REFUSED(o.TBoard_RegWrite(hDev, 16384, 1)); REFUSED(o.TBoard_RegRead(hDev, 16384, &ui));
+        REFUSED(o.TBoard_RegRead(hDev, 1, nullptr)); REFUSED(o.TBoard_GetFpgaCount(hDev, nullptr));
+        REFUSED(o.TBoard_GetFpgaInfo(hDev, 1, &oFpga)); REFUSED(o.TBoard_GetFpgaInfo(hDev, 0, nullptr));
+        REFUSED(o.TBoard_GetFpgaInfo(hDev, 0, &oLarger));
         for (const auto h : {TDevice_Handle{}, reinterpret_cast<TDevice_Handle>(16), reinterpret_cast<TDevice_Handle>(hBuf)})
-            oAnswers.insert(oAnswers.end(), {fCreate(h, 52, 8, 8), o.TVideoOut_GetCount(h, &ui), fGet(h, 0, 2),
-                                             o.TBoard_RegWrite(h, 1, 1), o.TBoard_RegRead(h, 1, &ui),
-                                             o.TBoard_GetFpgaCount(h, &ui), o.TBoard_GetFpgaInfo(h, 0, &oFpga)});
+        {
+            REFUSED(fCreate(h, 52, 8, 8)); REFUSED(o.TVideoOut_GetCount(h, &ui)); REFUSED(fGet(h, 0, 2));
+            REFUSED(o.TBoard_RegWrite(h, 1, 1)); REFUSED(o.TBoard_RegRead(h, 1, &ui));
+            REFUSED(o.TBoard_GetFpgaCount(h, &ui)); REFUSED(o.TBoard_GetFpgaInfo(h, 0, &oFpga));
+        }
         for (const auto h : {TBuffer_Handle{}, hDead, reinterpret_cast<TBuffer_Handle>(hOut)})
-            oAnswers.insert(oAnswers.end(), {o.TBuffer_GetPlaneInfo(h, &oInfo), o.TBuffer_BeginAccess(h, 0, 1, &uiPlane),
-                                             o.TBuffer_EndAccess(h), o.TBuffer_Destroy(h), fOn(hOut, h, 0, 1, 8)});
+        {
+            REFUSED(o.TBuffer_GetPlaneInfo(h, &oInfo)); REFUSED(o.TBuffer_BeginAccess(h, 0, 1, &uiPlane));
+            REFUSED(o.TBuffer_EndAccess(h)); REFUSED(o.TBuffer_Destroy(h)); REFUSED(fOn(hOut, h, 0, 1, 8));
+        }
         for (const auto h : {TVideoOut_Handle{}, hDeadOut, reinterpret_cast<TVideoOut_Handle>(hDev)})
-            oAnswers.insert(oAnswers.end(), {fOn(h, hBuf, 0, 1, 8), o.TVideoOut_Disable(h), o.TVideoOut_ReleaseHandle(h)});
-        for (size_t uiCall = 0; uiCall < oAnswers.size(); ++uiCall)
-            EXPECT_EQ(oAnswers[uiCall], TStatus_INVALID_PARAM) << "call " << uiCall;
+        {
+            REFUSED(fOn(h, hBuf, 0, 1, 8)); REFUSED(o.TVideoOut_Disable(h)); REFUSED(o.TVideoOut_ReleaseHandle(h));
+        }
+        // clang-format on
         EXPECT_EQ(std::tuple(o.Tavrin_GetDevice(1), ui, uiPlane, hNewBuf, hNewOut, oInfo.uiPlaneCount, oFpga.szName[0]),
                   std::tuple(nullptr, 77u, 77u, hDead, hDeadOut, 0u, '\0'));
         EXPECT_EQ(oLarger.szName[0], '\0');

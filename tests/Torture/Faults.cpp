@@ -25,7 +25,7 @@
 #include <iterator>
 #include <tuple>
 
-#include "Tavrin.h"
+#include "TavrinOperations.h"
 
 namespace
 {
@@ -142,18 +142,12 @@ template <int iTag, class TResult, class... TArguments> struct SOperation<iTag, 
 
 extern "C"
 {
-void* __libc_malloc(size_t uiSize);
-void* __libc_calloc(size_t uiCount, size_t uiSize);
-void* __libc_realloc(void* pv, size_t uiSize);
-void* malloc(size_t uiSize) { return Strikes("heap", "malloc") ? (errno = ENOMEM, nullptr) : __libc_malloc(uiSize); }
-void* calloc(size_t uiCount, size_t uiSize)
-{
-    return Strikes("heap", "calloc") ? (errno = ENOMEM, nullptr) : __libc_calloc(uiCount, uiSize);
-}
-void* realloc(void* pv, size_t uiSize)
-{
-    return Strikes("heap", "realloc") ? (errno = ENOMEM, nullptr) : __libc_realloc(pv, uiSize);
-}
+#define STRUCK_HEAP(name, parameters, arguments) \
+    void* __libc_##name parameters;              \
+    void* name          parameters { return Strikes("heap", #name) ? (errno = ENOMEM, nullptr) : __libc_##name arguments; }
+STRUCK_HEAP(malloc, (size_t u), (u))
+STRUCK_HEAP(calloc, (size_t n, size_t u), (n, u))
+STRUCK_HEAP(realloc, (void* p, size_t u), (p, u))
 
 #define STRUCK(kind, result, name, parameters, arguments, failure)                  \
     result name parameters                                                          \
@@ -227,12 +221,7 @@ void* dlsym(void* pvLibrary, const char* pszName)
 #define OPERATION(name)                                        \
     if (pvReal != nullptr && std::strcmp(pszName, #name) == 0) \
         return SOperation<__COUNTER__, decltype(name)>::StandBefore(#name, pvReal);
-    OPERATION(Tavrin_GetDeviceCount)
-    OPERATION(Tavrin_GetDevice)
-    OPERATION(TBuffer_CreateVideo) OPERATION(TBuffer_GetPlaneInfo) OPERATION(TBuffer_BeginAccess)
-        OPERATION(TBuffer_EndAccess) OPERATION(TBuffer_Destroy) OPERATION(TVideoOut_GetCount) OPERATION(TVideoOut_GetHandle)
-            OPERATION(TVideoOut_Enable) OPERATION(TVideoOut_Disable) OPERATION(TVideoOut_ReleaseHandle)
-                OPERATION(TBoard_RegWrite) OPERATION(TBoard_RegRead) OPERATION(TBoard_GetFpgaCount)
-                    OPERATION(TBoard_GetFpgaInfo) return pvReal;
+    TAVRIN_OPERATIONS(OPERATION)
+    return pvReal;
 }
 }
