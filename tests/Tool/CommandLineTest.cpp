@@ -1,24 +1,14 @@
 // What the command line asks for, and what is printed about one that is wrong.
-#include <gtest/gtest.h>
-
-#include <array>
 #include <bit>
 #include <deque>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "CommandLine.h"
+#include "TestSupport.h"
 
 namespace
 {
-enum EOutcome
-{
-    RUN,
-    HELP,
-    HELP_AND_FAIL,
-    FAIL
-};
+enum EOutcome { RUN, HELP, HELP_AND_FAIL, FAIL };
 
 const std::string NUMBERS = "-v 640 480 75 1 -2 3x 4 5 6 7 8 ";
 const std::string RANGE   = "] animation step loop time must be in the range [16-10000].\n";
@@ -72,29 +62,26 @@ void Expect(const std::string& sLine, EOutcome eOutcome, const std::string& sMes
     for (std::string sWord; oWords >> sWord;) apszArguments.push_back(asArguments.emplace_back(sWord).data());
     apszArguments.push_back(nullptr);
 
-    SArguments oArguments;
-    testing::internal::CaptureStdout();
-    const KBOOL32 bParsed = ParseArguments(static_cast<int>(asArguments.size()), apszArguments.data(), oArguments);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), sMessages);
-    EXPECT_EQ(!bParsed ? FAIL : !oArguments.bShowHelp ? RUN : oArguments.bErrorHelp ? HELP_AND_FAIL : HELP, eOutcome);
-    if (eOutcome == RUN) { EXPECT_EQ(Text(oArguments), Text(roExpected)); }
+    SArguments o;
+    KBOOL32    bParsed = FALSE;
+    const auto fParse  = [&] { bParsed = ParseArguments(static_cast<int>(asArguments.size()), apszArguments.data(), o); };
+    EXPECT_EQ(OutputOf(fParse), sMessages);
+    EXPECT_EQ(!bParsed ? FAIL : !o.bShowHelp ? RUN : o.bErrorHelp ? HELP_AND_FAIL : HELP, eOutcome);
+    if (eOutcome == RUN) { EXPECT_EQ(Text(o), Text(roExpected)); }
 }
 
 TEST(CommandLine, BecomesOneRun)
 {
     const std::pair<std::string, SArguments> RUNS[] = {
+        // clang-format off
         {"", {}},
         {"-d x", {}},
         {"-d 1 --DevIdx 4294967298abc", {.uiDevIndex = 2}},
         {"-i -d -f base", {.pszImageFileName = "-d", .pszAnimBaseFileName = "base"}},
         {"--Image a --AnimBaseFileName b -i c", {.pszImageFileName = "c", .pszAnimBaseFileName = "b"}},
         {"-p 1 2 3 4 -a -5 6 7 8 -et 9 -l 16",
-         {.oProgressBarRect     = {1, 2, 3, 4},
-          .bProgressBar         = TRUE,
-          .oAnimBarRect         = {-5, 6, 7, 8},
-          .bAnimation           = TRUE,
-          .uiAnimStepLoopTimeMs = 16,
-          .uiEnableTime         = 9}},
+         {.oProgressBarRect = {1, 2, 3, 4}, .bProgressBar = TRUE, .oAnimBarRect = {-5, 6, 7, 8}, .bAnimation = TRUE,
+          .uiAnimStepLoopTimeMs = 16, .uiEnableTime = 9}},
         {"-l 10000 -l 17", {.uiAnimStepLoopTimeMs = 17}},
         {NUMBERS + "yes no i - yes YUV_2020 422 16", {.oVidParam = Timing(1 | 4 | 16 | 5 << 5 | 2 << 9 | 3 << 11)}},
         {NUMBERS + "no yes - + no RGB_LIMITED 420 10", {.oVidParam = Timing(2 | 8 | 1 << 5 | 1 << 9 | 1 << 11)}},
@@ -103,6 +90,7 @@ TEST(CommandLine, BecomesOneRun)
         {NUMBERS + "no no - - no YUV_601_FULL 444 8", {.oVidParam = Timing(4 << 5)}},
         {NUMBERS + "yes yes + + yes YUV_709 422 12 -v 1024 768 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8",
          {}},
+        // clang-format on
     };
     for (const auto& [sLine, oExpected] : RUNS) Expect(sLine, RUN, "", oExpected);
     EXPECT_EQ(Text({}),
@@ -152,8 +140,6 @@ TEST(CommandLine, EveryWordOfTheTimingIsChecked)
 
 TEST(CommandLine, UsageTextListsEveryOption)
 {
-    testing::internal::CaptureStdout();
-    PrintUsage("tool");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), USAGE);
+    EXPECT_EQ(OutputOf([] { PrintUsage("tool"); }), USAGE);
 }
 }

@@ -2,16 +2,11 @@
 // makes to the device library.
 #pragma once
 #include <dlfcn.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <regex>
 
 #include "DisplayRun.h"
 #include "FakeTavrin.h"
 #include "PngFile.h"
+#include "TestSupport.h"
 
 using Calls = std::vector<std::string>;
 
@@ -40,33 +35,31 @@ const Calls FORWARD = Calls{"Tavrin_GetDeviceCount", "Tavrin_GetDevice 0", "TBoa
 const Calls UNDO_BUFFER  = {"TBuffer_Destroy", "TBoard_RegWrite 6908 0"};
 const Calls UNDO_OUTPUTS = OutputCalls("0", "TVideoOut_Disable 0") + OutputCalls("1", "TVideoOut_Disable 1") + UNDO_BUFFER;
 
-inline std::ptrdiff_t EntriesOf(const char* psz) { return std::distance(std::filesystem::directory_iterator(psz), {}); }
-
-inline bool g_bRunIsUnderWay = false;
+inline bool                                          g_bRunIsUnderWay = false;
+inline std::function<bool(const std::string& sName)> g_fServiceFails;  // asked at each call of the system in a run
 
 struct DisplayWorld : testing::Test
 {
-    DisplayWorld() { m_roBoard = SFakeTavrin(); }
-    ~DisplayWorld() override { std::filesystem::remove_all(m_sFolder); }
+    DisplayWorld() { m_roBoard = SFakeTavrin(), g_fServiceFails = nullptr; }
 
     TStatus Run()
     {
         g_bStopSignal = FALSE;
         m_roBoard.asCalls.clear();
         m_roBoard.auiLoads.clear();
-        testing::internal::CaptureStdout();
-        g_bRunIsUnderWay      = true;
-        const TStatus eStatus = DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim,
-                                                   m_uiEnableTime, m_bProgressBar, m_bAnimation, m_oVidParam);
-        g_bRunIsUnderWay      = false;
-        m_sOutput             = testing::internal::GetCapturedStdout();
+        TStatus eStatus = TStatus_OK;
+        m_sOutput       = OutputOf([&] {
+            g_bRunIsUnderWay = true;
+            eStatus = DisplayProgressBar(m_uiDevIndex, m_oBar, m_pszImage, m_pszFrames, m_uiStepMs, m_oAnim, m_uiEnableTime,
+                                               m_bProgressBar, m_bAnimation, m_oVidParam);
+            g_bRunIsUnderWay = false;
+        });
         return eStatus;
     }
 
     // Writes a background whose bytes are all 40 and that many opaque frames of grey 10, 20, ... The next run shows them.
     void MakePictures(int iFrames)
     {
-        std::filesystem::create_directory(m_sFolder);
         WritePng(m_sBack, 80, 60, {}, std::vector<png_byte>(80 * 60 * 4, 40));
         for (int i = 1; i <= iFrames; ++i)
         {
@@ -84,12 +77,20 @@ struct DisplayWorld : testing::Test
         return m_roBoard.auiPixels.at(size_t{y} * (m_roBoard.uiWidth + m_roBoard.uiPitchExtra) + x);
     }
 
+    // Compares the picture. The gap between its rows is never written.
+    template <class TExpected> testing::AssertionResult Shows(TExpected fExpected) const
+    {
+        return IsPicture(
+            96, 60, [this](KUINT32 x, KUINT32 y) { return PixelAt(x, y); },
+            [&](KUINT32 x, KUINT32 y) { return x < 80 ? KUINT32(fExpected(x, y)) : 0xDEADBEEF; });
+    }
+
     // Keeps the library loaded after the run, so that the test can still read its world.
     static inline void* const s_pvLibrary = dlopen("libTavrin.so.1", RTLD_NOW);
 
     SFakeTavrin&       m_roBoard = *reinterpret_cast<SFakeTavrin* (*)()>(dlsym(s_pvLibrary, "FakeTavrin_World"))();
-    std::string        m_sFolder = testing::TempDir() + "display-run-" + std::to_string(getpid());
-    std::string        m_sBack = m_sFolder + "/back.png", m_sFrames = m_sFolder + "/frame";
+    TestFolder         m_oFolder;
+    std::string        m_sBack = m_oFolder / "back.png", m_sFrames = m_oFolder / "frame";
     std::string        m_sOutput;
     KUINT32            m_uiDevIndex   = 0;
     tagTRECT           m_oBar         = {20, 40, 60, 50};

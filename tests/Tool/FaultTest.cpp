@@ -3,7 +3,6 @@
 #include <png.h>
 
 #include <csignal>
-#include <fstream>
 #include <map>
 
 #include "DisplayWorld.h"
@@ -11,17 +10,13 @@
 
 OsServices g_oOsServices(nullptr);
 
-static std::atomic<int>                              s_iAllocations{0};
-static std::function<bool(const std::string& sName)> s_fServiceFails;  // of a call of the system while a run is under way
-static KUINT64                                       s_uiFakeNs = 0;   // the clock, when it is not 0
-static std::function<void(KUINT64 uiDeadlineNs)>     s_fOnWait;        // on the fake clock
+static std::atomic<int>                          s_iAllocations{0};
+static KUINT64                                   s_uiFakeNs = 0;  // the clock, when it is not 0
+static std::function<void(KUINT64 uiDeadlineNs)> s_fOnWait;       // on the fake clock
 
 // The linker leads the calls of the program's own objects through these wrappers. Some come before a sanitizer is ready.
 #define EARLY __attribute__((no_sanitize("address", "undefined", "thread")))
-EARLY static bool ServiceFails(const char* pszName)
-{
-    return g_bRunIsUnderWay && s_fServiceFails && s_fServiceFails(pszName);
-}
+EARLY static bool ServiceFails(const char* psz) { return g_bRunIsUnderWay && g_fServiceFails && g_fServiceFails(psz); }
 
 // clang-format off
 #define SERVICE(result, name, parameters, arguments, failure) \
@@ -40,13 +35,11 @@ SERVICE(png_infop, png_create_info_struct, (png_const_structrp p), (p), nullptr)
 
 extern "C"
 {
-void* __real__Znwm(size_t uiSize);
-void* __real__Znam(size_t uiSize);
-void* __real_malloc(size_t uiSize);
+#define COUNTED(name)                   \
+    void* __real_##name(size_t uiSize); \
+    void* __wrap_##name(size_t uiSize) { return ++s_iAllocations, __real_##name(uiSize); }
+COUNTED(_Znwm) COUNTED(_Znam) COUNTED(malloc)
 void* __real__ZnamRKSt9nothrow_t(size_t uiSize, const std::nothrow_t& ro);
-void* __wrap__Znwm(size_t uiSize) { return ++s_iAllocations, __real__Znwm(uiSize); }
-void* __wrap__Znam(size_t uiSize) { return ++s_iAllocations, __real__Znam(uiSize); }
-void* __wrap_malloc(size_t uiSize) { return ++s_iAllocations, __real_malloc(uiSize); }
 void* __wrap__ZnamRKSt9nothrow_t(size_t uiSize, const std::nothrow_t& ro)
 {
     return ++s_iAllocations, ServiceFails("new") ? nullptr : __real__ZnamRKSt9nothrow_t(uiSize, ro);
@@ -80,7 +73,7 @@ namespace
 {
 struct Fault : DisplayWorld
 {
-    ~Fault() override { s_fServiceFails = nullptr, s_uiFakeNs = 0; }
+    ~Fault() override { s_uiFakeNs = 0; }
 
     // After a run that something failed in.
     void ExpectNothingIsLeft()
@@ -95,12 +88,7 @@ struct Fault : DisplayWorld
 
 // ---- The device library.
 
-enum EThen
-{
-    IGNORED,
-    ENDS_WITH_FAIL,
-    ENDS_WITH_ITS_STATUS
-};
+enum EThen { IGNORED, ENDS_WITH_FAIL, ENDS_WITH_ITS_STATUS };
 
 // What happens to a run when a call fails before its teardown, and how many check reports it then writes.
 const std::map<std::string, std::pair<EThen, int>> MEANINGS = {
@@ -244,14 +232,14 @@ TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
             std::map<std::string, int> oCounts;
             int                        iCall = 0;
             sFailed.clear();
-            s_fServiceFails = [&](const std::string& sName) {
+            g_fServiceFails = [&](const std::string& sName) {
                 const int  iOfThatName = ++oCounts[sName];
                 const bool bFails      = ++iCall == iFailing || (bForEver && iCall > iFailing);
                 if (bFails && sFailed.empty()) sFailed = sName + " " + std::to_string(iOfThatName);
                 return bFails;
             };
             const TStatus eStatus = Run();
-            s_fServiceFails       = nullptr;
+            g_fServiceFails       = nullptr;
 
             SCOPED_TRACE(sFailed + (bForEver ? " and all behind it" : ""));
             const auto poLoss = std::find_if(std::begin(LOSSES), std::end(LOSSES), [&](const SLoss& ro) {

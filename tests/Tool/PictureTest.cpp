@@ -1,11 +1,5 @@
 // What is painted: PNG pictures and frames, the blend, the bar and the rectangle animation.
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "FrameBlend.h"
 #include "PngAnimation.h"
@@ -14,82 +8,72 @@
 #include "QelColor.h"
 #include "QelSurfaceTyped.h"
 #include "RectangleAnimation.h"
+#include "TestSupport.h"
 
 namespace
 {
 using Bytes = std::vector<KUINT8>;
 
-// A fixture with a folder of its own, which is removed afterwards, and with the tool's output captured.
+// A fixture with a folder of its own, and with the tool's output captured.
 struct Picture : testing::Test
 {
-    ~Picture() override { std::filesystem::remove_all(m_sFolder); }
-
-    std::string Path(const std::string& sName) const { return m_sFolder + "/" + sName; }
-
     // The bytes of a PNG file.
     Bytes Png(KUINT32 uiWidth, KUINT32 uiHeight, const SPngKind& roKind, const Bytes& auiRows) const
     {
-        WritePng(Path("png"), uiWidth, uiHeight, roKind, auiRows);
-        std::ifstream oFile(Path("png"), std::ios::binary);
-        return {std::istreambuf_iterator<char>(oFile), {}};
+        WritePng(m_oFolder / "png", uiWidth, uiHeight, roKind, auiRows);
+        return ReadFile<Bytes>(m_oFolder / "png");
     }
 
-    // Loads into rows of uiWidth pixels and a gap, all filled with 0x5A, and checks that the gaps are not written.
+    // Loads into rows of uiWidth pixels and a gap, all filled with 0x5A, and checks that nothing else is written.
     static KBOOL32 Load(Bytes auiFile, KUINT32 uiWidth, KUINT32 uiHeight, Bytes& rauiPixels)
     {
         const KUINT32 uiPitch = uiWidth * 4 + 12;
         Bytes         auiPlane(size_t{uiPitch} * uiHeight + 16, 0x5A);
-        std::FILE*    poFile  = fmemopen(auiFile.data(), auiFile.size(), "rb");
-        const KBOOL32 bLoaded = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
+        std::FILE*    poFile   = fmemopen(auiFile.data(), auiFile.size(), "rb");
+        const KBOOL32 bLoaded  = LoadImage(poFile, uiWidth, uiPitch, uiHeight, auiPlane.data());
+        size_t        uiBeside = 0;
         std::fclose(poFile);
-
-        EXPECT_EQ(Bytes(auiPlane.end() - 16, auiPlane.end()), Bytes(16, 0x5A)) << "written behind the last row";
         rauiPixels.clear();
-        for (KUINT32 y = 0; y < uiHeight; ++y)
-        {
-            const auto itRow = auiPlane.begin() + static_cast<std::ptrdiff_t>(y) * uiPitch;
-            rauiPixels.insert(rauiPixels.end(), itRow, itRow + uiWidth * 4);
-            EXPECT_EQ(Bytes(itRow + uiWidth * 4, itRow + uiPitch), Bytes(12, 0x5A)) << "written behind row " << y;
-        }
+        for (size_t i = 0; i < auiPlane.size(); ++i)
+            if (i % uiPitch < uiWidth * 4 && i / uiPitch < uiHeight)
+                rauiPixels.push_back(auiPlane[i]);
+            else if (auiPlane[i] != 0x5A)
+                uiBeside = i;
+        EXPECT_EQ(uiBeside, 0u) << "this byte is behind a row and was written";
         return bLoaded;
     }
 
     template <class FWork> KBOOL32 Captured(FWork fWork)
     {
-        testing::internal::CaptureStdout();
-        const KBOOL32 bDone = fWork();
-        m_sOutput           = testing::internal::GetCapturedStdout();
+        KBOOL32 bDone = FALSE;
+        m_sOutput     = OutputOf([&] { bDone = fWork(); });
         return bDone;
     }
 
-    char        m_acTemplate[32] = "/tmp/picture-test-XXXXXX";
-    std::string m_sFolder        = mkdtemp(m_acTemplate);
+    TestFolder  m_oFolder;
     std::string m_sOutput;
 };
 
 TEST_F(Picture, EveryKindArrivesAsRgba)
 {
-    // A row of four pixels, as it is stored and as it arrives. The picture has it twice.
+    // clang-format off
     const std::tuple<SPngKind, Bytes, Bytes> CASES[] = {
-        {{8, PNG_COLOR_TYPE_RGBA},
-         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16},
-         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
-        {{8, PNG_COLOR_TYPE_RGB},
-         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12},
-         {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 10, 11, 12, 0}},
+        // A row of four pixels, as it is stored and as it arrives. The picture has it twice.
+        {{8, PNG_COLOR_TYPE_RGBA}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16},
+                                   {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
+        {{8, PNG_COLOR_TYPE_RGB}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3}, {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0, 1, 2, 3, 0}},
         {{1, PNG_COLOR_TYPE_GRAY}, {0b10100000}, {255, 255, 255, 0, 0, 0, 0, 0, 255, 255, 255, 0, 0, 0, 0, 0}},
-        {{2, PNG_COLOR_TYPE_GRAY, false, true},
-         {0b00011011},
+        {{2, PNG_COLOR_TYPE_GRAY, false, true}, {0b00011011},
          {0, 0, 0, 0, 85, 85, 85, 255, 170, 170, 170, 255, 255, 255, 255, 255}},
         {{8, PNG_COLOR_TYPE_GRAY_ALPHA}, {9, 8, 7, 6, 5, 4, 3, 2}, {9, 9, 9, 8, 7, 7, 7, 6, 5, 5, 5, 4, 3, 3, 3, 2}},
         {{4, PNG_COLOR_TYPE_PALETTE, false, true}, {0x01, 0x2F}, {0, 0, 0, 0, 1, 2, 3, 255, 2, 4, 6, 255, 15, 30, 45, 255}},
-        {{16, PNG_COLOR_TYPE_RGBA},
-         {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15, 16, 16},
-         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}},
-        {{16, PNG_COLOR_TYPE_GRAY},
-         {0, 0, 128, 128, 255, 255, 7, 7},
+        {{16, PNG_COLOR_TYPE_RGBA}, {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8,
+                                     9, 9, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7},
+                                    {1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5, 6, 7}},
+        {{16, PNG_COLOR_TYPE_GRAY}, {0, 0, 128, 128, 255, 255, 7, 7},
          {0, 0, 0, 0, 128, 128, 128, 0, 255, 255, 255, 0, 7, 7, 7, 0}},
     };
+    // clang-format on
     for (auto [oKind, auiStored, auiExpected] : CASES)
         for (const bool bInterlaced : {false, true})
         {
@@ -97,11 +81,10 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
                          << oKind.iBitDepth << " bits, type " << oKind.iColorType << ", interlaced " << bInterlaced);
             oKind.bInterlaced   = bInterlaced;
             const Bytes auiFile = Png(4, 2, oKind, auiStored);
-            Bytes       auiPixels;
-            EXPECT_TRUE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }));
-            for (const int iRow : {0, 16})
-                EXPECT_EQ(Bytes(auiPixels.begin() + iRow, auiPixels.begin() + iRow + 16), auiExpected);
-            EXPECT_EQ(m_sOutput, "");
+            Bytes       auiPixels, auiTwice = auiExpected;
+            auiTwice.insert(auiTwice.end(), auiExpected.begin(), auiExpected.end());
+            EXPECT_TRUE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }) && m_sOutput.empty()) << m_sOutput;
+            EXPECT_TRUE(AreRows(auiPixels, auiTwice, 16));
         }
 }
 
@@ -118,9 +101,9 @@ TEST_F(Picture, AnotherSizeIsReportedAndCut)
         EXPECT_TRUE(Captured([&, x = uiWidth, y = uiHeight] { return Load(auiFile, x, y, auiPixels); }));
         EXPECT_EQ(m_sOutput,
                   "Supplied PNG 5x3 doens't match resolution " + std::to_string(uiWidth) + "x" + std::to_string(uiHeight));
-        for (KUINT32 y = 0; y < uiHeight; ++y)
-            for (KUINT32 i = 0; i < uiWidth * 4; ++i)
-                ASSERT_EQ(auiPixels[y * uiWidth * 4 + i], y < 3 && i < 20 ? y * 20 + i : 0x5A) << y << ", byte " << i;
+        const auto fFound = [&, uiRow = uiWidth * 4](KUINT32 i, KUINT32 y) { return auiPixels[y * uiRow + i]; };
+        EXPECT_TRUE(IsPicture(uiWidth * 4, uiHeight, fFound,
+                              [](KUINT32 i, KUINT32 y) { return y < 3 && i < 20 ? y * 20 + i : 0x5A; }));
     }
 }
 
@@ -251,27 +234,24 @@ TEST_F(Picture, FramesPlayInOrderOverTheBackground)
     {
         Bytes auiRows;
         for (KUINT32 k = 0; k < 140 * 3 * 4; ++k) auiRows.push_back(static_cast<KUINT8>(Stored(i, k % 560, k / 560)));
-        WritePng(Path("anim0" + std::to_string(i) + ".png"), 140, 3, {}, auiRows);
+        WritePng(m_oFolder / ("anim0" + std::to_string(i) + ".png"), 140, 3, {}, auiRows);
     }
 
     const Bytes       auiBackground(PITCH * HEIGHT, 40);
     SAnimationPngData oData = {};
-    ASSERT_TRUE(InitAnimationPng(auiBackground.data(), WIDTH, PITCH, HEIGHT, Path("anim").c_str(), oRegion, oData));
+    ASSERT_TRUE(InitAnimationPng(auiBackground.data(), WIDTH, PITCH, HEIGHT, (m_oFolder / "anim").c_str(), oRegion, oData));
     EXPECT_EQ(oData.uiNbOfAnimation, 3u);
 
     for (int iFrame : {2, 3, 1, 2})
     {
         Bytes auiPlane(PITCH * HEIGHT, 0x77);
         AnimationPngUpdate(oData, PITCH, auiPlane.data());
-        for (KUINT32 y = 0; y < HEIGHT; ++y)
-            for (KUINT32 i = 0; i < PITCH; ++i)
-            {
-                const bool bInside  = y >= 1 && y < 4 && i >= 8 && i < 568;
-                const int  iBlended = (Stored(iFrame, i - 8, y - 1) * 60 * iFrame + 40 * (255 - 60 * iFrame)) / 255;
-                const int  iFramed  = i % 4 == 3 ? 255 : iBlended;
-                ASSERT_EQ(auiPlane[y * PITCH + i], bInside ? iFramed : 0x77)
-                    << "frame " << iFrame << ", row " << y << ", byte " << i;
-            }
+        const auto fExpected = [&](KUINT32 i, KUINT32 y) {
+            const int iBlended = (Stored(iFrame, i - 8, y - 1) * 60 * iFrame + 40 * (255 - 60 * iFrame)) / 255;
+            return y < 1 || y >= 4 || i < 8 || i >= 568 ? 0x77 : i % 4 == 3 ? 255 : iBlended;
+        };
+        const auto fFound = [&](KUINT32 i, KUINT32 y) { return auiPlane[y * PITCH + i]; };
+        EXPECT_TRUE(IsPicture(PITCH, HEIGHT, fFound, fExpected)) << "frame " << iFrame;
     }
 }
 
@@ -285,24 +265,24 @@ TEST_F(Picture, SequencesThatCannotPlayAreRefused)
         EXPECT_EQ(m_sOutput.ends_with("Assertion failed\n"), !bInit);
         return bInit;
     };
-    WritePng(Path("good01.png"), 4, 3, {}, Bytes(48));
-    WritePng(Path("rotten01.png"), 4, 3, {}, Bytes(48));
-    std::ofstream(Path("rotten02.png")) << "no picture";
-    WritePng(Path("late02.png"), 4, 3, {}, Bytes(48));
+    WritePng(m_oFolder / "good01.png", 4, 3, {}, Bytes(48));
+    WritePng(m_oFolder / "rotten01.png", 4, 3, {}, Bytes(48));
+    std::ofstream(m_oFolder / "rotten02.png") << "no picture";
+    WritePng(m_oFolder / "late02.png", 4, 3, {}, Bytes(48));
 
-    EXPECT_TRUE(fInit(Path("good"), {4, 3, 8, 6}));
+    EXPECT_TRUE(fInit(m_oFolder / "good", {4, 3, 8, 6}));
     for (const TRECT& roRegion : {TRECT{-1, 1, 3, 4}, {1, -1, 5, 2}, {5, 3, 9, 6}, {4, 4, 8, 7}, {8, 3, 4, 6}})
-        EXPECT_FALSE(fInit(Path("good"), roRegion)) << roRegion.iLeft << ' ' << roRegion.iTop;
-    EXPECT_FALSE(fInit(Path("rotten"), {4, 3, 8, 6}));
-    EXPECT_FALSE(fInit(Path("late"), {4, 3, 8, 6}));
+        EXPECT_FALSE(fInit(m_oFolder / "good", roRegion)) << roRegion.iLeft << ' ' << roRegion.iTop;
+    EXPECT_FALSE(fInit(m_oFolder / "rotten", {4, 3, 8, 6}));
+    EXPECT_FALSE(fInit(m_oFolder / "late", {4, 3, 8, 6}));
 
     // A name is cut to 511 characters. Without its number every frame would be this one file.
-    std::string sLong = Path("long");
+    std::string sLong = m_oFolder / "long";
     sLong.insert(1, 511 - sLong.size(), '/');
-    std::ofstream(Path("long")) << "";
+    std::ofstream(m_oFolder / "long") << "";
     EXPECT_FALSE(fInit(sLong, {4, 3, 8, 6}));
     sLong.erase(1, 3);
-    WritePng(Path("long01."), 4, 3, {}, Bytes(48));
+    WritePng(m_oFolder / "long01.", 4, 3, {}, Bytes(48));
     EXPECT_TRUE(fInit(sLong, {4, 3, 8, 6})) << "cut after its number";
 }
 
@@ -315,6 +295,12 @@ struct SPlane
     KUINTPTR             uiData    = reinterpret_cast<KUINTPTR>(auiPixels.data());
     KUINT32              uiPitch   = 320;
     CSurface             oSurface{&uiData, &uiPitch, nullptr, 300, 24, 1};
+
+    template <class TExpected> testing::AssertionResult Shows(TExpected fExpected) const
+    {
+        return IsPicture(
+            320, 24, [&](KUINT32 x, KUINT32 y) { return auiPixels[y * 320 + x]; }, fExpected);
+    }
 };
 
 TEST(ProgressBar, FillsInProportionAndStaysInside)
@@ -329,48 +315,38 @@ TEST(ProgressBar, FillsInProportionAndStaysInside)
         ProgressDrawingUpdate(oRect, uiPct, oData, &oPlane.oSurface);
         EXPECT_EQ(oData.uiPrevProgressPct, uiPct);
         const KUINT32 uiEnd = 3 + 99 * std::min(uiPct, 100u) / 100;
-        for (KUINT32 i = 0; i < oPlane.auiPixels.size(); ++i)
-        {
-            const KUINT32 x = i % 320, y = i / 320;
-            const bool    bBar     = x >= 3 && x <= 102 && y >= 2 && y <= 12;
-            const bool    bOutline = bBar && (x == 3 || x == 102 || y == 2 || y == 12);
-            const KUINT32 uiInBar  = bOutline || x < uiEnd ? WHITE : 0;
-            ASSERT_EQ(oPlane.auiPixels[i], bBar ? uiInBar : 7) << uiPct << " %: " << x << ',' << y;
-        }
+        EXPECT_TRUE(oPlane.Shows([=](KUINT32 x, KUINT32 y) {
+            const bool bInside = x > 3 && x < 102 && y > 2 && y < 12;
+            return x < 3 || x > 102 || y < 2 || y > 12 ? 7 : !bInside || x < uiEnd ? WHITE : 0;
+        })) << uiPct
+            << " %";
     }
 }
 
 TEST(RectangleAnimation, ShowsTheBlockOfEveryStep)
 {
-    struct SStart
+    for (const auto& [uiWidth, uiFrom, uiTo, uiTurn] :
+         {std::tuple{256u, 0u, 50u, 5u}, {255u, 0u, 50u, 5u}, {20u, 0u, 50u, 5u}, {100u, 10u, 30u, 7u}})
     {
-        KINT32  iWidth;
-        KUINT32 uiBegin, uiEnd, uiStep;
-    };
-    for (const SStart& ro : {SStart{256, 0, 50, 5}, {255, 0, 50, 5}, {20, 0, 50, 5}, {100, 10, 30, 7}})
-    {
-        const TRECT    oRect = {5, 1, 5 + ro.iWidth, 9};
+        const TRECT    oRect = {5, 1, 5 + static_cast<KINT32>(uiWidth), 9};
         SPlane         oPlane;
         SAnimationData oData = {};
-        InitAnimationDrawing(oRect, ro.uiBegin, ro.uiEnd, oData, &oPlane.oSurface);
+        InitAnimationDrawing(oRect, uiFrom, uiTo, oData, &oPlane.oSurface);
         for (KUINT32 uiStep = 0; uiStep < 45; ++uiStep)
         {
-            const KUINT32 uiBegin = (ro.uiBegin + uiStep * ro.uiStep) % 100, uiEnd = (ro.uiEnd + uiStep * ro.uiStep) % 100;
-            const auto    fColumn = [&](KUINT32 uiPct) { return 5 + static_cast<KUINT32>(ro.iWidth) * uiPct / 100; };
-            for (KUINT32 i = 0; i < oPlane.auiPixels.size(); ++i)
-            {
-                const KUINT32 x = i % 320, y = i / 320;
-                const bool    bRect    = x >= 5 && x < 5u + static_cast<KUINT32>(ro.iWidth) && y >= 1 && y < 9;
-                const bool    bBlock   = uiBegin < uiEnd ? x >= fColumn(uiBegin) && x < fColumn(uiEnd)
-                                                         : x >= fColumn(uiBegin) || x < fColumn(uiEnd);
-                const KUINT32 uiInRect = bBlock ? 0x00FFFFFF : 0;
-                ASSERT_EQ(oPlane.auiPixels[i], bRect ? uiInRect : 7) << "step " << uiStep << ": " << x << ',' << y;
-            }
-            AnimationDrawingUpdate(oRect, ro.uiStep, oData, &oPlane.oSurface);
+            const KUINT32 uiBegin = (uiFrom + uiStep * uiTurn) % 100, uiEnd = (uiTo + uiStep * uiTurn) % 100;
+            const KUINT32 uiBeginX = 5 + uiWidth * uiBegin / 100, uiEndX = 5 + uiWidth * uiEnd / 100, uiRight = 5 + uiWidth;
+            EXPECT_TRUE(oPlane.Shows([=](KUINT32 x, KUINT32 y) {
+                const bool bBlock = uiBegin < uiEnd ? x >= uiBeginX && x < uiEndX : x >= uiBeginX || x < uiEndX;
+                return x < 5 || x >= uiRight || y < 1 || y >= 9 ? 7u : bBlock ? 0x00FFFFFFu : 0u;
+            })) << "step "
+                << uiStep;
+            AnimationDrawingUpdate(oRect, uiTurn, oData, &oPlane.oSurface);
         }
         AnimationDrawingUpdate(oRect, 200, oData, &oPlane.oSurface);
-        EXPECT_EQ(oPlane.auiPixels[320 + 5], 0u) << "a whole turn paints white, then black";
-        EXPECT_EQ(oPlane.auiPixels[320 + 4 + static_cast<KUINT32>(ro.iWidth)], 0u);
+        EXPECT_TRUE(oPlane.Shows([=, uiRight = 5 + uiWidth](KUINT32 x, KUINT32 y) {
+            return x < 5 || x >= uiRight || y < 1 || y >= 9 ? 7 : 0;
+        })) << "a whole turn paints white, then black";
     }
 }
 
