@@ -58,9 +58,11 @@ testing::AssertionResult IsPicture(unsigned uiWidth, unsigned uiHeight, TFound f
     {
         const unsigned x = i % uiWidth, y = i / uiWidth, uiLeft = x > 32 ? x - 32 : 0, uiTop = y > 4 ? y - 4 : 0;
         if (!fDiffer(x, y)) continue;
-        auto oResult = testing::AssertionFailure() << std::hex << "0x" << unsigned(fFound(x, y)) << " instead of 0x"
-                                                   << unsigned(fExpected(x, y)) << std::dec << " at column " << x << ", row "
-                                                   << y << "; from column " << uiLeft << ", row " << uiTop << " on:";
+        char acFirst[128];
+        std::snprintf(acFirst, sizeof(acFirst),
+                      "0x%x instead of 0x%x at column %u, row %u; from column %u, row %u on:", unsigned(fFound(x, y)),
+                      unsigned(fExpected(x, y)), x, y, uiLeft, uiTop);
+        auto oResult = testing::AssertionFailure() << acFirst;
         for (unsigned uiRow = uiTop; uiRow < std::min(uiTop + 12, uiHeight); ++uiRow)
             for (unsigned uiColumn = uiLeft; uiColumn < std::min(uiLeft + 64, uiWidth); ++uiColumn)
                 oResult << (uiColumn == uiLeft ? "\n" : "") << (fDiffer(uiColumn, uiRow) ? '#' : '.');

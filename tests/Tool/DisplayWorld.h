@@ -57,15 +57,18 @@ struct DisplayWorld : testing::Test
         return eStatus;
     }
 
-    // Writes a background whose bytes are all 40 and that many opaque frames of grey 10, 20, ... The next run shows them.
+    // Writes a background whose bytes are all 40, and that many frames of grey 60, 120, ... that are half transparent. The
+    // next run shows them. A frame behind a missing one is not played.
     void MakePictures(int iFrames)
     {
         WritePng(m_sBack, 80, 60, {}, std::vector<png_byte>(80 * 60 * 4, 40));
-        for (int i = 1; i <= iFrames; ++i)
+        for (int i = 1; i <= iFrames + 2; ++i)
         {
-            std::vector<png_byte> auiRows(20 * 10 * 4, static_cast<png_byte>(10 * i));
-            for (size_t ui = 3; ui < auiRows.size(); ui += 4) auiRows[ui] = 255;
-            WritePng(m_sFrames + "0" + std::to_string(i) + ".png", 20, 10, {}, auiRows);
+            const std::string     sFrame = m_sFrames + "0" + std::to_string(i) + ".png";
+            std::vector<png_byte> auiRows(20 * 10 * 4, static_cast<png_byte>(60 * i));
+            for (size_t ui = 3; ui < auiRows.size(); ui += 4) auiRows[ui] = 128;
+            WritePng(sFrame, 20, 10, {}, auiRows);
+            if (i == iFrames + 1) std::filesystem::remove(sFrame);
         }
         m_pszImage   = m_sBack.c_str();
         m_pszFrames  = m_sFrames.c_str();

@@ -92,20 +92,15 @@ enum EThen { IGNORED, ENDS_WITH_FAIL, ENDS_WITH_ITS_STATUS };
 
 // What happens to a run when a call fails before its teardown, and how many check reports it then writes.
 const std::map<std::string, std::pair<EThen, int>> MEANINGS = {
-    {"Tavrin_GetDeviceCount", {ENDS_WITH_FAIL, 1}},
-    {"Tavrin_GetDevice", {ENDS_WITH_FAIL, 1}},
-    {"TBoard_GetFpgaCount", {ENDS_WITH_FAIL, 0}},
-    {"TBoard_GetFpgaInfo", {ENDS_WITH_FAIL, 0}},
-    {"TBuffer_CreateVideo", {ENDS_WITH_FAIL, 1}},
-    {"TBuffer_GetPlaneInfo", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TBuffer_BeginAccess", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TBuffer_EndAccess", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TVideoOut_GetCount", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TVideoOut_GetHandle", {ENDS_WITH_ITS_STATUS, 1}},
-    {"TVideoOut_Enable", {ENDS_WITH_ITS_STATUS, 2}},
-    {"TVideoOut_ReleaseHandle", {ENDS_WITH_ITS_STATUS, 2}},
-    {"TBoard_RegWrite", {IGNORED, 0}},
-    {"TBoard_RegRead", {IGNORED, 0}},
+    // clang-format off
+    {"Tavrin_GetDeviceCount", {ENDS_WITH_FAIL, 1}},      {"Tavrin_GetDevice", {ENDS_WITH_FAIL, 1}},
+    {"TBoard_GetFpgaCount", {ENDS_WITH_FAIL, 0}},        {"TBoard_GetFpgaInfo", {ENDS_WITH_FAIL, 0}},
+    {"TBuffer_CreateVideo", {ENDS_WITH_FAIL, 1}},        {"TBuffer_GetPlaneInfo", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TBuffer_BeginAccess", {ENDS_WITH_ITS_STATUS, 1}},  {"TBuffer_EndAccess", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_GetCount", {ENDS_WITH_ITS_STATUS, 1}},   {"TVideoOut_GetHandle", {ENDS_WITH_ITS_STATUS, 1}},
+    {"TVideoOut_Enable", {ENDS_WITH_ITS_STATUS, 2}},     {"TVideoOut_ReleaseHandle", {ENDS_WITH_ITS_STATUS, 2}},
+    {"TBoard_RegWrite", {IGNORED, 0}},                   {"TBoard_RegRead", {IGNORED, 0}},
+    // clang-format on
 };
 constexpr size_t GOT_DEVICE = 2, GOT_BUFFER = 5, GOT_OUTPUTS = 9;  // so many of FORWARD succeeded
 constexpr int    LAST_READ = 3;                                    // at this one a signal ends a run that reads in vain
@@ -259,7 +254,7 @@ TEST_F(Fault, OfAnyServiceCostsTheRunWhatItServedAndNoMore)
 }
 
 // Sixteen thousand seconds on a clock that only the waits advance. The steps do not drift, and no step leaves anything
-// behind.
+// behind. The frames come over the background in their order.
 TEST_F(Fault, NoneInAMillionSteps)
 {
     constexpr KUINT64 STEP_NS = 16'000'000, STEPS = 1'000'000;
@@ -275,17 +270,21 @@ TEST_F(Fault, NoneInAMillionSteps)
     m_uiEnableTime          = 16000;
     m_roBoard.bRecordsReads = false;
     m_roBoard.fProgress     = [&] { return static_cast<KUINT32>(uiWaits % 100); };
-    s_uiFakeNs              = 1'700'000'000'000'000'000;
-    s_fOnWait               = [&](KUINT64 uiDeadlineNs) {
+    const auto fExpected    = [&](KUINT32 x, KUINT32 y) -> KUINT32 {
+        const bool bBar = x >= 20 && x <= 60 && y >= 40 && y <= 50, bInside = x > 20 && x < 60 && y > 40 && y < 50;
+        if (bBar) return !bInside || x < 20 + 40 * (uiWaits % 100) / 100 ? 0x00FFFFFF : 0;
+        const KUINT32 uiFrame = (60 * KUINT32(uiWaits % 3 + 1) * 128 + 40 * 127) / 255;
+        return x >= 10 && x < 30 && y >= 5 && y < 15 ? 0xFF000000 + uiFrame * 0x010101 : 0x28282828;
+    };
+    s_uiFakeNs = 1'700'000'000'000'000'000;
+    s_fOnWait  = [&](KUINT64 uiDeadlineNs) {
         g_bStopSignal = HasFailure();
         EXPECT_EQ(uiDeadlineNs, s_uiFakeNs + STEP_NS);
-        s_uiFakeNs = uiDeadlineNs;
-        if (uiWaits > 0)
-        {
-            EXPECT_EQ(m_roBoard.puiMapped[5 * (80 + 16) + 10] & 0xFF, 10 * (uiWaits % 3 + 1)) << "step " << uiWaits;
-            EXPECT_EQ(m_roBoard.puiMapped[45 * (80 + 16) + 20 + std::max<KUINT64>(40 * (uiWaits % 100) / 100, 1)] & 0xFF, 0u)
-                << "step " << uiWaits;
-        }
+        s_uiFakeNs        = uiDeadlineNs;
+        const auto fShown = [&](KUINT32 x, KUINT32 y) { return m_roBoard.puiMapped[y * (80 + 16) + x]; };
+        EXPECT_TRUE(uiWaits == 0 || uiWaits > 200 ? testing::AssertionSuccess() : IsPicture(80, 60, fShown, fExpected));
+        for (const auto& [x, y] : {std::pair{10u, 5u}, {KUINT32(21 + 40 * (uiWaits % 100) / 100), 45u}})
+            EXPECT_TRUE(uiWaits == 0 || fShown(x, y) == fExpected(x, y)) << "step " << uiWaits << " at " << x << ',' << y;
         if (++uiWaits == 2) aiHeld = fHeld(), aiHeld[0] = s_iAllocations;  // with those of the look itself
         EXPECT_TRUE(uiWaits != STEPS || fHeld() == aiHeld) << "allocations, files or mappings were added";
     };

@@ -19,6 +19,7 @@ board() { "$bin/tavrin-board" "$@"; }
 limited() { sh -c 'echo $$ >>"$0"; exec timeout -k 5 60 "$@"' "$work/groups" "$@"; }
 tool() { limited "$bin/QelProgressBarDisplay" "$@"; }
 outputs() { board status | sed -n 's/ *output [0-9]*: //p' | sed 's/held by [0-9].*/held/' | tr '\n' ';'; }
+register() { board status | sed -n 's/.*6908.*: //p'; }
 stop() { kill "-$1" "$(board status | sed -n 's/.*output 0.*held by \([0-9]*\).*/\1/p')"; }
 # Waits for the job that was started last until it shows the outputs, or until it has ended. The test fails when the job ends
 # too soon, or when it takes as long as a hundred runs of the panel: a sanitizer or a busy machine slows both down alike.
@@ -44,21 +45,19 @@ lines() { sed 's/([0-9]*) Assertion/(LINE) Assertion/' "$1"; }
 # The lines of all writers come in order through a pipe. A stop signal ends the run with 0, the outputs off, the register 0.
 { tool -l 16 -a 10 10 50 50 -f "$work/none" -i "$demo/frame01.png"; echo "status $?"; } 2>&1 | cat >"$work/out" &
 wait_until shown
-expect 'register while it runs' 0x00000001 "$(board status | sed -n 's/.*6908.*: //p')"
+expect 'register while it runs' 0x00000001 "$(register)"
 stop TERM
 wait_until ended
 expect 'lines in order' "Supplied PNG 128x128 doens't match resolution 1024x768$FALL_BACK
 Received signal: 15
 status 0" "$(lines "$work/out")"
-expect 'outputs after a stop' 'off;off;' "$(outputs)"
-expect 'register after a stop' 0x00000000 "$(board status | sed -n 's/.*6908.*: //p')"
+expect 'register and outputs after a stop' '0x00000000 off;off;' "$(register) $(outputs)"
 
 # A killed process has lost no line. Until then no other run gets the outputs.
 tool -l 16 -a 10 10 50 50 -f "$work/none" >"$work/out" &
 wait_until shown
-tool >"$work/busy"
-expect 'status of a second tool' 248 "$?"
-expect 'busy line' 'ABORTING: Cannot enable display, the resource is busy! (Video output:0) ' "$(grep ABORTING "$work/busy")"
+expect 'lines and status of a second tool' 'ABORTING: Cannot enable display, the resource is busy! (Video output:0) 248' \
+  "$(tool | grep ABORTING)$(tool >/dev/null; echo $?)"
 wait_until shown
 stop KILL
 wait_until ended
@@ -69,26 +68,25 @@ expect 'lines before a kill' "$FALL_BACK" "$(lines "$work/out")"
 wait_until shown
 stop INT
 wait_until ended
-expect 'status without a reader' 0 "$(cat "$work/status")"
-expect 'outputs without a reader' 'off;off;' "$(outputs)"
+expect 'status and outputs without a reader' '0 off;off;' "$(cat "$work/status") $(outputs)"
 
-# Each value of the command line arrives in its place: index, timing, either rectangle, step and enable time.
+# Each value of the command line arrives in its place: index, timing, either rectangle, step and enable time. Rectangles are
+# checked before a library is loaded.
 vga='640 480 60 31 25175 16 96 48 10 2 33 no no - - no RGB_FULL 444 8'
+cp "$bin/QelProgressBarDisplay" "$work/alone"
 board create >/dev/null && board progress 100
-tool -d 1 -p 10 10 50 50 >/dev/null
-expect 'status with an index too high' 255 "$?"
+expect 'status with an index too high' 255 "$(tool -d 1 -p 10 10 50 50 >/dev/null; echo $?)"
 # shellcheck disable=SC2086 # nineteen values
 expect 'rectangles outside the timing' 'Progress Bar Rectangle is invalid
-Animation Bar Rectangle is invalid' "$(tool -v $vga -a 10 10 50 50; tool -v $vga -p 10 10 50 50 -a 10 10 640 50)"
+Animation Bar Rectangle is invalid' "$("$work/alone" -v $vga -a 10 10 50 50; "$work/alone" -v $vga -p 10 10 50 50 -a 10 10 640 50)"
 tool -a 10 10 50 50 -l 500 -et 1
-expect 'status after an enable time' 0 "$?"
-expect 'outputs after an enable time' '1024x768, 60 Hz, held by nobody;1024x768, 60 Hz, held by nobody;' "$(outputs)"
+expect 'status and outputs after an enable time' \
+  '0 1024x768, 60 Hz, held by nobody;1024x768, 60 Hz, held by nobody;' "$? $(outputs)"
 
 # With closed standard streams no message may land in the board's files.
 board create >/dev/null && board progress 100
 tool -l 16 -p 10 10 50 50 -a 10 10 50 50 -f "$work/none" -i "$0" <&- >&- 2>&-
-expect 'status with closed streams' 0 "$?"
-expect 'board after closed streams' 'off;off;' "$(outputs)"
+expect 'status and outputs with closed streams' '0 off;off;' "$? $(outputs)"
 
 # The run goes on when its log has reached the size limit.
 truncate -s 8M "$work/log"
@@ -96,14 +94,12 @@ truncate -s 8M "$work/log"
 expect 'status and outputs with a full log' '0 off;off;' "$? $(outputs)"
 
 # A machine without a library, and command lines that start no run.
-cp "$bin/QelProgressBarDisplay" "$work/alone"
 expect 'help without a library' '14,, -d 0 ,0' "$(alone -h)"
 expect 'an error and then help' '15,[-x] is an invalid argument., -d 0 ,0' "$(alone -x -h)"
 expect 'an error' '15,[-x] is an invalid argument., -d 0 ,255' "$(alone -x)"
 expect 'an error without help' '1,[-v] missing video parameters.,,255' "$(alone -h -v)"
-limited "$work/alone" -et 1 >"$work/out"
-expect 'status without a library' 255 "$?"
-expect 'says what is missing' 1 "$(grep -c 'Cannot load libTavrin.so.1: libTavrin.so.1: cannot open' "$work/out")"
+expect 'message and status without a library' 'Cannot load libTavrin.so.1: libTavrin.so.1: cannot open 255' \
+  "$(limited "$work/alone" -et 1 | grep -o 'Cannot load .* cannot open') $(limited "$work/alone" -et 1 >/dev/null; echo $?)"
 expect 'ten thousand arguments' 10000 \
   "$(seq 10000 | xargs -n 10000 timeout 60 "$bin/QelProgressBarDisplay" -h | grep -c 'is an invalid argument')"
 
