@@ -100,6 +100,31 @@ TYPED_TEST(Waits, WakeUpWithoutReasonEndsNoWait)
     this->ExpectWaits(1, 3'600'000, {TStatus_OK}, [&] { Trigger(this->m_h); });
 }
 
+TYPED_TEST(Waits, StormOfAllOperationsLosesNoWaitAndLeavesNoCountBehind)
+{
+    std::atomic<int>          iWaiting{4};
+    std::vector<std::jthread> aoThreads;
+    for (const KUINT32 uiMs : {0u, 1u, NO_LIMIT, NO_LIMIT})
+        aoThreads.emplace_back([&, uiMs] {
+            for (int i = 0; i < 400;)  // waits that got as far as to block, or found a trigger
+            {
+                const TStatus eStatus = Wait(this->m_h, uiMs);
+                EXPECT_TRUE(eStatus == TStatus_OK || eStatus == TStatus_CANCELED ||
+                            (eStatus == TStatus_TIMEOUT && uiMs < 2));
+                i += eStatus != TStatus_CANCELED;
+            }
+            --iWaiting;
+        });
+    for (const int iFirst : {0, 3})
+        aoThreads.emplace_back([&, iFirst] {
+            for (int i = iFirst; iWaiting > 0; ++i, std::this_thread::yield())
+                i % 7 != 0 ? Trigger(this->m_h) : (Cancel(this->m_h), Activate(this->m_h));
+        });
+    aoThreads.clear();
+    EXPECT_TRUE(Activate(this->m_h) && Reset(this->m_h) && Trigger(this->m_h));
+    EXPECT_EQ(Wait(this->m_h, 0), this->IS_EVENT ? TStatus_OK : TStatus_TIMEOUT) << "nobody was counted as waiting";
+}
+
 TYPED_TEST(Waits, WakeFailureIsReportedAndPutBack)
 {
     for (const bool bCancel : {false, true})

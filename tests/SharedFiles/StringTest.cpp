@@ -75,7 +75,7 @@ TEST_F(StringTest, EstimatesByTable)
         {5 + 6, Estimate("%hs%hS%ls%S%lS%s", "ab", "abc", L"ab", L"abc", L"", E)},      {34, Estimate("%#x%s", 1, E)},
         {7 * 32, Estimate("%d%i%o%u%x%X%p%s", 1, 1, 1, 1, 1, 1, &n, E)},               {42, Estimate("%#-+0 40d%s", 1, E)},
         {4 * 32, Estimate("%hd%ld%lld%llx%s", 1, 1L, 1LL, 1ULL, E)},                    {50, Estimate("%30.20d%s", 1, E)},
-        {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},                           {200, Estimate("%100.100e%s", 1., E)},
+        {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},                          {200, Estimate("%100.100e%s", 1., E)},
         {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)},           {314, Estimate("%.2f%s", 1., E)},
         {3 * 32, Estimate("%zu%jd%td%s", size_t{1}, intmax_t{1}, ptrdiff_t{1}, E)},     {312, Estimate("%500f%s", 1., E)},
         {8, Estimate("%*.*s%s", 8, 2, "abcdef", E)},

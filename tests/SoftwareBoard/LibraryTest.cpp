@@ -39,6 +39,17 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
         << "a full disk would keep a register from being written";
 }
 
+TEST_F(LibraryTest, FilesOfTheBoardAreNobodysStandardStreams)
+{
+    Process([] {
+        std::for_each_n(std::array{0, 1, 2}.begin(), 3, close);
+        TestClient oClient;
+        oClient.MakeBuffer();
+        EXPECT_EQ(oClient.Enable(0), TStatus_OK);
+        for (const int iFd : {0, 1, 2}) EXPECT_EQ(fcntl(iFd, F_GETFD), -1) << iFd;
+    });
+}
+
 TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
 {
     using namespace SoftwareBoard;

@@ -16,6 +16,13 @@ TEST_F(DisplayRun, OutputWithoutAHandleIsLeftOutInSilence)
     EXPECT_EQ(m_roBoard.asCalls, asBefore + asBehind + UNDO_BUFFER);
 }
 
+TEST_F(DisplayRun, DeviceThatIsNotThereIsNotAskedFor)
+{
+    m_uiDevIndex = 1;
+    EXPECT_EQ(Run(), TStatus_FAIL);
+    EXPECT_EQ(m_roBoard.asCalls, Calls{"Tavrin_GetDeviceCount"});
+}
+
 // A signal before the loop skips it. scripts/torture sends one at every moment of a run on the software board.
 TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
 {

@@ -57,16 +57,17 @@ struct DisplayWorld : testing::Test
         return eStatus;
     }
 
-    // Writes a background whose bytes are all 40, and that many frames of grey 60, 120, ... that are half transparent. The
-    // next run shows them. A frame behind a missing one is not played.
+    // Writes a background whose bytes are all 40, and that many frames of grey 60, 120, ... and a bit, which are half
+    // transparent. The next run shows them. A frame behind a missing one is not played.
     void MakePictures(int iFrames)
     {
         WritePng(m_sBack, 80, 60, {}, std::vector<png_byte>(80 * 60 * 4, 40));
         for (int i = 1; i <= iFrames + 2; ++i)
         {
             const std::string     sFrame = m_sFrames + "0" + std::to_string(i) + ".png";
-            std::vector<png_byte> auiRows(20 * 10 * 4, static_cast<png_byte>(60 * i));
-            for (size_t ui = 3; ui < auiRows.size(); ui += 4) auiRows[ui] = 128;
+            std::vector<png_byte> auiRows;
+            for (int j = 0; j < 20 * 10; ++j)
+                auiRows.insert(auiRows.end(), 3, static_cast<png_byte>(60 * i + j % 13)), auiRows.push_back(128);
             WritePng(sFrame, 20, 10, {}, auiRows);
             if (i == iFrames + 1) std::filesystem::remove(sFrame);
         }

@@ -273,7 +273,8 @@ TEST_F(Fault, NoneInAMillionSteps)
     const auto fExpected    = [&](KUINT32 x, KUINT32 y) -> KUINT32 {
         const bool bBar = x >= 20 && x <= 60 && y >= 40 && y <= 50, bInside = x > 20 && x < 60 && y > 40 && y < 50;
         if (bBar) return !bInside || x < 20 + 40 * (uiWaits % 100) / 100 ? 0x00FFFFFF : 0;
-        const KUINT32 uiFrame = (60 * KUINT32(uiWaits % 3 + 1) * 128 + 40 * 127) / 255;
+        const KUINT32 uiStored = 60 * KUINT32(uiWaits % 3 + 1) + ((y - 5) * 20 + x - 10) % 13;
+        const KUINT32 uiFrame  = (uiStored * 128 + 40 * 127) / 255;
         return x >= 10 && x < 30 && y >= 5 && y < 15 ? 0xFF000000 + uiFrame * 0x010101 : 0x28282828;
     };
     s_uiFakeNs = 1'700'000'000'000'000'000;
