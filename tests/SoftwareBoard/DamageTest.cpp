@@ -34,15 +34,12 @@ struct Veteran : TestClient
     std::vector<TStatus> CallAll()
     {
         tagTBoard_FpgaInfo oFpga = {.uiSize = sizeof(oFpga)};
-        return {TBoard_RegWrite(hDev, 7932, 1),
-                TBoard_RegRead(hDev, 7932, &ui),
-                Show(hVideoOut),
-                TVideoOut_Disable(hVideoOut),
-                TBoard_GetFpgaCount(hDev, &ui),
-                TBoard_GetFpgaInfo(hDev, 0, &oFpga),
-                TVideoOut_GetCount(hDev, &ui),
+        // clang-format off
+        return {TBoard_RegWrite(hDev, 7932, 1), TBoard_RegRead(hDev, 7932, &ui), Show(hVideoOut), TVideoOut_Disable(hVideoOut),
+                TBoard_GetFpgaCount(hDev, &ui), TBoard_GetFpgaInfo(hDev, 0, &oFpga), TVideoOut_GetCount(hDev, &ui),
                 TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, &hNew),
                 TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, &hNewBuffer)};
+        // clang-format on
     }
 };
 

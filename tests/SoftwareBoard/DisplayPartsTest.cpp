@@ -20,12 +20,9 @@ TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
               "1024x768-60 (1024 1048 1184 1344 768 771 777 806 65000 flags: nhsync, nvsync)");
     EXPECT_EQ(DescribeMode(*MakeMode({1920, 1080, 30, 33, 74250, 88, 44, 148, 4, 10, 31, 1, 0, 1, 1})),
               "1920x1080i-30 (1920 2008 2052 2200 1080 1084 1094 1125 74250 flags: interlace, phsync, pvsync)");
-    const std::tuple<KUINT32, KUINT32, bool> aoWidths[] = {// active and front porch of a line, with 296 pixels more
-                                                           {0xFFFF - 296, 0, true},
-                                                           {0xFFFF - 296, 1, false},
-                                                           {1024, 0xFFFFFFFF, false},
-                                                           {0, 24, false}};
-    for (const auto& [uiActive, uiFPorch, bFits] : aoWidths)
+    // Active and front porch of a line, which has 296 pixels more.
+    for (const auto& [uiActive, uiFPorch, bFits] :
+         {std::tuple{0xFFFFu - 296, 0u, true}, {0xFFFFu - 296, 1u, false}, {1024u, 0xFFFFFFFF, false}, {0u, 24u, false}})
         EXPECT_EQ(MakeMode({uiActive, 768, 60, 48, 65000, uiFPorch, 136, 160, 3, 6, 29}).has_value(), bFits) << uiActive;
 }
 

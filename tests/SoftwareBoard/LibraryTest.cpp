@@ -90,10 +90,10 @@ TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
         HoldOutput();
     });
     const auto eBusy = TStatus_RESOURCES_BUSY;
-    for (const auto& [eExpected, pszWhen] : {std::pair{eBusy, "enabled"},
-                                             {eBusy, "handle, buffer and library gone"},
-                                             {TStatus_OK, "disabled"},
-                                             {eBusy, "enabled anew"}})
+    // clang-format off
+    for (const auto& [eExpected, pszWhen] : {std::pair{eBusy, "enabled"}, {eBusy, "handle, buffer and library gone"},
+                                             {TStatus_OK, "disabled"}, {eBusy, "enabled anew"}})
+    // clang-format on
     {
         oHolder.Resume();
         oHolder.Await();

@@ -38,14 +38,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
         uiSize -= 4 + uiLength;
     }
 
-    const auto fTry = [](auto fBody) {
-        try
-        {
-            fBody();
-        }
-        catch (const BoardError&)
-        {}
-    };
+    // clang-format off
+    const auto fTry = [](auto fBody) { try { fBody(); } catch (const BoardError&) {} };
+    // clang-format on
     fTry([&] { Board::Observe(); });
     const Transaction oTransaction(oBoard.m_oLocks);
     fTry([&] { SweepPixelFiles(oTransaction, oBoard.m_oFolder, oState); });
