@@ -44,8 +44,8 @@ void PutFrame(Pixels& rauiPicture, const Pixels& auiBackground, const Pixels& au
     {
         for (unsigned x = 0; x < FRAME_SIDE; ++x)
         {
-            const png_byte*   puiFrame = &auiFrame[4 * (y * FRAME_SIDE + x)];
-            const size_t i        = 3 * ((FRAME_TOP + y) * WIDTH + FRAME_LEFT + x);
+            const png_byte* puiFrame = &auiFrame[4 * (y * FRAME_SIDE + x)];
+            const size_t    i        = 3 * ((FRAME_TOP + y) * WIDTH + FRAME_LEFT + x);
             for (unsigned c = 0; c < 3; ++c)
                 rauiPicture[i + c] =
                     static_cast<png_byte>((puiFrame[c] * puiFrame[3] + auiBackground[i + c] * (255 - puiFrame[3])) / 255);
