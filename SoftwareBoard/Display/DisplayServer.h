@@ -47,9 +47,9 @@ private:
     std::shared_ptr<FollowedScreen> FindOrFollow(Screen oScreen) const;
 
     const SDisplayPlan         m_oPlan;
+    std::optional<Board>       m_ooBoard;  // before the card, which is given back while the device is still served
     Card                       m_oCard;
     HotPlug                    m_oHotPlug;
-    std::optional<Board>       m_ooBoard;
     std::optional<FileChanges> m_ooChanges;  // of the board's folder
     std::vector<SConnector>    m_aoConnectors;
     std::vector<DisplayOutput> m_aoOutputs;

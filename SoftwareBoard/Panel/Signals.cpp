@@ -30,6 +30,11 @@ Signals::Signals(std::initializer_list<int> aiOthers)
         if (!IsIgnored(iSignal))
             sigaddset(&oSet, iSignal);
     }
+    for (int iSignal = SIGRTMIN; iSignal <= SIGRTMAX; ++iSignal)
+    {
+        if (!IsIgnored(iSignal))
+            sigaddset(&oSet, iSignal);
+    }
     for (const int iSignal : aiOthers)
         sigaddset(&oSet, iSignal);
 

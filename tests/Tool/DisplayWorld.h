@@ -1,6 +1,8 @@
 // The fixture for display runs: a fresh fake board, default arguments, captured standard output. Also the calls that a run
 // makes to the device library.
-#pragma once
+#ifndef DISPLAY_WORLD_H
+#define DISPLAY_WORLD_H
+
 #include <dlfcn.h>
 
 #include "DisplayRun.h"
@@ -107,3 +109,5 @@ struct DisplayWorld : testing::Test
     KBOOL32            m_bAnimation   = FALSE;
     tagTVideo_VidParam m_oVidParam    = {.uiHActive = 80, .uiVActive = 60};
 };
+
+#endif

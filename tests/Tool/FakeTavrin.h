@@ -1,6 +1,8 @@
 // A device library that records every call and lets chosen calls fail. The tool's loader and the test open the same
 // libTavrin.so.1, so the test controls and reads it through the one SFakeTavrin that it holds.
-#pragma once
+#ifndef FAKE_TAVRIN_H
+#define FAKE_TAVRIN_H
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -30,3 +32,5 @@ struct SFakeTavrin
 };
 
 extern "C" SFakeTavrin* FakeTavrin_World();
+
+#endif

@@ -1,5 +1,7 @@
 // Writes PNG files of every kind.
-#pragma once
+#ifndef PNG_FILE_H
+#define PNG_FILE_H
+
 #include <png.h>
 #include <zlib.h>
 
@@ -67,3 +69,5 @@ inline void MendSums(std::vector<png_byte>& rauiFile)
         i += 12 + uiLength;
     }
 }
+
+#endif
