@@ -4,7 +4,6 @@
 
 #include "BoardError.h"
 #include "PixelFiles.h"
-#include "PlaneLayout.h"
 
 namespace SoftwareBoard
 {
@@ -12,15 +11,11 @@ namespace
 {
 // Large enough for few calls, and small enough for the processor's caches.
 constexpr size_t BYTES_AT_ONCE = size_t{256} << 10;
-
-SPlaneLayout LayoutOf(const SOutputRecord& roOutput)
-{
-    return *LayOutPlane(TPixelFormat_R8G8B8A8, roOutput.uiBufferWidth, roOutput.uiBufferHeight);
-}
 }
 
 Screen::Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const SOutputRecord& roOutput)
-    : m_oOutput(roOutput), m_oPixels(OpenPixelFile(roTransaction, roFolder, roOutput.uiPixelFile))
+    : m_oOutput(roOutput), m_oLayout(*LayOutPlane(TPixelFormat_R8G8B8A8, roOutput.uiBufferWidth, roOutput.uiBufferHeight)),
+      m_oPixels(OpenPixelFile(roTransaction, roFolder, roOutput.uiPixelFile))
 {}
 
 bool Screen::operator==(const Screen& roOther) const
@@ -32,20 +27,15 @@ bool Screen::operator==(const Screen& roOther) const
            GetHeight() == roOther.GetHeight();
 }
 
-size_t Screen::Pitch() const
-{
-    return LayoutOf(m_oOutput).uiPitch;
-}
-
 size_t Screen::RowsAtOnce() const
 {
-    return std::max<size_t>(BYTES_AT_ONCE / LayoutOf(m_oOutput).uiPitchInBytes, 1);
+    return std::max<size_t>(BYTES_AT_ONCE / m_oLayout.uiPitchInBytes, 1);
 }
 
 void Screen::ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t uiRows) const
 {
     // Read, not mapped: if the file is cut meanwhile, a read fails, but a mapping would raise a signal.
-    const size_t uiPitch   = LayoutOf(m_oOutput).uiPitchInBytes;
+    const size_t uiPitch   = m_oLayout.uiPitchInBytes;
     const size_t uiInBytes = uiRows * uiPitch;
     if (pread(m_oPixels.Get(), roPixels.data(), uiInBytes, static_cast<off_t>(uiFirstRow * uiPitch)) !=
         static_cast<ssize_t>(uiInBytes))

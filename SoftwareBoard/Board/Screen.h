@@ -8,6 +8,7 @@
 
 #include "BoardFolder.h"
 #include "BoardState.h"
+#include "PlaneLayout.h"
 
 namespace SoftwareBoard
 {
@@ -32,18 +33,18 @@ public:
     template <class TTakeRow> void ReadRows(TTakeRow fTakeRow) const;
 
 private:
-    // ReadBlock reads at most RowsAtOnce() rows. Each begins Pitch() after the one before.
+    // ReadBlock reads at most this many rows. Each begins a pitch after the one before.
     size_t RowsAtOnce() const;
-    size_t Pitch() const;  // pixels
     void   ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t uiRows) const;
 
     SOutputRecord  m_oOutput;
+    SPlaneLayout   m_oLayout;  // of the buffer
     FileDescriptor m_oPixels;
 };
 
 template <class TTakeRow> void Screen::ReadRows(TTakeRow fTakeRow) const
 {
-    const size_t         uiHeight = GetHeight(), uiAtOnce = RowsAtOnce(), uiPitch = Pitch();
+    const size_t         uiHeight = GetHeight(), uiAtOnce = RowsAtOnce(), uiPitch = m_oLayout.uiPitch;
     std::vector<KUINT32> auiBlock(std::min(uiAtOnce, uiHeight) * uiPitch);
     for (size_t uiRow = 0; uiRow < uiHeight; ++uiRow)
     {

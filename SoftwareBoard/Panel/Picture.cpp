@@ -17,43 +17,40 @@ constexpr size_t MAX_BYTES = size_t{1} << 30;
 
 constexpr KUINT32 OPAQUE_BLACK = 0xFF000000;
 
+// Transparent black, of the size that the output shows.
 SPicture BlankPicture(const SOutputRecord& roOutput)
 {
     SPicture oPicture{roOutput.oVidParam.uiHActive, roOutput.oVidParam.uiVActive, {}};
     if (oPicture.uiHeight > MAX_BYTES / std::max<size_t>(oPicture.GetPitchInBytes(), 1))
         throw BoardError("a picture of " + std::to_string(oPicture.uiWidth) + "x" + std::to_string(oPicture.uiHeight) +
                          " is too large to be taken");
+    oPicture.auiRgba.resize(oPicture.GetPitchInBytes() * oPicture.uiHeight);
     return oPicture;
 }
 
-// Calls fTakeRow(row, bytes) for each row of the picture until it returns false.
-template <class TTakeRow> void ReadPictureRows(const Screen& roScreen, TTakeRow fTakeRow)
+// Copies the pixels as they are: nobody may draw meanwhile, so the rest is done afterwards.
+void CopyScreen(const Screen& roScreen, SPicture& roPicture)
 {
-    const tagTVideo_VidParam& roVidParam = roScreen.GetOutput().oVidParam;
-    std::vector<KUINT32>      auiRow(roVidParam.uiHActive, OPAQUE_BLACK);
-    const auto fTakeWords = [&](size_t uiRow) { return fTakeRow(uiRow, reinterpret_cast<const KUINT8*>(auiRow.data())); };
-
-    bool bGoOn = true;
     roScreen.ReadRows([&](size_t uiRow, const KUINT32* puiPixels) {
-        std::transform(puiPixels, puiPixels + roScreen.GetWidth(), auiRow.begin(),
-                       [](KUINT32 uiPixel) { return uiPixel | OPAQUE_BLACK; });
-        return bGoOn = fTakeWords(uiRow);
+        std::memcpy(roPicture.auiRgba.data() + uiRow * roPicture.GetPitchInBytes(), puiPixels,
+                    size_t{roScreen.GetWidth()} * 4);
+        return true;
     });
-    std::fill(auiRow.begin(), auiRow.end(), OPAQUE_BLACK);
-    for (size_t uiRow = roScreen.GetHeight(); bGoOn && uiRow < roVidParam.uiVActive; ++uiRow)
-        bGoOn = fTakeWords(uiRow);
+}
+
+SPicture MakeOpaque(SPicture oPicture)
+{
+    for (size_t uiAlpha = 3; uiAlpha < oPicture.auiRgba.size(); uiAlpha += 4)
+        oPicture.auiRgba[uiAlpha] = 0xFF;
+    return oPicture;
 }
 }
 
 SPicture ReadPicture(const Screen& roScreen)
 {
     SPicture oPicture = BlankPicture(roScreen.GetOutput());
-    oPicture.auiRgba.reserve(oPicture.GetPitchInBytes() * oPicture.uiHeight);
-    ReadPictureRows(roScreen, [&](size_t, const KUINT8* puiRow) {
-        oPicture.auiRgba.insert(oPicture.auiRgba.end(), puiRow, puiRow + oPicture.GetPitchInBytes());
-        return true;
-    });
-    return oPicture;
+    CopyScreen(roScreen, oPicture);
+    return MakeOpaque(std::move(oPicture));
 }
 
 SPicture ReadWholePicture(const Screen& roScreen)
@@ -62,11 +59,11 @@ SPicture ReadWholePicture(const Screen& roScreen)
     constexpr milliseconds oPatience = 1s, oBetweenTries = 1ms;
 
     const DrawingProcess oDrawing(roScreen.GetPixels().Get(), roScreen.GetOutput().iHolderPid);
-    const auto           oEnd = steady_clock::now() + oPatience;
-    SPicture             oPicture;
-    while (!oDrawing.SleptWhile([&] { oPicture = ReadPicture(roScreen); }) && steady_clock::now() < oEnd)
+    const auto           oEnd     = steady_clock::now() + oPatience;
+    SPicture             oPicture = BlankPicture(roScreen.GetOutput());
+    while (!oDrawing.SleptWhile([&] { CopyScreen(roScreen, oPicture); }) && steady_clock::now() < oEnd)
         std::this_thread::sleep_for(oBetweenTries);
-    return oPicture;
+    return MakeOpaque(std::move(oPicture));
 }
 
 bool IsShowing(const Screen& roScreen, const SPicture& roPicture)
@@ -74,11 +71,20 @@ bool IsShowing(const Screen& roScreen, const SPicture& roPicture)
     const tagTVideo_VidParam& roVidParam = roScreen.GetOutput().oVidParam;
     if (roPicture.uiWidth != roVidParam.uiHActive || roPicture.uiHeight != roVidParam.uiVActive)
         return false;
-    bool         bSame   = true;
-    const size_t uiPitch = roPicture.GetPitchInBytes();
-    ReadPictureRows(roScreen, [&](size_t uiRow, const KUINT8* puiRow) {
-        return bSame = std::memcmp(puiRow, roPicture.auiRgba.data() + uiRow * uiPitch, uiPitch) == 0;
+    std::vector<KUINT32> auiRow(roVidParam.uiHActive, OPAQUE_BLACK);
+    const auto           fIsRow = [&](size_t uiRow) {
+        const size_t uiPitch = roPicture.GetPitchInBytes();
+        return std::memcmp(auiRow.data(), roPicture.auiRgba.data() + uiRow * uiPitch, uiPitch) == 0;
+    };
+    bool bSame = true;
+    roScreen.ReadRows([&](size_t uiRow, const KUINT32* puiPixels) {
+        std::transform(puiPixels, puiPixels + roScreen.GetWidth(), auiRow.begin(),
+                       [](KUINT32 uiPixel) { return uiPixel | OPAQUE_BLACK; });
+        return bSame = fIsRow(uiRow);
     });
+    std::fill(auiRow.begin(), auiRow.end(), OPAQUE_BLACK);
+    for (size_t uiRow = roScreen.GetHeight(); bSame && uiRow < roVidParam.uiVActive; ++uiRow)
+        bSame = fIsRow(uiRow);
     return bSame;
 }
 }
