@@ -1,4 +1,4 @@
-#include "DisplayOutput.h"
+#include "ConnectorOutput.h"
 
 #include <utility>
 
@@ -24,21 +24,21 @@ catch (const BoardError& roError)
     m_strProblem = roError.what();
 }
 
-void DisplayOutput::Connect(uint32_t uiConnector)
+void ConnectorOutput::Connect(uint32_t uiConnector)
 {
     Darken();
     Renew();
     m_uiConnector = uiConnector;
 }
 
-void DisplayOutput::TakeUp(KUINT32 uiGeneration)
+void ConnectorOutput::TakeUp(KUINT32 uiGeneration)
 {
     m_ouiGeneration = uiGeneration;
     m_strProblem.clear();
 }
 
-void DisplayOutput::Light(const SConnector& roConnector, uint32_t uiCrtc, const drmModeModeInfo& roMode,
-                          std::shared_ptr<FollowedScreen> poScreen)
+void ConnectorOutput::Light(const SConnector& roConnector, uint32_t uiCrtc, const drmModeModeInfo& roMode,
+                            std::shared_ptr<FollowedScreen> poScreen)
 {
     const auto fLight = [&] {
         m_poScanout = std::make_unique<Scanout>(*m_poCard, roConnector, uiCrtc, roMode, poScreen->GetCopy());
@@ -57,7 +57,7 @@ void DisplayOutput::Light(const SConnector& roConnector, uint32_t uiCrtc, const 
     m_poScreen = std::move(poScreen);
 }
 
-void DisplayOutput::Darken()
+void ConnectorOutput::Darken()
 {
     if (m_poScanout != nullptr)
         m_poCard->TurnOff(m_poScanout->GetCrtc());
@@ -65,7 +65,7 @@ void DisplayOutput::Darken()
     m_poScreen.reset();
 }
 
-std::optional<std::string> DisplayOutput::Follow()
+std::optional<std::string> ConnectorOutput::Follow()
 {
     if (m_poScanout == nullptr)
         return std::nullopt;
@@ -86,7 +86,7 @@ std::optional<std::string> DisplayOutput::Follow()
     return strProblem;
 }
 
-std::optional<uint64_t> DisplayOutput::GetPeriodNs() const
+std::optional<uint64_t> ConnectorOutput::GetPeriodNs() const
 {
     if (m_poScanout == nullptr || (m_poScreen->IsFinished() && !m_poScanout->IsBehind(m_poScreen->GetCopy())))
         return std::nullopt;

@@ -1,7 +1,7 @@
 // One output of the board on its connector of the card. It is dark, or it shows a screen of the board and follows what is
 // drawn there.
-#ifndef DISPLAY_OUTPUT_H
-#define DISPLAY_OUTPUT_H
+#ifndef CONNECTOR_OUTPUT_H
+#define CONNECTOR_OUTPUT_H
 
 #include <memory>
 #include <optional>
@@ -36,10 +36,10 @@ private:
     std::string    m_strProblem;
 };
 
-class DisplayOutput
+class ConnectorOutput
 {
 public:
-    explicit DisplayOutput(Card& roCard) : m_poCard(&roCard) {}
+    explicit ConnectorOutput(Card& roCard) : m_poCard(&roCard) {}
 
     // The connector's id, 0 for none. Connect turns the output dark and calls Renew.
     uint32_t GetConnector() const { return m_uiConnector; }

@@ -56,7 +56,7 @@ void DisplayServer::OpenBoard()
     // Voids the verdicts of an earlier display process.
     for (KUINT32 uiOutput = 0; uiOutput < uiOutputCount; ++uiOutput)
         m_ooBoard->m_oState.WriteVerdict(oTransaction, m_oPlan.uiDevice, uiOutput, 0, EVerdict::Awaited, "");
-    for (DisplayOutput& roOutput : m_aoOutputs)
+    for (ConnectorOutput& roOutput : m_aoOutputs)
         roOutput.Renew();
     while (m_aoOutputs.size() > uiOutputCount)
     {
@@ -78,7 +78,7 @@ void DisplayServer::Assign()
 {
     m_aoConnectors = m_oCard.ReadConnectors();
     std::vector<uint32_t> auiBefore;
-    for (const DisplayOutput& roOutput : m_aoOutputs)
+    for (const ConnectorOutput& roOutput : m_aoOutputs)
         auiBefore.push_back(roOutput.GetConnector());
     const std::vector<uint32_t> auiNow = AssignConnectors(m_aoConnectors, m_oPlan.astrConnectors, auiBefore);
     // An output that loses its connector goes dark now, because another one may need its CRTC.
@@ -104,12 +104,12 @@ void DisplayServer::Refuse(KUINT32 uiOutput, const std::string& strConnector, co
     Say(uiOutput, EVerdict::Refused, strConnector, strReason);
 }
 
-uint32_t DisplayServer::ChooseCrtc(const DisplayOutput& roOutput, const SConnector& roConnector) const
+uint32_t DisplayServer::ChooseCrtc(const ConnectorOutput& roOutput, const SConnector& roConnector) const
 {
     if (roOutput.GetCrtc() != 0)
         return roOutput.GetCrtc();
     std::vector<uint32_t> auiTaken;
-    for (const DisplayOutput& roOther : m_aoOutputs)
+    for (const ConnectorOutput& roOther : m_aoOutputs)
         auiTaken.push_back(roOther.GetCrtc());
     return m_oCard.ChooseCrtc(roConnector, m_aoConnectors, auiTaken);
 }
@@ -118,7 +118,7 @@ uint32_t DisplayServer::ChooseCrtc(const DisplayOutput& roOutput, const SConnect
 std::shared_ptr<FollowedScreen> DisplayServer::FindOrFollow(Screen oScreen) const
 try
 {
-    for (const DisplayOutput& roOutput : m_aoOutputs)
+    for (const ConnectorOutput& roOutput : m_aoOutputs)
     {
         const auto& rpoScreen = roOutput.GetScreen();
         if (rpoScreen == nullptr || !(rpoScreen->GetCopy().GetScreen() == oScreen))
@@ -134,7 +134,7 @@ catch (const BoardError& roError)
     throw Refusal(std::string("has no picture to show: ") + roError.what());
 }
 
-void DisplayServer::Light(DisplayOutput& roOutput, const SConnector& roConnector, Screen oScreen)
+void DisplayServer::Light(ConnectorOutput& roOutput, const SConnector& roConnector, Screen oScreen)
 {
     const auto ooMode = MakeMode(oScreen.GetOutput().oVidParam);
     if (!ooMode)
@@ -147,7 +147,7 @@ void DisplayServer::Light(DisplayOutput& roOutput, const SConnector& roConnector
 
 void DisplayServer::TakeUp(KUINT32 uiOutput)
 {
-    DisplayOutput&        roOutput = m_aoOutputs[uiOutput];
+    ConnectorOutput&      roOutput = m_aoOutputs[uiOutput];
     SOutputRecord         oRecord;
     std::optional<Screen> ooScreen;
     std::string           strLost;
@@ -226,7 +226,7 @@ void DisplayServer::FollowScreens()
 void DisplayServer::SetTimer()
 {
     uint64_t uiPeriodNs = IDLE_NS;
-    for (const DisplayOutput& roOutput : m_aoOutputs)
+    for (const ConnectorOutput& roOutput : m_aoOutputs)
         uiPeriodNs = std::min(uiPeriodNs, std::max(roOutput.GetPeriodNs().value_or(IDLE_NS), FASTEST_NS));
     if (std::exchange(m_uiPeriodNs, uiPeriodNs) == uiPeriodNs)
         return;

@@ -7,7 +7,7 @@
 #define DISPLAY_SERVER_H
 
 #include "Board.h"
-#include "DisplayOutput.h"
+#include "ConnectorOutput.h"
 #include "FileChanges.h"
 #include "HotPlug.h"
 
@@ -35,26 +35,26 @@ private:
     void Assign();
     void FollowBoard();
     void TakeUp(KUINT32 uiOutput);
-    void Light(DisplayOutput& roOutput, const SConnector& roConnector, Screen oScreen);
+    void Light(ConnectorOutput& roOutput, const SConnector& roConnector, Screen oScreen);
     void FollowScreens();
     void SetTimer();
     void Say(KUINT32 uiOutput, EVerdict eVerdict, const std::string& strConnector, const std::string& strReason = "");
     void Refuse(KUINT32 uiOutput, const std::string& strConnector, const std::string& strReason,
                 const std::string& strDetail = "");
     const SConnector* FindConnector(uint32_t uiId) const;
-    uint32_t          ChooseCrtc(const DisplayOutput& roOutput, const SConnector& roConnector) const;
+    uint32_t          ChooseCrtc(const ConnectorOutput& roOutput, const SConnector& roConnector) const;
 
     std::shared_ptr<FollowedScreen> FindOrFollow(Screen oScreen) const;
 
-    const SDisplayPlan         m_oPlan;
-    std::optional<Board>       m_ooBoard;  // before the card, which is given back while the device is still served
-    Card                       m_oCard;
-    HotPlug                    m_oHotPlug;
-    std::optional<FileChanges> m_ooChanges;  // of the board's folder
-    std::vector<SConnector>    m_aoConnectors;
-    std::vector<DisplayOutput> m_aoOutputs;
-    FileDescriptor             m_oTimer;
-    uint64_t                   m_uiPeriodNs = 0;
+    const SDisplayPlan           m_oPlan;
+    std::optional<Board>         m_ooBoard;  // before the card, which is given back while the device is still served
+    Card                         m_oCard;
+    HotPlug                      m_oHotPlug;
+    std::optional<FileChanges>   m_ooChanges;  // of the board's folder
+    std::vector<SConnector>      m_aoConnectors;
+    std::vector<ConnectorOutput> m_aoOutputs;
+    FileDescriptor               m_oTimer;
+    uint64_t                     m_uiPeriodNs = 0;
 };
 
 // Prints cards, connectors, formats, and which output each connector would show.
