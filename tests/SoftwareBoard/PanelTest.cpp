@@ -300,7 +300,7 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
         // said, connector, reason, what the status prints of it, and the same as JSON
         {EVerdict::Shown, "HDMI-A-1", "", ", shown on HDMI-A-1", R"("HDMI-A-1","state":"shown","reason":null)"},
         {EVerdict::Shown, "eDP-1", "", "off, dark on eDP-1", R"("eDP-1","state":"dark","reason":null)"},
-        {EVerdict::Refused, "DP-2", "bad", "off, not shown: DP-2 bad", R"("DP-2","state":"refused","reason":"bad")"},
+        {EVerdict::Refused, "DP\033", "b\233d", "off, not shown: DP? b?d", R"("DP?","state":"refused","reason":"b?d")"},
         {EVerdict::Refused, "", "none is", "off, not shown: none is", R"(null,"state":"refused","reason":"none is")"},
         {EVerdict::Awaited, "", "", "off, not shown yet", R"(null,"state":"awaited","reason":null)"},
     };
