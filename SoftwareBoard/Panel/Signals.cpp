@@ -25,16 +25,14 @@ Signals::Signals(std::initializer_list<int> aiOthers)
     // Taken even if ignored: shells start background jobs with SIGINT and SIGQUIT ignored, but a person may send one.
     for (const int iSignal : {SIGINT, SIGTERM, SIGQUIT})
         sigaddset(&oSet, iSignal);
+    const auto fAddUnlessIgnored = [&oSet](int iSignal) {
+        if (!IsIgnored(iSignal))
+            sigaddset(&oSet, iSignal);
+    };
     for (const int iSignal : {SIGHUP, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM, SIGPROF, SIGIO, SIGPWR, SIGSTKFLT, SIGXCPU})
-    {
-        if (!IsIgnored(iSignal))
-            sigaddset(&oSet, iSignal);
-    }
+        fAddUnlessIgnored(iSignal);
     for (int iSignal = SIGRTMIN; iSignal <= SIGRTMAX; ++iSignal)
-    {
-        if (!IsIgnored(iSignal))
-            sigaddset(&oSet, iSignal);
-    }
+        fAddUnlessIgnored(iSignal);
     for (const int iSignal : aiOthers)
         sigaddset(&oSet, iSignal);
 
