@@ -25,8 +25,15 @@ function(qel_install_program_pages PROGRAM COMPONENT)
   qel_install_compressed(packaging/changelog "${PAPERS}" changelog ${COMPONENT})
 endfunction()
 
+# qel_install_units(<component> <file>...)
+function(qel_install_units COMPONENT)
+  list(TRANSFORM ARGN PREPEND packaging/systemd/)
+  install(FILES ${ARGN} DESTINATION lib/systemd/system COMPONENT ${COMPONENT})
+endfunction()
+
 set(COMPONENTS qel-progress-bar-display)
 qel_install_program_pages(QelProgressBarDisplay qel-progress-bar-display)
+qel_install_units(qel-progress-bar-display qel-progress-bar-display-hardware@.service)
 if(TARGET tavrin-board)
   list(APPEND COMPONENTS tavrin-board)
   qel_install_program_pages(tavrin-board tavrin-board)
@@ -35,6 +42,12 @@ if(TARGET tavrin-board)
   endif()
   install(DIRECTORY demo/ DESTINATION "${CMAKE_INSTALL_DATADIR}/tavrin-board/demo" COMPONENT tavrin-board
     FILES_MATCHING PATTERN "*.png")
+  if(TARGET Display)
+    qel_install_units(tavrin-board tavrin-board-display.service qel-progress-bar-display@.service
+      qel-progress-bar-display-result@.service qel-progress-bar-display-run.target
+      qel-progress-bar-display-result.target)
+    install(FILES packaging/tmpfiles/tavrin-board.conf DESTINATION lib/tmpfiles.d COMPONENT tavrin-board)
+  endif()
 endif()
 
 set(CPACK_VERBATIM_VARIABLES ON)
