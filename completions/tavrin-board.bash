@@ -4,7 +4,7 @@ _tavrin_board() {
     local cur prev words cword
     _init_completion || return
 
-    local commands='create status progress run snapshot watch preview display'
+    local commands='create status progress run snapshot watch preview display wait'
     if ((cword == 1)); then
         COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
         return
@@ -29,7 +29,7 @@ _tavrin_board() {
     done
 
     case $prev in
-        --device | --devices | --outputs | --fpga | --ramp | --to | --at) return ;;
+        --device | --devices | --outputs | --fpga | --ramp | --to | --at | --percent | --timeout) return ;;
         --card) _filedir; return ;;
         --connector)
             COMPREPLY=($(compgen -W "$(cd /sys/class/drm 2>/dev/null && ls -d card*-* | sed 's/^card[0-9]*-//')" -- "$cur"))
@@ -45,12 +45,13 @@ _tavrin_board() {
         snapshot) options='--device' ;;
         watch) options='--window --device' ;;
         preview) options='--at --' ;;
-        display) options='--card --list --connector --legacy --device' ;;
+        display) options='--card --list --connector --every-output --legacy --wait --device' ;;
+        wait) options='--displayed --shown --ended --percent --timeout --device' ;;
     esac
     if [[ $cur == -* || ${words[1]} == run ]]; then
         COMPREPLY=($(compgen -W "$options --help" -- "$cur"))
     elif [[ ${words[1]} == progress ]]; then
-        COMPREPLY=($(compgen -W '0 25 50 75 100' -- "$cur"))
+        COMPREPLY=($(compgen -W '0 25 50 75 100 -' -- "$cur"))
     elif [[ ${words[1]} == preview || ${words[1]} == snapshot ]]; then
         _filedir png
     fi

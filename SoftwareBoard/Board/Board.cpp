@@ -65,14 +65,14 @@ Board Board::Observe()
     return {std::move(oFolder), std::move(*ooState)};
 }
 
-Board Board::ObserveOrMake()
+Board Board::ObserveOrMake(const SBoardPlan& roPlan)
 {
     for (;;)
     {
         BoardFolder oFolder = BoardFolder::OpenOrMake();
         if (!oFolder.Exists(BoardState::FILE_NAME))
         {
-            if (auto ooBoard = TryMake(oFolder, DefaultPlan(), nullptr))
+            if (auto ooBoard = TryMake(oFolder, roPlan, nullptr))
                 return std::move(*ooBoard);
         }
         try

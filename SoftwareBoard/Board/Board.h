@@ -20,8 +20,8 @@ struct Board
     // Opens the board to look at it. Throws NoBoardError if there is none. Does not keep it from being replaced: check
     // m_oState.IsReplaced() and open it again.
     static Board Observe();
-    // As Observe, but makes the default board if there is none.
-    static Board ObserveOrMake();
+    // As Observe, but makes a board if there is none.
+    static Board ObserveOrMake(const SBoardPlan& roPlan = DefaultPlan());
     // Makes a new board, which replaces the one there. Fails if the one there has clients.
     static Board Create(const SBoardPlan& roPlan);
 

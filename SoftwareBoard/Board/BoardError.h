@@ -21,7 +21,8 @@ class NoBoardError : public BoardError
 {
 public:
     explicit NoBoardError(const std::string& strFolder)
-        : BoardError(strFolder + ": there is no board here; a run of the tool makes one, or \"tavrin-board create\"")
+        : BoardError(strFolder + ": there is no board here; a run of the tool makes one, or \"tavrin-board create\", and "
+                                 "TAVRIN_BOARD names another folder")
     {}
 };
 

@@ -13,6 +13,8 @@ namespace SoftwareBoard
 {
 namespace
 {
+constexpr char SERVICE_FOLDER[] = "/run/tavrin-board";
+
 // Removes "/" and "/." from the end. With them, opening the path would follow a symbolic link in spite of O_NOFOLLOW.
 std::string WithoutSlash(std::string strPath)
 {
@@ -56,6 +58,8 @@ std::string BoardFolder::DefaultPath()
 {
     if (const char* pszBoard = std::getenv("TAVRIN_BOARD"); pszBoard != nullptr && *pszBoard != '\0')
         return pszBoard;
+    if (struct stat oStat = {}; geteuid() == 0 && lstat(SERVICE_FOLDER, &oStat) == 0)
+        return SERVICE_FOLDER;
     if (const char* pszRuntime = std::getenv("XDG_RUNTIME_DIR"); pszRuntime != nullptr && *pszRuntime != '\0')
         return std::string(pszRuntime) + "/tavrin-board";
     return "/tmp/tavrin-board-" + std::to_string(geteuid());

@@ -20,7 +20,8 @@ public:
     // Opens the folder at DefaultPath(). Throws NoBoardError if there is none.
     static BoardFolder Open();
 
-    // $TAVRIN_BOARD, otherwise $XDG_RUNTIME_DIR/tavrin-board, otherwise /tmp/tavrin-board-UID.
+    // $TAVRIN_BOARD, otherwise for root /run/tavrin-board if it exists, otherwise $XDG_RUNTIME_DIR/tavrin-board, otherwise
+    // /tmp/tavrin-board-UID. The services of the machine use /run/tavrin-board.
     static std::string DefaultPath();
 
     // Returns an empty descriptor if the file is missing (without O_CREAT) or if it exists (with O_EXCL).

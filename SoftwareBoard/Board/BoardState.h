@@ -65,6 +65,7 @@ enum class EVerdict : KUINT32
     Awaited,
     Shown,
     Refused,
+    NoDisplay,  // accepted, though no display is connected for the output; it is dark
 };
 
 // What the display process says about one generation of an output. It is void for any other generation.
@@ -73,7 +74,7 @@ struct SVerdict
     KUINT32               uiGeneration = 0;
     EVerdict              eVerdict     = EVerdict::Awaited;
     std::array<char, 40>  acConnector  = {};  // such as HDMI-A-1; empty if the output has none
-    std::array<char, 128> acReason     = {};  // why it is refused; a text that is too long is cut
+    std::array<char, 128> acReason     = {};  // why it is refused or dark; a text that is too long is cut
 };
 
 class BoardState

@@ -1,13 +1,15 @@
 #include "Card.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
-
-#include "BoardError.h"
+#include <sstream>
 
 namespace SoftwareBoard::Display
 {
@@ -25,6 +27,30 @@ FileDescriptor OpenCard(const std::string& strPath)
         ThrowSystemError(strPath, pszHint);
     }
     return oFd;
+}
+
+// Names the program that holds the card, for example "Xorg, process 812"; empty if the system does not tell. Root may read a
+// table of the card's clients. Behind a client's name, which may hold spaces, it has these columns: process, card, whether
+// it is the master, and three more.
+std::string FindMaster(const FileDescriptor& roCard)
+{
+    struct stat oStat = {};
+    if (fstat(roCard.Get(), &oStat) != 0)
+        return "";
+    std::ifstream oClients("/sys/kernel/debug/dri/" + std::to_string(minor(oStat.st_rdev)) + "/clients");
+    for (std::string strLine; std::getline(oClients, strLine);)
+    {
+        std::istringstream       oLine(strLine);
+        std::vector<std::string> astrWords;
+        for (std::string strWord; oLine >> strWord;)
+            astrWords.push_back(strWord);
+        if (astrWords.size() < 7 || astrWords[astrWords.size() - 4] != "y")
+            continue;
+        const size_t uiName   = strLine.find_first_not_of(' ');
+        const size_t uiNumber = strLine.rfind(" " + astrWords[astrWords.size() - 6] + " ");
+        return strLine.substr(uiName, uiNumber - uiName) + ", process " + astrWords[astrWords.size() - 6];
+    }
+    return "";
 }
 }
 
@@ -105,7 +131,12 @@ void Card::BecomeMaster()
 {
     // A process that opens a card that nobody holds is its master at once. If it is not, drmSetMaster says why.
     if (drmIsMaster(m_oFd.Get()) == 0 && drmSetMaster(m_oFd.Get()) != 0)
-        ThrowSystemError(m_strPath, "another program, such as a desktop, holds the card");
+    {
+        const std::string strWhy    = std::generic_category().message(errno);
+        const std::string strMaster = FindMaster(m_oFd);
+        throw CardHeldError(
+            m_strPath + ": another program, such as a desktop, holds the card: " + (strMaster.empty() ? strWhy : strMaster));
+    }
 
     const std::vector<SConnector> aoConnectors = ReadConnectors();
     for (int iCrtc = 0; iCrtc < m_poResources->count_crtcs; ++iCrtc)

@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "BoardError.h"
 #include "Connectors.h"
 #include "Drm.h"
 #include "FileDescriptor.h"
@@ -12,6 +13,13 @@
 
 namespace SoftwareBoard::Display
 {
+// Another program holds the card. It may be free later.
+class CardHeldError : public BoardError
+{
+public:
+    using BoardError::BoardError;
+};
+
 // A primary plane: one that can show the whole picture of a CRTC.
 struct SPlane
 {
@@ -32,8 +40,8 @@ public:
     Card(Card&&) = default;
     ~Card();
 
-    // Remembers the state of the card and turns everything off. Call it once, before modes are set. Throws BoardError if
-    // another program holds the card.
+    // Remembers the state of the card and turns everything off. Call it once, before modes are set. Throws CardHeldError if
+    // another program holds the card; the text names that program if the system tells which it is.
     void BecomeMaster();
 
     const std::string&         GetPath() const { return m_strPath; }

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/timerfd.h>
+#include <systemd/sd-daemon.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -27,8 +28,8 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
 {
     if (!m_oTimer)
         ThrowSystemError("a timer", "timerfd_create");
+    m_aoConnectors = m_oCard.ReadConnectors();
     OpenBoard();
-    m_aoConnectors      = m_oCard.ReadConnectors();
     const auto& roNames = m_oPlan.astrConnectors;
     for (const std::string& strName : roNames)
     {
@@ -44,9 +45,21 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
     Assign();
 }
 
+// An output for each connector that is named or, if none is, for each one that is connected.
+SBoardPlan DisplayServer::PlanBoard() const
+{
+    size_t uiOutputs = m_oPlan.astrConnectors.size();
+    if (uiOutputs == 0)
+        uiOutputs = static_cast<size_t>(
+            std::count_if(m_aoConnectors.begin(), m_aoConnectors.end(), [](const SConnector& ro) { return ro.bConnected; }));
+    SBoardPlan oPlan    = DefaultPlan();
+    oPlan.uiOutputCount = static_cast<KUINT32>(std::clamp<size_t>(uiOutputs, 1, MAX_OUTPUTS));
+    return oPlan;
+}
+
 void DisplayServer::OpenBoard()
 {
-    m_ooBoard.emplace(Board::ObserveOrMake());
+    m_ooBoard.emplace(Board::ObserveOrMake(PlanBoard()));
     const Transaction oTransaction(m_ooBoard->m_oLocks);
     m_ooChanges.emplace(m_ooBoard->m_oFolder.GetPath(), FOLDER_EVENTS);
     const KUINT32 uiOutputCount = m_ooBoard->m_oState.ReadDevice(m_oPlan.uiDevice).uiOutputCount;
@@ -145,6 +158,21 @@ void DisplayServer::Light(ConnectorOutput& roOutput, const SConnector& roConnect
     roOutput.Light(roConnector, uiCrtc, *ooMode, FindOrFollow(std::move(oScreen)));
 }
 
+// An output without a display does not keep a run from the displays that are there.
+void DisplayServer::LeaveWithout(KUINT32 uiOutput, bool bEnabled)
+{
+    constexpr char REASON[] = "no display is connected for it";
+    const bool     bAnyDisplay =
+        std::any_of(m_aoOutputs.begin(), m_aoOutputs.end(), [](const auto& ro) { return ro.GetConnector() != 0; });
+    const bool bRefused = m_oPlan.bEveryOutput || !bAnyDisplay;
+    if (bEnabled && bRefused)
+        Refuse(uiOutput, "", REASON, bAnyDisplay ? "; connect one, or leave out --every-output" : "; connect one");
+    else
+        Say(uiOutput, bRefused ? EVerdict::Refused : EVerdict::NoDisplay, "", REASON);
+    if (bEnabled && !bRefused)
+        std::fprintf(stderr, "tavrin-board: output %u: %s; it stays dark until one is\n", uiOutput, REASON);
+}
+
 void DisplayServer::TakeUp(KUINT32 uiOutput)
 {
     ConnectorOutput&      roOutput = m_aoOutputs[uiOutput];
@@ -169,15 +197,13 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
         Assign();
     roOutput.TakeUp(oRecord.uiGeneration);
 
-    constexpr char          pszNone[]   = "no display is connected for it";
     const SConnector* const poConnector = FindConnector(roOutput.GetConnector());
     if (oRecord.bEnabled == FALSE || poConnector == nullptr)
         roOutput.Darken();
-    if (oRecord.bEnabled == FALSE)
-        return poConnector != nullptr ? Say(uiOutput, EVerdict::Shown, poConnector->strName)
-                                      : Say(uiOutput, EVerdict::Refused, "", pszNone);
     if (poConnector == nullptr)
-        return Refuse(uiOutput, "", pszNone);
+        return LeaveWithout(uiOutput, oRecord.bEnabled == TRUE);
+    if (oRecord.bEnabled == FALSE)
+        return Say(uiOutput, EVerdict::Shown, poConnector->strName);
     if (!ooScreen)
         return Refuse(uiOutput, poConnector->strName, "has no picture to show: " + strLost);
     try
@@ -239,6 +265,7 @@ void DisplayServer::ServeUntilReadable(int iEnd)
 {
     time_t iSecond = -1;
     FollowBoard();
+    sd_notify(0, "READY=1");
     for (;;)
     {
         SetTimer();

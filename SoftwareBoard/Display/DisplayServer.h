@@ -17,24 +17,30 @@ struct SDisplayPlan
 {
     std::string              strCard;         // empty: the first card with mode setting
     std::vector<std::string> astrConnectors;  // empty: the connected ones, in the card's order
-    KUINT32                  uiDevice = 0;
-    bool                     bLegacy  = false;
+    KUINT32                  uiDevice     = 0;
+    bool                     bLegacy      = false;
+    bool                     bEveryOutput = false;  // refuse an output that has no display, even if another has one
 };
 
 class DisplayServer
 {
 public:
-    // Takes the card, which the destructor gives back. Throws BoardError on failure.
+    // Takes the card, which the destructor gives back. Makes a board with an output for each display if there is none.
+    // Throws BoardError on failure, CardHeldError if another program holds the card.
     explicit DisplayServer(const SDisplayPlan& roPlan);
 
-    // Serves until the descriptor iEnd is readable.
+    // Serves until the descriptor iEnd is readable. Tells a service manager that it serves as soon as every output has its
+    // verdict.
     void ServeUntilReadable(int iEnd);
 
 private:
+    SBoardPlan PlanBoard() const;
+
     void OpenBoard();
     void Assign();
     void FollowBoard();
     void TakeUp(KUINT32 uiOutput);
+    void LeaveWithout(KUINT32 uiOutput, bool bEnabled);
     void Light(ConnectorOutput& roOutput, const SConnector& roConnector, Screen oScreen);
     void FollowScreens();
     void SetTimer();

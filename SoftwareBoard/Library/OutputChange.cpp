@@ -69,8 +69,8 @@ struct SBefore
     FileDescriptor m_oPixels;
 };
 
-// Waits until the display process has decided about this generation. Returns true if the display shows it, or if there is no
-// display process any more. Gives up after two seconds, because a display process that hangs must not hang its clients.
+// Waits until the display process has decided about this generation. Returns false if it refuses. Returns true if there is
+// no display process any more. Gives up after two seconds, because a display process that hangs must not hang its clients.
 bool IsShown(const Board& roBoard, const TVIDEOOUT_OBJECT& roOutput, KUINT32 uiGeneration)
 {
     using namespace std::chrono;
@@ -86,7 +86,7 @@ bool IsShown(const Board& roBoard, const TVIDEOOUT_OBJECT& roOutput, KUINT32 uiG
                 return true;
             const SVerdict oVerdict = roBoard.m_oState.ReadVerdict(oTransaction, roOutput.uiDevice, roOutput.uiOutput);
             if (oVerdict.uiGeneration == uiGeneration && oVerdict.eVerdict != EVerdict::Awaited)
-                return oVerdict.eVerdict == EVerdict::Shown;
+                return oVerdict.eVerdict != EVerdict::Refused;
         }
         if (bLast)
             return false;

@@ -24,6 +24,7 @@ SDeviceStatus ReadDeviceStatus(const Transaction& roTransaction, const Board& ro
     oStatus.aoFpgas.assign(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount);
     oStatus.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, PROGRESS_BAR_RUNNING_REGISTER);
     oStatus.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER);
+    oStatus.bDisplayed           = roBoard.m_oLocks.IsDeviceServedByAnother(uiDevice);
     for (KUINT32 uiOutput = 0; uiOutput < oDevice.uiOutputCount; ++uiOutput)
     {
         SOutputStatus oOutput{roBoard.m_oState.ReadOutput(roTransaction, uiDevice, uiOutput), std::nullopt,

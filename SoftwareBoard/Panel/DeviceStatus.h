@@ -31,6 +31,7 @@ struct SDeviceStatus
     std::vector<tagTBoard_FpgaInfo> aoFpgas;
     KUINT32                         uiProgressBarRunning = 0;  // the whole register, like the next
     KUINT32                         uiProgress           = 0;
+    bool                            bDisplayed           = false;  // a display process serves the device
     std::vector<SOutputStatus>      aoOutputs;
 
     KUINT32 GetProgressPct() const { return uiProgress & 0xFF; }

@@ -17,6 +17,8 @@ std::optional<SDisplayStatus> ReadDisplayStatus(const Transaction& roTransaction
                            MakePrintable(oVerdict.acReason.data())};
     if (oVerdict.eVerdict == EVerdict::Shown)
         oStatus.eState = oOutput.bEnabled == TRUE ? EDisplayState::Shown : EDisplayState::Dark;
+    if (oVerdict.eVerdict == EVerdict::NoDisplay)
+        oStatus.eState = EDisplayState::Dark;
     return oStatus;
 }
 
@@ -35,14 +37,10 @@ const char* NameOf(EDisplayState eState)
 std::string DescribeDisplay(const SDisplayStatus& roDisplay)
 {
     const std::string& strConnector = roDisplay.strConnector;
-    switch (roDisplay.eState)
-    {
-    case EDisplayState::Shown: return "shown on " + strConnector;
-    case EDisplayState::Dark: return "dark on " + strConnector;
-    case EDisplayState::Refused:
+    if (!roDisplay.strReason.empty())
         return "not shown: " + strConnector + (strConnector.empty() ? "" : " ") + roDisplay.strReason;
-    case EDisplayState::Awaited: break;
-    }
-    return "not shown yet";
+    if (roDisplay.eState == EDisplayState::Awaited)
+        return "not shown yet";
+    return std::string(NameOf(roDisplay.eState)) + " on " + strConnector;
 }
 }

@@ -12,7 +12,7 @@ namespace SoftwareBoard::Panel
 enum class EDisplayState
 {
     Shown,
-    Dark,  // the output is off, and so is its display
+    Dark,  // the output is off, and so is its display; or it has none
     Refused,
     Awaited,
 };
@@ -21,7 +21,7 @@ struct SDisplayStatus
 {
     EDisplayState eState = EDisplayState::Awaited;
     std::string   strConnector;  // empty if none is known
-    std::string   strReason;     // only of Refused; both texts are printable
+    std::string   strReason;     // of Refused, and of Dark without a display; both texts are printable
 };
 
 // Returns nothing if no display process serves the device. Throws BoardError if the output cannot be read.

@@ -14,7 +14,7 @@ constexpr SCommand COMMANDS[] = {
     {{"status", "Show devices, FPGAs, the progress registers and what the outputs show", "tavrin-board status --json"},
      AddStatus},
     {{"progress", "Set the update progress that the board reports, once or as an update would",
-      "tavrin-board progress 40\n  tavrin-board progress --ramp 30"},
+      "tavrin-board progress 40\n  tavrin-board progress --ramp 30\n  updater | tavrin-board progress -"},
      AddProgress},
     {{.pszName    = "run",
       .pszHelp    = "Run a command with this board's library: tavrin-board run -- COMMAND...",
@@ -25,6 +25,9 @@ constexpr SCommand COMMANDS[] = {
     {{"display", "Show the outputs on the displays of this machine",
       "tavrin-board display --list\n  tavrin-board display --connector HDMI-A-1"},
      AddDisplay},
+    {{"wait", "Wait until a run shows its picture, has ended, or has come so far",
+      "tavrin-board wait --shown --timeout 10 && tavrin-board progress 40"},
+     AddWait},
     {WATCH_TEXT, nullptr, VIEWER},
     {PREVIEW_TEXT, nullptr, VIEWER},
 };

@@ -31,6 +31,17 @@ KUINT32 TakeNumber(const std::string& strName, const std::string& strText, KUINT
     return *ouiValue;
 }
 
+std::chrono::duration<double> TakeSeconds(const std::string& strName, const std::string& strText)
+{
+    constexpr double  MAX_SECONDS = 86400;
+    double            fSeconds    = 0;
+    const char* const pszEnd      = strText.data() + strText.size();
+    const auto        oResult     = std::from_chars(strText.data(), pszEnd, fSeconds, std::chars_format::fixed);
+    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || !(fSeconds >= 0 && fSeconds <= MAX_SECONDS))
+        throw CLI::ValidationError(strName, "'" + strText + "' is not a number of seconds from 0 to 86400");
+    return std::chrono::duration<double>(fSeconds);
+}
+
 CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,
                        const std::string& strHelp)
 {

@@ -2,6 +2,7 @@
 #ifndef OPTIONS_H
 #define OPTIONS_H
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ std::optional<KUINT32> ParseNumber(std::string_view svText, int iBase, KUINT32 u
 
 // The value of the decimal number strText. Throws a usage error that names the option strName.
 KUINT32 TakeNumber(const std::string& strName, const std::string& strText, KUINT32 uiMin, KUINT32 uiMax);
+
+// The seconds, with or without decimals, that the option strName takes: 0 to 86400. Throws a usage error.
+std::chrono::duration<double> TakeSeconds(const std::string& strName, const std::string& strText);
 
 // An option or positional that takes a decimal number.
 CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,

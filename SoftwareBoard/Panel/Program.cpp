@@ -20,9 +20,9 @@ namespace SoftwareBoard::Panel
 namespace
 {
 constexpr char FOOTER[] =
-    "The board lives in the folder $TAVRIN_BOARD, otherwise in tavrin-board in $XDG_RUNTIME_DIR,\n"
-    "otherwise in /tmp/tavrin-board-UID. A run makes a board of one device and two outputs where there is\n"
-    "none; status, snapshot and watch only look.";
+    "The board lives in the folder $TAVRIN_BOARD, otherwise for root in /run/tavrin-board where that is,\n"
+    "otherwise in tavrin-board in $XDG_RUNTIME_DIR, otherwise in /tmp/tavrin-board-UID. A run makes a board\n"
+    "of one device and two outputs where there is none; status, snapshot, watch and wait only look.";
 
 using Commands = std::span<const SCommand>;
 

@@ -3,6 +3,7 @@
 #include <png.h>
 #include <pty.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 
 #include "Board.h"
 #include "BoardWorld.h"
@@ -98,7 +99,7 @@ TEST_F(PanelTest, CommandLines)
     for (const std::string strWrong :
          {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.33.0@", "3:1.33.0/c3e7x"})
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "'");
-    for (const std::string strName : {"create", "status", "progress", "run", "snapshot", "watch", "preview"})
+    for (const std::string strName : {"create", "status", "progress", "run", "snapshot", "watch", "preview", "wait"})
         Expect(strName + " --help", 0, "Example:\n  tavrin-board " + strName);
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
     const std::tuple<std::string, int, std::string> aoCases[] = {
@@ -116,6 +117,10 @@ TEST_F(PanelTest, CommandLines)
         {"progress 5 --ramp 1", 2, "--ramp"},
         {"progress --ramp 1s", 2, "'1s'"},
         {"progress 5 --to 5", 2, "--ramp"},
+        {"wait --timeout 1", 2, "One of --displayed"},
+        {"wait --shown --percent 5", 2, "One of --displayed"},
+        {"wait --ended --timeout 1s", 2, "'1s'"},
+        {"wait --ended --device 1", 1, "no device 1"},
         {"preview x.png --at 101", 2, "0 to 100"},
         {"watch --device 1", 1, "no device 1"},
         {"progress 5 --device 1", 1, "no device 1"},
@@ -302,10 +307,11 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
         {EVerdict::Shown, "eDP-1", "", "off, dark on eDP-1", R"("eDP-1","state":"dark","reason":null)"},
         {EVerdict::Refused, "DP\033", "b\233d", "off, not shown: DP? b?d", R"("DP?","state":"refused","reason":"b?d")"},
         {EVerdict::Refused, "", "none is", "off, not shown: none is", R"(null,"state":"refused","reason":"none is")"},
+        {EVerdict::NoDisplay, "", "none is", "off, not shown: none is", R"(null,"state":"dark","reason":"none is")"},
         {EVerdict::Awaited, "", "", "off, not shown yet", R"(null,"state":"awaited","reason":null)"},
     };
     // clang-format on
-    Expect("create --outputs 5", 0, "");
+    Expect("create --outputs 6", 0, "");
     Holder  oHolder;
     Process oDisplay([&] {
         SoftwareBoard::Board oBoard = SoftwareBoard::Board::Observe();
@@ -325,6 +331,76 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
         Expect("status | grep 'output " + std::to_string(uiOutput++) + ":'", 0, strWords + "\n");
         Expect("status --json", 0, R"("display":{"connector":)" + strJson + "}");
     }
+    Expect("wait --displayed --timeout 0", 1, "has not decided about every output");
+}
+
+TEST_F(PanelTest, WaitReturnsWhenItIsSo)
+{
+    Expect("wait --ended --timeout 0", 1, "the time is over: " + m_oFolder.string() + ": there is no board here");
+    Live oBoard("wait --percent 40 --timeout 20");
+    Expect("create --outputs 1", 0, "");
+    Expect("wait --displayed --timeout 0.1", 1, "no display process");
+    Expect("wait --percent 1 --timeout 0.1", 1, "the progress is 0 %");
+    Live    oShown("wait --shown --timeout 20");
+    Process oRun([] {
+        TestClient oClient;
+        EXPECT_EQ((oClient.MakeBuffer(), oClient.Enable(0)), TStatus_OK);
+        Process::Pause();
+        EXPECT_EQ(oClient.TBoard_RegWrite(oClient.hDev, 6908, 1), TStatus_OK);
+        Process::Pause();
+    });
+    oRun.Await();
+    Expect("wait --shown --timeout 0", 1, "no run shows a picture");  // a run says so when all its outputs are on
+    Expect("wait --ended --timeout 0.1", 1, "a run still holds an output");
+    oRun.Resume();
+    Expect("progress 41", 0, "");
+    oShown.ooProcess.reset();  // both have returned with 0
+    oBoard.ooProcess.reset();
+    oRun.Kill();
+    Expect("wait --shown --timeout 0", 1, "no run shows a picture");  // the register alone is what a killed run leaves
+    Expect("wait --ended", 0, "");
+}
+
+TEST_F(PanelTest, ProgressFollowsTheLinesOfAnUpdater)
+{
+    const std::pair<std::string, int> aoCases[] = {
+        // what it prints, and the progress then; each begins at 7
+        {"40", 40},
+        {" 40% Checking slot rootfs.0\n", 40},
+        {"Writing: 40.9%\nWaiting for the device\n", 40},
+        {"[===   ] 1 of 2 12% (root.ext4)\r[==== ] 2 of 2 40% (root.ext4)\r", 40},
+        {"39%\n4 of 5: 40,0 %.\n", 40},
+        {"40 101 100.1 -5 v1.2 1.2.3 2MB mmcblk0 0x50 \xC3\xA4"
+         "5\n",
+         40},
+        {"progress=40\nnone\n", 40},
+        {"0.4\n", 0},
+        {"nothing\n\n", 7},
+        {"", 7},
+        {"100%\n", 99},
+        {std::string(9000, '5') + " 40\n", 40},
+    };
+    for (const auto& [strLines, iPercent] : aoCases)
+    {
+        Expect("progress 7", 0, "");
+        std::ofstream(At("lines")) << strLines;
+        Expect("progress - --to 99 <" + At("lines"), 0, "");
+        Expect("status", 0, " (" + std::to_string(iPercent) + " %)");
+    }
+    const std::string strFifo = At("fifo");
+    EXPECT_EQ(mkfifo(strFifo.c_str(), 0600), 0);
+    Live      oFifo("progress - <" + strFifo);
+    const int iFifo = open(strFifo.c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(write(iFifo, "55\n", 3), 3);
+    Expect("wait --percent 55 --timeout 10", 0, "");
+    close(iFifo);
+    oFifo.ooProcess.reset();
+    Expect("status", 0, " (55 %)");
+    // A board that cannot be written costs the updater nothing, and is said once.
+    Expect("run -- sh -c '(for i in 1 2 3; do echo $i; sleep 0.05; done && echo >" + At("all") +
+               ") | " BOARD_PANEL " progress - --device 1'",
+           1, "no device 1");
+    EXPECT_TRUE(fs::exists(At("all")));
 }
 
 TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)

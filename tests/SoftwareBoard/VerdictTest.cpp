@@ -46,6 +46,7 @@ TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
         // answer, and after how many ms, from and to
         {"shown", [](Board& ro, KUINT32 ui) { return Say(ro, ui, EVerdict::Shown); }, TStatus_OK, 0, 1500},
         {"refused", [](Board& ro, KUINT32 ui) { return Say(ro, ui, EVerdict::Refused); }, TStatus_FAIL, 0, 1500},
+        {"no display", [](Board& ro, KUINT32 ui) { return Say(ro, ui, EVerdict::NoDisplay); }, TStatus_OK, 0, 1500},
         {"dies", [](Board&, KUINT32) { return false; }, TStatus_OK, 0, 1500},
         {"hangs", [](Board&, KUINT32) { return true; }, TStatus_FAIL, 2000, 3500},
         {"another's", [](Board& ro, KUINT32 ui) { return Say(ro, ui - 1, EVerdict::Shown); }, TStatus_FAIL, 2000, 3500},

@@ -12,6 +12,7 @@ Action AddProgress(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddRun(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddSnapshot(CLI::App& roCommand, const PassedOn& roPassedOn);
 Action AddStatus(CLI::App& roCommand, const PassedOn& roPassedOn);
+Action AddWait(CLI::App& roCommand, const PassedOn& roPassedOn);
 }
 
 #endif

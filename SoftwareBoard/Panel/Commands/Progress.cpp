@@ -1,14 +1,16 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <memory>
 
 #include "Board.h"
+#include "BoardError.h"
 #include "Commands.h"
 #include "Options.h"
+#include "Percent.h"
+#include "Printable.h"
 #include "Ramp.h"
 #include "Signals.h"
 
@@ -19,46 +21,22 @@ namespace
 using Clock   = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-struct SOptions
+struct SProgressOptions
 {
     KUINT32 uiPercent = 0;
-    KUINT32 uiDevice  = 0;
-    double  fSeconds  = 0;
+    bool    bLines    = false;  // the percentages come from standard input
+    Seconds oRamp     = Seconds(0);
     KUINT32 uiTo      = 100;
     bool    bLinear   = false;
+    KUINT32 uiDevice  = 0;
 };
 
-constexpr double MAX_SECONDS = 86400;
-
-double ParseSeconds(const std::string& strText)
-{
-    double            fSeconds = 0;
-    const char* const pszEnd   = strText.data() + strText.size();
-    const auto        oResult  = std::from_chars(strText.data(), pszEnd, fSeconds, std::chars_format::fixed);
-    if (oResult.ec != std::errc() || oResult.ptr != pszEnd || !(fSeconds >= 0 && fSeconds <= MAX_SECONDS))
-        throw CLI::ValidationError("--ramp", "'" + strText + "' is not a number of seconds from 0 to 86400");
-    return fSeconds;
-}
-
-// Accepts a percentage as programs print it: 40, 40.5, 40% and 40.5% are 40.
 KUINT32 TakePercent(const std::string& strText)
 {
-    std::string_view svWhole = strText;
-    if (svWhole.ends_with('%'))
-        svWhole.remove_suffix(1);
-    const size_t     uiPoint    = svWhole.find('.');
-    std::string_view svDecimals = "0";
-    if (uiPoint != std::string_view::npos)
-    {
-        svDecimals = svWhole.substr(uiPoint + 1);
-        svWhole    = svWhole.substr(0, uiPoint);
-    }
-    const auto ouiWhole  = ParseNumber(svWhole, 10, 100);
-    const bool bDecimals = !svDecimals.empty() && svDecimals.find_first_not_of("0123456789") == std::string_view::npos;
-    const bool bOver     = ouiWhole == 100u && svDecimals.find_first_not_of('0') != std::string_view::npos;
-    if (!ouiWhole || !bDecimals || bOver)
+    const auto ouiPercent = ParsePercent(strText);
+    if (!ouiPercent)
         throw CLI::ValidationError("PERCENT", "'" + strText + "' is not a number from 0 to 100");
-    return *ouiWhole;
+    return *ouiPercent;
 }
 
 // Writes only the low byte, so that a program that writes the rest of the register at the same time loses nothing.
@@ -136,13 +114,46 @@ private:
     bool m_bShown    = false;
 };
 
-void PlayRamp(const SOptions& roOptions)
+// Writes the percentages that an updater prints to this process's standard input. Reads to the end even if the board cannot
+// be written: the updater would be killed at its next line if nobody read it.
+void FollowUpdater(const SProgressOptions& roOptions)
+{
+    PercentReader oReader;
+    std::string   strProblem;
+    char          acRead[4096];
+    ssize_t       iRead = 0;
+    do
+    {
+        iRead = read(STDIN_FILENO, acRead, sizeof(acRead));
+        if (iRead < 0 && errno == EINTR)
+            continue;
+        if (iRead < 0)
+            ThrowSystemError("standard input", "read");
+        const auto ouiPercent = iRead > 0 ? oReader.Take({acRead, static_cast<size_t>(iRead)}) : oReader.TakeEnd();
+        if (!ouiPercent)
+            continue;
+        try
+        {
+            WriteProgress(roOptions.uiDevice, std::min(*ouiPercent, roOptions.uiTo));
+            strProblem.clear();
+        }
+        catch (const BoardError& roError)
+        {
+            if (std::exchange(strProblem, roError.what()) != roError.what())
+                std::fprintf(stderr, "tavrin-board: %s\n", MakePrintable(strProblem).c_str());
+        }
+    } while (iRead != 0);
+    if (!strProblem.empty())
+        throw EndedWithStatus{1};
+}
+
+void PlayRamp(const SProgressOptions& roOptions)
 {
     const KUINT32           uiFrom = BeginRamp(roOptions.uiDevice, roOptions.uiTo);
     const Signals           oSignals;
     ProgressLine            oLine;
     const Clock::time_point oStart = Clock::now();
-    const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds));
+    const Clock::time_point oEnd   = oStart + std::chrono::duration_cast<Clock::duration>(roOptions.oRamp);
 
     for (KUINT32 uiPercent = uiFrom;; ++uiPercent)
     {
@@ -150,7 +161,7 @@ void PlayRamp(const SOptions& roOptions)
         const bool    bLast   = uiPercent >= roOptions.uiTo;
         const double  fTime =
             bLast ? 1 : RampTimeOf((uiPercent + 1.0 - uiFrom) / (roOptions.uiTo - uiFrom), roOptions.bLinear);
-        const auto oDue = oStart + std::chrono::duration_cast<Clock::duration>(Seconds(roOptions.fSeconds * fTime));
+        const auto oDue = oStart + std::chrono::duration_cast<Clock::duration>(roOptions.oRamp * fTime);
         while (true)
         {
             const Clock::time_point oNow = Clock::now();
@@ -170,33 +181,45 @@ void PlayRamp(const SOptions& roOptions)
 
 Action AddProgress(CLI::App& roCommand, const PassedOn&)
 {
-    const auto         poOptions = std::make_shared<SOptions>();
+    const auto         poOptions = std::make_shared<SProgressOptions>();
     CLI::Option* const poPercent =
         roCommand
             .add_option_function<std::string>(
-                "PERCENT", [poOptions](const std::string& strText) { poOptions->uiPercent = TakePercent(strText); },
-                "The progress, 0 to 100; decimals and a % sign are accepted and ignored")
+                "PERCENT",
+                [poOptions](const std::string& strText) {
+                    poOptions->bLines = strText == "-";
+                    if (!poOptions->bLines)
+                        poOptions->uiPercent = TakePercent(strText);
+                },
+                "The progress, 0 to 100; decimals and a % sign are accepted and ignored.\n- for the lines of an updater "
+                "from "
+                "standard input until it ends: the last\nnumber of each line counts, and a line without one changes nothing")
             ->type_name("NUMBER");
     CLI::Option* const poRamp =
         roCommand
             .add_option_function<std::string>(
-                "--ramp", [poOptions](const std::string& strText) { poOptions->fSeconds = ParseSeconds(strText); },
+                "--ramp", [poOptions](const std::string& strText) { poOptions->oRamp = TakeSeconds("--ramp", strText); },
                 "Play a firmware update that takes this time: it starts slowly, halts, runs,\nand never falls. It starts at "
                 "the percentage that the board reports, or at 0\nif that is not below the end. Ctrl-C ends it by that "
                 "signal (status 130 in a\nshell) and leaves the register as it is")
             ->type_name("SECONDS")
             ->excludes(poPercent);
-    AddNumber(roCommand, "--to", poOptions->uiTo, 0, 100, "Where the ramp stops (default 100)")->needs(poRamp);
+    CLI::Option* const poTo = AddNumber(roCommand, "--to", poOptions->uiTo, 0, 100,
+                                        "Where the ramp stops, or the most that lines report (default 100)");
     roCommand.add_flag("--linear", poOptions->bLinear, "The ramp runs evenly")->needs(poRamp);
     AddDevice(roCommand, poOptions->uiDevice);
-    roCommand.parse_complete_callback([poPercent, poRamp] {
+    roCommand.parse_complete_callback([poOptions, poPercent, poRamp, poTo] {
         if (poPercent->count() + poRamp->count() == 0)
             throw CLI::RequiredError("PERCENT or --ramp");
+        if (poTo->count() != 0 && poRamp->count() == 0 && !poOptions->bLines)
+            throw CLI::RequiresError("--to", "--ramp or -");
     });
 
     return [poOptions, poRamp] {
         if (poRamp->count() != 0)
             PlayRamp(*poOptions);
+        else if (poOptions->bLines)
+            FollowUpdater(*poOptions);
         else
             WriteProgress(poOptions->uiDevice, poOptions->uiPercent);
     };

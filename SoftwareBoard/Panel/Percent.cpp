@@ -1,0 +1,82 @@
+#include "Percent.h"
+
+#include "Options.h"
+
+namespace SoftwareBoard::Panel
+{
+namespace
+{
+constexpr char DIGITS[] = "0123456789";
+
+// A longer line loses its beginning. So a stream without an end of line takes no memory.
+constexpr size_t MAX_LINE = 4096;
+
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// Letters, also those of other alphabets in UTF-8, and signs that join digits to a word.
+bool IsOfWord(char c)
+{
+    return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (c & 0x80) != 0;
+}
+}
+
+std::optional<KUINT32> ParsePercent(std::string_view svText)
+{
+    if (svText.ends_with('%'))
+        svText.remove_suffix(1);
+    const size_t     uiPoint    = svText.find_first_of(".,");
+    std::string_view svDecimals = "0";
+    if (uiPoint != std::string_view::npos)
+    {
+        svDecimals = svText.substr(uiPoint + 1);
+        svText     = svText.substr(0, uiPoint);
+    }
+    const auto ouiWhole  = ParseNumber(svText, 10, 100);
+    const bool bDecimals = !svDecimals.empty() && svDecimals.find_first_not_of(DIGITS) == std::string_view::npos;
+    const bool bOver     = ouiWhole == 100u && svDecimals.find_first_not_of('0') != std::string_view::npos;
+    return bDecimals && !bOver ? ouiWhole : std::nullopt;
+}
+
+std::optional<KUINT32> FindPercent(std::string_view svLine)
+{
+    std::optional<KUINT32> ouiFound;
+    for (size_t uiBegin = svLine.find_first_of(DIGITS); uiBegin != std::string_view::npos;)
+    {
+        // The digits, and the points and commas between them.
+        size_t uiEnd = uiBegin + 1;
+        while (uiEnd < svLine.size() &&
+               (IsDigit(svLine[uiEnd]) ||
+                ((svLine[uiEnd] == '.' || svLine[uiEnd] == ',') && uiEnd + 1 < svLine.size() && IsDigit(svLine[uiEnd + 1]))))
+            ++uiEnd;
+        const char cBefore = uiBegin > 0 ? svLine[uiBegin - 1] : ' ';
+        const char cAfter  = uiEnd < svLine.size() ? svLine[uiEnd] : ' ';
+        const bool bAlone  = !IsOfWord(cBefore) && cBefore != '.' && cBefore != ',' && cBefore != '-' && !IsOfWord(cAfter);
+        if (const auto ouiPercent = ParsePercent(svLine.substr(uiBegin, uiEnd - uiBegin)); bAlone && ouiPercent)
+            ouiFound = ouiPercent;
+        uiBegin = svLine.find_first_of(DIGITS, uiEnd);
+    }
+    return ouiFound;
+}
+
+std::optional<KUINT32> PercentReader::Take(std::string_view svRead)
+{
+    std::optional<KUINT32> ouiFound;
+    for (const char c : svRead)
+    {
+        if (c == '\n' || c == '\r')
+        {
+            if (const auto ouiPercent = FindPercent(m_strLine))
+                ouiFound = ouiPercent;
+            m_strLine.clear();
+            continue;
+        }
+        if (m_strLine.size() == MAX_LINE)
+            m_strLine.erase(0, MAX_LINE / 2);
+        m_strLine.push_back(c);
+    }
+    return ouiFound;
+}
+}
