@@ -25,10 +25,12 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
         ->take_all();
     roCommand.add_flag("--legacy", poOptions->oPlan.bLegacy,
                        "Set modes with the older kernel calls, even if the card has newer ones");
-    roCommand.add_flag("--list", poOptions->bList, "Show the cards, their connectors and what each would show, then end");
+    roCommand.add_flag("--list", poOptions->bList,
+                       "Show the cards, their connectors and modes, and what each would show, then\nend");
     AddDevice(roCommand, poOptions->oPlan.uiDevice);
     roCommand.footer("Shows the outputs until a signal ends it, and leaves the card as it was found.\n"
-                     "--list marks the format that is used with *.");
+                     "--list prints each mode as the option -v of the tool. It marks the mode that the\n"
+                     "display prefers and the format that is used with *.");
 
     return [poOptions] {
         if (poOptions->bList)
