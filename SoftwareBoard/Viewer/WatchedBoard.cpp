@@ -56,6 +56,13 @@ std::string DescribeProgress(const SBoardView& roView)
     return "progress " + std::to_string(roView.uiProgressPct) + " %" + (roView.bBarRunning ? ", progress bar running" : "");
 }
 
+std::pair<KUINT32, KUINT32> UsualSize(const SBoardView& roView)
+{
+    const auto i =
+        std::find_if(roView.aoOutputs.begin(), roView.aoOutputs.end(), [](const auto& ro) { return ro.poPicture; });
+    return i != roView.aoOutputs.end() ? std::pair(i->poPicture->uiWidth, i->poPicture->uiHeight) : std::pair(4u, 3u);
+}
+
 WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
 {
     m_strTitle = MakePrintable(BoardFolder::DefaultPath()) + ", device " + std::to_string(uiDevice);

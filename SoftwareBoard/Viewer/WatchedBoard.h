@@ -39,6 +39,9 @@ struct SBoardView
 // "progress 40 %", and whether the tool says that its bar is running.
 std::string DescribeProgress(const SBoardView& roView);
 
+// The width and height that most pictures are like: those of the first one or, without any, those of a usual screen.
+std::pair<KUINT32, KUINT32> UsualSize(const SBoardView& roView);
+
 class WatchedBoard
 {
 public:
