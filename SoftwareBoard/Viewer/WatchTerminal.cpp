@@ -83,8 +83,7 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STilin
     const int          iHigh    = roTiling.iTileHeight - roTiling.iCaptionHeight;
     int                iLine    = iRow + iHigh;
     for (const std::string& strText :
-         WrapText(DescribeOutput(uiOutput, roOutput), static_cast<size_t>(roTiling.iCaptionHeight),
-                  FitsColumns(roTiling.iTileWidth)))
+         CaptionOutput(uiOutput, roOutput, static_cast<size_t>(roTiling.iCaptionHeight), FitsColumns(roTiling.iTileWidth)))
         m_oTerminal.Put(iLine++, iColumn, CutOrFill(strText, roTiling.iTileWidth));
     if (roOutput.poPicture == nullptr || iHigh < 1)
         return;

@@ -161,7 +161,7 @@ void Window::DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeigh
     const SDL_Rect     oScreen  = {roTile.x, roTile.y, roTile.w, std::max(roTile.h - iCaptionHeight, 1)};
     const auto         uiRows   = static_cast<size_t>(iCaptionHeight / TEXT_ROW);
     int                iY       = oScreen.y + oScreen.h;
-    for (const std::string& strText : WrapText(DescribeOutput(uiOutput, roOutput), uiRows, FitsPixels(roTile.w)))
+    for (const std::string& strText : CaptionOutput(uiOutput, roOutput, uiRows, FitsPixels(roTile.w)))
     {
         DrawLine(strText, {roTile.x, iY, roTile.w, TEXT_ROW}, CAPTION_COLOURS);
         iY += TEXT_ROW;

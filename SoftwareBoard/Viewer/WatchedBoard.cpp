@@ -51,6 +51,13 @@ std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput)
     return "output " + std::to_string(uiOutput) + ": " + roOutput.strState;
 }
 
+std::vector<std::string> CaptionOutput(size_t uiOutput, const SOutputView& roOutput, size_t uiRows,
+                                       const FitsFunction& fFits)
+{
+    const std::string strNumber = std::to_string(uiOutput);
+    return WrapText(fFits("output " + strNumber + "..") ? DescribeOutput(uiOutput, roOutput) : strNumber, uiRows, fFits);
+}
+
 std::string DescribeProgress(const SBoardView& roView)
 {
     return "progress " + std::to_string(roView.uiProgressPct) + " %" + (roView.bBarRunning ? ", progress bar running" : "");

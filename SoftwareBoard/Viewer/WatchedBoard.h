@@ -11,6 +11,7 @@
 
 #include "DeviceStatus.h"
 #include "Picture.h"
+#include "Text.h"
 
 namespace SoftwareBoard::Viewer
 {
@@ -24,6 +25,11 @@ struct SOutputView
 
 // "output 0: " and the state.
 std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput);
+
+// The same in at most that many rows, the last of which may still have to be cut. Where a cut would hide the output's
+// number, the caption is only that.
+std::vector<std::string> CaptionOutput(size_t uiOutput, const SOutputView& roOutput, size_t uiRows,
+                                       const FitsFunction& fFits);
 
 struct SBoardView
 {
