@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
+#include <regex>
 
 namespace SoftwareBoard::Display
 {
@@ -30,25 +30,19 @@ FileDescriptor OpenCard(const std::string& strPath)
 }
 
 // Names the program that holds the card, for example "Xorg, process 812"; empty if the system does not tell. Root may read a
-// table of the card's clients. Behind a client's name, which may hold spaces, it has these columns: process, card, whether
-// it is the master, and three more.
+// table of the card's clients.
 std::string FindMaster(const FileDescriptor& roCard)
 {
     struct stat oStat = {};
     if (fstat(roCard.Get(), &oStat) != 0)
         return "";
-    std::ifstream oClients("/sys/kernel/debug/dri/" + std::to_string(minor(oStat.st_rdev)) + "/clients");
+    std::ifstream    oClients("/sys/kernel/debug/dri/" + std::to_string(minor(oStat.st_rdev)) + "/clients");
+    const std::regex oMasterRow(R"(\s*(.+?)\s+(\d+)\s+\d+\s+y\s+[yn]\s+\d+\s+\d+)");  // name, process, card, y
+    std::smatch      oFound;
     for (std::string strLine; std::getline(oClients, strLine);)
     {
-        std::istringstream       oLine(strLine);
-        std::vector<std::string> astrWords;
-        for (std::string strWord; oLine >> strWord;)
-            astrWords.push_back(strWord);
-        if (astrWords.size() < 7 || astrWords[astrWords.size() - 4] != "y")
-            continue;
-        const size_t uiName   = strLine.find_first_not_of(' ');
-        const size_t uiNumber = strLine.rfind(" " + astrWords[astrWords.size() - 6] + " ");
-        return strLine.substr(uiName, uiNumber - uiName) + ", process " + astrWords[astrWords.size() - 6];
+        if (std::regex_match(strLine, oFound, oMasterRow))
+            return oFound.str(1) + ", process " + oFound.str(2);
     }
     return "";
 }

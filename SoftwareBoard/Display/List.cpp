@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "BoardError.h"
+#include "DisplayMode.h"
 #include "DisplayServer.h"
 #include "Printable.h"
 
@@ -23,6 +24,15 @@ std::string NameFormats(const SPlane& roPlane)
     return strNames;
 }
 
+void ListModes(int iCard, uint32_t uiConnector)
+{
+    const DrmConnector poConnector(drmModeGetConnectorCurrent(iCard, uiConnector));
+    if (poConnector == nullptr)
+        return;
+    for (const SListedTiming& ro : ListTimings({poConnector->modes, static_cast<size_t>(poConnector->count_modes)}))
+        std::printf("    %c -v %s\n", ro.bPreferred ? '*' : ' ', MakePrintable(ro.strTiming).c_str());
+}
+
 void ListCard(const Card& roCard, const std::vector<std::string>& roNames)
 {
     const std::vector<SConnector> aoConnectors = roCard.ReadConnectors();
@@ -36,6 +46,7 @@ void ListCard(const Card& roCard, const std::vector<std::string>& roNames)
         if (oFound != auiShown.end())
             std::printf(", shows output %td", oFound - auiShown.begin());
         std::printf("\n");
+        ListModes(roCard.GetFd(), roConnector.uiId);
     }
     for (const SPlane& roPlane : roCard.GetPlanes())
         std::printf("  plane %u:%s\n", roPlane.uiId, MakePrintable(NameFormats(roPlane)).c_str());

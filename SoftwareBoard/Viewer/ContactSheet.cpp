@@ -1,7 +1,6 @@
 #include "ContactSheet.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "Text.h"
 
@@ -9,9 +8,12 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr KUINT32 MAX_WIDTH = 1920;
-constexpr KUINT32 GAP       = 16;
-constexpr KUINT32 LABEL_ROW = 28;
+// All in pixels.
+constexpr int SCREEN_WIDTH = 1920, SCREEN_HEIGHT = 1080;
+constexpr int GAP            = 16;
+constexpr int LABEL_ROW      = 28;
+constexpr int MIN_TILE_WIDTH = 56;  // room for a percentage
+constexpr int MIN_PICTURE    = 32;  // the height that a picture may have, however many there are
 
 constexpr STextColours COLOURS = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
 
@@ -46,39 +48,41 @@ Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT3
     return oTo;
 }
 
-KUINT32 LabelWidth(const std::string& strLabel)
-{
-    return static_cast<KUINT32>(TextWidth(strLabel));
 }
-}
-
-ContactSheet::ContactSheet(size_t uiPictures)
-    : m_uiAcross(static_cast<size_t>(std::ceil(std::sqrt(static_cast<double>(uiPictures))))),
-      m_uiRoom(static_cast<KUINT32>(std::max<size_t>((MAX_WIDTH - GAP) / m_uiAcross, GAP + 16) - GAP))
-{}
 
 void ContactSheet::Add(const Panel::SPicture& roPicture, const std::string& strLabel)
 {
-    const KUINT32 uiLonger = std::max(roPicture.uiWidth, roPicture.uiHeight);
-    const auto    fScaled  = [&](KUINT32 uiSide) {
-        return std::max(static_cast<KUINT32>(KUINT64{uiSide} * m_uiRoom / uiLonger), KUINT32{1});
-    };
-    m_aoTiles.push_back(
-        {uiLonger <= m_uiRoom ? roPicture : ScaleDown(roPicture, fScaled(roPicture.uiWidth), fScaled(roPicture.uiHeight)),
-         strLabel});
+    if (m_aoTiles.empty())
+        m_oTiling = ChooseTiling({.iTiles            = static_cast<int>(m_uiPictures),
+                                  .iWidth            = SCREEN_WIDTH - 2 * GAP,
+                                  .iHeight           = SCREEN_HEIGHT - 2 * GAP,
+                                  .iGapAcross        = GAP,
+                                  .iGapDown          = GAP,
+                                  .fPictureWidth     = double{1} * roPicture.uiWidth,
+                                  .fPictureHeight    = double{1} * roPicture.uiHeight,
+                                  .fMaxScale         = 1,
+                                  .iMinTileWidth     = MIN_TILE_WIDTH,
+                                  .fGetCaptionHeight = [](int, int) { return LABEL_ROW; }});
+    const int iHeight = std::max(m_oTiling.iTileHeight - LABEL_ROW, MIN_PICTURE);
+    const auto [iFittedWidth, iFittedHeight] =
+        FitPicture(roPicture.uiWidth, roPicture.uiHeight, m_oTiling.iTileWidth, iHeight);
+    const auto uiWidth = static_cast<KUINT32>(iFittedWidth), uiHeight = static_cast<KUINT32>(iFittedHeight);
+    const bool bSmall = roPicture.uiWidth <= uiWidth && roPicture.uiHeight <= uiHeight;
+    m_aoTiles.push_back({bSmall ? roPicture : ScaleDown(roPicture, uiWidth, uiHeight), strLabel});
 }
 
 Panel::SPicture ContactSheet::Draw() const
 {
-    KUINT32 uiColumn = 1, uiRow = 1;  // the sides of the largest tile, with the gap
+    constexpr KUINT32 uiGap    = GAP;
+    KUINT32           uiColumn = uiGap + MIN_TILE_WIDTH, uiRow = 0;  // the sides of the largest tile, with the gap
     for (const STile& roTile : m_aoTiles)
     {
-        uiColumn = std::max(uiColumn, GAP + std::max(roTile.oPicture.uiWidth, LabelWidth(roTile.strLabel)));
-        uiRow    = std::max(uiRow, GAP + roTile.oPicture.uiHeight + LABEL_ROW);
+        uiColumn = std::max(uiColumn, uiGap + roTile.oPicture.uiWidth);
+        uiRow    = std::max(uiRow, uiGap + roTile.oPicture.uiHeight + LABEL_ROW);
     }
-    const auto      uiAcross = static_cast<KUINT32>(m_uiAcross);
-    const auto      uiDown   = static_cast<KUINT32>((m_aoTiles.size() + m_uiAcross - 1) / m_uiAcross);
-    Panel::SPicture oSheet{GAP + uiAcross * uiColumn, GAP + uiDown * uiRow, {}};
+    const auto      uiAcross = static_cast<KUINT32>(m_oTiling.iAcross);
+    const auto      uiDown   = (static_cast<KUINT32>(m_aoTiles.size()) + uiAcross - 1) / uiAcross;
+    Panel::SPicture oSheet{uiGap + uiAcross * uiColumn, uiGap + uiDown * uiRow, {}};
     const auto&     roPaper = COLOURS.auiPaper;
     for (size_t uiPixel = 0; uiPixel < size_t{oSheet.uiWidth} * oSheet.uiHeight; ++uiPixel)
         oSheet.auiRgba.insert(oSheet.auiRgba.end(), {roPaper[0], roPaper[1], roPaper[2], 255});
@@ -91,11 +95,12 @@ Panel::SPicture ContactSheet::Draw() const
     for (size_t uiTile = 0; uiTile < m_aoTiles.size(); ++uiTile)
     {
         const auto& [oPicture, strLabel] = m_aoTiles[uiTile];
-        const KUINT32 uiRoom             = uiColumn - GAP;
-        const size_t  uiX                = GAP + uiTile % m_uiAcross * uiColumn;
-        const size_t  uiY                = GAP + uiTile / m_uiAcross * uiRow;
+        const KUINT32 uiRoom             = uiColumn - uiGap;
+        const size_t  uiX                = uiGap + uiTile % uiAcross * uiColumn;
+        const size_t  uiY                = uiGap + uiTile / uiAcross * uiRow;
+        const auto    strCut             = CutText(strLabel, FitsPixels(static_cast<int>(uiRoom)));
         fPaste(oPicture, uiX + (uiRoom - oPicture.uiWidth) / 2, uiY);
-        fPaste(DrawText(strLabel, uiRoom, LABEL_ROW, COLOURS, true), uiX, uiY + oPicture.uiHeight);
+        fPaste(DrawText(strCut, uiRoom, LABEL_ROW, COLOURS, true), uiX, uiY + oPicture.uiHeight);
     }
     return oSheet;
 }

@@ -1,5 +1,5 @@
-// Pictures in a grid, row by row, each with its label under it. Large pictures are scaled down to fit the same square, so
-// that the sheet is at most 1920 pixels wide. Smaller pictures keep their size.
+// Pictures in a grid, row by row, each with its label under it. Large pictures are scaled down, so that the sheet fits a
+// screen of 1920 x 1080. Smaller pictures keep their size. A sheet of very many pictures is higher than that screen.
 #ifndef CONTACT_SHEET_H
 #define CONTACT_SHEET_H
 
@@ -7,14 +7,16 @@
 #include <vector>
 
 #include "Picture.h"
+#include "Tiling.h"
 
 namespace SoftwareBoard::Viewer
 {
 class ContactSheet
 {
 public:
-    explicit ContactSheet(size_t uiPictures);
+    explicit ContactSheet(size_t uiPictures) : m_uiPictures(uiPictures) {}
 
+    // The first picture decides how many stand side by side.
     void            Add(const Panel::SPicture& roPicture, const std::string& strLabel);
     Panel::SPicture Draw() const;
 
@@ -25,8 +27,8 @@ private:
         std::string     strLabel;
     };
 
-    size_t             m_uiAcross;
-    KUINT32            m_uiRoom;  // the greatest width and height of a picture, in pixels
+    size_t             m_uiPictures;
+    STiling            m_oTiling;  // valid from the first picture on
     std::vector<STile> m_aoTiles;
 };
 }

@@ -68,12 +68,16 @@ TerminalPictures::TerminalPictures()
         chafa_symbol_map_add_by_tags(m_poSymbols.get(), CHAFA_SYMBOL_TAG_BLOCK);
 }
 
+std::pair<double, double> TerminalPictures::SizeInCells(KUINT32 uiWidth, KUINT32 uiHeight, const STerminalSize& roTerminal)
+{
+    return {double{1} * uiWidth / CellWidth(roTerminal), double{1} * uiHeight / CellHeight(roTerminal)};
+}
+
 std::pair<int, int> TerminalPictures::FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,
                                               const STerminalSize& roTerminal) const
 {
-    const double fWidth  = double{1} * uiWidth / CellWidth(roTerminal);
-    const double fHeight = double{1} * uiHeight / CellHeight(roTerminal);
-    const double fScale  = std::min(iColumns / fWidth, iRows / fHeight);
+    const auto [fWidth, fHeight] = SizeInCells(uiWidth, uiHeight, roTerminal);
+    const double fScale          = std::min(iColumns / fWidth, iRows / fHeight);
     return {std::clamp(static_cast<int>(fWidth * fScale + 0.5), 1, iColumns),
             std::clamp(static_cast<int>(fHeight * fScale + 0.5), 1, iRows)};
 }

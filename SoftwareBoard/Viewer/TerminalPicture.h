@@ -19,6 +19,9 @@ public:
     // Asks the environment what the terminal can do.
     TerminalPictures();
 
+    // The columns and rows of a picture that is not scaled.
+    static std::pair<double, double> SizeInCells(KUINT32 uiWidth, KUINT32 uiHeight, const STerminalSize& roTerminal);
+
     // The columns and rows that an undistorted picture takes if it may take at most iColumns and iRows.
     std::pair<int, int> FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,
                                 const STerminalSize& roTerminal) const;

@@ -1,9 +1,11 @@
 #include "Text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
 #include <cairo.h>
+#include <glib.h>
 
 namespace SoftwareBoard::Viewer
 {
@@ -42,19 +44,65 @@ private:
     std::unique_ptr<cairo_surface_t, void (*)(cairo_surface_t*)> m_poSurface;
     std::unique_ptr<cairo_t, void (*)(cairo_t*)>                 m_poContext;
 };
+
+bool IsInsideCharacter(char c)
+{
+    return (c & 0xC0) == 0x80;
+}
+
+// Where the last letter of the text begins. The marks that follow a letter belong to it.
+size_t FindLastLetter(const std::string& strText)
+{
+    size_t uiAt = strText.size();
+    while (uiAt > 0)
+    {
+        --uiAt;
+        const gunichar uiChar = IsInsideCharacter(strText[uiAt]) ? 0 : g_utf8_get_char(&strText[uiAt]);
+        if (uiChar != 0 && g_unichar_ismark(uiChar) == FALSE && g_unichar_iszerowidth(uiChar) == FALSE)
+            break;
+    }
+    return uiAt;
+}
+}
+
+FitsFunction FitsColumns(int iColumns)
+{
+    return [iColumns](const std::string& strText) { return TextColumns(strText) <= iColumns; };
+}
+
+FitsFunction FitsPixels(int iWidth)
+{
+    return [iWidth](const std::string& strText) { return TextWidth(strText) <= iWidth; };
+}
+
+int TextColumns(const std::string& strText)
+{
+    int iColumns = 0;
+    for (const char& roChar : strText)
+    {
+        const gunichar uiChar = IsInsideCharacter(roChar) ? 0 : g_utf8_get_char(&roChar);
+        if (uiChar != 0 && g_unichar_iszerowidth(uiChar) == FALSE)
+            iColumns += g_unichar_iswide(uiChar) != FALSE ? 2 : 1;
+    }
+    return iColumns;
 }
 
 std::string CutText(const std::string& strText, const FitsFunction& fFits)
 {
-    std::string strCut = strText;
-    for (size_t uiKept = strText.size(); uiKept > 0 && !fFits(strCut); --uiKept)
-        strCut = strText.substr(0, uiKept - 1) + "..";
+    std::string strKept = strText, strCut = strText;
+    while (!strKept.empty() && !fFits(strCut))
+    {
+        strKept.erase(FindLastLetter(strKept));
+        strCut = strKept + "..";
+    }
     return fFits(strCut) ? strCut : "";
 }
 
 std::vector<std::string> WrapText(std::string strText, size_t uiRows, const FitsFunction& fFits)
 {
     std::vector<std::string> astrRows;
+    if (uiRows == 0)
+        return astrRows;
     while (astrRows.size() + 1 < uiRows && !fFits(strText))
     {
         size_t uiSpace = strText.rfind(' ');
@@ -73,7 +121,7 @@ int TextWidth(const std::string& strText)
 {
     cairo_text_extents_t oExtents = {};
     cairo_text_extents(Canvas(1, 1).Get(), strText.c_str(), &oExtents);
-    return static_cast<int>(std::ceil(oExtents.x_advance));
+    return static_cast<int>(std::ceil(std::max(oExtents.x_advance, oExtents.x_bearing + oExtents.width)));
 }
 
 Panel::SPicture DrawText(const std::string& strText, KUINT32 uiWidth, KUINT32 uiHeight, const STextColours& roColours,

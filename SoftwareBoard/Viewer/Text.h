@@ -11,10 +11,16 @@
 
 namespace SoftwareBoard::Viewer
 {
-// Whether a text fits, by its TextWidth or its number of letters.
+// Whether a text fits.
 using FitsFunction = std::function<bool(const std::string&)>;
 
-// Returns the text, or as much of its beginning as fits with ".." after it.
+FitsFunction FitsColumns(int iColumns);
+FitsFunction FitsPixels(int iWidth);
+
+// The width of a UTF-8 text on a terminal, in columns.
+int TextColumns(const std::string& strText);
+
+// Returns the text, or as much of its beginning as fits with ".." after it. A letter and the marks on it stay together.
 std::string CutText(const std::string& strText, const FitsFunction& fFits);
 
 // Splits the text at spaces into at most uiRows rows. The last row holds the rest, even if that does not fit.

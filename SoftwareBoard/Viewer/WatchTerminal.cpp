@@ -4,34 +4,19 @@
 #include "Signals.h"
 #include "TerminalPicture.h"
 #include "Text.h"
+#include "Tiling.h"
 #include "Watch.h"
 
 namespace SoftwareBoard::Viewer
 {
 namespace
 {
-FitsFunction FitsColumns(int iColumns)
-{
-    return
-        [uiColumns = static_cast<size_t>(std::max(iColumns, 0))](const std::string& str) { return str.size() <= uiColumns; };
-}
-
 // Cuts or fills the text to exactly this many columns.
 std::string CutOrFill(const std::string& strText, int iColumns)
 {
     std::string strCut = CutText(strText, FitsColumns(iColumns));
-    strCut.resize(static_cast<size_t>(std::max(iColumns, 0)), ' ');
-    return strCut;
+    return strCut.append(static_cast<size_t>(std::max(iColumns - TextColumns(strCut), 0)), ' ');
 }
-
-// The grid of outputs between the title and the progress. Each output is a tile with its caption under it.
-struct STiles
-{
-    int iAcross  = 1;
-    int iColumns = 0;  // of one tile
-    int iRows    = 0;  // of one tile, with its caption
-    int iCaption = 1;  // rows of the caption
-};
 
 constexpr char CTRL_L = 'L' & 0x1F;  // draws everything again
 
@@ -58,9 +43,9 @@ public:
     pollfd AwaitWriting() const { return {IsBehind() ? m_oTerminal.GetDescriptor() : -1, POLLOUT, 0}; }
 
 private:
-    STiles LayOut(int iRows) const;
-    void   DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles);
-    void   DrawProgress(int iRow);
+    STiling LayOut(int iRows) const;
+    void    DrawTile(size_t uiOutput, int iRow, int iColumn, const STiling& roTiling);
+    void    DrawProgress(int iRow);
 
     // A picture as texts for the terminal, kept until the picture or its size in cells changes.
     struct SDrawn
@@ -77,55 +62,38 @@ private:
     std::vector<SDrawn> m_aoDrawn;
 };
 
-// Chooses how many tiles stand side by side, so that the pictures become largest.
-STiles TerminalView::LayOut(int iRows) const
+STiling TerminalView::LayOut(int iRows) const
 {
-    const auto&            roOutputs = m_roBoard.GetView().aoOutputs;
-    const int              iOutputs  = std::max(static_cast<int>(roOutputs.size()), 1);
-    const Panel::SPicture  oUsual    = {4, 3, {}};
-    const auto             i = std::find_if(roOutputs.begin(), roOutputs.end(), [](const auto& ro) { return ro.poPicture; });
-    const Panel::SPicture& roLike     = i != roOutputs.end() ? *i->poPicture : oUsual;
-    int                    iBestCells = -1;
-    STiles                 oBest;
-    for (int iAcross = 1; iAcross <= iOutputs; ++iAcross)
-    {
-        const int iDown = (iOutputs + iAcross - 1) / iAcross;
-        STiles    oTiles{iAcross, (m_oSize.iColumns - (iAcross - 1)) / iAcross, iRows / iDown, 1};
-        if (oTiles.iColumns < 1 || oTiles.iRows < 1)
-            continue;
-        if (oTiles.iRows >= ROWS_FOR_LONG_CAPTION && oTiles.iColumns < COLUMNS_FOR_CAPTION)
-            oTiles.iCaption = 2;
-        const int  iHigh  = oTiles.iRows - oTiles.iCaption;
-        const auto oCells = iHigh > 0 ? m_oPictures.FitInto(oTiles.iColumns, iHigh, roLike.uiWidth, roLike.uiHeight, m_oSize)
-                                      : std::pair(0, 0);
-        if (oCells.first * oCells.second > iBestCells)
-        {
-            iBestCells = oCells.first * oCells.second;
-            oBest      = oTiles;
-        }
-    }
-    if (iBestCells < 0)
-        oBest = {1, m_oSize.iColumns, 1, 1};
-    return oBest;
+    const auto [uiWidth, uiHeight] = UsualSize(m_roBoard.GetView());
+    const auto [fColumns, fRows]   = TerminalPictures::SizeInCells(uiWidth, uiHeight, m_oSize);
+    return ChooseTiling({.iTiles            = static_cast<int>(m_roBoard.GetView().aoOutputs.size()),
+                         .iWidth            = m_oSize.iColumns,
+                         .iHeight           = iRows,
+                         .iGapAcross        = 1,
+                         .fPictureWidth     = fColumns,
+                         .fPictureHeight    = fRows,
+                         .fGetCaptionHeight = [](int iTileColumns, int iTileRows) {
+                             return iTileRows >= ROWS_FOR_LONG_CAPTION && iTileColumns < COLUMNS_FOR_CAPTION ? 2 : 1;
+                         }});
 }
 
-void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiles& roTiles)
+void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STiling& roTiling)
 {
     const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
-    const int          iHigh    = roTiles.iRows - roTiles.iCaption;
+    const int          iHigh    = roTiling.iTileHeight - roTiling.iCaptionHeight;
     int                iLine    = iRow + iHigh;
     for (const std::string& strText :
-         WrapText(DescribeOutput(uiOutput, roOutput), static_cast<size_t>(roTiles.iCaption), FitsColumns(roTiles.iColumns)))
-        m_oTerminal.Put(iLine++, iColumn, CutOrFill(strText, roTiles.iColumns));
+         CaptionOutput(uiOutput, roOutput, static_cast<size_t>(roTiling.iCaptionHeight), FitsColumns(roTiling.iTileWidth)))
+        m_oTerminal.Put(iLine++, iColumn, CutOrFill(strText, roTiling.iTileWidth));
     if (roOutput.poPicture == nullptr || iHigh < 1)
         return;
     const Panel::SPicture& roPicture = *roOutput.poPicture;
-    const auto oCells  = m_oPictures.FitInto(roTiles.iColumns, iHigh, roPicture.uiWidth, roPicture.uiHeight, m_oSize);
+    const auto oCells  = m_oPictures.FitInto(roTiling.iTileWidth, iHigh, roPicture.uiWidth, roPicture.uiHeight, m_oSize);
     SDrawn&    roDrawn = m_aoDrawn[uiOutput];
     if (roDrawn.poPicture != roOutput.poPicture || roDrawn.oCells != oCells)
         roDrawn = {roOutput.poPicture, oCells, m_oPictures.Draw(roPicture, oCells.first, oCells.second, m_oSize)};
 
-    const int iLeft = iColumn + (roTiles.iColumns - oCells.first) / 2;
+    const int iLeft = iColumn + (roTiling.iTileWidth - oCells.first) / 2;
     int       iTop  = iRow + (iHigh - oCells.second) / 2;
     for (const std::string& strCells : roDrawn.astrTexts)
         m_oTerminal.Put(iTop++, iLeft, strCells);
@@ -155,13 +123,13 @@ void TerminalView::Draw()
         return m_oTerminal.Present();
     }
     m_aoDrawn.resize(roView.aoOutputs.size());
-    const STiles oTiles = LayOut(iRows);
+    const STiling oTiling = LayOut(iRows);
     for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
     {
-        const int iRow    = static_cast<int>(uiOutput) / oTiles.iAcross * oTiles.iRows;
-        const int iColumn = static_cast<int>(uiOutput) % oTiles.iAcross * (oTiles.iColumns + 1);
-        if (iRow + oTiles.iRows <= iRows)
-            DrawTile(uiOutput, iTop + iRow, iColumn, oTiles);
+        const int iRow    = static_cast<int>(uiOutput) / oTiling.iAcross * oTiling.iTileHeight;
+        const int iColumn = static_cast<int>(uiOutput) % oTiling.iAcross * (oTiling.iTileWidth + 1);
+        if (iRow + oTiling.iTileHeight <= iRows)
+            DrawTile(uiOutput, iTop + iRow, iColumn, oTiling);
     }
     DrawProgress(m_oSize.iRows - 1);
     m_oTerminal.Present();

@@ -6,23 +6,24 @@
 #include "BoardError.h"
 #include "Signals.h"
 #include "Text.h"
+#include "Tiling.h"
 #include "Watch.h"
 
 namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr int TEXT_ROW     = 24;  // pixels
-constexpr int CAPTION_ROWS = 2;   // rows of text
-constexpr int MARGIN       = 8;
+constexpr int TEXT_ROW = 24;  // pixels
+constexpr int MARGIN   = 8;
 
 constexpr STextColours CAPTION_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
 
 constexpr STextColours BAR_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {62, 96, 140}};
 
-FitsFunction FitsPixels(int iWidth)
+// A tile has two rows for its caption, unless it is so low that the picture needs the second.
+int CaptionHeight(int, int iTileHeight)
 {
-    return [iWidth](const std::string& strText) { return TextWidth(strText) <= iWidth; };
+    return std::min(iTileHeight >= 6 * TEXT_ROW ? 2 : 1, iTileHeight / TEXT_ROW) * TEXT_ROW;
 }
 
 [[noreturn]] void ThrowSdlError(const char* pszCall, const char* pszAdvice)
@@ -61,15 +62,6 @@ void FillTexture(SDL_Texture* poTexture, const Panel::SPicture& roPicture)
     SDL_UpdateTexture(poTexture, nullptr, roPicture.auiRgba.data(), static_cast<int>(roPicture.GetPitchInBytes()));
 }
 
-// The largest rectangle of the picture's shape that fits into roRoom, centred.
-SDL_Rect FitInto(const SDL_Rect& roRoom, int iWidth, int iHeight)
-{
-    const double fScale  = std::min(double{1} * roRoom.w / iWidth, double{1} * roRoom.h / iHeight);
-    const int    iFitted = std::max(static_cast<int>(iWidth * fScale), 1),
-              iTall      = std::max(static_cast<int>(iHeight * fScale), 1);
-    return {roRoom.x + (roRoom.w - iFitted) / 2, roRoom.y + (roRoom.h - iTall) / 2, iFitted, iTall};
-}
-
 class Window
 {
 public:
@@ -86,7 +78,8 @@ private:
         Owned<SDL_Texture>                     poTexture;
     };
 
-    void               DrawTile(size_t uiOutput, const SDL_Rect& roRoom);
+    STiling            LayOut(int iWidth, int iHeight) const;
+    void               DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeight);
     void               DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const;
     void               ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const;
     void               DrawProgress(int iWidth, int iY) const;
@@ -149,26 +142,41 @@ void Window::ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPi
     roTile.poPicture = rpoPicture;
 }
 
-void Window::DrawTile(size_t uiOutput, const SDL_Rect& roRoom)
+STiling Window::LayOut(int iWidth, int iHeight) const
+{
+    const auto [uiWidth, uiHeight] = UsualSize(m_roBoard.GetView());
+    return ChooseTiling({.iTiles            = static_cast<int>(m_roBoard.GetView().aoOutputs.size()),
+                         .iWidth            = iWidth - 2 * MARGIN,
+                         .iHeight           = iHeight - 2 * MARGIN - TEXT_ROW,
+                         .iGapAcross        = MARGIN,
+                         .iGapDown          = MARGIN,
+                         .fPictureWidth     = double{1} * uiWidth,
+                         .fPictureHeight    = double{1} * uiHeight,
+                         .fGetCaptionHeight = CaptionHeight});
+}
+
+void Window::DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeight)
 {
     const SOutputView& roOutput = m_roBoard.GetView().aoOutputs[uiOutput];
-    const SDL_Rect     oScreen  = {roRoom.x, roRoom.y, roRoom.w, std::max(roRoom.h - CAPTION_ROWS * TEXT_ROW, 1)};
+    const SDL_Rect     oScreen  = {roTile.x, roTile.y, roTile.w, std::max(roTile.h - iCaptionHeight, 1)};
+    const auto         uiRows   = static_cast<size_t>(iCaptionHeight / TEXT_ROW);
     int                iY       = oScreen.y + oScreen.h;
-    for (const std::string& strText : WrapText(DescribeOutput(uiOutput, roOutput), CAPTION_ROWS, FitsPixels(roRoom.w)))
+    for (const std::string& strText : CaptionOutput(uiOutput, roOutput, uiRows, FitsPixels(roTile.w)))
     {
-        DrawLine(strText, {roRoom.x, iY, roRoom.w, TEXT_ROW}, CAPTION_COLOURS);
+        DrawLine(strText, {roTile.x, iY, roTile.w, TEXT_ROW}, CAPTION_COLOURS);
         iY += TEXT_ROW;
     }
     Fill(oScreen, 20, 22, 26);
 
-    STile& roTile = m_aoTiles[uiOutput];
-    if (roTile.poPicture != roOutput.poPicture)
-        ChangePicture(roTile, roOutput.poPicture);
-    if (roTile.poTexture == nullptr)
+    STile& roDrawn = m_aoTiles[uiOutput];
+    if (roDrawn.poPicture != roOutput.poPicture)
+        ChangePicture(roDrawn, roOutput.poPicture);
+    if (roDrawn.poTexture == nullptr)
         return;
-    const SDL_Rect oPlace =
-        FitInto(oScreen, static_cast<int>(roTile.poPicture->uiWidth), static_cast<int>(roTile.poPicture->uiHeight));
-    SDL_RenderCopy(m_poRenderer.get(), roTile.poTexture.get(), nullptr, &oPlace);
+    const auto& [uiWidth, uiHeight, auiRgba] = *roDrawn.poPicture;
+    const auto [iWidth, iHeight]             = FitPicture(uiWidth, uiHeight, oScreen.w, oScreen.h);
+    const SDL_Rect oPlace = {oScreen.x + (oScreen.w - iWidth) / 2, oScreen.y + (oScreen.h - iHeight) / 2, iWidth, iHeight};
+    SDL_RenderCopy(m_poRenderer.get(), roDrawn.poTexture.get(), nullptr, &oPlace);
 }
 
 // Draws the bar over the whole row, with the text in it.
@@ -199,17 +207,16 @@ void Window::Draw()
         DrawLine(roView.strProblem, {MARGIN, MARGIN, iWidth - 2 * MARGIN, TEXT_ROW}, CAPTION_COLOURS);
     else
     {
-        const int iOutputs = static_cast<int>(roView.aoOutputs.size());
-        int       iAcross  = 1;
-        while (iAcross * iAcross < iOutputs)
-            ++iAcross;
-        const int iDown   = std::max((iOutputs + iAcross - 1) / iAcross, 1);
-        const int iColumn = (iWidth - MARGIN) / iAcross;
-        const int iRow    = (iHeight - MARGIN - TEXT_ROW) / iDown;
+        const STiling oTiling = LayOut(iWidth, iHeight);
         m_aoTiles.resize(roView.aoOutputs.size());
-        for (int i = 0; i < iOutputs; ++i)
-            DrawTile(static_cast<size_t>(i), {MARGIN + i % iAcross * iColumn, MARGIN + i / iAcross * iRow,
-                                              std::max(iColumn - MARGIN, 1), std::max(iRow - MARGIN / 2, 1)});
+        for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
+        {
+            const int      iAt   = static_cast<int>(uiOutput);
+            const SDL_Rect oTile = {MARGIN + iAt % oTiling.iAcross * (oTiling.iTileWidth + MARGIN),
+                                    MARGIN + iAt / oTiling.iAcross * (oTiling.iTileHeight + MARGIN), oTiling.iTileWidth,
+                                    oTiling.iTileHeight};
+            DrawTile(uiOutput, oTile, oTiling.iCaptionHeight);
+        }
         DrawProgress(iWidth, iHeight - TEXT_ROW);
     }
     SDL_RenderPresent(m_poRenderer.get());

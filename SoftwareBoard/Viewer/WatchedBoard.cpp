@@ -51,9 +51,23 @@ std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput)
     return "output " + std::to_string(uiOutput) + ": " + roOutput.strState;
 }
 
+std::vector<std::string> CaptionOutput(size_t uiOutput, const SOutputView& roOutput, size_t uiRows,
+                                       const FitsFunction& fFits)
+{
+    const std::string strNumber = std::to_string(uiOutput);
+    return WrapText(fFits("output " + strNumber + "..") ? DescribeOutput(uiOutput, roOutput) : strNumber, uiRows, fFits);
+}
+
 std::string DescribeProgress(const SBoardView& roView)
 {
     return "progress " + std::to_string(roView.uiProgressPct) + " %" + (roView.bBarRunning ? ", progress bar running" : "");
+}
+
+std::pair<KUINT32, KUINT32> UsualSize(const SBoardView& roView)
+{
+    const auto i =
+        std::find_if(roView.aoOutputs.begin(), roView.aoOutputs.end(), [](const auto& ro) { return ro.poPicture; });
+    return i != roView.aoOutputs.end() ? std::pair(i->poPicture->uiWidth, i->poPicture->uiHeight) : std::pair(4u, 3u);
 }
 
 WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)

@@ -11,6 +11,7 @@
 
 #include "DeviceStatus.h"
 #include "Picture.h"
+#include "Text.h"
 
 namespace SoftwareBoard::Viewer
 {
@@ -25,6 +26,11 @@ struct SOutputView
 // "output 0: " and the state.
 std::string DescribeOutput(size_t uiOutput, const SOutputView& roOutput);
 
+// The same in at most that many rows, the last of which may still have to be cut. Where a cut would hide the output's
+// number, the caption is only that.
+std::vector<std::string> CaptionOutput(size_t uiOutput, const SOutputView& roOutput, size_t uiRows,
+                                       const FitsFunction& fFits);
+
 struct SBoardView
 {
     std::string              strProblem;         // why the board cannot be read now; empty if the rest is valid
@@ -38,6 +44,9 @@ struct SBoardView
 
 // "progress 40 %", and whether the tool says that its bar is running.
 std::string DescribeProgress(const SBoardView& roView);
+
+// The width and height that most pictures are like: those of the first one or, without any, those of a usual screen.
+std::pair<KUINT32, KUINT32> UsualSize(const SBoardView& roView);
 
 class WatchedBoard
 {

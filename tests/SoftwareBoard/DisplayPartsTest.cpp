@@ -8,6 +8,7 @@
 #include "DisplayMode.h"
 #include "DrawingProcess.h"
 #include "ScreenCopy.h"
+#include "VideoTimings.h"
 
 namespace
 {
@@ -24,6 +25,48 @@ TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
     for (const auto& [uiActive, uiFPorch, bFits] :
          {std::tuple{0xFFFFu - 296, 0u, true}, {0xFFFFu - 296, 1u, false}, {1024u, 0xFFFFFFFF, false}, {0u, 24u, false}})
         EXPECT_EQ(MakeMode({uiActive, 768, 60, 48, 65000, uiFPorch, 136, 160, 3, 6, 29}).has_value(), bFits) << uiActive;
+}
+
+TEST(DisplayMode, AListedTimingMakesItsModeAgainOrIsLeftOut)
+{
+    constexpr uint32_t uiNN         = DRM_MODE_FLAG_NHSYNC | DRM_MODE_FLAG_NVSYNC,
+                       uiPP         = DRM_MODE_FLAG_PHSYNC | DRM_MODE_FLAG_PVSYNC,
+                       uiNP         = DRM_MODE_FLAG_NHSYNC | DRM_MODE_FLAG_PVSYNC;
+    const drmModeModeInfo aoModes[] = {
+        // clock, four edges of a line, skew, four edges of the picture, scans of a line, rate, flags, type
+        {65000, 1024, 1048, 1184, 1344, 0, 768, 771, 777, 806, 0, 60, uiNN, DRM_MODE_TYPE_DRIVER, ""},
+        {83500, 1280, 1352, 1480, 1680, 0, 800, 803, 809, 831, 1, 60, uiNP, DRM_MODE_TYPE_PREFERRED, ""},
+        {74250, 1920, 2008, 2052, 2200, 0, 1080, 1084, 1094, 1125, 0, 60, uiPP | DRM_MODE_FLAG_INTERLACE, 0, ""},
+        {4294836, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 1, 1, 1, 0xFFFF, 0, 1, uiPP, 0, ""},
+    };
+    std::vector<drmModeModeInfo> aoAll(std::begin(aoModes), std::end(aoModes));
+    aoAll.push_back(aoModes[0]);
+    aoAll.back().type = DRM_MODE_TYPE_PREFERRED;
+    for (const uint32_t uiFlag : std::initializer_list<uint32_t>{DRM_MODE_FLAG_DBLSCAN, DRM_MODE_FLAG_CLKDIV2,
+                                                                 DRM_MODE_FLAG_DBLCLK, DRM_MODE_FLAG_3D_FRAME_PACKING})
+        (aoAll.push_back(aoModes[0]), aoAll.back().flags |= uiFlag);
+    for (const auto& [puiField, uiValue] : {std::pair(&drmModeModeInfo::vscan, 2),
+                                            {&drmModeModeInfo::hskew, 1},
+                                            {&drmModeModeInfo::hdisplay, 0},
+                                            {&drmModeModeInfo::vsync_start, 767}})
+        (aoAll.push_back(aoModes[0]), aoAll.back().*puiField = static_cast<uint16_t>(uiValue));
+
+    const std::vector<SListedTiming> aoListed = ListTimings(aoAll);
+    ASSERT_EQ(aoListed.size(), std::size(aoModes));
+    EXPECT_EQ(aoListed[1].strTiming, "1280 800 60 49 83500 72 128 200 3 6 22 no no - + no RGB_FULL 444 8");
+    for (size_t uiMode = 0; uiMode < aoListed.size(); ++uiMode)
+    {
+        std::istringstream       oWords(aoListed[uiMode].strTiming);
+        std::vector<std::string> astrWords{std::istream_iterator<std::string>(oWords), {}};
+        std::vector<const char*> apszWords;
+        for (const std::string& str : astrWords) apszWords.push_back(str.c_str());
+        tagTVideo_VidParam oVidParam = {};
+        ASSERT_TRUE(apszWords.size() == TIMING_VALUES && ReadVideoTimings("-v", apszWords.data(), oVidParam));
+        drmModeModeInfo oAgain = *MakeMode(oVidParam);
+        oAgain.name[0]         = '\0';
+        EXPECT_EQ(DescribeMode(oAgain), DescribeMode(aoModes[uiMode]));
+        EXPECT_EQ(aoListed[uiMode].bPreferred, uiMode < 2);
+    }
 }
 
 TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)

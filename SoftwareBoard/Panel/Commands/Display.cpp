@@ -65,10 +65,12 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
                        "Refuse an output that has no display. Without this it stays dark, and only\nno display at all is a "
                        "failure");
     roCommand.add_flag("--wait", poOptions->bWait, "Wait for the card while another program holds it");
-    roCommand.add_flag("--list", poOptions->bList, "Show the cards, their connectors and what each would show, then end");
+    roCommand.add_flag("--list", poOptions->bList,
+                       "Show the cards, their connectors and modes, and what each would show, then\nend");
     AddDevice(roCommand, poOptions->oPlan.uiDevice);
     roCommand.footer("Shows the outputs until a signal ends it, and leaves the card as it was found.\n"
-                     "--list marks the format that is used with *.");
+                     "--list prints each mode as the option -v of the tool. It marks the mode that the\n"
+                     "display prefers and the format that is used with *.");
 
     return [poOptions] {
         if (poOptions->bList)

@@ -1,6 +1,6 @@
 #include "Timing.h"
 
-namespace SoftwareBoard::Panel
+namespace SoftwareBoard
 {
 namespace
 {

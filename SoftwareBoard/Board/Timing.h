@@ -7,7 +7,7 @@
 
 #include "Tavrin.h"
 
-namespace SoftwareBoard::Panel
+namespace SoftwareBoard
 {
 enum class ETimingKind
 {
