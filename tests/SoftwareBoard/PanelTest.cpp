@@ -370,6 +370,7 @@ TEST_F(PanelTest, ProgressFollowsTheLinesOfAnUpdater)
         {"Writing: 40.9%\nWaiting for the device\n", 40},
         {"[===   ] 1 of 2 12% (root.ext4)\r[==== ] 2 of 2 40% (root.ext4)\r", 40},
         {"39%\n4 of 5: 40,0 %.\n", 40},
+        {"40% of 3/4, in /run/5.bin\n", 40},
         {"40 101 100.1 -5 v1.2 1.2.3 2MB mmcblk0 0x50 \xC3\xA4"
          "5\n",
          40},
