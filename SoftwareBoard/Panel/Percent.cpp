@@ -16,7 +16,7 @@ bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-// Letters, also those of other alphabets in UTF-8, and signs that join digits to a word.
+// Letters, also those of other alphabets in UTF-8, digits, and the underscore.
 bool IsOfWord(char c)
 {
     return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (c & 0x80) != 0;
@@ -51,9 +51,10 @@ std::optional<KUINT32> FindPercent(std::string_view svLine)
                (IsDigit(svLine[uiEnd]) ||
                 ((svLine[uiEnd] == '.' || svLine[uiEnd] == ',') && uiEnd + 1 < svLine.size() && IsDigit(svLine[uiEnd + 1]))))
             ++uiEnd;
-        const char cBefore = uiBegin > 0 ? svLine[uiBegin - 1] : ' ';
-        const char cAfter  = uiEnd < svLine.size() ? svLine[uiEnd] : ' ';
-        const bool bAlone  = !IsOfWord(cBefore) && cBefore != '.' && cBefore != ',' && cBefore != '-' && !IsOfWord(cAfter);
+        const auto fAt    = [&](size_t uiAt) { return uiAt < svLine.size() ? svLine[uiAt] : ' '; };
+        const auto fJoins = [](char c) { return c == '.' || c == ',' || c == '-' || c == '/'; };
+        const bool bAlone = !IsOfWord(fAt(uiBegin - 1)) && !fJoins(fAt(uiBegin - 1)) && !IsOfWord(fAt(uiEnd)) &&
+                            !(fJoins(fAt(uiEnd)) && IsOfWord(fAt(uiEnd + 1)));
         if (const auto ouiPercent = ParsePercent(svLine.substr(uiBegin, uiEnd - uiBegin)); bAlone && ouiPercent)
             ouiFound = ouiPercent;
         uiBegin = svLine.find_first_of(DIGITS, uiEnd);

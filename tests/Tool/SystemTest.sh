@@ -21,16 +21,10 @@ tool() { limited "$bin/QelProgressBarDisplay" "$@"; }
 outputs() { board status | sed -n 's/ *output [0-9]*: //p' | sed 's/held by [0-9].*/held/' | tr '\n' ';'; }
 register() { board status | sed -n 's/.*6908.*: //p'; }
 stop() { kill "-$1" "$(board status | sed -n 's/.*output 0.*held by \([0-9]*\).*/\1/p')"; }
-# Waits for the job that was started last until it shows the outputs, or until it has ended. The test fails when the job ends
-# too soon, or when it takes as long as a hundred runs of the panel: a sanitizer or a busy machine slows both down alike.
-wait_until() { # shown | ended
-  for _ in $(seq 100); do
-    now=$(outputs)
-    kill -0 "$!" 2>/dev/null || now=ended
-    case "$1 $now" in 'shown 1024x768, 60 Hz, held;1024x768, 60 Hz, held;' | 'ended ended') return ;; 'shown ended') break ;; esac
-    sleep 0.05
-  done
-  expect "the outputs while it waits until $1" '' "$now"
+# Waits until the job that was started last shows its outputs. The test fails when the job ends too soon.
+await_picture() {
+  board wait --shown --timeout 60 && kill -0 "$!" && return
+  expect 'the outputs of a run' 'shown' "$(outputs)"
   exit 1
 }
 alone() { # its output's number of lines, first line, the last behind the name of the program, and status
@@ -44,10 +38,10 @@ lines() { sed 's/([0-9]*) Assertion/(LINE) Assertion/' "$1"; }
 
 # The lines of all writers come in order through a pipe. A stop signal ends the run with 0, the outputs off, the register 0.
 { tool -l 16 -a 10 10 50 50 -f "$work/none" -i "$demo/frame01.png"; echo "status $?"; } 2>&1 | cat >"$work/out" &
-wait_until shown
+await_picture
 expect 'register while it runs' 0x00000001 "$(register)"
 stop TERM
-wait_until ended
+wait "$!"
 expect 'lines in order' "Supplied PNG 128x128 doens't match resolution 1024x768$FALL_BACK
 Received signal: 15
 status 0" "$(lines "$work/out")"
@@ -55,19 +49,19 @@ expect 'register and outputs after a stop' '0x00000000 off;off;' "$(register) $(
 
 # A killed process has lost no line. Until then no other run gets the outputs.
 tool -l 16 -a 10 10 50 50 -f "$work/none" >"$work/out" &
-wait_until shown
+await_picture
 expect 'lines and status of a second tool' 'ABORTING: Cannot enable display, the resource is busy! (Video output:0) 248' \
   "$(tool | grep ABORTING)$(tool >/dev/null; echo $?)"
-wait_until shown
+await_picture
 stop KILL
-wait_until ended
+wait "$!"
 expect 'lines before a kill' "$FALL_BACK" "$(lines "$work/out")"
 
 # The run goes on when the reader of its messages has gone.
 ( { tool -l 16 -a 10 10 50 50 -f "$work/none"; echo "$?" >"$work/status"; } | true ) &
-wait_until shown
+await_picture
 stop INT
-wait_until ended
+wait "$!"
 expect 'status and outputs without a reader' '0 off;off;' "$(cat "$work/status") $(outputs)"
 
 # Each value of the command line arrives in its place: index, timing, either rectangle, step and enable time. Rectangles are

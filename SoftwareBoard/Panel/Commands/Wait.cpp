@@ -32,14 +32,17 @@ std::string FindObstacle(const SWaitOptions& roOptions, const SDeviceStatus& roD
     const auto fDecided = [](const SOutputStatus& ro) {
         return ro.ooDisplay && ro.ooDisplay->eState != EDisplayState::Awaited;
     };
-    const auto fAny = [&](const auto& fIs) { return std::ranges::any_of(roDevice.aoOutputs, fIs); };
+    // While the display has not accepted an output, its enable has not returned.
+    const auto fShown = [&](const SOutputStatus& ro) {
+        return fHeld(ro) && (!ro.ooDisplay || (fDecided(ro) && ro.ooDisplay->eState != EDisplayState::Refused));
+    };
     if (roOptions.bDisplayed && !roDevice.bDisplayed)
         return "no display process shows the outputs";
     if (roOptions.bDisplayed && !std::ranges::all_of(roDevice.aoOutputs, fDecided))
         return "the display process has not decided about every output";
-    if (roOptions.bShown && (roDevice.uiProgressBarRunning == 0 || !fAny(fHeld)))
-        return "no run shows a picture";
-    if (roOptions.bEnded && fAny(fHeld))
+    if (roOptions.bShown && (roDevice.aoOutputs.empty() || !std::ranges::all_of(roDevice.aoOutputs, fShown)))
+        return "no run shows a picture on every output";
+    if (roOptions.bEnded && std::ranges::any_of(roDevice.aoOutputs, fHeld))
         return "a run still holds an output";
     if (roDevice.GetProgressPct() < roOptions.uiPercent)
         return "the progress is " + std::to_string(roDevice.GetProgressPct()) + " %";
@@ -90,7 +93,7 @@ Action AddWait(CLI::App& roCommand, const PassedOn&)
     CLI::Option* const apoWhat[] = {
         roCommand.add_flag("--displayed", poOptions->bDisplayed,
                            "Until a display process serves, and has decided about every output"),
-        roCommand.add_flag("--shown", poOptions->bShown, "Until a run shows its picture on its outputs"),
+        roCommand.add_flag("--shown", poOptions->bShown, "Until a run shows its picture on every output"),
         roCommand.add_flag("--ended", poOptions->bEnded, "Until no run holds an output"),
         AddNumber(roCommand, "--percent", poOptions->uiPercent, 0, 100, "Until the board reports this percentage or more"),
     };
