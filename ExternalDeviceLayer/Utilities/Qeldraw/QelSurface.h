@@ -28,8 +28,8 @@ public:
     // clang-format off
 
     // Components are in the range of the pixel format, which GetMax...() tells. Dot, lines and circles are clipped to the
-    // surface. Rectangle and ReadColorToARGB are not: their coordinates must lie inside. Rectangle leaves out its right column
-    // and bottom row.
+    // surface. Rectangle and ReadColorToARGB are not: their coordinates must lie inside. Rectangle leaves out its right
+    // column and bottom row.
     virtual ~QelSurface();
     virtual void    ReadColorToARGB(KUINT32 uiPosX, KUINT32 uiPosY, KUINT16& ruiAlpha, KUINT16& ruiRed,
                                     KUINT16& ruiGreen, KUINT16& ruiBlue) = 0;
@@ -37,7 +37,7 @@ public:
     virtual void    SetBgColourFromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue) = 0;
     virtual void    Clr() = 0;                                                    // everything, to the background
     virtual void    Dot(KUINT32 uiXPos, KUINT32 uiYPos) = 0;                      // outside: nothing
-    virtual void    LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos) = 0;             // from the current position, which moves there
+    virtual void    LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos) = 0;             // from the position, which moves there
     virtual void    Circle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;  // the centre becomes the position
     virtual void    FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;
     virtual void    Rectangle(KINT32 iLeft, KINT32 iTop, KINT32 iRight, KINT32 iBottom) = 0;
