@@ -1,5 +1,5 @@
-// The pixels of buffers, one file each. A file is needed while its maker keeps it open (its maker holds a lock on it), and
-// while an output shows it.
+// The pixels of buffers, one file each. A file is needed while its maker keeps it open (its maker holds a lock on it), while
+// an output shows it, and while an enable that waits for a display may have to bring it back (KeepPixelFile).
 #ifndef PIXEL_FILES_H
 #define PIXEL_FILES_H
 

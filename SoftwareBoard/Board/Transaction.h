@@ -10,8 +10,8 @@ namespace SoftwareBoard
 class Transaction
 {
 public:
-    // Waits until no other process has a transaction. Throws BoardError after 5 seconds. A process must have only one at a
-    // time, and must keep it short. roLocks must outlive it.
+    // Waits until no other process has a transaction. Throws BoardError after 5 seconds, or at once if the last
+    // wait of the process ended so. A process must have only one at a time, and must keep it short. roLocks must outlive it.
     explicit Transaction(const BoardLocks& roLocks) : m_roLocks(roLocks) { roLocks.BeginTransaction(); }
     ~Transaction() { m_roLocks.EndTransaction(); }
     Transaction(const Transaction&)            = delete;

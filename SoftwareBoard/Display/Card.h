@@ -62,7 +62,7 @@ public:
     uint32_t FindProperty(uint32_t uiObject, uint32_t uiType, const char* pszName, uint64_t* puiValue = nullptr) const;
 
     // Page flips under way, by number. The kernel reports a flip by its number, because its Scanout may be gone by then.
-    // NextFlip returns a new number. Call TakeFlips when the descriptor is readable: it ends the flips that were done.
+    // NextFlip returns a new number. Call TakeFlips when the descriptor is readable: it forgets the flips that are done.
     KUINT64 NextFlip() { return ++m_uiLastFlip; }
     void    BeginFlip(KUINT64 uiFlip) { m_oFlips.insert(uiFlip); }
     bool    IsFlipping(KUINT64 uiFlip) const { return m_oFlips.contains(uiFlip); }

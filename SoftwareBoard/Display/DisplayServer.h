@@ -1,5 +1,6 @@
 // The outputs on the machine's displays. The display process keeps a card showing what the outputs of one device show. It
-// writes to the board whether each is shown. It is no client of the board: if the board is replaced, it follows the new one.
+// writes to the board whether each is shown. It is no client of the board, so the board can be replaced. It then follows the
+// new one.
 //
 // While it serves, it holds the device's display lock. So the library knows that enabling an output has to wait for a
 // verdict. When the process ends, the kernel releases the lock, and enabling an output no longer waits.

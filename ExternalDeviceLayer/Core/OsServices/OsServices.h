@@ -26,7 +26,7 @@ public:
 
 // A program needs one object of this class, g_oOsServices. The first object starts the hardware-access library, and the
 // last one releases it. Construct and destroy objects on the main thread. Call IoMap and IoUnMap from one thread at a
-// time. Any thread may call everything else.
+// time. Change the settings of messages while no other thread writes messages. Any thread may call everything else.
 //
 // The caller of a Create owns the handle and must call Destroy. A Create that fails returns FALSE and leaves a null
 // handle. Operations refuse a null handle: they return FALSE, and a wait returns TStatus_FAIL. Time-outs are
@@ -42,11 +42,11 @@ public:
 
     KBOOL32 IsInitialized() const { return m_bInitialized; }  // FALSE: the hardware-access library did not start
 
-    // Messages. Each call writes one line to standard output, cut to 255 characters with its prefix. The text must contain
-    // the line end. Lines of several threads do not mix. The settings have no lock. No object is needed.
-    [[gnu::format(printf, 1, 2)]] static void WriteMsg(const KCHAR8* pszMsg, ...);       // debug level, off by default
-    [[gnu::format(printf, 1, 2)]] static void WriteUserMsg(const KCHAR8* pszMsg, ...);   // info level, on by default
-    [[gnu::format(printf, 1, 2)]] static void WriteErrorMsg(const KCHAR8* pszMsg, ...);  // error level, on by default
+    // Messages. Each call writes prefix and text to standard output, together at most 255 characters. End the text with a
+    // line end; a text that is cut loses it. Lines of several threads do not mix. No object is needed.
+    [[gnu::format(printf, 1, 2)]] static void WriteMsg(const KCHAR8* pszMsg, ...);       // bEnableInfo, off by default
+    [[gnu::format(printf, 1, 2)]] static void WriteUserMsg(const KCHAR8* pszMsg, ...);   // bEnableUserMsg, on by default
+    [[gnu::format(printf, 1, 2)]] static void WriteErrorMsg(const KCHAR8* pszMsg, ...);  // bEnableErrorMsg, on by default
 
     static void SetMsgPrefix(const KCHAR8* pszPrefix);  // keeps the first 63 characters
     static void SetMsgReferenceId(KUINT64 uiReferenceId);

@@ -1,4 +1,4 @@
-// The check convention: how every function reports a failed condition.
+// The check convention: how the functions of the device layer report a failed condition.
 //
 // A report writes the error message "FILE(LINE) Assertion failed" and calls the hook QelTools_Assert. It never stops the
 // process.

@@ -23,8 +23,8 @@ struct SArguments
     const char*        pszAnimBaseFileName  = nullptr;
     KUINT32            uiAnimStepLoopTimeMs = 1000;
     KUINT32            uiEnableTime         = 0;      // seconds, 0 for no limit
-    KBOOL32            bShowHelp            = FALSE;  // print the usage text and run nothing
-    KBOOL32            bErrorHelp           = TRUE;   // and end as failed; FALSE if help was asked for
+    KBOOL32            bShowHelp            = FALSE;  // print the usage text instead of running
+    KBOOL32            bErrorHelp           = TRUE;   // with bShowHelp: end as failed; FALSE if help was asked for
 };
 
 // Reads the arguments behind the program's name, and prints a message for each that is wrong. Returns FALSE when the tool

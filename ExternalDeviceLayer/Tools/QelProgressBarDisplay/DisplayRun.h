@@ -8,8 +8,8 @@
 #include "Tavrin.h"
 
 // Shows the picture, the animation and the bar on every output of a device. The run ends when the board reports more than
-// 99 percent, when the enable time is over, or after a stop signal. It then destroys its buffer and turns the outputs off;
-// with an enable time they stay on. The caller keeps every text and record, and they must outlive the call.
+// 99 percent, when the enable time is over, or after a stop signal. It then turns the outputs off and destroys its
+// buffer; with an enable time the outputs stay on. The caller keeps every text and record, and they must outlive the call.
 //
 //   uiDevIndex            index of the device in the library, from 0
 //   roProgressBarRect     in pixels; must lie inside the active size, like roAnimRect, even if it is not drawn
@@ -21,8 +21,8 @@
 //   bAnimation            draw the animation
 //   oVidParam             timings of every output; the picture has their active size
 //
-// Returns TStatus_OK, TStatus_FAIL, or the negative status of the library's call that failed. Every failure is
-// printed but one: firmware that is not supported.
+// Returns TStatus_OK, TStatus_FAIL, or the negative status of the library's call that failed. A failure that
+// ends the run is printed, except those of the firmware check. A picture that cannot be loaded does not end the run.
 TStatus DisplayProgressBar(KUINT32 uiDevIndex, const tagTRECT& roProgressBarRect, const char* pszImageFileName,
                            const char* pszAnimBaseFileName, KUINT32 uiAnimStepLoopTimeMs, const tagTRECT& roAnimRect,
                            KUINT32 uiEnableTime, KBOOL32 bProgressBar, KBOOL32 bAnimation, tagTVideo_VidParam& oVidParam);

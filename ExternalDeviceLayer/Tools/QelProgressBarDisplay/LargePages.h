@@ -6,10 +6,10 @@
 
 #include "QelTypes.h"
 
-// Reaching a picture's memory page by page costs more than writing it. A block of uiBytes takes RoomOnLargePages(uiBytes)
-// from the heap, and starts within that room where PutOnLargePages says, before anybody has touched it. The rest of the room
-// is never touched, so it takes no memory. All of it is advice: the kernel may refuse it, and a block that is smaller than
-// one large page stays as it is.
+// Reaching a picture's memory page by page costs more than writing it. For a block of uiBytes, allocate
+// RoomOnLargePages(uiBytes), pass it to PutOnLargePages before the first write, and use the address that it returns. The
+// rest of the room is never touched, so it takes no memory. This only advises the kernel. A block that is smaller than one
+// large page stays as it is.
 inline constexpr size_t LARGE_PAGE_BYTES = size_t{2} << 20;
 
 inline size_t RoomOnLargePages(size_t uiBytes)
@@ -26,8 +26,8 @@ inline KUINT8* PutOnLargePages(KUINT8* puiBlock, size_t uiBytes)
     return puiBlock;
 }
 
-// Ends the advice, before the block goes back to the heap: the kernel must not move what comes to lie there, while it is
-// being shown, to large pages. Takes what PutOnLargePages gave.
+// Ends the advice, before the block goes back to the heap. The kernel must not later move other data at this address, such
+// as a picture that is being shown. Takes what PutOnLargePages returned.
 inline void TakeOffLargePages(KUINT8* puiBlock, size_t uiBytes)
 {
     if (uiBytes >= LARGE_PAGE_BYTES)

@@ -19,7 +19,7 @@ struct SAnimationPngData
 };
 
 // Loads base01.png, base02.png, ... up to the first number that does not open, each blended over the background under the
-// region. FALSE when the region is not inside the background, no frame is there, or one cannot be read.
+// region. FALSE when the region is not inside the background, no frame is there, one cannot be read, or memory runs out.
 KBOOL32 InitAnimationPng(const KUINT8* puiBackgroundARGBData, KUINT32 uiBackgroundWidth, KUINT32 uiBackgroundPitchInBytes,
                          KUINT32 uiBackgroundHeight, const char* pszAnimBaseFileName, const TRECT& roAnimRegion,
                          SAnimationPngData& roAnimationData);

@@ -6,10 +6,10 @@
 
 #include "QelTypes.h"
 
-// Reads a PNG picture into uiHeight rows of uiWidth pixels, uiPitchInBytes apart. The file is the caller's to open ("rb")
-// and to close. A picture of another size is reported and cut; what it does not cover keeps what it held. The rows are
-// written only when the whole picture was read: FALSE, and nothing written, for a file that is damaged, foreign or too
-// large (more than 256 MiB decoded), or a heap that refuses. Pictures without alpha arrive with alpha 0.
+// Reads a PNG picture into uiHeight rows of uiWidth pixels, uiPitchInBytes apart. The caller opens the file ("rb") and
+// closes it. A picture of another size is reported and cut; what it does not cover keeps what it held. Pictures without
+// alpha arrive with alpha 0. Returns FALSE and writes nothing if the file is damaged, is not a PNG, needs more than 256 MiB
+// decoded, or memory runs out.
 KBOOL32 LoadImage(std::FILE* poPngFile, KUINT32 uiWidth, KUINT32 uiPitchInBytes, KUINT32 uiHeight, KUINT8* puiARGBData);
 
 #endif

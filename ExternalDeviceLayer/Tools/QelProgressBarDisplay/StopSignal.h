@@ -15,7 +15,7 @@ static_assert(std::atomic<KBOOL32>::is_always_lock_free, "a signal handler write
 // line-buffered: the handler writes past the stream, so no earlier line may still wait in the stream's buffer.
 void SetupSignalHandler();
 
-// Prints the signal's number, and sets g_bStopSignal after SIGTERM or SIGINT.
+// Sets g_bStopSignal after SIGTERM or SIGINT, then prints the signal's number.
 void SignalHandler(int iSignal, siginfo_t* oSigInfo, void* hContext);
 
 #endif

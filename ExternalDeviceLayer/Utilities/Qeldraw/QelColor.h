@@ -8,9 +8,8 @@
 #include "QelPixelFormat.h"
 #include "QelSurface.h"
 
-// A colour as it lies in the pixel memory of a format, a plain value that owns nothing; T is the format's word, KUINT16 or
-// KUINT32. Components are in the format's own range, 0 to GetMax...(), and are not scaled: their higher bits are dropped.
-// For a YUV format they are those of the RGB colour, converted in integer arithmetic.
+// A pixel value of the format. T is its word, KUINT16 or KUINT32. Components range from 0 to GetMax...(); higher bits are
+// dropped. For YUV formats, FromARGB and ToARGB convert from and to RGB in integer arithmetic.
 template <TPixelFormat ePixelFormat, typename T> class QelColor
 {
     static constexpr SPixelFormatFacts FACTS = FindPixelFormatFacts(ePixelFormat);

@@ -16,8 +16,8 @@ struct SPixelField
     constexpr KUINT32 Unpack(KUINT32 uiWord) const { return (uiWord >> uiShift) & Max(); }
 };
 
-// ITU-R BT.601 in studio range, in fixed point. The way there is scaled by the depth's own range, 1 << iFromRgbShift; the
-// way back is the same at every depth, for only the offsets depend on it.
+// ITU-R BT.601 in studio range, in fixed point. RGB to YUV uses weights scaled by 1 << iFromRgbShift. YUV to RGB uses the
+// same weights at every depth; only the offsets differ.
 struct SYuvFacts
 {
     KINT32 aiY[3];  // parts of red, green and blue

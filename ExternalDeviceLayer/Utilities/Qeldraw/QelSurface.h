@@ -7,9 +7,8 @@
 #include "QelTypes.h"
 
 // A drawing surface: the geometry of a mapped picture, a current position and, through QelSurfaceTyped, the shapes that
-// are drawn into it. The pixel memory belongs to whoever mapped it: make the surface after mapping and delete it before
-// unmapping, for it only reads and writes through the addresses that it was given. All drawing goes to plane 0; without
-// an address there it changes nothing. One thread at a time uses a surface.
+// are drawn into it. The surface does not own the pixel memory. Create it after mapping and delete it before unmapping. All
+// drawing goes to plane 0; without an address there it changes nothing. One thread at a time uses a surface.
 class QelSurface
 {
 public:
@@ -28,8 +27,9 @@ public:
     // Set in columns by hand.
     // clang-format off
 
-    // Components are in the range of the pixel format, which GetMax...() tells. Only Dot and what is drawn with it is clipped
-    // to the surface: the point to be read and the rectangle, whose right and bottom edges are left out, must lie inside.
+    // Components are in the range of the pixel format, which GetMax...() tells. Dot, lines and circles are clipped to the
+    // surface. Rectangle and ReadColorToARGB are not: their coordinates must lie inside. Rectangle leaves out its right
+    // column and bottom row.
     virtual ~QelSurface();
     virtual void    ReadColorToARGB(KUINT32 uiPosX, KUINT32 uiPosY, KUINT16& ruiAlpha, KUINT16& ruiRed,
                                     KUINT16& ruiGreen, KUINT16& ruiBlue) = 0;
@@ -37,7 +37,7 @@ public:
     virtual void    SetBgColourFromARGB(KUINT16 uiAlpha, KUINT16 uiRed, KUINT16 uiGreen, KUINT16 uiBlue) = 0;
     virtual void    Clr() = 0;                                                    // everything, to the background
     virtual void    Dot(KUINT32 uiXPos, KUINT32 uiYPos) = 0;                      // outside: nothing
-    virtual void    LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos) = 0;             // from the position, which follows
+    virtual void    LineTo(KUINT32 uiXEndPos, KUINT32 uiYEndPos) = 0;             // from the position, which moves there
     virtual void    Circle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;  // the centre becomes the position
     virtual void    FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter) = 0;
     virtual void    Rectangle(KINT32 iLeft, KINT32 iTop, KINT32 iRight, KINT32 iBottom) = 0;
@@ -54,7 +54,7 @@ public:
     KUINT32  GetWidth() const { return m_uiWitdh; }
     KUINT32  GetHeight() const { return m_uiHeight; }
     KUINTPTR GetSurfaceData(KUINT uiPlaneIdx) { return std::as_const(*this).GetSurfaceData(uiPlaneIdx); }
-    KUINTPTR GetSurfaceData(KUINT uiPlaneIdx) const;  // 0 for a plane that there is not
+    KUINTPTR GetSurfaceData(KUINT uiPlaneIdx) const;  // 0 if there is no such plane
     KUINT32  GetPitchPixels(KUINT uiPlaneIdx) const { return m_uiPitchPixels[uiPlaneIdx]; }
     void     SetPos(KUINT32 uiXPos, KUINT32 uiYPos) { m_uiCurrentXPos = uiXPos, m_uiCurrentYPos = uiYPos; }
 
@@ -66,7 +66,7 @@ public:
     KUINTPTR m_apuiSurfaceData[MAX_NUMBER_OF_PLANES];  // start of each plane's pixels
     KUINT32  m_uiPitchPixels[MAX_NUMBER_OF_PLANES];    // from one row to the next
     KUINT32  m_uiPitchInBytes[MAX_NUMBER_OF_PLANES];   // the same in bytes, for the owner; no drawing reads it
-    KUINT32  m_uiWitdh;                                // pixels that may be drawn, the padding not among them
+    KUINT32  m_uiWitdh;                                // pixels of a row, without padding
     KUINT32  m_uiHeight;                               // rows
     KUINT32  m_uiNbPlanes;                             // at most MAX_NUMBER_OF_PLANES
 };

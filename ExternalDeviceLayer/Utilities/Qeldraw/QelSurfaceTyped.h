@@ -11,8 +11,8 @@
 #include "QelSurface.h"
 
 // Draws pixels of ColourType (a QelColor) into the memory that QelSurface describes; both colours start at the value 0.
-// Lines and circles set every point, also those outside, through the virtual Dot, which alone clips: a class that replaces
-// Dot sees each point, and always in the same order. Clr and Rectangle write straight into the rows.
+// Lines and circles call the virtual Dot for each point, in a fixed order, also outside the surface. Only Dot clips. Clr and
+// Rectangle write straight into the rows.
 // Coordinates are 32-bit words that wrap, so a point left of column 0 or above row 0 is one far outside.
 template <typename ColourType> class QelSurfaceTyped : public QelSurface
 {
@@ -166,10 +166,10 @@ template <typename ColourType> void QelSurfaceTyped<ColourType>::Circle(KUINT32 
     SetPos(uiXPos, uiYPos);
 }
 
-// Sets the box's pixels whose centre lies in the circle, or on it, each once. From the top row to the diagonal a row gives
-// four spans: itself, its mirror row at the bottom, and both turned into the edge columns; the square that is left is whole.
-// Lengths are in half pixels, measured from the box's centre. The slack is what the squared radius leaves beyond the squared
-// distance of the pixel (column, row); followed by differences it stays small where the squares would outgrow 64 bits.
+// Sets each pixel of the box whose centre lies in the circle or on it, once. Each row from the top to the diagonal gives
+// four spans by symmetry: the row, its mirror at the bottom, and both turned into columns. The square that is left is whole.
+// Lengths are in half pixels from the centre of the box. The slack is radius^2 - distance^2 of a pixel. It is updated by
+// differences, because the squares could exceed 64 bits.
 template <typename ColourType>
 void QelSurfaceTyped<ColourType>::FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, KUINT32 uiDiameter)
 {
@@ -230,7 +230,7 @@ void QelSurfaceTyped<ColourType>::Rectangle(KINT32 iLeft, KINT32 iTop, KINT32 iR
     }
 }
 
-// Fills a row with wide stores: the compiler makes one of a count that it knows. The last may overlap the one before.
+// Fills a row with wide stores: std::fill_n of a constant count compiles to one. The last may overlap the one before.
 template <typename T> void QelFillRow(T* pRow, KUINT32 uiColumns, T uiValue)
 {
     constexpr KUINT32 uiStore = 16 / sizeof(T);
@@ -244,7 +244,7 @@ template <typename T> void QelFillRow(T* pRow, KUINT32 uiColumns, T uiValue)
     std::fill_n(pRow + uiColumns - uiStore, uiStore, uiValue);
 }
 
-// What ColourType::Write at every point would leave, index for index: also an index that wraps within a row.
+// Gives the same result as ColourType::Write at each point, also where the index wraps.
 template <typename ColourType>
 void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT32 uiColumns, KUINT32 uiRows,
                                            const ColourType& roColour)
