@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <regex>
 
 namespace SoftwareBoard::Display
@@ -69,12 +71,28 @@ Card Card::Open(const std::string& strPath)
     if (!strPath.empty())
         return Card(strPath, OpenCard(strPath));
     const std::vector<std::string> astrPaths = FindPaths();
+    std::optional<Card>            ooFirst;
+    std::exception_ptr             pWhyNot;
     for (const std::string& strCandidate : astrPaths)
     {
-        FileDescriptor oFd = OpenCard(strCandidate);
-        if (DrmResources(drmModeGetResources(oFd.Get())) || strCandidate == astrPaths.back())
-            return Card(strCandidate, std::move(oFd));
+        try
+        {
+            Card       oCard(strCandidate, OpenCard(strCandidate));
+            const auto aoConnectors = oCard.ReadConnectors();
+            if (std::any_of(aoConnectors.begin(), aoConnectors.end(), [](const auto& ro) { return ro.bConnected; }))
+                return oCard;
+            if (!ooFirst)
+                ooFirst.emplace(std::move(oCard));
+        }
+        catch (const BoardError&)
+        {
+            pWhyNot = std::current_exception();
+        }
     }
+    if (ooFirst)
+        return std::move(*ooFirst);
+    if (pWhyNot != nullptr)
+        std::rethrow_exception(pWhyNot);
     throw BoardError(std::string(CARD_FOLDER) + ": this machine has no display controller, or no driver for it");
 }
 

@@ -34,7 +34,8 @@ class Card
 public:
     // The paths of all cards, in the order of their numbers.
     static std::vector<std::string> FindPaths();
-    // Opens the card of that path or, if it is empty, the first card with mode setting. Throws BoardError on failure.
+    // Opens the card of that path. If it is empty, opens the first card with a connected display or, if there is none, the
+    // first one with mode setting. Throws BoardError on failure.
     static Card Open(const std::string& strPath);
 
     Card(Card&&) = default;

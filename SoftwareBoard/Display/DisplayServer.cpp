@@ -28,8 +28,7 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
 {
     if (!m_oTimer)
         ThrowSystemError("a timer", "timerfd_create");
-    m_aoConnectors = m_oCard.ReadConnectors();
-    OpenBoard();
+    m_aoConnectors      = m_oCard.ReadConnectors();
     const auto& roNames = m_oPlan.astrConnectors;
     for (const std::string& strName : roNames)
     {
@@ -39,6 +38,7 @@ DisplayServer::DisplayServer(const SDisplayPlan& roPlan)
         if (std::count(roNames.begin(), roNames.end(), strName) > 1)
             throw BoardError("connector " + strName + " is named twice; it can show one output");
     }
+    OpenBoard();
     if (roPlan.bLegacy)
         m_oCard.UseLegacyCalls();
     m_oCard.BecomeMaster();
@@ -93,13 +93,41 @@ void DisplayServer::Assign()
     std::vector<uint32_t> auiBefore;
     for (const ConnectorOutput& roOutput : m_aoOutputs)
         auiBefore.push_back(roOutput.GetConnector());
-    const std::vector<uint32_t> auiNow = AssignConnectors(m_aoConnectors, m_oPlan.astrConnectors, auiBefore);
+    const bool                  bAnyBefore = IsAnyConnected();
+    const std::vector<uint32_t> auiNow     = AssignConnectors(m_aoConnectors, m_oPlan.astrConnectors, auiBefore);
     // An output that loses its connector goes dark now, because another one may need its CRTC.
     for (size_t uiOutput = 0; uiOutput < auiNow.size(); ++uiOutput)
     {
         if (auiNow[uiOutput] != auiBefore[uiOutput])
             m_aoOutputs[uiOutput].Connect(auiNow[uiOutput]);
     }
+    // What is said of an output without a display depends on whether another one has one.
+    for (ConnectorOutput& roOutput : m_aoOutputs)
+    {
+        if (bAnyBefore != IsAnyConnected() && roOutput.GetConnector() == 0)
+            roOutput.Renew();
+    }
+    SayWhatIsLeft();
+}
+
+bool DisplayServer::IsAnyConnected() const
+{
+    return std::any_of(m_aoOutputs.begin(), m_aoOutputs.end(), [](const auto& ro) { return ro.GetConnector() != 0; });
+}
+
+// Says once which displays no output is left for.
+void DisplayServer::SayWhatIsLeft()
+{
+    std::string strLeft;
+    for (const SConnector& ro : m_aoConnectors)
+    {
+        const auto fShows = [&](const ConnectorOutput& roOutput) { return roOutput.GetConnector() == ro.uiId; };
+        if (ro.bConnected && m_oPlan.astrConnectors.empty() && std::none_of(m_aoOutputs.begin(), m_aoOutputs.end(), fShows))
+            strLeft += " " + ro.strName;
+    }
+    if (std::exchange(m_strLeft, strLeft) != strLeft && !strLeft.empty())
+        std::fprintf(stderr, "tavrin-board: the board has no output for%s; tavrin-board create --outputs N makes more\n",
+                     MakePrintable(strLeft).c_str());
 }
 
 void DisplayServer::Say(KUINT32 uiOutput, EVerdict eVerdict, const std::string& strConnector, const std::string& strReason)
@@ -162,11 +190,9 @@ void DisplayServer::Light(ConnectorOutput& roOutput, const SConnector& roConnect
 void DisplayServer::LeaveWithout(KUINT32 uiOutput, bool bEnabled)
 {
     constexpr char REASON[] = "no display is connected for it";
-    const bool     bAnyDisplay =
-        std::any_of(m_aoOutputs.begin(), m_aoOutputs.end(), [](const auto& ro) { return ro.GetConnector() != 0; });
-    const bool bRefused = m_oPlan.bEveryOutput || !bAnyDisplay;
+    const bool     bRefused = m_oPlan.bEveryOutput || !IsAnyConnected();
     if (bEnabled && bRefused)
-        Refuse(uiOutput, "", REASON, bAnyDisplay ? "; connect one, or leave out --every-output" : "; connect one");
+        Refuse(uiOutput, "", REASON, IsAnyConnected() ? "; connect one, or leave out --every-output" : "; connect one");
     else
         Say(uiOutput, bRefused ? EVerdict::Refused : EVerdict::NoDisplay, "", REASON);
     if (bEnabled && !bRefused)

@@ -39,6 +39,8 @@ private:
 
     void OpenBoard();
     void Assign();
+    bool IsAnyConnected() const;
+    void SayWhatIsLeft();
     void FollowBoard();
     void TakeUp(KUINT32 uiOutput);
     void LeaveWithout(KUINT32 uiOutput, bool bEnabled);
@@ -60,6 +62,7 @@ private:
     std::optional<FileChanges>   m_ooChanges;  // of the board's folder
     std::vector<SConnector>      m_aoConnectors;
     std::vector<ConnectorOutput> m_aoOutputs;
+    std::string                  m_strLeft;  // the displays that no output is left for
     FileDescriptor               m_oTimer;
     uint64_t                     m_uiPeriodNs = 0;
 };

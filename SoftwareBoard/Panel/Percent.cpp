@@ -21,6 +21,22 @@ bool IsOfWord(char c)
 {
     return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (c & 0x80) != 0;
 }
+
+bool IsJoint(char c)
+{
+    return c == '.' || c == ',' || c == '-' || c == '/';
+}
+
+// Whether the text begins with a percent sign, with or without a space before it.
+bool IsPercentSign(std::string_view svText)
+{
+    for (const std::string_view svSpace : {" ", "\u00A0", "\u202F"})
+    {
+        if (svText.starts_with(svSpace))
+            svText.remove_prefix(svSpace.size());
+    }
+    return svText.starts_with('%');
+}
 }
 
 std::optional<KUINT32> ParsePercent(std::string_view svText)
@@ -51,10 +67,11 @@ std::optional<KUINT32> FindPercent(std::string_view svLine)
                (IsDigit(svLine[uiEnd]) ||
                 ((svLine[uiEnd] == '.' || svLine[uiEnd] == ',') && uiEnd + 1 < svLine.size() && IsDigit(svLine[uiEnd + 1]))))
             ++uiEnd;
-        const auto fAt    = [&](size_t uiAt) { return uiAt < svLine.size() ? svLine[uiAt] : ' '; };
-        const auto fJoins = [](char c) { return c == '.' || c == ',' || c == '-' || c == '/'; };
-        const bool bAlone = !IsOfWord(fAt(uiBegin - 1)) && !fJoins(fAt(uiBegin - 1)) && !IsOfWord(fAt(uiEnd)) &&
-                            !(fJoins(fAt(uiEnd)) && IsOfWord(fAt(uiEnd + 1)));
+        const auto fAt     = [&](size_t uiAt) { return uiAt < svLine.size() ? svLine[uiAt] : ' '; };
+        const bool bJoined = IsOfWord(fAt(uiBegin - 1)) || fAt(uiBegin - 1) == '-' ||
+                             (IsJoint(fAt(uiBegin - 1)) && IsOfWord(fAt(uiBegin - 2))) || IsOfWord(fAt(uiEnd)) ||
+                             (IsJoint(fAt(uiEnd)) && IsOfWord(fAt(uiEnd + 1)));
+        const bool bAlone = IsPercentSign(svLine.substr(uiEnd)) || !bJoined;
         if (const auto ouiPercent = ParsePercent(svLine.substr(uiBegin, uiEnd - uiBegin)); bAlone && ouiPercent)
             ouiFound = ouiPercent;
         uiBegin = svLine.find_first_of(DIGITS, uiEnd);

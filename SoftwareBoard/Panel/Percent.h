@@ -15,7 +15,7 @@ std::optional<KUINT32> ParsePercent(std::string_view svText);
 
 // The last number of a line that is a percentage. A number is whole, or has decimals after a point or a comma. Digits that
 // belong to a word, a path, a sign or a version, such as those of "rootfs.0", "mmcblk0", "/run/5.bin", "-5" and "1.2.3", are
-// no number.
+// no number, unless a percent sign follows them.
 std::optional<KUINT32> FindPercent(std::string_view svLine);
 
 // Finds the percentages in a stream of lines. A line ends with a newline or a carriage return.

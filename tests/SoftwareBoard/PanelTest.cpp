@@ -375,6 +375,11 @@ TEST_F(PanelTest, ProgressFollowsTheLinesOfAnUpdater)
          "5\n",
          40},
         {"progress=40\nnone\n", 40},
+        {"Writing\xE2\x80\xA6"
+         "40%",
+         40},
+        {"[----40%----]\n", 40},
+        {"\033[32m40\xE2\x80\xAF%\033[0m\n", 40},
         {"0.4\n", 0},
         {"nothing\n\n", 7},
         {"", 7},

@@ -52,7 +52,7 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
     };
     const auto poOptions = std::make_shared<SOptions>();
     roCommand.add_option("--card", poOptions->oPlan.strCard,
-                         "The card, as /dev/dri/card0 (default: the first with mode setting)");
+                         "The card, as /dev/dri/card0 (default: the first with a display)");
     roCommand
         .add_option("--connector", poOptions->oPlan.astrConnectors,
                     "The connector of output 0, then of output 1, and so on\n(default: those that are connected, in order)")

@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <sys/ioctl.h>
 
 #include <algorithm>
@@ -124,8 +125,10 @@ void FollowUpdater(const SProgressOptions& roOptions)
     ssize_t       iRead = 0;
     do
     {
+        pollfd oInput = {STDIN_FILENO, POLLIN, 0};
+        poll(&oInput, 1, -1);  // others may have made it one that a read does not wait for
         iRead = read(STDIN_FILENO, acRead, sizeof(acRead));
-        if (iRead < 0 && errno == EINTR)
+        if (iRead < 0 && (errno == EINTR || errno == EAGAIN))
             continue;
         if (iRead < 0)
             ThrowSystemError("standard input", "read");

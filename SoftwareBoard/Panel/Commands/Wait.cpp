@@ -1,13 +1,16 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "BoardError.h"
 #include "Commands.h"
 #include "DeviceStatus.h"
 #include "FileChanges.h"
 #include "Options.h"
+#include "Printable.h"
 
 namespace SoftwareBoard::Panel
 {
@@ -49,16 +52,24 @@ std::string FindObstacle(const SWaitOptions& roOptions, const SDeviceStatus& roD
     return "";
 }
 
-// Throws BoardError if the board is damaged or has no such device.
+// Throws BoardError if there is no board, if it is damaged, or if it has no such device.
 std::string FindObstacle(const SWaitOptions& roOptions)
-try
 {
     const Board       oBoard = Board::Observe();
     const Transaction oTransaction(oBoard.m_oLocks);
     return FindObstacle(roOptions, ReadDeviceStatus(oTransaction, oBoard, roOptions.uiDevice));
 }
+
+// As FindObstacle. Says once that it waits for a board.
+std::string LookForObstacle(const SWaitOptions& roOptions, bool& rbSaid)
+try
+{
+    return FindObstacle(roOptions);
+}
 catch (const NoBoardError& roError)
 {
+    if (!std::exchange(rbSaid, true))
+        std::fprintf(stderr, "tavrin-board: %s; waiting for one\n", MakePrintable(roError.what()).c_str());
     return roError.what();
 }
 
@@ -71,11 +82,12 @@ void WaitUntilSo(const SWaitOptions& roOptions)
     const Clock::time_point oEnd   = roOptions.ooTimeout
                                          ? oStart + std::chrono::duration_cast<Clock::duration>(*roOptions.ooTimeout)
                                          : Clock::time_point::max();
+    bool                    bSaid  = false;
     while (true)
     {
         const FileChanges       oChanges(BoardFolder::DefaultPath(), IN_MODIFY | IN_MOVED_TO);
         const Clock::time_point oNow        = Clock::now();
-        const std::string       strObstacle = FindObstacle(roOptions);
+        const std::string       strObstacle = LookForObstacle(roOptions, bSaid);
         if (strObstacle.empty())
             return;
         if (oNow >= oEnd)
