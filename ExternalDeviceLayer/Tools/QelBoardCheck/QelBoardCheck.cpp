@@ -1,0 +1,36 @@
+// QelBoardCheck: says what a board is, and whether QelProgressBarDisplay can rely on it.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "Arguments.h"
+#include "OsServices.h"
+#include "Report.h"
+#include "TrialProcess.h"
+
+OsServices g_oOsServices(nullptr);
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+
+    BoardCheck::SRequest oRequest;
+    if (const auto oiStatus = BoardCheck::ReadArguments(argc, argv, oRequest))
+        return *oiStatus;
+    try
+    {
+        const BoardCheck::Json oReport = BoardCheck::MakeReport(oRequest);
+        if (oRequest.bJson)
+            std::printf("%s\n", BoardCheck::ToText(oReport).c_str());
+        else
+            BoardCheck::PrintText(oReport);
+        const int iSignal = BoardCheck::GetStopSignal();
+        return iSignal != 0 ? 128 + iSignal : BoardCheck::GetExitStatus(oReport);
+    }
+    catch (const std::exception& roError)
+    {
+        std::fprintf(stderr, "QelBoardCheck: %s\n", roError.what());
+        return 1;
+    }
+}
