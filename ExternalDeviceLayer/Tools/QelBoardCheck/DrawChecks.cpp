@@ -288,7 +288,6 @@ void TryCard(Trial& roTrial, const STrialInput& roInput)
     const KUINT32 uiCount = CountOutputs(roTrial, oDevice);
     if (uiCount == 0)
         roTrial.End("no outputs");
-    roTrial.BeginQuestion();
     std::vector<std::unique_ptr<Buffer>> aoBuffers;
     Outputs                              aoOutputs;
     for (KUINT32 uiOutput = 0; uiOutput < uiCount; ++uiOutput)
@@ -302,6 +301,7 @@ void TryCard(Trial& roTrial, const STrialInput& roInput)
         aoOutputs.push_back(std::make_unique<Output>(roTrial, oDevice, uiOutput));
         aoOutputs.back()->Enable(roInput.roRequest.oVidParam, *aoBuffers.back());
         aoOutputs.back()->Release();
+        roTrial.BeginQuestion();  // all others at the same time
     }
     roTrial.Wait(std::chrono::seconds(roInput.roRequest.uiCardTimeS));
     roTrial.Hold("look at the outputs: the card says what it shows");

@@ -29,16 +29,21 @@ struct SLine
     SColour     oColour;
 };
 
+// clang-format off
 constexpr SLine LINES[] = {
-    {"THIS LINE IS AT THE TOP", WHITE},
-    {"THIS WORD IS RED", RED},
-    {"THIS WORD IS GREEN", GREEN},
-    {"THIS WORD IS BLUE", BLUE},
+    {"THIS WORD IS RED",                       RED},
+    {"THIS WORD IS GREEN",                     GREEN},
+    {"THIS WORD IS BLUE",                      BLUE},
     {"A THIN LINE RUNS AROUND ALL FOUR EDGES", WHITE},
-    {"WHITE YELLOW CYAN GREEN MAGENTA RED BLUE BLACK", WHITE},
+    {"EACH BAR HAS THE COLOUR OF ITS NAME",    WHITE},
 };
 
-constexpr SColour BARS[] = {WHITE, YELLOW, CYAN, GREEN, MAGENTA, RED, BLUE, BLACK};
+// The colour bars, from the left.
+constexpr SLine BARS[] = {
+    {"WHITE", WHITE}, {"YELLOW",  YELLOW},  {"CYAN", CYAN}, {"GREEN", GREEN},
+    {"MAGENTA", MAGENTA}, {"RED", RED}, {"BLUE", BLUE}, {"BLACK", BLACK},
+};
+// clang-format on
 
 constexpr KUINT32 COLUMNS = 50;  // of text in the width of the picture
 constexpr KUINT32 ROWS    = 26;  // of text in its height
@@ -72,10 +77,11 @@ public:
         Fill(roColour, iRight - 1, iTop, iRight, iBottom);
     }
 
-    void Write(const std::string& strText, const SColour& roColour, KINT32 iTop, KINT32 iDot)
+    // Around the column iCentre.
+    void Write(const std::string& strText, const SColour& roColour, KINT32 iCentre, KINT32 iTop, KINT32 iDot)
     {
         const auto iCell = static_cast<KINT32>(GLYPH_WIDTH + 1) * iDot;
-        KINT32     iLeft = (m_iWidth - iCell * static_cast<KINT32>(strText.size())) / 2;
+        KINT32     iLeft = iCentre - iCell * static_cast<KINT32>(strText.size()) / 2;
         for (const char c : strText)
         {
             for (KUINT32 uiDot = 0; uiDot < GLYPH_WIDTH * GLYPH_HEIGHT; ++uiDot)
@@ -108,23 +114,27 @@ void DrawTestCard(const Access& roAccess, KUINT32 uiOutput)
     oCard.Frame(WHITE, 0, 0, w, h);
 
     KINT32 iTop = iRow;
+    oCard.Write("THIS LINE IS AT THE TOP", WHITE, w / 2, iTop, oCard.m_iDot);
+    oCard.Write("OUTPUT " + std::to_string(uiOutput), WHITE, w / 2, iTop + 2 * iRow, 3 * oCard.m_iDot);
+    iTop += 5 * iRow;
     for (const SLine& roLine : LINES)
     {
-        if (&roLine == &LINES[1])
-        {
-            oCard.Write("OUTPUT " + std::to_string(uiOutput), WHITE, iTop, 3 * oCard.m_iDot);
-            iTop += 3 * iRow;
-        }
-        oCard.Write(roLine.pszText, roLine.oColour, iTop, oCard.m_iDot);
+        oCard.Write(roLine.pszText, roLine.oColour, w / 2, iTop, oCard.m_iDot);
         iTop += iRow;
     }
 
-    for (KINT32 i = 0; i < 8; ++i)
-        oCard.Fill(BARS[i], w / 10 + w / 10 * i, iTop, w / 10 + w / 10 * (i + 1), iTop + 3 * iRow);
-    oCard.Frame(WHITE, w / 10, iTop, w / 10 + w / 10 * 8, iTop + 3 * iRow);
-    iTop += 4 * iRow;
+    const KINT32 iBar  = w / 10;
+    KINT32       iLeft = iBar;
+    for (const SLine& roBar : BARS)
+    {
+        oCard.Write(roBar.pszText, WHITE, iLeft + iBar / 2, iTop + iRow, std::max(1, oCard.m_iDot * 2 / 3));
+        oCard.Fill(roBar.oColour, iLeft, iTop + 2 * iRow, iLeft + iBar, iTop + 5 * iRow);
+        iLeft += iBar;
+    }
+    oCard.Frame(WHITE, iBar, iTop + 2 * iRow, iLeft, iTop + 5 * iRow);
+    iTop += 6 * iRow;
 
-    oCard.Write("THIS BAR IS AT 50 %", WHITE, iTop, oCard.m_iDot);
+    oCard.Write("THIS BAR IS AT 50 %", WHITE, w / 2, iTop, oCard.m_iDot);
     iTop += iRow;
     oCard.Fill(WHITE, w / 4, iTop, w / 2, iTop + iRow);
     oCard.Frame(WHITE, w / 4, iTop, w - w / 4, iTop + iRow);

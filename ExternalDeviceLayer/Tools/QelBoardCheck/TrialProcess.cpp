@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <iterator>
@@ -138,6 +139,7 @@ void TrialProcess::RunChild(const TryFunction& fTry, int iMessages, int iStop, c
     const rlimit oNoCore = {0, 0};
     setrlimit(RLIMIT_CORE, &oNoCore);
     dup2(STDERR_FILENO, STDOUT_FILENO);  // what the library prints does not mix with the report
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try
     {
         Trial oTrial(iMessages, iStop, roHanging);
