@@ -58,23 +58,24 @@ void TryPlanes(Trial& roTrial, const STrialInput& roInput)
     roTrial.Hold(SizeText(oInfo.auiWidth[0], oInfo.auiHeight[0]) + ", pitch " + std::to_string(oInfo.auiPitch[0]));
 }
 
-void TryPitch(Trial& roTrial, const STrialInput& roInput)
-{
-    const Device               oDevice(roTrial, roInput.uiDevice);
-    const Buffer               oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const tagTBuffer_PlaneInfo oInfo = oBuffer.GetPlaneInfo();
-    roTrial.BeginQuestion();
-    if (oInfo.auiPitch[0] == oInfo.auiWidth[0] || oInfo.auiPitchInBytes[0] == oInfo.auiWidth[0])
-        roTrial.End("a pitch equal to the width: unless the rows have no padding, the card is slanted");
-    roTrial.Hold(AS_EXPECTED);
-}
-
 // Ends the trial if the rows of plane 0 are not safe to be written.
 void RequireRows(Trial& roTrial, const tagTBuffer_PlaneInfo& roInfo, const tagTVideo_VidParam& roVidParam)
 {
     const std::string strFault = FindPlaneFault(roInfo, roVidParam);
     if (!strFault.empty())
         roTrial.End(strFault);
+}
+
+void TryPitch(Trial& roTrial, const STrialInput& roInput)
+{
+    const Device               oDevice(roTrial, roInput.uiDevice);
+    const Buffer               oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
+    const tagTBuffer_PlaneInfo oInfo = oBuffer.GetPlaneInfo();
+    RequireRows(roTrial, oInfo, roInput.roRequest.oVidParam);
+    roTrial.BeginQuestion();
+    if (oInfo.auiPitch[0] == oInfo.auiWidth[0])
+        roTrial.End("a pitch equal to the width: unless the rows have no padding, the card is slanted");
+    roTrial.Hold(AS_EXPECTED);
 }
 
 void TryRows(Trial& roTrial, const STrialInput& roInput)
@@ -97,69 +98,90 @@ void TryRows(Trial& roTrial, const STrialInput& roInput)
     roTrial.Hold(AS_EXPECTED);
 }
 
-// Draws a pattern in one access and compares it in the next. Returns whether the address is the same.
-bool DrawAndCompare(Trial& roTrial, const Buffer& roBuffer, const tagTVideo_VidParam& roVidParam)
+// Draws a pattern in an access of its own. Returns what the plane held before; its address goes to ruiPlane.
+Pixels DrawOnce(Trial& roTrial, const Buffer& roBuffer, bool bInverted, KUINTPTR& ruiPlane)
 {
-    RequireRows(roTrial, roBuffer.GetPlaneInfo(), roVidParam);
-    Access oFirst(roTrial, roBuffer);
+    Access oAccess(roTrial, roBuffer);
     roTrial.At("the memory of the plane", PLANE_TIME_LIMIT);
-    const Pixels auiBefore = ReadPlane(oFirst);
-    DrawPattern(oFirst, false);
-    oFirst.End();
+    Pixels auiBefore = ReadPlane(oAccess);
+    DrawPattern(oAccess, bInverted);
+    ruiPlane = oAccess.m_auiPlanes[0];
+    oAccess.End();
+    return auiBefore;
+}
 
-    roTrial.BeginQuestion();
-    Access oSecond(roTrial, roBuffer);
-    roTrial.At("the memory of the plane in a second access", PLANE_TIME_LIMIT);
-    const std::string strFault = CompareWithPattern(oSecond, false, auiBefore);
+// Ends the trial unless an access of its own shows the pattern. Returns the address of the plane.
+KUINTPTR CompareOnce(Trial& roTrial, const Buffer& roBuffer, bool bInverted, const Pixels& roBefore)
+{
+    Access oAccess(roTrial, roBuffer);
+    roTrial.At("the memory of the plane in another access", PLANE_TIME_LIMIT);
+    const std::string strFault = CompareWithPattern(oAccess, bInverted, roBefore);
     if (!strFault.empty())
         roTrial.End(strFault);
-    oSecond.End();
-    return oFirst.m_auiPlanes[0] == oSecond.m_auiPlanes[0];
+    oAccess.End();
+    return oAccess.m_auiPlanes[0];
 }
 
 void TrySecondAccess(Trial& roTrial, const STrialInput& roInput)
 {
     const Device oDevice(roTrial, roInput.uiDevice);
     const Buffer oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const bool   bSame = DrawAndCompare(roTrial, oBuffer, roInput.roRequest.oVidParam);
-    roTrial.Hold(bSame ? "at the same address" : "at another address");
+    RequireRows(roTrial, oBuffer.GetPlaneInfo(), roInput.roRequest.oVidParam);
+    KUINTPTR     uiFirst   = 0;
+    const Pixels auiBefore = DrawOnce(roTrial, oBuffer, false, uiFirst);
+    roTrial.BeginQuestion();
+    const KUINTPTR uiSecond = CompareOnce(roTrial, oBuffer, false, auiBefore);
+    roTrial.Hold(uiFirst == uiSecond ? "at the same address" : "at another address");
+}
+
+// Every output shows the buffer, and its handle is kept.
+Outputs EnableEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
+                          const Buffer& roBuffer)
+{
+    Outputs       aoOutputs;
+    const KUINT32 uiCount = CountOutputs(roTrial, roDevice);
+    for (KUINT32 uiOutput = 0; uiOutput < uiCount; ++uiOutput)
+    {
+        aoOutputs.push_back(std::make_unique<Output>(roTrial, roDevice, uiOutput));
+        aoOutputs.back()->Enable(roVidParam, roBuffer);
+    }
+    return aoOutputs;
 }
 
 void TryEnable(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const KUINT32 uiCount = CountOutputs(roTrial, oDevice);
-    if (uiCount == 0)
+    const Device oDevice(roTrial, roInput.uiDevice);
+    const Buffer oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
+    if (CountOutputs(roTrial, oDevice) == 0)
         roTrial.End("no outputs");
     roTrial.BeginQuestion();
-    Outputs aoOutputs;
-    for (KUINT32 uiOutput = 0; uiOutput < uiCount; ++uiOutput)
-    {
-        aoOutputs.push_back(std::make_unique<Output>(roTrial, oDevice, uiOutput));
-        aoOutputs.back()->Enable(roInput.roRequest.oVidParam, oBuffer);
-    }
-    roTrial.Hold(std::to_string(uiCount) + (uiCount == 1 ? " output" : " outputs"));
+    const Outputs aoOutputs = EnableEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
+    roTrial.Hold(std::to_string(aoOutputs.size()) + (aoOutputs.size() == 1 ? " output" : " outputs"));
 }
 
 void TryRelease(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
-    const Buffer oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    Output       oOutput(roTrial, oDevice, 0);
-    oOutput.Enable(roInput.roRequest.oVidParam, oBuffer);
+    const Device  oDevice(roTrial, roInput.uiDevice);
+    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
+    const Outputs aoOutputs = EnableEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
+    if (aoOutputs.empty())
+        roTrial.End("no outputs");
     roTrial.BeginQuestion();
-    oOutput.Release();
+    for (const auto& poOutput : aoOutputs)
+        poOutput->Release();
     roTrial.Hold(AS_EXPECTED);
 }
 
 void TryDrawing(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
+    const Device oDevice(roTrial, roInput.uiDevice);
+    const Buffer oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
+    RequireRows(roTrial, oBuffer.GetPlaneInfo(), roInput.roRequest.oVidParam);
+    KUINTPTR uiPlane = 0;
+    CompareOnce(roTrial, oBuffer, false, DrawOnce(roTrial, oBuffer, false, uiPlane));
     const Outputs aoOutputs = ShowOnEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
     roTrial.BeginQuestion();
-    DrawAndCompare(roTrial, oBuffer, roInput.roRequest.oVidParam);
+    CompareOnce(roTrial, oBuffer, true, DrawOnce(roTrial, oBuffer, true, uiPlane));
     roTrial.Hold(AS_EXPECTED);
 }
 
@@ -266,9 +288,10 @@ void TryProgressRegister(Trial& roTrial, const STrialInput& roInput)
 {
     constexpr int READS = 4;
     const Device  oDevice(roTrial, roInput.uiDevice);
-    roTrial.BeginQuestion();
+
     const KUINT32      uiRunning = ReadRegister(roTrial, oDevice, REG_PROGRESS_BAR_RUNNING);
     RegPROGRESS_UPDATE oBefore   = {.dwValue = ReadRegister(roTrial, oDevice, REG_PROGRESS_UPDATE)};
+    roTrial.BeginQuestion();
     for (int i = 1; i < READS; ++i)
     {
         const RegPROGRESS_UPDATE oNow = {.dwValue = ReadRegister(roTrial, oDevice, REG_PROGRESS_UPDATE)};
@@ -282,26 +305,40 @@ void TryProgressRegister(Trial& roTrial, const STrialInput& roInput)
     roTrial.Hold(AS_EXPECTED);
 }
 
+// The buffer of an output's card.
+std::unique_ptr<Buffer> MakeCard(Trial& roTrial, const Device& roDevice, KUINT32 uiOutput,
+                                 const tagTVideo_VidParam& roVidParam)
+{
+    auto poBuffer = std::make_unique<Buffer>(roTrial, roDevice, roVidParam);
+    RequireRows(roTrial, poBuffer->GetPlaneInfo(), roVidParam);
+    Access oAccess(roTrial, *poBuffer);
+    roTrial.At("the memory of the plane", PLANE_TIME_LIMIT);
+    DrawTestCard(oAccess, uiOutput);
+    oAccess.End();
+    return poBuffer;
+}
+
 void TryCard(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const KUINT32 uiCount = CountOutputs(roTrial, oDevice);
-    if (uiCount == 0)
-        roTrial.End("no outputs");
-    std::vector<std::unique_ptr<Buffer>> aoBuffers;
-    Outputs                              aoOutputs;
-    for (KUINT32 uiOutput = 0; uiOutput < uiCount; ++uiOutput)
+    const Device              oDevice(roTrial, roInput.uiDevice);
+    const tagTVideo_VidParam& roVidParam = roInput.roRequest.oVidParam;
+
+    std::vector<std::unique_ptr<Buffer>> aoCards;
+    aoCards.push_back(MakeCard(roTrial, oDevice, 0, roVidParam));
+    // Whether the outputs can be enabled, and enabled again, is asked by other checks.
+    size_t uiOutputs = 0;
+    for (int i = 0; i < 2; ++i)
+        uiOutputs = ShowOnEveryOutput(roTrial, oDevice, roVidParam, *aoCards[0]).size();
+
+    roTrial.BeginQuestion();
+    Outputs aoOutputs;
+    for (KUINT32 uiOutput = 0; uiOutput < uiOutputs; ++uiOutput)
     {
-        aoBuffers.push_back(std::make_unique<Buffer>(roTrial, oDevice, roInput.roRequest.oVidParam));
-        RequireRows(roTrial, aoBuffers.back()->GetPlaneInfo(), roInput.roRequest.oVidParam);
-        Access oAccess(roTrial, *aoBuffers.back());
-        roTrial.At("the memory of the plane", PLANE_TIME_LIMIT);
-        DrawTestCard(oAccess, uiOutput);
-        oAccess.End();
+        if (uiOutput > 0)
+            aoCards.push_back(MakeCard(roTrial, oDevice, uiOutput, roVidParam));
         aoOutputs.push_back(std::make_unique<Output>(roTrial, oDevice, uiOutput));
-        aoOutputs.back()->Enable(roInput.roRequest.oVidParam, *aoBuffers.back());
+        aoOutputs.back()->Enable(roVidParam, *aoCards.back());
         aoOutputs.back()->Release();
-        roTrial.BeginQuestion();  // all others at the same time
     }
     roTrial.Wait(std::chrono::seconds(roInput.roRequest.uiCardTimeS));
     roTrial.Hold("look at the outputs: the card says what it shows");

@@ -88,7 +88,11 @@ std::string NameFirmware(const tagTBoard_FpgaInfo& roInfo)
 {
     const XDevFpgaInfo  oFpga   = ToFpgaInfo(roInfo);
     const KCHAR8* const pszName = FindFpgaDeviceName(oFpga.m_uiFpgaDevId);
-    return (pszName != nullptr ? pszName : "device " + std::to_string(oFpga.m_uiFpgaDevId)) + std::string(" ") +
-           oFpga.GetVersionStr().c_str();
+    CKString            strText;
+    if (pszName != nullptr)
+        strText.Format("%s %s", pszName, oFpga.GetVersionStr().c_str());
+    else
+        strText.Format("device %08x %s", oFpga.m_uiFpgaDevId, oFpga.GetVersionStr().c_str());
+    return strText.c_str();
 }
 }
