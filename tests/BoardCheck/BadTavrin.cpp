@@ -1,5 +1,6 @@
-// A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names. That
-// is one of the words below, or "hang", "crash", "exit" or a status, an operation, and which of its calls: "-256 TBuffer_Destroy 1".
+// A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
+// That is one of the words below, or "hang", "crash", "exit" or a status, an operation, and which of its calls: "-256
+// TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -88,6 +89,8 @@ void Spoil()
 // clang-format off
 extern "C"
 {
+TStatus Tavrin_Load(void)   { return Commit("Tavrin_Load"); }
+TStatus Tavrin_UnLoad(void) { return Commit("Tavrin_UnLoad"); }
 KUINT32 Tavrin_GetDeviceCount(void) { return Is("no-device") ? 0 : PASS(Tavrin_GetDeviceCount); }
 TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
 {

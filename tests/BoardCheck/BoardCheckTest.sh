@@ -58,6 +58,7 @@ crash TBuffer_CreateVideo|buffer|TBuffer_CreateVideo crashes (SIGSEGV)
 crash TVideoOut_Enable 2|enable|TVideoOut_Enable crashes (SIGSEGV)
 crash TBoard_RegWrite 3|running-register|TBoard_RegWrite crashes (SIGSEGV)
 exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit status 0)
+crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 hang TBuffer_BeginAccess|rows|TBuffer_BeginAccess hangs
 hang TVideoOut_Enable 2|enable|TVideoOut_Enable hangs
 FAULTS

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "BoardRegisters.h"
 #include "Checks.h"
 
 namespace BoardCheck
@@ -152,6 +153,32 @@ void Output::Disable()
 void Output::Release()
 {
     Check(TVideoOut_ReleaseHandle(std::exchange(m_hVideoOut, nullptr)));
+}
+
+KUINT32 ReadRegister(Trial& roTrial, const Device& roDevice, KUINT32 uiRegister)
+{
+    KUINT32 uiValue = 0;
+    roTrial.Check(TBoard_RegRead(roDevice.m_hDev, uiRegister, &uiValue));
+    return uiValue;
+}
+
+RunningRegister::RunningRegister(Trial& roTrial, const Device& roDevice)
+    : m_roTrial(roTrial), m_roDevice(roDevice), m_uiHeld(ReadRegister(roTrial, roDevice, REG_PROGRESS_BAR_RUNNING))
+{
+    m_roTrial.Tell("takes_register", m_uiHeld);
+}
+
+RunningRegister::~RunningRegister()
+{
+    Undo([this] {
+        Write(m_uiHeld);
+        m_roTrial.Tell("gives_register", m_uiHeld);
+    });
+}
+
+void RunningRegister::Write(KUINT32 uiValue)
+{
+    m_roTrial.Check(TBoard_RegWrite(m_roDevice.m_hDev, REG_PROGRESS_BAR_RUNNING, uiValue));
 }
 
 KUINT32 CountOutputs(Trial& roTrial, const Device& roDevice)

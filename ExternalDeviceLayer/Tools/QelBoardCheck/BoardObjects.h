@@ -101,6 +101,25 @@ private:
     bool             m_bEnabled  = false;
 };
 
+KUINT32 ReadRegister(Trial& roTrial, const Device& roDevice, KUINT32 uiRegister);
+
+// Register 6908, which gets back what it held.
+class RunningRegister
+{
+public:
+    RunningRegister(Trial& roTrial, const Device& roDevice);
+    ~RunningRegister();
+    RunningRegister(const RunningRegister&)            = delete;
+    RunningRegister& operator=(const RunningRegister&) = delete;
+
+    void Write(KUINT32 uiValue);
+
+private:
+    Trial&        m_roTrial;
+    const Device& m_roDevice;
+    KUINT32       m_uiHeld;
+};
+
 using Outputs = std::vector<std::unique_ptr<Output>>;
 
 KUINT32 CountOutputs(Trial& roTrial, const Device& roDevice);

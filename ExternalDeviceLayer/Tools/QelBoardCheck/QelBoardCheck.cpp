@@ -9,7 +9,7 @@
 #include "OsServices.h"
 #include "Report.h"
 #include "StandardStreams.h"
-#include "TrialProcess.h"
+#include "StopSignals.h"
 
 int main(int argc, char** argv)
 {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "TrialProcess.h"
+#include "TrialRunner.h"
 
 namespace BoardCheck
 {

@@ -9,6 +9,8 @@ namespace
 // Text that comes from the library cannot command the terminal.
 std::string Printable(const Json& roJson)
 {
+    if (roJson.is_null())
+        return "not known";
     std::string strText = roJson.is_string() ? roJson.get<std::string>() : ToText(roJson);
     for (char& rc : strText)
     {
@@ -43,11 +45,10 @@ void PrintLibrary(const Json& roLibrary)
 
 void PrintFpga(const Json& roFpga, size_t uiFpga)
 {
-    const Json& roDevice = roFpga["device_name"];
     std::printf("  FPGA %zu: %s, device code 0x%04x (%s), vendor 0x%04x, bus %u, address 0x%02x\n", uiFpga,
                 Printable(roFpga["name"]).c_str(), roFpga["device_code"].get<unsigned>(),
-                roDevice.is_null() ? "not known" : Printable(roDevice).c_str(), roFpga["vendor"].get<unsigned>(),
-                roFpga["bus"].get<unsigned>(), roFpga["address"].get<unsigned>());
+                Printable(roFpga["device_name"]).c_str(), roFpga["vendor"].get<unsigned>(), roFpga["bus"].get<unsigned>(),
+                roFpga["address"].get<unsigned>());
     std::printf("    version %s: known %s, supported %s\n", Printable(roFpga["version"]).c_str(), YesOrNo(roFpga["known"]),
                 YesOrNo(roFpga["supported"]));
     std::printf("    answers:");

@@ -46,19 +46,17 @@ constexpr SLine BARS[] = {
 // clang-format on
 
 constexpr KUINT32 COLUMNS = 50;  // of text in the width of the picture
-constexpr KUINT32 ROWS    = 26;  // of text in its height
+constexpr KUINT32 ROWS    = 30;  // of text in its height
 
 // Draws in cells of text, so that the card looks alike in every size.
 class Card
 {
 public:
-    explicit Card(const Access& roAccess)
-        : m_iWidth(static_cast<KINT32>(roAccess.m_oInfo.auiWidth[0])),
-          m_iHeight(static_cast<KINT32>(roAccess.m_oInfo.auiHeight[0])),
+    Card(const tagTBuffer_PlaneInfo& roInfo, const KUINTPTR* puiPlanes)
+        : m_iWidth(static_cast<KINT32>(roInfo.auiWidth[0])), m_iHeight(static_cast<KINT32>(roInfo.auiHeight[0])),
           m_iDot(std::max(1, std::min(m_iWidth / static_cast<KINT32>(COLUMNS * (GLYPH_WIDTH + 1)),
                                       m_iHeight / static_cast<KINT32>(ROWS * (GLYPH_HEIGHT + 1))))),
-          m_oSurface(roAccess.m_auiPlanes, roAccess.m_oInfo.auiPitch, roAccess.m_oInfo.auiPitchInBytes,
-                     roAccess.m_oInfo.auiWidth[0], roAccess.m_oInfo.auiHeight[0], 1)
+          m_oSurface(puiPlanes, roInfo.auiPitch, roInfo.auiPitchInBytes, roInfo.auiWidth[0], roInfo.auiHeight[0], 1)
     {}
 
     // Right and bottom excluded. What lies outside is left out.
@@ -104,14 +102,13 @@ private:
 };
 }
 
-void DrawTestCard(const Access& roAccess, KUINT32 uiOutput)
+void DrawTestCard(const tagTBuffer_PlaneInfo& roInfo, const KUINTPTR* puiPlanes, KUINT32 uiOutput)
 {
-    Card         oCard(roAccess);
+    Card         oCard(roInfo, puiPlanes);
     const KINT32 iRow = static_cast<KINT32>(GLYPH_HEIGHT + 1) * oCard.m_iDot * 3 / 2;
     const KINT32 w = oCard.m_iWidth, h = oCard.m_iHeight;
 
     oCard.Fill(BLACK, 0, 0, w, h);
-    oCard.Frame(WHITE, 0, 0, w, h);
 
     KINT32 iTop = iRow;
     oCard.Write("THIS LINE IS AT THE TOP", WHITE, w / 2, iTop, oCard.m_iDot);
@@ -138,5 +135,7 @@ void DrawTestCard(const Access& roAccess, KUINT32 uiOutput)
     iTop += iRow;
     oCard.Fill(WHITE, w / 4, iTop, w / 2, iTop + iRow);
     oCard.Frame(WHITE, w / 4, iTop, w - w / 4, iTop + iRow);
+
+    oCard.Frame(WHITE, 0, 0, w, h);
 }
 }

@@ -3,13 +3,14 @@
 #ifndef TEST_CARD_H
 #define TEST_CARD_H
 
-#include "BoardObjects.h"
+#include "QelTypes.h"
+#include "Tavrin.h"
 
 namespace BoardCheck
 {
 // A frame of one pixel at the edges, the number of the output, lines of text in the colours that they name, colour bars and
 // a bar at 50 %. What does not fit into a small picture is left out.
-void DrawTestCard(const Access& roAccess, KUINT32 uiOutput);
+void DrawTestCard(const tagTBuffer_PlaneInfo& roInfo, const KUINTPTR* puiPlanes, KUINT32 uiOutput);
 }
 
 #endif

@@ -137,6 +137,6 @@ bool Trial::IsStopped(int iTimeoutMs) const
 void Trial::EndStopped()
 {
     m_bQuestion = false;
-    End("stopped by a signal");
+    End(STOPPED);
 }
 }

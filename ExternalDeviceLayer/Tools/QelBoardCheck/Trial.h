@@ -20,6 +20,7 @@ constexpr char HOLDS[]     = "holds";
 constexpr char FAILS[]     = "fails";
 constexpr char NOT_TRIED[] = "not tried";
 
+constexpr char STOPPED[]     = "stopped by a signal";
 constexpr char AS_EXPECTED[] = "as expected";  // what came, if there is nothing more to say
 
 // Thrown when a trial ends early. Its verdict has been told by then, and the destructors take back what the trial made.
