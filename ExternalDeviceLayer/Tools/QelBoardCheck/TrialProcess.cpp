@@ -53,8 +53,13 @@ TrialProcess::TrialProcess(const TryFunction& fTry, std::set<std::string>& roHan
 TrialProcess::~TrialProcess()
 {
     Stop();
-    while (ReadMore())
-        ;
+    try
+    {
+        Finish();
+    }
+    catch (...)  // what the child says cannot be read; it takes back what it made all the same
+    {
+    }
 }
 
 void TrialProcess::RunChild(const TryFunction& fTry, int iMessages, int iStop, const std::set<std::string>& roHanging,
