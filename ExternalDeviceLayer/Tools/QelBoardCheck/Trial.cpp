@@ -3,12 +3,18 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+
 #include "TavrinLoader.h"
 
 namespace BoardCheck
 {
 namespace
 {
+constexpr std::chrono::seconds WAIT_FOR_OTHER = std::chrono::hours(1);
+
 Trial* s_poTrial = nullptr;
 
 const char* FindStatusName(TStatus eStatus)
@@ -79,6 +85,12 @@ void Trial::Check(TStatus eStatus, const std::string& strWhere)
         End(strWhere + m_strOperation + " returned " + DescribeStatus(eStatus));
 }
 
+void Trial::GiveUp(const std::string& strWhy)
+{
+    m_bQuestion = false;
+    End(strWhy);
+}
+
 void Trial::Tell(const char* pszName, const Json& roValue)
 {
     Send({{"fact", {{pszName, roValue}}}});
@@ -86,17 +98,17 @@ void Trial::Tell(const char* pszName, const Json& roValue)
 
 void Trial::WaitForOther()
 {
-    At("waiting for the second process", std::chrono::hours(1));
+    At("waiting for the second process", WAIT_FOR_OTHER);
     Send({{"ready", true}});
-    IsStopped(-1);
+    IsStopped(WAIT_FOR_OTHER);
     m_bEnded = true;
 }
 
 void Trial::Wait(std::chrono::seconds oTime)
 {
     At("waiting", oTime + CALL_TIME_LIMIT);
-    if (IsStopped(static_cast<int>(oTime.count() * 1000)))
-        EndStopped();
+    if (IsStopped(oTime))
+        GiveUp(STOPPED);
 }
 
 void Trial::Observe(const KCHAR8* pszOperation)
@@ -107,8 +119,8 @@ void Trial::Observe(const KCHAR8* pszOperation)
         return;
     }
     Trial& roTrial = *s_poTrial;
-    if (!roTrial.m_bEnded && roTrial.IsStopped(0))
-        roTrial.EndStopped();
+    if (!roTrial.m_bEnded && roTrial.IsStopped(std::chrono::milliseconds(0)))
+        roTrial.GiveUp(STOPPED);
     if (roTrial.m_roHanging.contains(pszOperation) && (roTrial.m_bEnded || !roTrial.m_bQuestion))
         roTrial.End(std::string(pszOperation) + " hangs");
     roTrial.m_strOperation = pszOperation;
@@ -128,15 +140,17 @@ void Trial::Send(const Json& roMessage) const
     }
 }
 
-bool Trial::IsStopped(int iTimeoutMs) const
+bool Trial::IsStopped(std::chrono::milliseconds oTime) const
 {
-    pollfd oStop = {.fd = m_iStop, .events = POLLIN, .revents = 0};
-    return poll(&oStop, 1, iTimeoutMs) > 0;
-}
-
-void Trial::EndStopped()
-{
-    m_bQuestion = false;
-    End(STOPPED);
+    using Clock       = std::chrono::steady_clock;
+    const auto oUntil = Clock::now() + oTime;
+    pollfd     oStop  = {.fd = m_iStop, .events = POLLIN, .revents = 0};
+    int        iReady = 0;
+    do
+    {
+        const auto oRest = std::chrono::ceil<std::chrono::milliseconds>(oUntil - Clock::now());
+        iReady           = poll(&oStop, 1, static_cast<int>(std::max(oRest.count(), std::int64_t{0})));
+    } while (iReady < 0 && errno == EINTR);  // a signal of the library
+    return iReady > 0;
 }
 }

@@ -52,6 +52,7 @@ public:
     void              Hold(const std::string& strCame);
     [[noreturn]] void End(const std::string& strCame);
     void              Check(TStatus eStatus, const std::string& strWhere = "");  // ends the trial if the last call failed
+    [[noreturn]] void GiveUp(const std::string& strWhy);                         // whatever the board does
 
     const std::string& GetLastOperation() const { return m_strOperation; }
 
@@ -67,8 +68,7 @@ public:
 private:
     static void Observe(const KCHAR8* pszOperation);
     void        Send(const Json& roMessage) const;
-    bool        IsStopped(int iTimeoutMs) const;
-    void        EndStopped();
+    bool        IsStopped(std::chrono::milliseconds oTime) const;
 
     int                          m_iMessages;
     int                          m_iStop;

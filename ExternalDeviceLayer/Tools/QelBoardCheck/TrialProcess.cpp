@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <system_error>
 
 #include "StopSignals.h"
@@ -58,8 +59,7 @@ TrialProcess::~TrialProcess()
         Finish();
     }
     catch (...)  // what the child says cannot be read; it takes back what it made all the same
-    {
-    }
+    {}
 }
 
 void TrialProcess::RunChild(const TryFunction& fTry, int iMessages, int iStop, const std::set<std::string>& roHanging,
@@ -76,7 +76,14 @@ void TrialProcess::RunChild(const TryFunction& fTry, int iMessages, int iStop, c
     try
     {
         Trial oTrial(iMessages, iStop, roHanging);
-        fTry(oTrial);
+        try
+        {
+            fTry(oTrial);
+        }
+        catch (const std::exception& roError)  // no memory for a picture
+        {
+            oTrial.GiveUp(roError.what());
+        }
     }
     catch (const TrialEnded&)
     {}

@@ -46,8 +46,8 @@ private:
     int m_iFile = -1;
 };
 
-// The child runs in a process group of its own: a signal from the terminal reaches its parent only,
-// and a library's processes end with it.
+// The child runs in a process group of its own: a signal from the terminal reaches its parent only, and processes that the
+// library starts end with the child.
 class TrialProcess
 {
 public:
