@@ -36,6 +36,7 @@ offers_all() { # LINE: whether TAB offers every word that standard input lists
 }
 options() { grep -oE -- '(^|[ ,|])--?[[:alpha:]][[:alpha:]-]*' | tr -d ' ,|' | grep -vx -- -h; }
 QelProgressBarDisplay -h | grep '|' | cut -c1-32 | options | offers_all 'QelProgressBarDisplay -'
+QelBoardCheck --help | grep '^  *-' | cut -c1-28 | options | offers_all 'QelBoardCheck -'
 commands=$(tavrin-board --help | sed -n '/^Subcommands/,/^$/s/^  \([a-z]\{1,\}\).*/\1/p')
 [ -n "$commands" ] || fault 'tavrin-board --help names no command'
 echo "$commands" | offers_all 'tavrin-board '

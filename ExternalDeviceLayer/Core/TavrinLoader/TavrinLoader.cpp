@@ -1,15 +1,17 @@
-// The operations of Tavrin.h for a client: each passes its arguments on to the library that Tavrin_Load opened.
-//
 // Loading at run time lets one binary drive whichever library the machine has, and report where there is none.
+#include "TavrinLoader.h"
+
 #include <dlfcn.h>
+
+#include <algorithm>
 
 #include "OsServices.h"
 #include "Tavrin.h"
 
+void (*g_pfnTavrinCallObserver)(const KCHAR8* pszOperation) = nullptr;
+
 namespace
 {
-constexpr KCHAR8 LIBRARY_NAME[] = "libTavrin.so.1";
-
 void* s_pvLibrary = nullptr;
 
 // The address of an operation in the library, null while none is loaded.
@@ -47,21 +49,50 @@ constexpr SOperation OPERATIONS[] = {
 template <class TResult> constexpr TResult UNLOADED          = {};
 template <> constexpr TStatus              UNLOADED<TStatus> = TStatus_FAIL;
 
+// Calls a function in the library. The name is told to the observer, if there is one.
+template <class TFunction, class... TArguments>
+auto CallObserved(const KCHAR8* pszName, TFunction pfnFunction, TArguments... arguments)
+{
+    g_pfnTavrinCallObserver(pszName);
+    const auto tResult = pfnFunction(arguments...);
+    g_pfnTavrinCallObserver(nullptr);
+    return tResult;
+}
+
 // Calls an operation in the library.
 template <auto pfOperation, class... TArguments> auto Call(TArguments... arguments)
 {
     if (s_pvAddress<pfOperation> == nullptr)
         return UNLOADED<decltype(pfOperation(arguments...))>;
-    return reinterpret_cast<decltype(pfOperation)>(s_pvAddress<pfOperation>)(arguments...);
+
+    const auto pfnOperation = reinterpret_cast<decltype(pfOperation)>(s_pvAddress<pfOperation>);
+    if (g_pfnTavrinCallObserver == nullptr) [[likely]]
+        return pfnOperation(arguments...);
+
+    const auto fIsCalled = [](const SOperation& ro) { return ro.ppvAddress == &s_pvAddress<pfOperation>; };
+    return CallObserved(std::ranges::find_if(OPERATIONS, fIsCalled)->pszName, pfnOperation, arguments...);
 }
 
 // A library may export a load and an unload of its own, and depend on them. Their results are ignored. dlsym searches that
 // library alone, so it never finds the two functions of these names below.
 void CallOwn(const KCHAR8* pszName)
 {
-    if (void* const pvOwn = dlsym(s_pvLibrary, pszName))
-        reinterpret_cast<TStatus (*)()>(pvOwn)();
+    const auto pfnOwn = reinterpret_cast<TStatus (*)()>(dlsym(s_pvLibrary, pszName));
+    if (pfnOwn == nullptr)
+        return;
+    if (g_pfnTavrinCallObserver == nullptr)
+        pfnOwn();
+    else
+        CallObserved(pszName, pfnOwn);
 }
+}
+
+std::vector<const KCHAR8*> GetTavrinOperationNames()
+{
+    std::vector<const KCHAR8*> apszNames;
+    for (const SOperation& roOperation : OPERATIONS)
+        apszNames.push_back(roOperation.pszName);
+    return apszNames;
 }
 
 TStatus Tavrin_Load(void)
@@ -69,11 +100,11 @@ TStatus Tavrin_Load(void)
     if (s_pvLibrary != nullptr)
         return TStatus_OK;
 
-    s_pvLibrary = dlopen(LIBRARY_NAME, RTLD_NOW | RTLD_LOCAL);
+    s_pvLibrary = dlopen(TAVRIN_LIBRARY_NAME, RTLD_NOW | RTLD_LOCAL);
     if (s_pvLibrary == nullptr)
     {
         // The reason may hold a long path. It is cut so that the line keeps its end.
-        OsServices::WriteErrorMsg("Cannot load %s: %.160s\n", LIBRARY_NAME, dlerror());
+        OsServices::WriteErrorMsg("Cannot load %s: %.160s\n", TAVRIN_LIBRARY_NAME, dlerror());
         return TStatus_FAIL;
     }
 
@@ -83,7 +114,7 @@ TStatus Tavrin_Load(void)
         *roOperation.ppvAddress = dlsym(s_pvLibrary, roOperation.pszName);
         if (*roOperation.ppvAddress == nullptr)
         {
-            OsServices::WriteErrorMsg("Cannot use %s: it has no %s\n", LIBRARY_NAME, roOperation.pszName);
+            OsServices::WriteErrorMsg("Cannot use %s: it has no %s\n", TAVRIN_LIBRARY_NAME, roOperation.pszName);
             Tavrin_UnLoad();
             return TStatus_FAIL;
         }

@@ -15,7 +15,10 @@ KBOOL32 TakeHelp(SArguments& roArguments, const char*, char**)
 
 KBOOL32 TakeTiming(SArguments& roArguments, const char* pszOption, char** ppszValues)
 {
-    return ReadVideoTimings(pszOption, ppszValues, roArguments.oVidParam);
+    const auto ooUnknown = ReadVideoTimings(ppszValues, roArguments.oVidParam);
+    if (ooUnknown)
+        std::printf("[%s] invalid %s value %s.\n", pszOption, ooUnknown->pszField, ooUnknown->pszWord);
+    return !ooUnknown;
 }
 
 template <KUINT32 SArguments::*puiNumber> KBOOL32 TakeNumber(SArguments& roArguments, const char*, char** ppszValues)

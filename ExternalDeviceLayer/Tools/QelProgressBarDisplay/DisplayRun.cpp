@@ -6,6 +6,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "BoardRegisters.h"
 #include "FpgaFirmwareCheck.h"
 #include "OsServices.h"
 #include "PngAnimation.h"
@@ -18,10 +19,6 @@
 namespace
 {
 using CDrawSurface = QelSurfaceTyped<QelColor<TPixelFormat_R8G8B8A8, unsigned int>>;
-
-// Registers of the board.
-constexpr KUINT32 REG_PROGRESS_BAR_RUNNING = 6908;  // 1 while every output shows the run's picture
-constexpr KUINT32 REG_PROGRESS_UPDATE      = 7932;  // see RegPROGRESS_UPDATE
 
 constexpr KUINT32 LAST_RUNNING_PCT = 99;
 constexpr KUINT32 ACCESS_MODE      = 0;

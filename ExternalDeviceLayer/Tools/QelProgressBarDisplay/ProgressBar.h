@@ -2,24 +2,10 @@
 #ifndef PROGRESS_BAR_H
 #define PROGRESS_BAR_H
 
+#include "BoardRegisters.h"
 #include "QelSurface.h"
 #include "QelTypes.h"
 #include "Tavrin.h"
-
-// The board's progress register: f for its fields, dwValue for the whole word.
-union RegPROGRESS_UPDATE
-{
-    struct fRegPROGRESS_UPDATE
-    {
-        KUINT uUpdatePct : 8;  // the percentage; all that the tool reads
-        KUINT uReserved : 14;
-        KUINT uBarDisplayCompleted : 1;
-        KUINT uTriggerNewBarDisplay : 1;
-        KUINT uUpdateStatus : 8;
-    } f;
-    KUINT32 dwValue;
-};
-static_assert(sizeof(RegPROGRESS_UPDATE) == 4);
 
 // The bar's state between updates, all zero at first.
 struct SProgressBarData

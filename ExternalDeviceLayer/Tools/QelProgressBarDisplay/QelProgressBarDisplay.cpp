@@ -1,30 +1,16 @@
 // QelProgressBarDisplay: turns the command line into one display run.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <csignal>
 
 #include "CommandLine.h"
 #include "DisplayRun.h"
 #include "OsServices.h"
+#include "StandardStreams.h"
 
 OsServices g_oOsServices(nullptr);
 
 namespace
 {
 constexpr KINT32 USAGE_ERROR = -1;
-
-// If the caller closed a standard stream, the next file that anybody opens would get its number, and the messages would be
-// written into that file. The root folder takes the number instead. It always exists, and O_PATH lets nobody write to it.
-void KeepStandardStreamsTaken()
-{
-    int iFile = 0;
-    do
-        iFile = open("/", O_PATH);
-    while (iFile >= 0 && iFile <= STDERR_FILENO);
-    if (iFile >= 0)
-        close(iFile);
-}
 }
 
 int main(int argc, char** argv)

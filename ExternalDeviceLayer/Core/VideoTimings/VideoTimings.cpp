@@ -1,6 +1,5 @@
 #include "VideoTimings.h"
 
-#include <cstdio>
 #include <iterator>
 #include <span>
 
@@ -77,7 +76,7 @@ KBOOL32 StoreWord(const STimingWord& roField, const char* pszWord, tagTVideo_Vid
 }
 }
 
-KBOOL32 ReadVideoTimings(const char* pszOption, const char* const* ppszValues, tagTVideo_VidParam& roVidParam)
+std::optional<SUnknownTimingWord> ReadVideoTimings(const char* const* ppszValues, tagTVideo_VidParam& roVidParam)
 {
     for (const auto puiNumber : TIMING_NUMBERS)
         roVidParam.*puiNumber = static_cast<KUINT32>(QelTools_atoi(*ppszValues++));
@@ -86,10 +85,7 @@ KBOOL32 ReadVideoTimings(const char* pszOption, const char* const* ppszValues, t
     {
         const char* pszWord = *ppszValues++;
         if (!StoreWord(roField, pszWord, roVidParam))
-        {
-            std::printf("[%s] invalid %s value %s.\n", pszOption, roField.pszName, pszWord);
-            return FALSE;
-        }
+            return SUnknownTimingWord{roField.pszName, pszWord};
     }
-    return TRUE;
+    return std::nullopt;
 }

@@ -1,6 +1,8 @@
-// Video timings, as the command line gives them.
+// Video timings, as a command line gives them.
 #ifndef VIDEO_TIMINGS_H
 #define VIDEO_TIMINGS_H
+
+#include <optional>
 
 #include "QelTypes.h"
 #include "Tavrin.h"
@@ -23,9 +25,15 @@ constexpr tagTVideo_VidParam DEFAULT_TIMING = {
 // How many values describe a timing: eleven numbers, then eight words.
 constexpr int TIMING_VALUES = 19;
 
-// Reads TIMING_VALUES values into the record. Text that is no number reads as 0. At the first word that its field does not
-// accept it prints a message, which begins with the option as typed, and returns FALSE. The fields before that word are then
-// written, the others are unchanged.
-KBOOL32 ReadVideoTimings(const char* pszOption, const char* const* ppszValues, tagTVideo_VidParam& roVidParam);
+// A word that its field does not accept.
+struct SUnknownTimingWord
+{
+    const char* pszField;
+    const char* pszWord;  // one of the values
+};
+
+// Reads TIMING_VALUES values into the record. Text that is no number reads as 0. Stops at the first word that its field does
+// not accept, and returns it. The fields before that word are then written, the others are unchanged.
+std::optional<SUnknownTimingWord> ReadVideoTimings(const char* const* ppszValues, tagTVideo_VidParam& roVidParam);
 
 #endif

@@ -1,0 +1,98 @@
+#include "FpgaReport.h"
+
+#include "FpgaFirmwareCheck.h"
+#include "XDevFpgaNames.h"
+
+namespace BoardCheck
+{
+namespace
+{
+struct SAnswer
+{
+    const char* pszName;
+    KBOOL32 (XDevFpgaInfo::*pfnAnswer)() const;
+};
+
+// clang-format off
+constexpr SAnswer ANSWERS[] = {
+    {"IsBuildRequired",            &XDevFpgaInfo::IsBuildRequired},
+    {"IsProto1",                   &XDevFpgaInfo::IsProto1},
+    {"IsProto1Dvo",                &XDevFpgaInfo::IsProto1Dvo},
+    {"IsProto1FpgaPort",           &XDevFpgaInfo::IsProto1FpgaPort},
+    {"IsQuadHdmiIn",               &XDevFpgaInfo::IsQuadHdmiIn},
+    {"IsQuadDPOut",                &XDevFpgaInfo::IsQuadDPOut},
+    {"IsTarnIn",                   &XDevFpgaInfo::IsTarnIn},
+    {"IsTarnInDp12",               &XDevFpgaInfo::IsTarnInDp12},
+    {"IsTarnOut",                  &XDevFpgaInfo::IsTarnOut},
+    {"IsTarnSdi",                  &XDevFpgaInfo::IsTarnSdi},
+    {"IsOpalUHD",                  &XDevFpgaInfo::IsOpalUHD},
+    {"IsSorrel1",                  &XDevFpgaInfo::IsSorrel1},
+    {"IsSorrel1Dec",               &XDevFpgaInfo::IsSorrel1Dec},
+    {"IsSorrel2Enc",               &XDevFpgaInfo::IsSorrel2Enc},
+    {"IsIpKvmInF0",                &XDevFpgaInfo::IsIpKvmInF0},
+    {"IsIpKvmInF1",                &XDevFpgaInfo::IsIpKvmInF1},
+    {"IsIpKvmOutF0",               &XDevFpgaInfo::IsIpKvmOutF0},
+    {"IsIpKvmOutF1",               &XDevFpgaInfo::IsIpKvmOutF1},
+    {"IsHeron",                    &XDevFpgaInfo::IsHeron},
+    {"IsOldBrgModel",              &XDevFpgaInfo::IsOldBrgModel},
+    {"IsSubFieldModeSupported",    &XDevFpgaInfo::IsSubFieldModeSupported},
+    {"IsInterruptStatusSupported", &XDevFpgaInfo::IsInterruptStatusSupported},
+    {"IsGenLockSupported",         &XDevFpgaInfo::IsGenLockSupported},
+    {"IsFrameLockSupported",       &XDevFpgaInfo::IsFrameLockSupported},
+    {"IsLvdsJeidaSupported",       &XDevFpgaInfo::IsLvdsJeidaSupported},
+    {"IsMultiBoardsSyncSupported", &XDevFpgaInfo::IsMultiBoardsSyncSupported},
+    {"GetHdcpSupport",             &XDevFpgaInfo::GetHdcpSupport},
+};
+// clang-format on
+
+Json DescribeCapabilities(const XDevFpgaInfo& roFpga)
+{
+    Json oCan;
+    for (const SAnswer& roAnswer : ANSWERS)
+        oCan[roAnswer.pszName] = (roFpga.*roAnswer.pfnAnswer)() != FALSE;
+    oCan["IsCableLockDriveValueSupported(0)"] = roFpga.IsCableLockDriveValueSupported(0) != FALSE;
+    oCan["IsCableLockDriveValueSupported(1)"] = roFpga.IsCableLockDriveValueSupported(1) != FALSE;
+    oCan["GetPortBandwidth"]                  = roFpga.GetPortBandwidth();
+    oCan["GetPortFifoSize"]                   = roFpga.GetPortFifoSize();
+
+    XDevFpgaInfo::AddressArray aui16Addresses;
+    const KUINT32              uiReturned = roFpga.GetHdcpKeyAddress(aui16Addresses);
+    oCan["GetHdcpKeyAddress"] = {{"addresses", Json(std::vector<KUINT16>(aui16Addresses.Begin(), aui16Addresses.End()))},
+                                 {"returned", uiReturned}};
+    return oCan;
+}
+}
+
+Json DescribeFpga(const tagTBoard_FpgaInfo& roInfo)
+{
+    const XDevFpgaInfo  oFpga    = ToFpgaInfo(roInfo);
+    const KCHAR8* const pszName  = FindFpgaDeviceName(oFpga.m_uiFpgaDevId);
+    KBOOL32             bKnown   = FALSE;
+    const bool          bSupport = oFpga.IsSupported(bKnown) != FALSE;
+    return {{"name", oFpga.GetName().c_str()},
+            {"device_code", roInfo.ui16DevID},
+            {"vendor", roInfo.ui16VendorID},
+            {"bus", roInfo.uiI2cBusIndex},
+            {"address", roInfo.uiI2cAddress},
+            {"major", roInfo.uiVersionMajor},
+            {"minor", roInfo.uiVersionMinor},
+            {"build", roInfo.uiVersionBuild},
+            {"version", oFpga.GetVersionStr().c_str()},
+            {"device_name", pszName != nullptr ? Json(pszName) : Json()},
+            {"known", bKnown != FALSE},
+            {"supported", bSupport},
+            {"capabilities", DescribeCapabilities(oFpga)}};
+}
+
+std::string NameFirmware(const tagTBoard_FpgaInfo& roInfo)
+{
+    const XDevFpgaInfo  oFpga   = ToFpgaInfo(roInfo);
+    const KCHAR8* const pszName = FindFpgaDeviceName(oFpga.m_uiFpgaDevId);
+    CKString            strText;
+    if (pszName != nullptr)
+        strText.Format("%s %s", pszName, oFpga.GetVersionStr().c_str());
+    else
+        strText.Format("device %08x %s", oFpga.m_uiFpgaDevId, oFpga.GetVersionStr().c_str());
+    return strText.c_str();
+}
+}

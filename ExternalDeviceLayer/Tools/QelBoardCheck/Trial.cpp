@@ -1,0 +1,156 @@
+#include "Trial.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+
+#include "TavrinLoader.h"
+
+namespace BoardCheck
+{
+namespace
+{
+constexpr std::chrono::seconds WAIT_FOR_OTHER = std::chrono::hours(1);
+
+Trial* s_poTrial = nullptr;
+
+const char* FindStatusName(TStatus eStatus)
+{
+    switch (eStatus)
+    {
+    case TStatus_OK: return "TStatus_OK";
+    case TStatus_FAIL: return "TStatus_FAIL";
+    case TStatus_INVALID_PARAM: return "TStatus_INVALID_PARAM";
+    case TStatus_TIMEOUT: return "TStatus_TIMEOUT";
+    case TStatus_RESOURCES_BUSY: return "TStatus_RESOURCES_BUSY: another process holds it";
+    case TStatus_CANCELED: return "TStatus_CANCELED";
+    }
+    // A run ends with the low byte of the status.
+    return eStatus < 0 && (eStatus & 0xff) == 0 ? "which looks like success in an exit status" : nullptr;
+}
+}
+
+std::string DescribeStatus(TStatus eStatus)
+{
+    const char* const pszName = FindStatusName(eStatus);
+    return std::to_string(eStatus) + (pszName != nullptr ? " (" + std::string(pszName) + ")" : "");
+}
+
+Trial::Trial(int iMessages, int iStop, const std::set<std::string>& roHanging)
+    : m_iMessages(iMessages), m_iStop(iStop), m_roHanging(roHanging)
+{
+    s_poTrial               = this;
+    g_pfnTavrinCallObserver = Observe;
+}
+
+Trial::~Trial()
+{
+    g_pfnTavrinCallObserver = nullptr;
+    s_poTrial               = nullptr;
+}
+
+void Trial::At(const char* pszWhat, std::chrono::seconds oLimit)
+{
+    // The trial does not outlive its parent in a call that hangs.
+    alarm(static_cast<unsigned>(2 * oLimit.count()));
+    Send({{"at", pszWhat}, {"limit", oLimit.count()}});
+}
+
+void Trial::BeginQuestion()
+{
+    m_bQuestion = true;
+    Send({{"question", true}});
+}
+
+void Trial::Hold(const std::string& strCame)
+{
+    m_bEnded = true;
+    Send({{"result", HOLDS}, {"came", strCame}});
+}
+
+void Trial::End(const std::string& strCame)
+{
+    if (!m_bEnded)
+        Send({{"result", m_bQuestion ? FAILS : NOT_TRIED}, {"came", strCame}});
+    m_bEnded = true;
+    throw TrialEnded();
+}
+
+void Trial::Check(TStatus eStatus, const std::string& strWhere)
+{
+    if (eStatus < TStatus_OK)
+        End(strWhere + m_strOperation + " returned " + DescribeStatus(eStatus));
+}
+
+void Trial::GiveUp(const std::string& strWhy)
+{
+    m_bQuestion = false;
+    End(strWhy);
+}
+
+void Trial::Tell(const char* pszName, const Json& roValue)
+{
+    Send({{"fact", {{pszName, roValue}}}});
+}
+
+void Trial::WaitForOther()
+{
+    At("waiting for the second process", WAIT_FOR_OTHER);
+    Send({{"ready", true}});
+    IsStopped(WAIT_FOR_OTHER);
+    m_bEnded = true;
+}
+
+void Trial::Wait(std::chrono::seconds oTime)
+{
+    At("waiting", oTime + CALL_TIME_LIMIT);
+    if (IsStopped(oTime))
+        GiveUp(STOPPED);
+}
+
+void Trial::Observe(const KCHAR8* pszOperation)
+{
+    if (pszOperation == nullptr)
+    {
+        s_poTrial->At("");
+        return;
+    }
+    Trial& roTrial = *s_poTrial;
+    if (!roTrial.m_bEnded && roTrial.IsStopped(std::chrono::milliseconds(0)))
+        roTrial.GiveUp(STOPPED);
+    if (roTrial.m_roHanging.contains(pszOperation) && (roTrial.m_bEnded || !roTrial.m_bQuestion))
+        roTrial.End(std::string(pszOperation) + " hangs");
+    roTrial.m_strOperation = pszOperation;
+    roTrial.At(pszOperation);
+}
+
+// The pipe is private to the two processes, and a parent that has gone needs no message.
+void Trial::Send(const Json& roMessage) const
+{
+    const std::string strLine = ToText(roMessage) + '\n';
+    for (size_t uiSent = 0; uiSent < strLine.size();)
+    {
+        const ssize_t iSent = write(m_iMessages, strLine.data() + uiSent, strLine.size() - uiSent);
+        if (iSent <= 0)
+            return;
+        uiSent += static_cast<size_t>(iSent);
+    }
+}
+
+bool Trial::IsStopped(std::chrono::milliseconds oTime) const
+{
+    using Clock       = std::chrono::steady_clock;
+    const auto oUntil = Clock::now() + oTime;
+    pollfd     oStop  = {.fd = m_iStop, .events = POLLIN, .revents = 0};
+    int        iReady = 0;
+    do
+    {
+        const auto oRest = std::chrono::ceil<std::chrono::milliseconds>(oUntil - Clock::now());
+        iReady           = poll(&oStop, 1, static_cast<int>(std::max(oRest.count(), std::int64_t{0})));
+    } while (iReady < 0 && errno == EINTR);  // a signal of the library
+    return iReady > 0;
+}
+}

@@ -1,0 +1,89 @@
+// A child process that makes one trial of the library.
+#ifndef TRIAL_PROCESS_H
+#define TRIAL_PROCESS_H
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Json.h"
+#include "Trial.h"
+
+namespace BoardCheck
+{
+using TryFunction = std::function<void(Trial&)>;
+
+struct STrialOutcome
+{
+    std::string       strResult;  // HOLDS, FAILS or NOT_TRIED
+    std::string       strCame;
+    std::vector<Json> aoFacts;  // in the order in which they were told, each an object with one member
+};
+
+class Descriptor
+{
+public:
+    Descriptor() = default;
+    explicit Descriptor(int iFile) : m_iFile(iFile) {}
+    Descriptor(Descriptor&& roOther) noexcept : m_iFile(std::exchange(roOther.m_iFile, -1)) {}
+    Descriptor& operator=(Descriptor&& roOther) noexcept { return std::swap(m_iFile, roOther.m_iFile), *this; }
+    ~Descriptor() { Close(); }
+
+    int  Get() const { return m_iFile; }
+    void Close()
+    {
+        if (m_iFile >= 0)
+            close(std::exchange(m_iFile, -1));
+    }
+
+private:
+    int m_iFile = -1;
+};
+
+// The child runs in a process group of its own: a signal from the terminal reaches its parent only, and processes that the
+// library starts end with the child.
+class TrialProcess
+{
+public:
+    TrialProcess(const TryFunction& fTry, std::set<std::string>& roHanging, const sigset_t& roMask);
+    ~TrialProcess();
+
+    // Reads on until the child is ready for the second process; false if it has ended instead.
+    bool IsReady();
+
+    // Tells the child to stop, if it is not over by then.
+    void Stop() { m_oStop.Close(); }
+
+    STrialOutcome Finish();
+
+private:
+    [[noreturn]] static void RunChild(const TryFunction& fTry, int iMessages, int iStop,
+                                      const std::set<std::string>& roHanging, const sigset_t& roMask);
+    bool                     ReadMore();  // false when the child has ended
+    void                     Take(const Json& roMessage);
+    void                     Reap();
+    std::string              DescribeEnd() const;
+
+    std::set<std::string>& m_roHanging;
+    sigset_t               m_oMask;
+    pid_t                  m_iPid = -1;
+    Descriptor             m_oMessages;
+    Descriptor             m_oStop;
+    std::string            m_strUnread;
+    std::string            m_strAt;
+    KUINT32                m_uiLimitS  = CALL_TIME_LIMIT.count();
+    bool                   m_bQuestion = false;
+    bool                   m_bReady    = false;
+    bool                   m_bHangs    = false;
+    int                    m_iStatus   = 0;  // as waitpid gives it
+    STrialOutcome          m_oOutcome;
+};
+}
+
+#endif

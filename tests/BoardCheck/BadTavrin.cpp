@@ -1,0 +1,145 @@
+// A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
+// That is one of the words below, or "hang", "crash", "exit" or a status, an operation, and which of its calls: "-256
+// TBuffer_Destroy 1".
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "Tavrin.h"
+
+namespace
+{
+struct SFault
+{
+    std::string sWhat, sOperation;
+    int         iCall = 1;
+};
+
+const SFault& Fault()
+{
+    static const SFault s_oFault = [] {
+        const char* const  psz = std::getenv("BAD_BOARD");
+        std::istringstream oText(psz != nullptr ? psz : "");
+        SFault             oFault;
+        oText >> oFault.sWhat >> oFault.sOperation >> oFault.iCall;
+        return oFault;
+    }();
+    return s_oFault;
+}
+
+bool Is(const char* pszWhat) { return Fault().sWhat == pszWhat; }
+
+// Commits the fault, if it is this call's. Returns the status of a call that is to fail, or 0.
+TStatus Commit(const char* pszOperation)
+{
+    static std::map<std::string, int> s_aiCalls;
+    if (Fault().sOperation != pszOperation || ++s_aiCalls[pszOperation] < Fault().iCall) return TStatus_OK;
+    if (Is("hang"))
+        for (;;) pause();
+    if (Is("exit")) _exit(0);
+    if (!Is("crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
+    std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn it into an exit
+    std::raise(SIGSEGV);
+    return TStatus_FAIL;
+}
+
+// The operation of this name in the good library, called unless it is to fail.
+template <auto pfOperation, class... TArguments> auto Pass(const char* pszName, TArguments... arguments)
+{
+    static void* const s_pvLibrary = dlopen(std::getenv("BAD_BOARD_LIBRARY"), RTLD_NOW | RTLD_LOCAL);
+    if constexpr (std::is_same_v<decltype(pfOperation(arguments...)), TStatus>)
+    {
+        const TStatus eStatus = Commit(pszName);
+        if (eStatus < 0) return eStatus;
+    }
+    return reinterpret_cast<decltype(pfOperation)>(dlsym(s_pvLibrary, pszName))(arguments...);
+}
+
+tagTBuffer_PlaneInfo s_oInfo;
+KUINTPTR             s_uiPlane = 0;
+std::vector<KUINT32> s_auiBefore;
+bool                 s_bWasDisabled = false;
+
+// Does to a picture in access what the bad board does to it.
+void Spoil()
+{
+    const KUINT32  uiPitch = s_oInfo.auiPitch[0], uiHeight = s_oInfo.auiHeight[0];
+    KUINT32* const puiFirst = reinterpret_cast<KUINT32*>(s_uiPlane);
+    KUINT32* const puiEnd   = puiFirst + size_t{uiPitch} * uiHeight;
+    for (KUINT32 y = 0; Is("upside-down") && y < uiHeight / 2; ++y)
+        std::swap_ranges(puiFirst + size_t{uiPitch} * y, puiFirst + size_t{uiPitch} * y + uiPitch,
+                         puiFirst + size_t{uiPitch} * (uiHeight - 1 - y));
+    for (KUINT32* pui = puiFirst; Is("exchanged") && pui != puiEnd; ++pui)
+        *pui = (*pui & 0xff00ff00) | (*pui & 0xff) << 16 | (*pui >> 16 & 0xff);
+    if (Is("forgotten")) std::copy(s_auiBefore.begin(), s_auiBefore.end(), puiFirst);
+}
+}
+
+#define PASS(operation, ...) Pass<operation>(#operation __VA_OPT__(, ) __VA_ARGS__)
+
+// clang-format off
+extern "C"
+{
+TStatus Tavrin_Load(void)   { return Commit("Tavrin_Load"); }
+TStatus Tavrin_UnLoad(void) { return Commit("Tavrin_UnLoad"); }
+KUINT32 Tavrin_GetDeviceCount(void) { return Is("no-device") ? 0 : PASS(Tavrin_GetDeviceCount); }
+TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
+{
+    const TStatus eStatus = Commit("Tavrin_GetDevice");
+    return eStatus < 0 ? nullptr : PASS(Tavrin_GetDevice, ui);
+}
+TStatus TBuffer_CreateVideo(TDevice_Handle h, TPixelFormat e, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* ph)
+    { return PASS(TBuffer_CreateVideo, h, e, uiWidth, uiHeight, ph); }
+TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
+{
+    const TStatus eStatus = PASS(TBuffer_GetPlaneInfo, h, po);
+    s_oInfo = *po;
+    if (Is("pitch") || Is("pitch-in-bytes")) po->auiPitchInBytes[0] = po->auiWidth[0] * (Is("pitch") ? 4 : 1);
+    if (Is("pitch")) po->auiPitch[0] = po->auiWidth[0];
+    if (Is("size")) po->auiHeight[0] += 1;
+    return eStatus;
+}
+TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, KUINTPTR* pui)
+{
+    const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, uiPlanes, pui);
+    s_uiPlane = *pui;
+    const auto* const puiFirst = reinterpret_cast<const KUINT32*>(s_uiPlane);
+    if (Is("forgotten")) s_auiBefore.assign(puiFirst, puiFirst + size_t{s_oInfo.auiPitch[0]} * s_oInfo.auiHeight[0]);
+    return eStatus;
+}
+TStatus TBuffer_EndAccess(TBuffer_Handle h) { return Spoil(), PASS(TBuffer_EndAccess, h); }
+TStatus TBuffer_Destroy(TBuffer_Handle h) { return PASS(TBuffer_Destroy, h); }
+TStatus TVideoOut_GetCount(TDevice_Handle h, KUINT32* pui) { return PASS(TVideoOut_GetCount, h, pui); }
+TStatus TVideoOut_GetHandle(TDevice_Handle h, KUINT32 ui, TAccessMode e, TVideoOut_Handle* ph)
+    { return PASS(TVideoOut_GetHandle, h, ui, e, ph); }
+TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const tagTVideo_VidParam* po, TBuffer_Handle hBuffer,
+                         TVideoOut_PowerState ePower)
+{
+    if (Is("once") && s_bWasDisabled) return TStatus_FAIL;
+    const TStatus eStatus = PASS(TVideoOut_Enable, h, eSignal, po, hBuffer, ePower);
+    return Is("shared") ? TStatus_OK : eStatus;
+}
+TStatus TVideoOut_Disable(TVideoOut_Handle h) { return s_bWasDisabled = true, PASS(TVideoOut_Disable, h); }
+TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h) { return PASS(TVideoOut_ReleaseHandle, h); }
+TStatus TBoard_RegWrite(TDevice_Handle h, KUINT32 ui, KUINT32 uiValue)
+    { return Is("deaf") ? TStatus_OK : PASS(TBoard_RegWrite, h, ui, uiValue); }
+TStatus TBoard_RegRead(TDevice_Handle h, KUINT32 ui, KUINT32* pui)
+{
+    static KUINT32 s_uiReads = 0;
+    const TStatus eStatus = PASS(TBoard_RegRead, h, ui, pui);
+    if (Is("clears") && ui == 7932 && s_uiReads++ == 0) *pui = 40;
+    return eStatus;
+}
+TStatus TBoard_GetFpgaCount(TDevice_Handle h, KUINT32* pui) { return PASS(TBoard_GetFpgaCount, h, pui); }
+TStatus TBoard_GetFpgaInfo(TDevice_Handle h, KUINT32 ui, tagTBoard_FpgaInfo* po) { return PASS(TBoard_GetFpgaInfo, h, ui, po); }
+}
+// clang-format on
