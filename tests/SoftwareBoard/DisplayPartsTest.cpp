@@ -61,7 +61,7 @@ TEST(DisplayMode, AListedTimingMakesItsModeAgainOrIsLeftOut)
         std::vector<const char*> apszWords;
         for (const std::string& str : astrWords) apszWords.push_back(str.c_str());
         tagTVideo_VidParam oVidParam = {};
-        ASSERT_TRUE(apszWords.size() == TIMING_VALUES && ReadVideoTimings("-v", apszWords.data(), oVidParam));
+        ASSERT_TRUE(apszWords.size() == TIMING_VALUES && !ReadVideoTimings(apszWords.data(), oVidParam));
         drmModeModeInfo oAgain = *MakeMode(oVidParam);
         oAgain.name[0]         = '\0';
         EXPECT_EQ(DescribeMode(oAgain), DescribeMode(aoModes[uiMode]));
