@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "BoardError.h"
 #include "PlaneLayout.h"
@@ -200,12 +201,18 @@ SOutputRecord BoardState::ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT
     return oOutput;
 }
 
-KUINT32 BoardState::WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
+SOutputChange BoardState::WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
 {
-    SOutputRecord oOutput = roOutput;
-    oOutput.uiGeneration  = ReadGeneration(uiDevice, uiOutput) + 1;
-    Write(OutputOffset(uiDevice, uiOutput), oOutput);
-    return oOutput.uiGeneration;
+    CheckDevice(uiDevice);
+    auto                oPage    = Read<OutputPage>(OutputOffset(uiDevice, 0));
+    SOutputRecord&      roRecord = oPage.at(uiOutput).oRecord;
+    const SOutputRecord oBefore  = std::exchange(roRecord, roOutput);
+    roRecord.uiGeneration        = oBefore.uiGeneration + 1;
+    Write(OutputOffset(uiDevice, uiOutput), roRecord);
+    const bool bLeft = oBefore.bEnabled != FALSE && std::none_of(oPage.begin(), oPage.end(), [&](const SOutputPlace& ro) {
+                           return ro.oRecord.bEnabled != FALSE && ro.oRecord.uiPixelFile == oBefore.uiPixelFile;
+                       });
+    return {roRecord.uiGeneration, bLeft};
 }
 
 KUINT32 BoardState::ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const

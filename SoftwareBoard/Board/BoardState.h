@@ -61,6 +61,12 @@ struct SOutputRecord
     KUINT32            uiGeneration   = 0;  // WriteOutput adds one
 };
 
+struct SOutputChange
+{
+    KUINT32 uiGeneration;    // the new one
+    bool    bPixelFileLeft;  // the output showed a pixel file that no output of its device shows any more
+};
+
 enum class EVerdict : KUINT32
 {
     Awaited,
@@ -96,8 +102,7 @@ public:
     SDeviceRecord ReadDevice(KUINT32 uiDevice) const;
 
     SOutputRecord ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const;
-    KUINT32       WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput,
-                              const SOutputRecord& roOutput);                // returns the new generation
+    SOutputChange WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);
     KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word; needs no transaction
 
     // The numbers of the pixel files that outputs show, including outputs of devices whose record is damaged.
