@@ -13,38 +13,11 @@
 
 #include "BenchmarkTable.h"
 #include "Board.h"
+#include "BoardOfItsOwn.h"
 
 namespace
 {
 using namespace SoftwareBoard;
-
-// A folder for a board, in memory as a session's own folder is. Made by the first process and shared with those that it
-// starts.
-class BoardOfItsOwn
-{
-public:
-    BoardOfItsOwn() : m_bIsOwner(std::getenv(MADE_VARIABLE) == nullptr)
-    {
-        if (!m_bIsOwner)
-            return;
-        const std::string strFolder = (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") +
-                                      std::string("/benchmark-") + std::to_string(getpid());
-        setenv("TAVRIN_BOARD", strFolder.c_str(), 1);
-        setenv(MADE_VARIABLE, "1", 1);
-    }
-    ~BoardOfItsOwn()
-    {
-        if (m_bIsOwner)
-            std::filesystem::remove_all(BoardFolder::DefaultPath());
-    }
-    BoardOfItsOwn(const BoardOfItsOwn&)            = delete;
-    BoardOfItsOwn& operator=(const BoardOfItsOwn&) = delete;
-
-private:
-    static constexpr char MADE_VARIABLE[] = "QEL_BENCHMARK_BOARD";
-
-    bool m_bIsOwner;
-};
 
 // Counts the calls that a run makes after it first looks for its board and before it first waits. One second of enable time
 // ends the run.
