@@ -15,7 +15,9 @@ struct SEventHandle
     KUINT32         bIsActive : 1;    // FALSE from a cancel to the next activation
     KUINT32         uiBlocked : 31;   // waits that have no grant
 };
+#ifdef __x86_64__  // the C libraries of other machines have mutexes of other sizes
 static_assert(sizeof(SEventHandle) == 96);
+#endif
 
 using EventHold = RecordHold<SEventHandle>;
 

@@ -2,7 +2,9 @@
 #include "OsServicesClient_Wait.h"
 #include "QelTools.h"
 
+#ifdef __x86_64__  // the C libraries of other machines have mutexes of other sizes
 static_assert(sizeof(pthread_mutex_t) == 40);
+#endif
 
 KUINT32 OsServices_Mutex_GetHandleSize(void)
 {

@@ -10,7 +10,9 @@ struct SSignalHandle
     KBOOL32         bIsActive;      // FALSE from a cancel to the next activation
     KUINT32         uiPulseNumber;  // a wait ends when this number changes; wraps
 };
+#ifdef __x86_64__  // the C libraries of other machines have mutexes of other sizes
 static_assert(sizeof(SSignalHandle) == 96);
+#endif
 
 using SignalHold = RecordHold<SSignalHandle>;
 
