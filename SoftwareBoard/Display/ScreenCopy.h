@@ -2,8 +2,7 @@
 // buffer is brought up to date with just the parts that it lacks, however old it is.
 //
 // A look compares one row of every fourth band of rows, another one each time, and what changed lately or lies beside a
-// change. So it costs little. It finds at once what is as high as four bands, what is as high as one in four looks, and
-// anything in LOOKS.
+// change. So it costs little. It finds at once what covers four bands, what covers one in four looks, and anything in LOOKS.
 #ifndef SCREEN_COPY_H
 #define SCREEN_COPY_H
 
