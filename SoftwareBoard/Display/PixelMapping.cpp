@@ -10,12 +10,12 @@ namespace SoftwareBoard::Display
 {
 namespace
 {
-thread_local sigjmp_buf* t_poLeave = nullptr;  // set while pixels are read
+thread_local sigjmp_buf* g_poLeave = nullptr;  // set while pixels are read
 
 void OnBusError(int)
 {
-    if (t_poLeave != nullptr)
-        siglongjmp(*t_poLeave, 1);
+    if (g_poLeave != nullptr)
+        siglongjmp(*g_poLeave, 1);
     signal(SIGBUS, SIG_DFL);  // not of these pixels: ends the process when the instruction runs again
 }
 
@@ -34,12 +34,12 @@ void CatchBusErrors()
     sigjmp_buf oLeave;
     if (sigsetjmp(oLeave, 0) != 0)
     {
-        t_poLeave = nullptr;
+        g_poLeave = nullptr;
         return false;
     }
-    t_poLeave = &oLeave;
+    g_poLeave = &oLeave;
     pfnCall(pThis, puiPixels, uiPitch);
-    t_poLeave = nullptr;
+    g_poLeave = nullptr;
     return true;
 }
 }
