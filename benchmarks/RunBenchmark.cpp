@@ -4,10 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "BenchmarkTable.h"
 #include "Pictures.h"
@@ -15,12 +17,13 @@
 
 namespace
 {
-constexpr double  MIB   = 1 << 20;
-constexpr KUINT32 STEPS = 61;
+constexpr double  MIB    = 1 << 20;
+constexpr KUINT32 STEPS  = 61;  // in a round
+constexpr size_t  ROUNDS = 9;
 
 struct SRun
 {
-    double dFirstPictureMs, dPeakMiB, dStepUs, dBareStepUs, dStepRatio;
+    double dFirstPictureMs, dPeakMiB, dStepUs, dBareStepUs, dStepRatio, dLongestStepUs;
 };
 
 std::string FolderOfPrograms()
@@ -64,7 +67,8 @@ public:
             throw std::runtime_error("the watched tool does not run as it should: " + sLine);
         SRun          oRun{};
         std::ifstream oResult(Result());
-        if (!(oResult >> oRun.dFirstPictureMs >> oRun.dPeakMiB >> oRun.dStepUs >> oRun.dBareStepUs >> oRun.dStepRatio))
+        if (!(oResult >> oRun.dFirstPictureMs >> oRun.dPeakMiB >> oRun.dStepUs >> oRun.dBareStepUs >> oRun.dStepRatio >>
+              oRun.dLongestStepUs))
             throw std::runtime_error("the watched tool has no result");
         return oRun;
     }
@@ -106,11 +110,23 @@ int main(int iArguments, char** ppszArguments)
                        const double dOurs  = bOursFirst ? dFirst : oRuns.Run(0).dFirstPictureMs;
                        return BenchmarkTable::SMeasured{dOurs, dPeer, dOurs / dPeer};
                    });
-    oTable.Measure("step of 16 ms, bar and 256x256 animation", "memcpy of its bytes and one wait", CostAtMost(1.25), "us", 7,
+    std::vector<SRun> aoRounds;
+    while (oTable.IsWhole() && aoRounds.size() < ROUNDS)
+        aoRounds.push_back(oRuns.Run(STEPS));
+    const auto Worst = [&](auto Cost) {
+        return *std::max_element(aoRounds.begin(), aoRounds.end(),
+                                 [&](auto& ro, auto& roOther) { return Cost(ro) < Cost(roOther); });
+    };
+    oTable.Measure("step of 16 ms, the worst of nine rounds", "memcpy of its bytes and one wait", CostAtMost(1.1), "us", 1,
                    [&] {
-                       const SRun oRun = oRuns.Run(STEPS);
+                       const SRun oRun = Worst([](const SRun& ro) { return ro.dStepRatio; });
                        return BenchmarkTable::SMeasured{oRun.dStepUs, oRun.dBareStepUs, oRun.dStepRatio};
                    });
+    oTable.Measure("longest of all those steps", "the median of its round", CostAtMost(3), "us", 1, [&] {
+        const auto Ratio = [](const SRun& ro) { return ro.dLongestStepUs / ro.dStepUs; };
+        const SRun oRun  = Worst(Ratio);
+        return BenchmarkTable::SMeasured{oRun.dLongestStepUs, oRun.dStepUs, Ratio(oRun)};
+    });
     constexpr double dBuffer  = (Pictures::WIDTH + 16) * 4. * Pictures::HEIGHT;
     constexpr double dFrames  = PROBE_FRAMES * 4. * PROBE_FRAME_SIZE * PROBE_FRAME_SIZE;
     constexpr double dDecoded = 3. * Pictures::WIDTH * Pictures::HEIGHT;

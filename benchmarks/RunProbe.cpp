@@ -6,6 +6,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -118,10 +119,11 @@ void Say()
     std::FILE*  poFile  = pszFile != nullptr ? std::fopen(pszFile, "w") : nullptr;
     if (poFile == nullptr)
         return;
-    const bool bSteps = !g_oSteps.adRatio.empty();
-    std::fprintf(poFile, "%.6f %.3f %.3f %.3f %.6f\n", g_dFirstPictureMs, PeakMemoryMiB(),
+    const bool   bSteps     = !g_oSteps.adRatio.empty();
+    const double dLongestUs = bSteps ? *std::max_element(g_oSteps.adOursUs.begin(), g_oSteps.adOursUs.end()) : 0;
+    std::fprintf(poFile, "%.6f %.3f %.3f %.3f %.6f %.3f\n", g_dFirstPictureMs, PeakMemoryMiB(),
                  bSteps ? Median(g_oSteps.adOursUs) : 0, bSteps ? Median(g_oSteps.adBareUs) : 0,
-                 bSteps ? Median(g_oSteps.adRatio) : 0);
+                 bSteps ? Median(g_oSteps.adRatio) : 0, dLongestUs);
     std::fclose(poFile);
 }
 }

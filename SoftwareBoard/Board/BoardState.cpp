@@ -8,7 +8,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "BoardError.h"
 #include "PlaneLayout.h"
@@ -24,7 +26,7 @@ struct SHeader
     KUINT32             uiDeviceCount;
 };
 constexpr std::array<char, 8> OUR_MAGIC  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
-constexpr KUINT32             OUR_LAYOUT = 4;
+constexpr KUINT32             OUR_LAYOUT = 5;
 
 // What the file holds of one output.
 struct SOutputPlace
@@ -34,10 +36,20 @@ struct SOutputPlace
 };
 using OutputPage = std::array<SOutputPlace, MAX_OUTPUTS>;
 
+// What the file holds of one register. The mark makes reading a register one system call: what was cut or overwritten does
+// not have it.
+struct SRegisterPlace
+{
+    std::array<char, 4> acMark  = REGISTER_MARK;
+    KUINT32             uiValue = 0;
+
+    static constexpr std::array<char, 4> REGISTER_MARK = {'R', 'E', 'G', char{OUR_LAYOUT}};
+};
+
 // The file holds a page with the header. Each device then has a page with its record, a page with its outputs, and its
 // registers. No record crosses a page, so a killed writer never leaves half a record. Transactions keep readers out.
 constexpr off_t PAGE_IN_BYTES = 4096;
-constexpr off_t DEVICE_STRIDE = 2 * PAGE_IN_BYTES + off_t{REGISTER_COUNT} * 4;
+constexpr off_t DEVICE_STRIDE = 2 * PAGE_IN_BYTES + off_t{REGISTER_COUNT} * off_t{sizeof(SRegisterPlace)};
 static_assert(sizeof(SHeader) <= PAGE_IN_BYTES && sizeof(SDeviceRecord) <= PAGE_IN_BYTES &&
               sizeof(OutputPage) == PAGE_IN_BYTES);
 static_assert(sizeof(SOutputRecord) == 80 && std::endian::native == std::endian::little);
@@ -60,7 +72,7 @@ constexpr off_t VerdictOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 }
 constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
 {
-    return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + 4 * off_t{uiRegister};
+    return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + off_t{sizeof(SRegisterPlace)} * off_t{uiRegister};
 }
 
 bool IsName(const TSTR64& szName)
@@ -124,8 +136,12 @@ BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SB
         std::snprintf(oFpga.szName, sizeof(oFpga.szName), "FPGA %u", oDevice.uiFpgaCount);
         oDevice.aoFpgas.at(oDevice.uiFpgaCount++) = oFpga;
     }
+    const auto poRegisters = std::make_unique<std::array<SRegisterPlace, REGISTER_COUNT>>();
     for (KUINT32 uiDevice = 0; uiDevice < roPlan.uiDeviceCount; ++uiDevice)
+    {
         oNew.Write(DeviceOffset(uiDevice), oDevice);
+        oNew.Write(RegisterOffset(uiDevice, 0), *poRegisters);
+    }
     oNew.Write(0, SHeader{OUR_MAGIC, OUR_LAYOUT, roPlan.uiDeviceCount});
     return oNew;
 }
@@ -185,12 +201,18 @@ SOutputRecord BoardState::ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT
     return oOutput;
 }
 
-KUINT32 BoardState::WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
+SOutputChange BoardState::WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput)
 {
-    SOutputRecord oOutput = roOutput;
-    oOutput.uiGeneration  = ReadGeneration(uiDevice, uiOutput) + 1;
-    Write(OutputOffset(uiDevice, uiOutput), oOutput);
-    return oOutput.uiGeneration;
+    CheckDevice(uiDevice);
+    auto                oPage    = Read<OutputPage>(OutputOffset(uiDevice, 0));
+    SOutputRecord&      roRecord = oPage.at(uiOutput).oRecord;
+    const SOutputRecord oBefore  = std::exchange(roRecord, roOutput);
+    roRecord.uiGeneration        = oBefore.uiGeneration + 1;
+    Write(OutputOffset(uiDevice, uiOutput), roRecord);
+    const bool bLeft = oBefore.bEnabled != FALSE && std::none_of(oPage.begin(), oPage.end(), [&](const SOutputPlace& ro) {
+                           return ro.oRecord.bEnabled != FALSE && ro.oRecord.uiPixelFile == oBefore.uiPixelFile;
+                       });
+    return {roRecord.uiGeneration, bLeft};
 }
 
 KUINT32 BoardState::ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const
@@ -235,27 +257,42 @@ void BoardState::WriteVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOu
 
 KUINT32 BoardState::ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const
 {
+    SRegisterPlace oPlace;
+    if (TryRead(RegisterOffset(uiDevice, uiRegister), oPlace) == ssize_t{sizeof(oPlace)} &&
+        oPlace.acMark == SRegisterPlace::REGISTER_MARK)
+        return oPlace.uiValue;
+    CheckDevice(uiDevice);  // throws if it knows a better reason
+    throw BoardError(m_strPath + ": damaged (register " + std::to_string(uiRegister) + " of device " +
+                     std::to_string(uiDevice) + "); make the board anew");
+}
+
+template <class T> void BoardState::SetRegister(KUINT32 uiDevice, KUINT32 uiRegister, T tValue)
+{
     CheckDevice(uiDevice);
-    return Read<KUINT32>(RegisterOffset(uiDevice, uiRegister));
+    ReadRegister(uiDevice, uiRegister);  // throws if it is damaged
+    Write(RegisterOffset(uiDevice, uiRegister) + off_t{offsetof(SRegisterPlace, uiValue)}, tValue);
 }
 
 void BoardState::WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue)
 {
-    CheckDevice(uiDevice);
-    Write(RegisterOffset(uiDevice, uiRegister), uiValue);
+    SetRegister(uiDevice, uiRegister, uiValue);
 }
 
 void BoardState::WriteRegisterLowByte(KUINT32 uiDevice, KUINT32 uiRegister, KUINT8 uiValue)
 {
-    CheckDevice(uiDevice);
-    Write(RegisterOffset(uiDevice, uiRegister), uiValue);
+    SetRegister(uiDevice, uiRegister, uiValue);
+}
+
+template <class T> ssize_t BoardState::TryRead(off_t iOffset, T& roRecord) const
+{
+    static_assert(std::is_trivially_copyable_v<T>);
+    return pread(m_oFile.Get(), &roRecord, sizeof(T), iOffset);
 }
 
 template <class T> T BoardState::Read(off_t iOffset) const
 {
-    static_assert(std::is_trivially_copyable_v<T>);
     T             oRecord = {};
-    const ssize_t iRead   = pread(m_oFile.Get(), &oRecord, sizeof(T), iOffset);
+    const ssize_t iRead   = TryRead(iOffset, oRecord);
     if (iRead < 0)
         ThrowSystemError(m_strPath, "pread");
     if (iRead != ssize_t{sizeof(T)})

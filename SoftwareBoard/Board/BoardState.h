@@ -1,9 +1,10 @@
 // The state of a board in one file: its devices, their FPGAs and registers, and what each output shows. Devices and FPGAs do
 // not change after the board was made.
 //
-// The file is read and written in whole records and never mapped, and every call checks the counts and sizes. So if the file
-// is cut or overwritten during use, the next call throws BoardError; there is no signal. Records of outputs are read and
-// written inside a transaction. A register is one aligned word and needs none. The locks are on this file too (BoardLocks).
+// The file is read and written in whole records and never mapped. Every call checks the counts and sizes, but reading a
+// register checks only the mark beside it. So if the file is cut or overwritten during use, the next call that needs that
+// part throws BoardError; there is no signal. Records of outputs are read and written inside a transaction. A register is
+// one aligned word and needs none. The locks are on this file too (BoardLocks).
 #ifndef BOARD_STATE_H
 #define BOARD_STATE_H
 
@@ -60,6 +61,12 @@ struct SOutputRecord
     KUINT32            uiGeneration   = 0;  // WriteOutput adds one
 };
 
+struct SOutputChange
+{
+    KUINT32 uiGeneration;    // the new one
+    bool    bPixelFileLeft;  // the output showed a pixel file that no output of its device shows any more
+};
+
 enum class EVerdict : KUINT32
 {
     Awaited,
@@ -95,8 +102,7 @@ public:
     SDeviceRecord ReadDevice(KUINT32 uiDevice) const;
 
     SOutputRecord ReadOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput) const;
-    KUINT32       WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput,
-                              const SOutputRecord& roOutput);                // returns the new generation
+    SOutputChange WriteOutput(const Transaction&, KUINT32 uiDevice, KUINT32 uiOutput, const SOutputRecord& roOutput);
     KUINT32       ReadGeneration(KUINT32 uiDevice, KUINT32 uiOutput) const;  // one word; needs no transaction
 
     // The numbers of the pixel files that outputs show, including outputs of devices whose record is damaged.
@@ -111,7 +117,7 @@ public:
 
     const FileDescriptor& GetFile() const { return m_oFile; }
 
-    KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;
+    KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;  // one system call
     void    WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue);
     void    WriteRegisterLowByte(KUINT32 uiDevice, KUINT32 uiRegister, KUINT8 uiValue);
 
@@ -121,8 +127,11 @@ private:
     // Throws BoardError unless the file is a board's and has this layout. Returns its number of devices, unchecked.
     KUINT32                 CheckIsOurs() const;
     void                    CheckDevice(KUINT32 uiDevice) const;
-    template <class T> T    Read(off_t iOffset) const;
-    template <class T> void Write(off_t iOffset, const T& roRecord);
+    template <class T> void SetRegister(KUINT32 uiDevice, KUINT32 uiRegister, T tValue);
+
+    template <class T> ssize_t TryRead(off_t iOffset, T& roRecord) const;  // as pread
+    template <class T> T       Read(off_t iOffset) const;
+    template <class T> void    Write(off_t iOffset, const T& roRecord);
 
     FileDescriptor m_oFile;
     std::string    m_strPath;

@@ -39,7 +39,12 @@ void Screen::ReadBlock(std::vector<KUINT32>& roPixels, size_t uiFirstRow, size_t
     const size_t uiInBytes = uiRows * uiPitch;
     if (pread(m_oPixels.Get(), roPixels.data(), uiInBytes, static_cast<off_t>(uiFirstRow * uiPitch)) !=
         static_cast<ssize_t>(uiInBytes))
-        throw BoardError("board.pixels-" + std::to_string(m_oOutput.uiPixelFile) +
-                         ": the pixels that the output shows are cut short; enable it anew");
+        ThrowCut();
+}
+
+void Screen::ThrowCut() const
+{
+    throw BoardError("board.pixels-" + std::to_string(m_oOutput.uiPixelFile) +
+                     ": the pixels that the output shows are cut short; enable it anew");
 }
 }

@@ -25,12 +25,17 @@ public:
     KUINT32 GetWidth() const { return std::min(m_oOutput.uiBufferWidth, m_oOutput.oVidParam.uiHActive); }
     KUINT32 GetHeight() const { return std::min(m_oOutput.uiBufferHeight, m_oOutput.oVidParam.uiVActive); }
 
+    KUINT32 GetPitch() const { return m_oLayout.uiPitch; }  // from row to row in the file, in pixels
+
     // Whether both show the same part of the same file.
     bool operator==(const Screen& roOther) const;
 
     // Calls fTakeRow(row, pixels) for each row of that part, from the top, until it returns false. A pixel is R8G8B8A8, red
     // in the lowest byte. Throws BoardError if the file was cut. While somebody draws, rows of two pictures may come.
     template <class TTakeRow> void ReadRows(TTakeRow fTakeRow) const;
+
+    // Throws the BoardError of a file that was cut.
+    [[noreturn]] void ThrowCut() const;
 
 private:
     // ReadBlock reads at most this many rows. Each begins a pitch after the one before.

@@ -9,15 +9,19 @@ namespace SoftwareBoard::Display
 FollowedScreen::FollowedScreen(Screen oScreen)
     : m_oCopy(std::move(oScreen)),
       m_oDrawing(m_oCopy.GetScreen().GetPixels().Get(), m_oCopy.GetScreen().GetOutput().iHolderPid)
-{
-    m_oCopy.Update();
-}
+{}
 
 void FollowedScreen::Update()
 try
 {
-    if (m_strProblem.empty() && m_oDrawing.MayHaveDrawn())
-        m_oCopy.Update();
+    if (!m_strProblem.empty())
+        return;
+    if (m_oDrawing.MayHaveDrawn())
+        m_uiLooksLeft = ScreenCopy::LOOKS;
+    if (m_uiLooksLeft == 0)
+        return;
+    --m_uiLooksLeft;
+    m_oCopy.Update();
 }
 catch (const BoardError& roError)
 {

@@ -21,18 +21,20 @@ public:
 
     const ScreenCopy& GetCopy() const { return m_oCopy; }
 
-    // Reads the screen again if somebody may have drawn. If it cannot be read any more, the copy stays as it is.
+    // Looks at the screen again if somebody may have drawn what no look has found yet. If it cannot be read any more, the
+    // copy stays as it is.
     void Update();
 
     // Why the screen cannot be read any more; empty while it can.
     const std::string& GetProblem() const { return m_strProblem; }
 
-    // Whether nobody can draw any more.
-    bool IsFinished() const { return m_oDrawing.IsGone(); }
+    // Whether nobody can draw any more, and the copy has all that was drawn.
+    bool IsFinished() const { return m_oDrawing.IsGone() && (m_uiLooksLeft == 0 || !m_strProblem.empty()); }
 
 private:
     ScreenCopy     m_oCopy;
     DrawingProcess m_oDrawing;
+    size_t         m_uiLooksLeft = 0;  // until nothing that was drawn is missed
     std::string    m_strProblem;
 };
 

@@ -11,18 +11,17 @@ namespace SoftwareBoard::Library
 namespace
 {
 // Changes what the output shows. This process holds the output while it is on. If writing fails, the lock stays as it
-// was. Returns the new generation, or nothing if another process holds the output.
-std::optional<KUINT32> Show(Client& roClient, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput,
-                            const SOutputRecord& roRecord)
+// was. Returns nothing if another process holds the output.
+std::optional<SOutputChange> Show(Client& roClient, const Transaction& roTransaction, const TVIDEOOUT_OBJECT& roOutput,
+                                  const SOutputRecord& roRecord)
 {
     const bool bWasHeld = roClient.IsHolding(roOutput);
     if (!roClient.HoldOutput(roOutput))
         return std::nullopt;
-    KUINT32 uiGeneration = 0;
+    SOutputChange oChange = {};
     try
     {
-        uiGeneration =
-            roClient.OpenBoard().m_oState.WriteOutput(roTransaction, roOutput.uiDevice, roOutput.uiOutput, roRecord);
+        oChange = roClient.OpenBoard().m_oState.WriteOutput(roTransaction, roOutput.uiDevice, roOutput.uiOutput, roRecord);
     }
     catch (...)
     {
@@ -32,7 +31,14 @@ std::optional<KUINT32> Show(Client& roClient, const Transaction& roTransaction, 
     }
     if (roRecord.bEnabled == FALSE)
         roClient.ReleaseOutput(roOutput);
-    return uiGeneration;
+    return oChange;
+}
+
+// Only a change that leaves a pixel file sweeps, so the calls of the system that a run makes grow with its outputs alone.
+void SweepAfter(Client& roClient, const SOutputChange& roChange) noexcept
+{
+    if (roChange.bPixelFileLeft)
+        roClient.SweepPixelFiles();
 }
 
 // What an output showed before it was enabled again, to restore it if the display refuses. Keeps its pixel file from being
@@ -97,19 +103,23 @@ bool IsShown(const Board& roBoard, const TVIDEOOUT_OBJECT& roOutput, KUINT32 uiG
 
 TStatus EnableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const SOutputRecord& roRecord)
 {
-    const Board&           roBoard = roClient.OpenBoard();
-    std::optional<SBefore> ooBefore;
-    std::optional<KUINT32> ouiGeneration;
+    const Board&                 roBoard = roClient.OpenBoard();
+    std::optional<SBefore>       ooBefore;
+    std::optional<SOutputChange> ooChange;
     {
         const Transaction oTransaction(roBoard.m_oLocks);
         if (roBoard.m_oLocks.IsDeviceServedByAnother(roOutput.uiDevice))
             ooBefore.emplace(roBoard, oTransaction, roOutput, roClient.IsHolding(roOutput));
-        ouiGeneration = Show(roClient, oTransaction, roOutput, roRecord);
+        ooChange = Show(roClient, oTransaction, roOutput, roRecord);
     }
-    if (!ouiGeneration)
+    if (!ooChange)
         return TStatus_RESOURCES_BUSY;
-    if (!ooBefore || IsShown(roBoard, roOutput, *ouiGeneration))
+    if (!ooBefore || IsShown(roBoard, roOutput, ooChange->uiGeneration))
+    {
+        ooBefore.reset();  // it keeps the pixel file from being swept
+        SweepAfter(roClient, *ooChange);
         return TStatus_OK;
+    }
     const Transaction oTransaction(roBoard.m_oLocks);
     ooBefore->ComeBack(roClient, oTransaction, roOutput);
     return TStatus_FAIL;
@@ -117,7 +127,14 @@ TStatus EnableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput, const S
 
 TStatus DisableOutput(Client& roClient, const TVIDEOOUT_OBJECT& roOutput)
 {
-    const Transaction oTransaction(roClient.OpenBoard().m_oLocks);
-    return Show(roClient, oTransaction, roOutput, SOutputRecord()) ? TStatus_OK : TStatus_RESOURCES_BUSY;
+    std::optional<SOutputChange> ooChange;
+    {
+        const Transaction oTransaction(roClient.OpenBoard().m_oLocks);
+        ooChange = Show(roClient, oTransaction, roOutput, SOutputRecord());
+    }
+    if (!ooChange)
+        return TStatus_RESOURCES_BUSY;
+    SweepAfter(roClient, *ooChange);
+    return TStatus_OK;
 }
 }

@@ -48,10 +48,7 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
         oRecord.uiPixelFile    = poBuffer->m_oPixels.uiNumber;
         oRecord.uiBufferWidth  = poBuffer->m_oLayout.uiWidth;
         oRecord.uiBufferHeight = poBuffer->m_oLayout.uiHeight;
-        const TStatus eStatus  = EnableOutput(roClient, *poOutput, oRecord);
-        if (eStatus == TStatus_OK)
-            roClient.SweepPixelFiles();  // the file that it showed before may be needless now
-        return eStatus;
+        return EnableOutput(roClient, *poOutput, oRecord);
     });
 }
 
@@ -59,12 +56,7 @@ TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
 {
     return Guarded(TStatus_FAIL, [&](Client& roClient) {
         const TVIDEOOUT_OBJECT* const poOutput = roClient.m_oVideoOuts.Find(hVideoOut);
-        if (poOutput == nullptr)
-            return TStatus_INVALID_PARAM;
-        const TStatus eStatus = DisableOutput(roClient, *poOutput);
-        if (eStatus == TStatus_OK)
-            roClient.SweepPixelFiles();
-        return eStatus;
+        return poOutput != nullptr ? DisableOutput(roClient, *poOutput) : TStatus_INVALID_PARAM;
     });
 }
 

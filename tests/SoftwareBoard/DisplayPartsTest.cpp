@@ -130,14 +130,17 @@ TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
         ScreenCopy     oPicture(Observe({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
         std::vector<KUINT32> aauiShown[] = {std::vector(uiTo * uiRows, 5u), std::vector(uiTo * uiRows, 5u)};
         KUINT64              auiTimes[2] = {};
-        const std::tuple<size_t, size_t, int, KUINT64> aoSteps[] = {
-            // row and column drawn, buffer filled, time then
-            {0, 0, 0, 1}, {699, 19, 1, 2}, {5, 3, 0, 3}, {345, 0, 0, 4}, {346, 20, 1, 4}, {9, 19, 1, 5}, {9, 19, 0, 5}};
-        for (const auto& [uiRow, uiX, iBuffer, uiTime] : aoSteps)
+        const std::tuple<size_t, size_t, int, bool> aoSteps[] = {
+            // row and column drawn, buffer filled, whether that is a change
+            {0, 0, 0, true},     {699, 19, 1, true}, {5, 3, 0, true},  {345, 0, 0, true},
+            {346, 20, 1, false}, {9, 19, 1, true},   {9, 19, 0, false}};
+        for (const auto& [uiRow, uiX, iBuffer, bChange] : aoSteps)
         {
+            const KUINT64 uiBefore         = oPicture.GetTime();
             puiDrawn[uiRow * uiFrom + uiX] = 77;
-            oPicture.Update();
-            EXPECT_EQ(oPicture.GetTime(), uiTime) << "row " << uiRow << ": what is unseen or unchanged counts for nothing";
+            for (size_t uiLook = 0; uiLook < ScreenCopy::LOOKS; ++uiLook) oPicture.Update();
+            EXPECT_EQ(oPicture.GetTime() != uiBefore, bChange)
+                << "row " << uiRow << ": what is unseen or unchanged counts for nothing";
             KUINT32* const puiShown = aauiShown[iBuffer].data();
             oPicture.CopyChanges(std::exchange(auiTimes[iBuffer], oPicture.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
                                  reinterpret_cast<KUINT8*>(puiShown), uiTo * 4);
@@ -148,6 +151,59 @@ TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
         }
         std::filesystem::resize_file(m_oFolder / "board.pixels-0", uiHeight * uiFrom * 4 - 1);
         EXPECT_THROW(oPicture.Update(), SoftwareBoard::BoardError);
+    });
+}
+
+TEST_F(ScreenCopyTest, FindsLargeShapesAtOnceAndSpecksInTime)
+{
+    InClient([](TestClient& ro) {
+        constexpr KUINT32 uiPitch = 208, uiX = 200, uiY = 90;
+        ro.MakeBuffer(uiX, uiY);
+        KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
+        ScreenCopy     oPicture(Observe({.oVidParam = {uiX, uiY}, .uiBufferWidth = uiX, .uiBufferHeight = uiY}));
+        const std::tuple<KUINT32, KUINT32, KUINT32, KUINT32, size_t> aoShapes[] = {
+            // left, top, right and bottom, all included, and looks at most
+            {60, 7, 140, 79, 1},  // begins and ends within tiles
+            {0, 0, 199, 89, 1},
+            {199, 74, 199, 89, 4},
+            {63, 0, 63, 0, ScreenCopy::LOOKS},
+            {199, 89, 199, 89, ScreenCopy::LOOKS},
+        };
+        for (const auto& [uiLeft, uiTop, uiRight, uiBottom, uiMost] : aoShapes)
+        {
+            for (size_t uiLook = 0; uiLook <= ScreenCopy::LOOKS; ++uiLook) oPicture.Update();  // nothing changed lately
+            for (KUINT32 y = uiTop; y <= uiBottom; ++y)
+                for (KUINT32 x = uiLeft; x <= uiRight; ++x) ++puiDrawn[y * uiPitch + x];
+            for (size_t uiLook = 0; uiLook < uiMost; ++uiLook) oPicture.Update();
+            std::vector<KUINT32> auiShown(uiX * uiY);
+            oPicture.CopyChanges(0, *ChooseFormat({DRM_FORMAT_XBGR8888}), reinterpret_cast<KUINT8*>(auiShown.data()),
+                                 uiX * 4);
+            EXPECT_TRUE(IsPicture(
+                uiX, uiY, [&](KUINT32 x, KUINT32 y) { return auiShown[y * uiX + x]; },
+                [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * uiPitch + x]; }))
+                << uiLeft << ' ' << uiTop;
+        }
+    });
+}
+
+TEST_F(ScreenCopyTest, FileThatIsCutWhileItIsReadIsAFailureAndNoSignal)
+{
+    InClient([this](TestClient& ro) {
+        ro.MakeBuffer(uiWidth, uiHeight);
+        const Screen       oScreen = Observe({.oVidParam = {20, 700}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight});
+        const PixelMapping oMapping(oScreen);
+        volatile KUINT32   uiLast  = 0;
+        const std::string  strFile = m_oFolder / "board.pixels-0";
+        const auto         fCut    = [&](const KUINT32* pui, size_t uiPitch) {
+            EXPECT_EQ(truncate(strFile.c_str(), 0), 0);
+            uiLast = pui[uiPitch];
+        };
+        for (int iTry = 0; iTry < 2; ++iTry)
+        {
+            EXPECT_THROW(oMapping.Read(fCut), SoftwareBoard::BoardError);
+            std::filesystem::resize_file(strFile, uiHeight * 48 * 4);
+        }
+        oMapping.Read([&](const KUINT32* pui, size_t) { uiLast = *pui; });
     });
 }
 

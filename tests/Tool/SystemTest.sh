@@ -9,6 +9,9 @@ trap 'exit 1' HUP INT TERM
 export TAVRIN_BOARD="$work/board"
 failures=0
 
+"$bin/tavrin-board" --help >/dev/null
+[ $? -ne 126 ] || exit 126 # this machine cannot run it
+
 expect() { # WHAT EXPECTED ACTUAL
   [ "$2" = "$3" ] && return
   printf 'FAILED %s\n  expected: %s\n  actual:   %s\n' "$1" "$2" "$3"
