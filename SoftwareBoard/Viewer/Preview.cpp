@@ -156,7 +156,7 @@ void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPerce
     for (const KUINT32 uiPercent : roPercents)
         oSheet.Add(oPreview.Show(uiPercent), std::to_string(uiPercent) + " %");
     oPreview.End();
-    Panel::WritePngFile(oSheet.Draw(), strFile);
+    Panel::WritePngFile(oSheet.Draw(), strFile, Panel::EPacking::FAST);
 }
 }
 
