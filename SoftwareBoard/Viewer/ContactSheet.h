@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Picture.h"
+#include "ScaledPicture.h"
 #include "Tiling.h"
 
 namespace SoftwareBoard::Viewer
@@ -16,8 +17,9 @@ class ContactSheet
 public:
     explicit ContactSheet(size_t uiPictures) : m_uiPictures(uiPictures) {}
 
-    // The first picture decides how many stand side by side.
-    void            Add(const Panel::SPicture& roPicture, const std::string& strLabel);
+    // Scales a picture of this size to its place. The first picture decides how many stand side by side.
+    ScaledPicture MakeTile(KUINT32 uiWidth, KUINT32 uiHeight);
+    void Add(Panel::SPicture oTile, std::string strLabel) { m_aoTiles.push_back({std::move(oTile), std::move(strLabel)}); }
     Panel::SPicture Draw() const;
 
 private:
