@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Scaling.h"
 #include "Text.h"
 
 namespace SoftwareBoard::Viewer
@@ -18,7 +19,7 @@ constexpr int MIN_PICTURE    = 32;  // the height that a picture may have, howev
 constexpr STextColours COLOURS = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
 }
 
-ScaledPicture ContactSheet::MakeTile(KUINT32 uiWidth, KUINT32 uiHeight)
+Panel::SPicture ContactSheet::MakeTile(KUINT32 uiWidth, KUINT32 uiHeight)
 {
     if (m_aoTiles.empty())
         m_oTiling = ChooseTiling({.iTiles            = static_cast<int>(m_uiPictures),
@@ -33,8 +34,8 @@ ScaledPicture ContactSheet::MakeTile(KUINT32 uiWidth, KUINT32 uiHeight)
                                   .fGetCaptionHeight = [](int, int) { return LABEL_ROW; }});
     const int iHeight                        = std::max(m_oTiling.iTileHeight - LABEL_ROW, MIN_PICTURE);
     const auto [iFittedWidth, iFittedHeight] = FitPicture(uiWidth, uiHeight, m_oTiling.iTileWidth, iHeight);
-    return {uiWidth, uiHeight, std::min(uiWidth, static_cast<KUINT32>(iFittedWidth)),
-            std::min(uiHeight, static_cast<KUINT32>(iFittedHeight))};
+    return MakeBlack(std::min(uiWidth, static_cast<KUINT32>(iFittedWidth)),
+                     std::min(uiHeight, static_cast<KUINT32>(iFittedHeight)));
 }
 
 Panel::SPicture ContactSheet::Draw() const

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "Picture.h"
-#include "ScaledPicture.h"
 #include "Tiling.h"
 
 namespace SoftwareBoard::Viewer
@@ -17,8 +16,9 @@ class ContactSheet
 public:
     explicit ContactSheet(size_t uiPictures) : m_uiPictures(uiPictures) {}
 
-    // Scales a picture of this size to its place. The first picture decides how many stand side by side.
-    ScaledPicture MakeTile(KUINT32 uiWidth, KUINT32 uiHeight);
+    // Returns black of the size to which a picture of this size is scaled. The first one decides how many stand side by
+    // side.
+    Panel::SPicture MakeTile(KUINT32 uiWidth, KUINT32 uiHeight);
     void Add(Panel::SPicture oTile, std::string strLabel) { m_aoTiles.push_back({std::move(oTile), std::move(strLabel)}); }
     Panel::SPicture Draw() const;
 

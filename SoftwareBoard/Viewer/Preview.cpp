@@ -15,6 +15,7 @@
 #include "PngFile.h"
 #include "PreviewBoard.h"
 #include "PreviewPictures.h"
+#include "Scaling.h"
 #include "Signals.h"
 #include "ToolProcess.h"
 #include "Viewer.h"
@@ -127,12 +128,12 @@ private:
         Panel::SPicture           oTile;
         std::string               strCall;
         const auto                fLook = [&] {
-            ScaledPicture oScaled = roSheet.MakeTile(roVidParam.uiHActive, roVidParam.uiVActive);
+            oTile = roSheet.MakeTile(roVidParam.uiHActive, roVidParam.uiVActive);
+            RowScaler oScaler(roVidParam.uiHActive, roVidParam.uiVActive, oTile, WholeOf(oTile));
             m_ooScreen->ReadRows([&](size_t, const KUINT32* puiPixels) {
-                oScaled.AddRow({puiPixels, m_ooScreen->GetWidth()});
+                oScaler.AddRow({puiPixels, m_ooScreen->GetWidth()});
                 return true;
             });
-            oTile = oScaled.Take();
         };
         const auto fStop = [&] {
             return roDrawing.SleptWhile([&] { strCall = m_poTool->FindCall(); }) && m_poTool->TryStop(strCall);

@@ -20,6 +20,8 @@ struct STerminalSize
     int iRows         = 24;
     int iCellWidthPx  = 0;  // 0 if the terminal does not tell it; likewise the next
     int iCellHeightPx = 0;
+
+    bool operator==(const STerminalSize&) const = default;
 };
 
 class Terminal

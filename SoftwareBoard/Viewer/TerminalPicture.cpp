@@ -82,7 +82,8 @@ std::pair<int, int> TerminalPictures::FitInto(int iColumns, int iRows, KUINT32 u
             std::clamp(static_cast<int>(fHeight * fScale + 0.5), 1, iRows)};
 }
 
-std::vector<std::string> TerminalPictures::Draw(const Panel::SPicture& roPicture, int iColumns, int iRows,
+std::vector<std::string> TerminalPictures::Draw(const KUINT8* puiRgba, KUINT32 uiWidth, KUINT32 uiHeight,
+                                                size_t uiPitchInBytes, int iColumns, int iRows,
                                                 const STerminalSize& roTerminal) const
 {
     const Owned<ChafaCanvasConfig> poConfig(chafa_canvas_config_new());
@@ -93,9 +94,8 @@ std::vector<std::string> TerminalPictures::Draw(const Panel::SPicture& roPicture
     chafa_canvas_config_set_symbol_map(poConfig.get(), m_poSymbols.get());
 
     const Owned<ChafaCanvas> poCanvas(chafa_canvas_new(poConfig.get()));
-    chafa_canvas_draw_all_pixels(poCanvas.get(), CHAFA_PIXEL_RGBA8_UNASSOCIATED, roPicture.auiRgba.data(),
-                                 static_cast<gint>(roPicture.uiWidth), static_cast<gint>(roPicture.uiHeight),
-                                 static_cast<gint>(roPicture.GetPitchInBytes()));
+    chafa_canvas_draw_all_pixels(poCanvas.get(), CHAFA_PIXEL_RGBA8_UNASSOCIATED, puiRgba, static_cast<gint>(uiWidth),
+                                 static_cast<gint>(uiHeight), static_cast<gint>(uiPitchInBytes));
     const Owned<GString> poText(chafa_canvas_print(poCanvas.get(), m_poTermInfo.get()));
     const std::string    strText(poText->str, poText->len);
     if (m_ePixelMode == CHAFA_PIXEL_MODE_KITTY)

@@ -26,9 +26,21 @@ public:
     std::pair<int, int> FitInto(int iColumns, int iRows, KUINT32 uiWidth, KUINT32 uiHeight,
                                 const STerminalSize& roTerminal) const;
 
-    // Returns one text for each row of cells, or a single text if the terminal draws images.
-    std::vector<std::string> Draw(const Panel::SPicture& roPicture, int iColumns, int iRows,
-                                  const STerminalSize& roTerminal) const;
+    // The pixels of a cell that symbols are chosen by.
+    static constexpr int CELL_WIDTH = 8, CELL_HEIGHT = 8;
+
+    // Returns one text for each row of cells, or a single text if the terminal draws images. uiPitchInBytes leads from one
+    // row of pixels to the next.
+    std::vector<std::string> Draw(const KUINT8* puiRgba, KUINT32 uiWidth, KUINT32 uiHeight, size_t uiPitchInBytes,
+                                  int iColumns, int iRows, const STerminalSize& roTerminal) const;
+
+    // Whether a part of a picture looks the same whatever is around it. With few colours they are chosen for the whole
+    // picture, and an image is drawn as a whole.
+    bool HasParts() const
+    {
+        return !HasImages() &&
+               (m_eCanvasMode == CHAFA_CANVAS_MODE_TRUECOLOR || m_eCanvasMode == CHAFA_CANVAS_MODE_INDEXED_240);
+    }
 
     // What to write to remove images; empty if drawing over them is enough.
     std::string GetImageEraser() const { return m_ePixelMode == CHAFA_PIXEL_MODE_KITTY ? "\x1b_Ga=d,q=2\x1b\\" : ""; }

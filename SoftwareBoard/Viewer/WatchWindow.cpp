@@ -1,5 +1,12 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
+#include <list>
+#include <map>
+#include <thread>
+#include <tuple>
 
 #include <SDL.h>
 
@@ -15,6 +22,10 @@ namespace
 {
 constexpr int TEXT_ROW = 24;  // pixels
 constexpr int MARGIN   = 8;
+
+constexpr size_t MOST_LINES = 200;  // of text, to keep as they were drawn
+
+constexpr std::chrono::milliseconds SHORT_WAIT(40);  // for which nothing need wake SDL
 
 constexpr STextColours CAPTION_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
 
@@ -57,10 +68,52 @@ struct SDestroy
 };
 template <class T> using Owned = std::unique_ptr<T, SDestroy>;
 
-void FillTexture(SDL_Texture* poTexture, const Panel::SPicture& roPicture)
+// Wakes SDL, which waits for nothing but its own events, when a descriptor can be read.
+class Waker
 {
-    SDL_UpdateTexture(poTexture, nullptr, roPicture.auiRgba.data(), static_cast<int>(roPicture.GetPitchInBytes()));
-}
+public:
+    Waker()
+    {
+        if (pipe2(m_aiPipe, O_CLOEXEC) != 0)
+            ThrowSystemError("the window", "pipe");
+        m_oThread = std::thread([iCommands = m_aiPipe[0]] {
+            for (SDescriptors o = {}; read(iCommands, &o, sizeof(o)) == ssize_t{sizeof(o)};)
+            {
+                pollfd aoFiles[] = {{iCommands, POLLIN, 0}, {o.iFirst, POLLIN, 0}, {o.iSecond, POLLIN, 0}};
+                poll(aoFiles, std::size(aoFiles), -1);
+                SDL_Event oWake = {};
+                oWake.type      = SDL_USEREVENT;
+                if (aoFiles[0].revents == 0)
+                    SDL_PushEvent(&oWake);
+            }
+        });
+    }
+    ~Waker()
+    {
+        close(m_aiPipe[1]);
+        m_oThread.join();
+        close(m_aiPipe[0]);
+    }
+    Waker(const Waker&)            = delete;
+    Waker& operator=(const Waker&) = delete;
+
+    // Wakes once, when one of the two can be read; -1 stands for none. Replaces the last call.
+    void WakeWhen(int iFirst, int iSecond) const
+    {
+        const SDescriptors o = {iFirst, iSecond};
+        if (write(m_aiPipe[1], &o, sizeof(o)) != ssize_t{sizeof(o)})
+            ThrowSystemError("the window", "write");
+    }
+
+private:
+    struct SDescriptors
+    {
+        int iFirst, iSecond;
+    };
+
+    int         m_aiPipe[2] = {-1, -1};
+    std::thread m_oThread;
+};
 
 class Window
 {
@@ -72,17 +125,29 @@ public:
     bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const;
 
 private:
-    struct STile
+    // A watched picture, as large as it is shown or, if that is larger, as it is. Outputs that show the same share it.
+    struct SDrawn
     {
-        std::shared_ptr<const Panel::SPicture> poPicture;
-        Owned<SDL_Texture>                     poTexture;
+        std::shared_ptr<const WatchedPicture> poPicture;
+        std::pair<int, int>                   oSize;
+        KUINT32                               uiVersion = 0;
+        Panel::SPicture                       oScaled;  // empty if it is not scaled down
+        Owned<SDL_Texture>                    poTexture;
     };
+
+    struct SLine
+    {
+        Owned<SDL_Texture> poTexture;
+        int                iWidth = 0;
+    };
+    using LineKey = std::tuple<std::string, int, std::array<KUINT8, 3>>;  // text, width of the room, colour of the paper
 
     STiling            LayOut(int iWidth, int iHeight) const;
     void               DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeight);
-    void               DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const;
-    void               ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const;
-    void               DrawProgress(int iWidth, int iY) const;
+    void               DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours);
+    SDL_Texture*       DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oSize);
+    void               UpdatePicture(SDrawn& roDrawn, const SArea& oChanged) const;
+    void               DrawProgress(int iWidth, int iY);
     Owned<SDL_Texture> MakeTexture(const Panel::SPicture& roPicture) const;
     void               Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const;
 
@@ -90,7 +155,10 @@ private:
     Sdl                 m_oSdl;
     Owned<SDL_Window>   m_poWindow;
     Owned<SDL_Renderer> m_poRenderer;
-    std::vector<STile>  m_aoTiles;
+    std::list<SDrawn>   m_oDrawn;      // in this Draw, and then
+    std::list<SDrawn>   m_oDrawnLast;  // those of the last one that were not used yet
+
+    std::map<LineKey, SLine> m_oLines;
 };
 
 Window::Window(WatchedBoard& roBoard) : m_roBoard(roBoard)
@@ -118,28 +186,57 @@ Owned<SDL_Texture> Window::MakeTexture(const Panel::SPicture& roPicture) const
 }
 
 // Draws one row of text, cut to the width of roRoom.
-void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const
+void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours)
 {
-    const std::string        strCut    = CutText(strText, FitsPixels(roRoom.w));
-    const auto               uiWidth   = static_cast<KUINT32>(std::max(TextWidth(strCut), 1));
-    const Panel::SPicture    oText     = DrawText(strCut, uiWidth, TEXT_ROW, roColours, false);
-    const Owned<SDL_Texture> poTexture = MakeTexture(oText);
-    if (poTexture == nullptr)
-        return;
-    FillTexture(poTexture.get(), oText);
-    const SDL_Rect oPlace = {roRoom.x, roRoom.y, static_cast<int>(uiWidth), TEXT_ROW};
-    SDL_RenderCopy(m_poRenderer.get(), poTexture.get(), nullptr, &oPlace);
+    SLine& roLine = m_oLines[{strText, roRoom.w, roColours.auiPaper}];
+    if (roLine.poTexture == nullptr)
+    {
+        const std::string     strCut  = CutText(strText, FitsPixels(roRoom.w));
+        const auto            uiWidth = static_cast<KUINT32>(std::max(TextWidth(strCut), 1));
+        const Panel::SPicture oText   = DrawText(strCut, uiWidth, TEXT_ROW, roColours, false);
+        roLine                        = {MakeTexture(oText), static_cast<int>(uiWidth)};
+        if (roLine.poTexture == nullptr)
+            return;
+        SDL_UpdateTexture(roLine.poTexture.get(), nullptr, oText.auiRgba.data(), static_cast<int>(oText.GetPitchInBytes()));
+    }
+    const SDL_Rect oPlace = {roRoom.x, roRoom.y, roLine.iWidth, TEXT_ROW};
+    SDL_RenderCopy(m_poRenderer.get(), roLine.poTexture.get(), nullptr, &oPlace);
 }
 
-// Keeps the texture if the new picture has the size of the old one.
-void Window::ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const
+SDL_Texture* Window::DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oSize)
 {
-    const auto fSize = [](const Panel::SPicture& ro) { return std::pair(ro.uiWidth, ro.uiHeight); };
-    if (roTile.poTexture == nullptr || rpoPicture == nullptr || fSize(*roTile.poPicture) != fSize(*rpoPicture))
-        roTile.poTexture = rpoPicture != nullptr ? MakeTexture(*rpoPicture) : nullptr;
-    if (roTile.poTexture != nullptr)
-        FillTexture(roTile.poTexture.get(), *rpoPicture);
-    roTile.poPicture = rpoPicture;
+    const auto fIsIt = [&](const SDrawn& ro) { return ro.poPicture == rpoPicture && ro.oSize == oSize; };
+    if (const auto i = std::find_if(m_oDrawn.begin(), m_oDrawn.end(), fIsIt); i != m_oDrawn.end())
+        return i->poTexture.get();
+    const Panel::SPicture& roPixels  = rpoPicture->GetPixels();
+    const KUINT32          uiVersion = rpoPicture->GetVersion();
+    if (const auto i = std::find_if(m_oDrawnLast.begin(), m_oDrawnLast.end(), fIsIt); i != m_oDrawnLast.end())
+    {
+        m_oDrawn.splice(m_oDrawn.end(), m_oDrawnLast, i);
+        if (i->uiVersion != uiVersion)
+            UpdatePicture(*i, i->uiVersion + 1 == uiVersion ? rpoPicture->GetChanged() : WholeOf(roPixels));
+        return i->poTexture.get();
+    }
+    SDrawn& roDrawn = m_oDrawn.emplace_back(SDrawn{rpoPicture, oSize, uiVersion, {}, nullptr});
+    if (static_cast<KUINT32>(oSize.first) < roPixels.uiWidth && static_cast<KUINT32>(oSize.second) < roPixels.uiHeight)
+        roDrawn.oScaled = MakeBlack(static_cast<KUINT32>(oSize.first), static_cast<KUINT32>(oSize.second));
+    roDrawn.poTexture = MakeTexture(roDrawn.oScaled.auiRgba.empty() ? roPixels : roDrawn.oScaled);
+    UpdatePicture(roDrawn, WholeOf(roPixels));
+    return roDrawn.poTexture.get();
+}
+
+void Window::UpdatePicture(SDrawn& roDrawn, const SArea& oChanged) const
+{
+    const bool             bScaled = !roDrawn.oScaled.auiRgba.empty();
+    const SArea            oArea = bScaled ? ScaleDown(roDrawn.poPicture->GetPixels(), oChanged, roDrawn.oScaled) : oChanged;
+    const Panel::SPicture& roPixels = bScaled ? roDrawn.oScaled : roDrawn.poPicture->GetPixels();
+    const SDL_Rect         oRect    = {static_cast<int>(oArea.uiLeft), static_cast<int>(oArea.uiTop),
+                                       static_cast<int>(oArea.uiRight - oArea.uiLeft), static_cast<int>(oArea.uiBottom - oArea.uiTop)};
+    roDrawn.uiVersion               = roDrawn.poPicture->GetVersion();
+    if (roDrawn.poTexture != nullptr)
+        SDL_UpdateTexture(roDrawn.poTexture.get(), &oRect,
+                          roPixels.auiRgba.data() + oArea.uiTop * roPixels.GetPitchInBytes() + size_t{oArea.uiLeft} * 4,
+                          static_cast<int>(roPixels.GetPitchInBytes()));
 }
 
 STiling Window::LayOut(int iWidth, int iHeight) const
@@ -168,19 +265,17 @@ void Window::DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeigh
     }
     Fill(oScreen, 20, 22, 26);
 
-    STile& roDrawn = m_aoTiles[uiOutput];
-    if (roDrawn.poPicture != roOutput.poPicture)
-        ChangePicture(roDrawn, roOutput.poPicture);
-    if (roDrawn.poTexture == nullptr)
+    if (roOutput.poPicture == nullptr)
         return;
-    const auto& [uiWidth, uiHeight, auiRgba] = *roDrawn.poPicture;
+    const auto& [uiWidth, uiHeight, auiRgba] = roOutput.poPicture->GetPixels();
     const auto [iWidth, iHeight]             = FitPicture(uiWidth, uiHeight, oScreen.w, oScreen.h);
     const SDL_Rect oPlace = {oScreen.x + (oScreen.w - iWidth) / 2, oScreen.y + (oScreen.h - iHeight) / 2, iWidth, iHeight};
-    SDL_RenderCopy(m_poRenderer.get(), roDrawn.poTexture.get(), nullptr, &oPlace);
+    if (SDL_Texture* const poTexture = DrawPicture(roOutput.poPicture, {iWidth, iHeight}))
+        SDL_RenderCopy(m_poRenderer.get(), poTexture, nullptr, &oPlace);
 }
 
 // Draws the bar over the whole row, with the text in it.
-void Window::DrawProgress(int iWidth, int iY) const
+void Window::DrawProgress(int iWidth, int iY)
 {
     const SBoardView& roView = m_roBoard.GetView();
     const int         iBar   = iWidth * static_cast<int>(std::min(roView.uiProgressPct, 100u)) / 100;
@@ -200,6 +295,9 @@ void Window::Draw()
     int iWidth = 0, iHeight = 0;
     SDL_GetRendererOutputSize(m_poRenderer.get(), &iWidth, &iHeight);
     const SBoardView& roView = m_roBoard.GetView();
+    m_oDrawnLast             = std::exchange(m_oDrawn, {});
+    if (m_oLines.size() > MOST_LINES)
+        m_oLines.clear();
     SDL_SetRenderDrawColor(m_poRenderer.get(), 40, 44, 52, 255);
     SDL_RenderClear(m_poRenderer.get());
 
@@ -208,7 +306,6 @@ void Window::Draw()
     else
     {
         const STiling oTiling = LayOut(iWidth, iHeight);
-        m_aoTiles.resize(roView.aoOutputs.size());
         for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
         {
             const int      iAt   = static_cast<int>(uiOutput);
@@ -219,6 +316,7 @@ void Window::Draw()
         }
         DrawProgress(iWidth, iHeight - TEXT_ROW);
     }
+    m_oDrawnLast.clear();
     SDL_RenderPresent(m_poRenderer.get());
 }
 
@@ -240,14 +338,18 @@ void WatchInWindow(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals;
     Window               oWindow(roBoard);
+    const Waker          oWaker;
     bool                 bRedraw = true;
     while (true)
     {
         const auto oUpdateBegan = std::chrono::steady_clock::now();
         if (roBoard.Update() || bRedraw)
             oWindow.Draw();
-        bRedraw = false;
-        if (!oWindow.HandleEvents(roBoard.GetPause(oUpdateBegan), bRedraw))
+        bRedraw           = false;
+        const auto oPause = roBoard.GetPause(oUpdateBegan);
+        if (oPause.count() < 0 || oPause > SHORT_WAIT)
+            oWaker.WakeWhen(oSignals.GetDescriptor(), roBoard.GetChanges());
+        if (!oWindow.HandleEvents(oPause, bRedraw))
             return;
         const int iSignal = oSignals.Wait(std::chrono::milliseconds(0));
         if (iSignal == SIGINT || iSignal == SIGTERM)
