@@ -10,7 +10,7 @@ constexpr int WIDTH  = TerminalPictures::CELL_WIDTH;
 constexpr int HEIGHT = TerminalPictures::CELL_HEIGHT;
 
 // A text is as wide as this, so that what changes in few columns needs few texts. In columns.
-constexpr int TEXT_COLUMNS = 16;
+constexpr int TEXT_COLUMNS = 4;
 }
 
 void CellPicture::Update(const WatchedPicture& roPicture, const TerminalPictures& roDrawer)
@@ -19,6 +19,7 @@ void CellPicture::Update(const WatchedPicture& roPicture, const TerminalPictures
     const auto             uiWidth  = static_cast<KUINT32>(m_oCells.first * WIDTH);
     const auto             uiHeight = static_cast<KUINT32>(m_oCells.second * HEIGHT);
     const bool             bParts   = roDrawer.HasParts() && roPixels.uiWidth >= uiWidth && roPixels.uiHeight >= uiHeight;
+    m_oChanged.clear();
     if (m_bDrawn && m_uiVersion == roPicture.GetVersion())
         return;
     if (!bParts)
@@ -34,12 +35,21 @@ void CellPicture::Update(const WatchedPicture& roPicture, const TerminalPictures
     m_uiVersion = roPicture.GetVersion();
 }
 
+void CellPicture::SetText(int iRow, int iColumn, std::string strText)
+{
+    std::string& rstrText = m_oTexts[{iRow, iColumn}];
+    if (rstrText == strText)
+        return;
+    rstrText                    = strText;
+    m_oChanged[{iRow, iColumn}] = std::move(strText);
+}
+
 void CellPicture::DrawWhole(const Panel::SPicture& roPicture, const TerminalPictures& roDrawer)
 {
     int iRow = 0;
     for (std::string& rstrText : roDrawer.Draw(roPicture.auiRgba.data(), roPicture.uiWidth, roPicture.uiHeight,
                                                roPicture.GetPitchInBytes(), m_oCells.first, m_oCells.second, m_oTerminal))
-        m_oTexts[{iRow++, 0}] = std::move(rstrText);
+        SetText(iRow++, 0, std::move(rstrText));
 }
 
 void CellPicture::DrawPart(const SArea& oPixels, const TerminalPictures& roDrawer)
@@ -58,7 +68,7 @@ void CellPicture::DrawPart(const SArea& oPixels, const TerminalPictures& roDrawe
         for (std::string& rstrText :
              roDrawer.Draw(puiFrom, static_cast<KUINT32>(iColumns * WIDTH), static_cast<KUINT32>((iBottom - iTop) * HEIGHT),
                            m_oScaled.GetPitchInBytes(), iColumns, iBottom - iTop, m_oTerminal))
-            m_oTexts[{iRow++, iColumn}] = std::move(rstrText);
+            SetText(iRow++, iColumn, std::move(rstrText));
     }
 }
 }

@@ -2,6 +2,8 @@
 #ifndef TERMINAL_PICTURE_H
 #define TERMINAL_PICTURE_H
 
+#include <array>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -58,10 +60,14 @@ private:
     };
     template <class T> using Owned = std::unique_ptr<T, SUnref>;
 
+    ChafaCanvas* FindCanvas(int iColumns, int iRows, const STerminalSize& roTerminal) const;
+
     Owned<ChafaTermInfo>  m_poTermInfo;
     Owned<ChafaSymbolMap> m_poSymbols;
     ChafaCanvasMode       m_eCanvasMode = CHAFA_CANVAS_MODE_FGBG;
     ChafaPixelMode        m_ePixelMode  = CHAFA_PIXEL_MODE_SYMBOLS;
+
+    mutable std::map<std::array<int, 4>, Owned<ChafaCanvas>> m_oCanvases;  // by size in cells and size of a cell
 };
 }
 

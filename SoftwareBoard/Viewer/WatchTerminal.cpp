@@ -34,9 +34,17 @@ public:
     }
 
     void Draw();
-    void DrawAnew() { m_oTerminal.Forget(); }  // at the next Draw
+    void DrawAnew()  // at the next Draw
+    {
+        m_oTerminal.Forget();
+        m_bAnew = true;
+    }
     void Leave() { m_oTerminal.Leave(); }
-    void Enter() { m_oTerminal.Enter(); }
+    void Enter()
+    {
+        m_oTerminal.Enter();
+        m_bAnew = true;
+    }
     bool IsBehind() const { return m_oTerminal.IsBehind(); }
     void WriteOn() { m_oTerminal.WriteOn(); }
 
@@ -54,7 +62,14 @@ private:
         std::shared_ptr<const WatchedPicture> poPicture;
         CellPicture                           oCells;
     };
-    const CellPicture& DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oCells);
+    // Where it is shown.
+    struct SPlaced
+    {
+        const SDrawn* poDrawn;
+        int           iTop, iLeft;
+    };
+    void          DrawPixels();
+    const SDrawn& DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oCells);
 
     WatchedBoard&     m_roBoard;
     TerminalPictures  m_oPictures;
@@ -62,6 +77,10 @@ private:
     STerminalSize     m_oSize;
     std::list<SDrawn> m_oDrawn;      // of this Draw, and then
     std::list<SDrawn> m_oDrawnLast;  // those of the last one that were not used yet
+
+    bool                 m_bAnew = true;
+    SBoardView           m_oShown;  // by the last Draw
+    std::vector<SPlaced> m_aoPlaced;
 };
 
 STiling TerminalView::LayOut(int iRows) const
@@ -90,25 +109,39 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STilin
     if (roOutput.poPicture == nullptr || iHigh < 1)
         return;
     const auto& [uiWidth, uiHeight, auiRgba] = roOutput.poPicture->GetPixels();
-    const auto         oCells                = m_oPictures.FitInto(roTiling.iTileWidth, iHigh, uiWidth, uiHeight, m_oSize);
-    const CellPicture& roCells               = DrawPicture(roOutput.poPicture, oCells);
-    const int          iLeft = iColumn + (roTiling.iTileWidth - oCells.first) / 2, iTop = iRow + (iHigh - oCells.second) / 2;
-    for (const auto& [oPlace, strText] : roCells.GetTexts())
+    const auto    oCells                     = m_oPictures.FitInto(roTiling.iTileWidth, iHigh, uiWidth, uiHeight, m_oSize);
+    const SDrawn& roDrawn                    = DrawPicture(roOutput.poPicture, oCells);
+    const int     iLeft = iColumn + (roTiling.iTileWidth - oCells.first) / 2, iTop = iRow + (iHigh - oCells.second) / 2;
+    for (const auto& [oPlace, strText] : roDrawn.oCells.GetTexts())
         m_oTerminal.Put(iTop + oPlace.first, iLeft + oPlace.second, strText);
+    m_aoPlaced.push_back({&roDrawn, iTop, iLeft});
 }
 
-const CellPicture& TerminalView::DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture,
-                                             std::pair<int, int>                          oCells)
+const TerminalView::SDrawn& TerminalView::DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture,
+                                                      std::pair<int, int>                          oCells)
 {
     const auto fIsIt = [&](const SDrawn& ro) { return ro.poPicture == rpoPicture && ro.oCells.IsFor(oCells, m_oSize); };
     if (const auto i = std::find_if(m_oDrawn.begin(), m_oDrawn.end(), fIsIt); i != m_oDrawn.end())
-        return i->oCells;
+        return *i;
     if (const auto i = std::find_if(m_oDrawnLast.begin(), m_oDrawnLast.end(), fIsIt); i != m_oDrawnLast.end())
         m_oDrawn.splice(m_oDrawn.end(), m_oDrawnLast, i);
     else
         m_oDrawn.push_back({rpoPicture, CellPicture(oCells, m_oSize)});
     m_oDrawn.back().oCells.Update(*rpoPicture, m_oPictures);
-    return m_oDrawn.back().oCells;
+    return m_oDrawn.back();
+}
+
+// Everything else stays as it is.
+void TerminalView::DrawPixels()
+{
+    for (SDrawn& roDrawn : m_oDrawn)
+        roDrawn.oCells.Update(*roDrawn.poPicture, m_oPictures);
+    for (const SPlaced& roPlaced : m_aoPlaced)
+    {
+        for (const auto& [oPlace, strText] : roPlaced.poDrawn->oCells.GetChanged())
+            m_oTerminal.Put(roPlaced.iTop + oPlace.first, roPlaced.iLeft + oPlace.second, strText);
+    }
+    m_oTerminal.PresentChanges();
 }
 
 // Draws the bar over the whole row, with the text in it.
@@ -122,11 +155,15 @@ void TerminalView::DrawProgress(int iRow)
 
 void TerminalView::Draw()
 {
-    m_oSize                  = Terminal::GetSize();
     const SBoardView& roView = m_roBoard.GetView();
-    const bool        bTitle = m_oSize.iRows >= 6;
-    const int         iTop   = bTitle ? 1 : 0;
-    const int         iRows  = m_oSize.iRows - iTop - 1;
+    if (!std::exchange(m_bAnew, false) && IsLikeExceptPixels(m_oShown, roView))
+        return DrawPixels();
+    m_oShown = roView;
+    m_aoPlaced.clear();
+    m_oSize           = Terminal::GetSize();
+    const bool bTitle = m_oSize.iRows >= 6;
+    const int  iTop   = bTitle ? 1 : 0;
+    const int  iRows  = m_oSize.iRows - iTop - 1;
     if (bTitle)
         m_oTerminal.Put(0, 0, "\x1b[1m" + CutOrFill("board " + m_roBoard.GetTitle(), m_oSize.iColumns) + "\x1b[0m");
     if (!roView.strProblem.empty())

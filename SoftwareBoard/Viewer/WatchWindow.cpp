@@ -167,7 +167,7 @@ Window::Window(WatchedBoard& roBoard) : m_roBoard(roBoard)
                                       SDL_WINDOWPOS_UNDEFINED, 1040, 490, SDL_WINDOW_RESIZABLE));
     if (m_poWindow == nullptr)
         ThrowSdlError("SDL_CreateWindow", "");
-    m_poRenderer.reset(SDL_CreateRenderer(m_poWindow.get(), -1, 0));
+    m_poRenderer.reset(SDL_CreateRenderer(m_poWindow.get(), -1, std::getenv("X_SOFT") ? SDL_RENDERER_SOFTWARE : 0));
     if (m_poRenderer == nullptr)
         ThrowSdlError("SDL_CreateRenderer", "");
     SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");

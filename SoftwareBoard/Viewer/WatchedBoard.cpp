@@ -57,6 +57,16 @@ std::vector<std::string> CaptionOutput(size_t uiOutput, const SOutputView& roOut
     return WrapText(fFits("output " + strNumber + "..") ? DescribeOutput(uiOutput, roOutput) : strNumber, uiRows, fFits);
 }
 
+bool IsLikeExceptPixels(const SBoardView& roLeft, const SBoardView& roRight)
+{
+    const auto fWithoutVersions = [](SBoardView oView) {
+        for (SOutputView& roOutput : oView.aoOutputs)
+            roOutput.uiVersion = 0;
+        return oView;
+    };
+    return fWithoutVersions(roLeft) == fWithoutVersions(roRight);
+}
+
 std::string DescribeProgress(const SBoardView& roView)
 {
     return "progress " + std::to_string(roView.uiProgressPct) + " %" + (roView.bBarRunning ? ", progress bar running" : "");

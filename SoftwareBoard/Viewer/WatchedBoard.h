@@ -45,6 +45,9 @@ struct SBoardView
     bool operator==(const SBoardView&) const = default;
 };
 
+// Whether nothing but pixels may differ.
+bool IsLikeExceptPixels(const SBoardView& roLeft, const SBoardView& roRight);
+
 // "progress 40 %", and whether the tool says that its bar is running.
 std::string DescribeProgress(const SBoardView& roView);
 

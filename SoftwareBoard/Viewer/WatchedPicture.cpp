@@ -13,6 +13,9 @@ constexpr size_t  ROWS_APART    = 8;   // of those that a look reads where nothi
 constexpr KUINT8  LOOKS         = 50;  // that read a row again after it changed
 constexpr size_t  BYTES_AT_ONCE = size_t{256} << 10;
 constexpr KUINT32 OPAQUE        = 0xFF000000;
+
+// The columns of a change are found in steps of this many.
+constexpr size_t PIXELS_AT_ONCE = 32;
 }
 
 WatchedPicture::WatchedPicture(Screen oScreen)
@@ -103,19 +106,21 @@ void WatchedPicture::ReadRows(size_t uiFirst, size_t uiRows)
 // Returns whether the row has changed.
 bool WatchedPicture::TakeRow(size_t uiRow, const KUINT32* puiPixels)
 {
-    const size_t uiWidth = m_oScreen.GetWidth();
-    auto* const  puiOurs = reinterpret_cast<KUINT32*>(m_oPicture.auiRgba.data() + uiRow * m_oPicture.GetPitchInBytes());
-    KUINT8&      ruiLeft = m_auiLooksLeft[uiRow];
-    if (std::memcmp(puiOurs, puiPixels, uiWidth * 4) == 0)
+    auto* const puiOurs = reinterpret_cast<KUINT32*>(m_oPicture.auiRgba.data() + uiRow * m_oPicture.GetPitchInBytes());
+    KUINT8&     ruiLeft = m_auiLooksLeft[uiRow];
+    const auto  fIsSame = [&](size_t uiAt, size_t uiPixels) {
+        return std::memcmp(puiOurs + uiAt, puiPixels + uiAt, uiPixels * sizeof(KUINT32)) == 0;
+    };
+    size_t uiLeft = 0, uiRight = m_oScreen.GetWidth();
+    while (uiLeft < uiRight && fIsSame(uiLeft, std::min(PIXELS_AT_ONCE, uiRight - uiLeft)))
+        uiLeft += std::min(PIXELS_AT_ONCE, uiRight - uiLeft);
+    if (uiLeft == uiRight)
     {
         ruiLeft = ruiLeft > 0 ? static_cast<KUINT8>(ruiLeft - 1) : KUINT8{0};
         return false;
     }
-    size_t uiLeft = 0, uiRight = uiWidth;
-    while (puiOurs[uiLeft] == puiPixels[uiLeft])
-        ++uiLeft;
-    while (puiOurs[uiRight - 1] == puiPixels[uiRight - 1])
-        --uiRight;
+    while (uiRight - uiLeft > PIXELS_AT_ONCE && fIsSame(uiRight - PIXELS_AT_ONCE, PIXELS_AT_ONCE))
+        uiRight -= PIXELS_AT_ONCE;
     std::copy(puiPixels + uiLeft, puiPixels + uiRight, puiOurs + uiLeft);
     m_oChanged = {std::min(m_oChanged.uiLeft, static_cast<KUINT32>(uiLeft)),
                   std::min(m_oChanged.uiTop, static_cast<KUINT32>(uiRow)),
