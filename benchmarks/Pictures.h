@@ -75,19 +75,16 @@ public:
         return aui;
     }
 
-private:
-    static constexpr const char* FOLDER_VARIABLE = "QEL_BENCHMARK_PICTURES";
-
     // RGB: smooth light, structure of several sizes, and the noise of a sensor.
-    static std::vector<KUINT8> MakePhotograph()
+    static std::vector<KUINT8> MakePhotograph(KUINT32 uiWidth = WIDTH, KUINT32 uiHeight = HEIGHT)
     {
         std::vector<KUINT8> aui;
         std::mt19937        oRandom(1);
-        for (KUINT32 y = 0; y < HEIGHT; ++y)
+        for (KUINT32 y = 0; y < uiHeight; ++y)
         {
-            for (KUINT32 x = 0; x < WIDTH; ++x)
+            for (KUINT32 x = 0; x < uiWidth; ++x)
             {
-                const double dSky = 90 + 80. * y / HEIGHT, dHill = 40 * std::sin(x / 210. + 2 * std::sin(y / 170.));
+                const double dSky = 90 + 80. * y / uiHeight, dHill = 40 * std::sin(x / 210. + 2 * std::sin(y / 170.));
                 const double dLeaf = 18 * std::sin(x / 7.) * std::sin(y / 5. + x / 31.);
                 for (const double dTint : {0.9, 1., 1.2})
                 {
@@ -98,6 +95,21 @@ private:
         }
         return aui;
     }
+
+    void Write(const std::string& sName, KUINT32 uiWidth, KUINT32 uiHeight, KUINT32 uiChannels,
+               const std::vector<KUINT8>& rauiPixels) const
+    {
+        png_image oImage = {};
+        oImage.version   = PNG_IMAGE_VERSION;
+        oImage.width     = uiWidth;
+        oImage.height    = uiHeight;
+        oImage.format    = uiChannels == 4 ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
+        if (png_image_write_to_file(&oImage, Path(sName).c_str(), 0, rauiPixels.data(), 0, nullptr) == 0)
+            throw std::runtime_error(oImage.message);
+    }
+
+private:
+    static constexpr const char* FOLDER_VARIABLE = "QEL_BENCHMARK_PICTURES";
 
     // RGB: areas of one colour each, as drawn backgrounds have them.
     static std::vector<KUINT8> MakeFlat()
@@ -114,18 +126,6 @@ private:
             }
         }
         return aui;
-    }
-
-    void Write(const std::string& sName, KUINT32 uiWidth, KUINT32 uiHeight, KUINT32 uiChannels,
-               const std::vector<KUINT8>& rauiPixels) const
-    {
-        png_image oImage = {};
-        oImage.version   = PNG_IMAGE_VERSION;
-        oImage.width     = uiWidth;
-        oImage.height    = uiHeight;
-        oImage.format    = uiChannels == 4 ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
-        if (png_image_write_to_file(&oImage, Path(sName).c_str(), 0, rauiPixels.data(), 0, nullptr) == 0)
-            throw std::runtime_error(oImage.message);
     }
 
     std::string m_sFolder;

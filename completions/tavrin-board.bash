@@ -42,7 +42,7 @@ _tavrin_board() {
         status) options='--json' ;;
         progress) options='--ramp --to --linear --device' ;;
         run) options='--' ;;
-        snapshot) options='--device' ;;
+        snapshot) options='--small --device' ;;
         watch) options='--window --device' ;;
         preview) options='--at --' ;;
         display) options='--card --list --connector --every-output --legacy --wait --device' ;;

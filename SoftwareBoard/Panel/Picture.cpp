@@ -17,13 +17,19 @@ constexpr size_t MAX_BYTES = size_t{1} << 30;
 
 constexpr KUINT32 OPAQUE_BLACK = 0xFF000000;
 
+void ThrowIfTooLarge(const SOutputRecord& roOutput)
+{
+    const KUINT32 uiWidth = roOutput.oVidParam.uiHActive, uiHeight = roOutput.oVidParam.uiVActive;
+    if (uiHeight > MAX_BYTES / std::max<size_t>(size_t{uiWidth} * 4, 1))
+        throw BoardError("a picture of " + std::to_string(uiWidth) + "x" + std::to_string(uiHeight) +
+                         " is too large to be taken");
+}
+
 // Transparent black, of the size that the output shows.
 SPicture BlankPicture(const SOutputRecord& roOutput)
 {
+    ThrowIfTooLarge(roOutput);
     SPicture oPicture{roOutput.oVidParam.uiHActive, roOutput.oVidParam.uiVActive, {}};
-    if (oPicture.uiHeight > MAX_BYTES / std::max<size_t>(oPicture.GetPitchInBytes(), 1))
-        throw BoardError("a picture of " + std::to_string(oPicture.uiWidth) + "x" + std::to_string(oPicture.uiHeight) +
-                         " is too large to be taken");
     oPicture.auiRgba.resize(oPicture.GetPitchInBytes() * oPicture.uiHeight);
     return oPicture;
 }
@@ -53,16 +59,22 @@ SPicture ReadPicture(const Screen& roScreen)
     return MakeOpaque(std::move(oPicture));
 }
 
-SPicture ReadWholePicture(const Screen& roScreen)
+void LookUntilWhole(const Screen& roScreen, const std::function<void()>& fLook)
 {
     using namespace std::chrono;
     constexpr milliseconds oPatience = 1s, oBetweenTries = 1ms;
 
+    ThrowIfTooLarge(roScreen.GetOutput());
     const DrawingProcess oDrawing(roScreen.GetPixels().Get(), roScreen.GetOutput().iHolderPid);
-    const auto           oEnd     = steady_clock::now() + oPatience;
-    SPicture             oPicture = BlankPicture(roScreen.GetOutput());
-    while (!oDrawing.SleptWhile([&] { CopyScreen(roScreen, oPicture); }) && steady_clock::now() < oEnd)
+    const auto           oEnd = steady_clock::now() + oPatience;
+    while (!oDrawing.SleptWhile(fLook) && steady_clock::now() < oEnd)
         std::this_thread::sleep_for(oBetweenTries);
+}
+
+SPicture ReadWholePicture(const Screen& roScreen)
+{
+    SPicture oPicture = BlankPicture(roScreen.GetOutput());
+    LookUntilWhole(roScreen, [&] { CopyScreen(roScreen, oPicture); });
     return MakeOpaque(std::move(oPicture));
 }
 

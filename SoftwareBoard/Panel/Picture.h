@@ -3,6 +3,7 @@
 #ifndef PICTURE_H
 #define PICTURE_H
 
+#include <functional>
 #include <vector>
 
 #include "Screen.h"
@@ -22,7 +23,11 @@ struct SPicture
 // rows of one picture and the lower rows of the next.
 SPicture ReadPicture(const Screen& roScreen);
 
-// Reads again until nobody has drawn meanwhile, for a second at most. Returns what it read last.
+// Calls fLook, which reads the screen, again until nobody has drawn meanwhile, for a second at most. Throws BoardError as
+// ReadPicture does.
+void LookUntilWhole(const Screen& roScreen, const std::function<void()>& fLook);
+
+// The picture that LookUntilWhole finds.
 SPicture ReadWholePicture(const Screen& roScreen);
 
 // Whether the screen still shows exactly this picture. Costs less than reading it again.

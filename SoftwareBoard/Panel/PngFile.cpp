@@ -3,13 +3,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <algorithm>
+#include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 
 #include <png.h>
+#include <zlib.h>
 
 #include "BoardError.h"
 #include "Signals.h"
@@ -18,27 +19,55 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-std::vector<KUINT8> WithoutAlpha(const SPicture& roPicture)
+// What libpng says when it fails.
+struct SFailure
 {
-    std::vector<KUINT8> auiRgb(roPicture.auiRgba.size() / 4 * 3);
-    for (size_t uiPixel = 0; uiPixel < auiRgb.size() / 3; ++uiPixel)
-        std::copy_n(roPicture.auiRgba.data() + uiPixel * 4, 3, auiRgb.data() + uiPixel * 3);
-    return auiRgb;
+    std::string strWhy;
+};
+
+[[noreturn]] void TakeFailure(png_structp poPng, png_const_charp pszWhy)
+{
+    static_cast<SFailure*>(png_get_error_ptr(poPng))->strWhy = pszWhy;
+    png_longjmp(poPng, 1);
 }
 
-void WritePng(const SPicture& roPicture, std::FILE* poFile, const std::string& strPath)
+// libpng reports an error by a jump back to the start of this function: nothing that has a destructor may live in it.
+bool WriteRows(png_structp poPng, png_infop poInfo, const SPicture& roPicture, std::FILE* poFile, EPacking ePacking)
 {
-    png_image oImage = {};
-    oImage.version   = PNG_IMAGE_VERSION;
-    oImage.width     = roPicture.uiWidth;
-    oImage.height    = roPicture.uiHeight;
-    oImage.format    = PNG_FORMAT_RGB;
-    errno            = 0;
-    const bool bDone = png_image_write_to_stdio(&oImage, poFile, 0, WithoutAlpha(roPicture).data(), 0, nullptr) != 0;
-    if ((!bDone && errno != 0) || (bDone && std::fflush(poFile) != 0))
-        ThrowSystemError(strPath, "write");
+    if (setjmp(png_jmpbuf(poPng)) != 0)
+        return false;
+    png_init_io(poPng, poFile);
+    png_set_IHDR(poPng, poInfo, roPicture.uiWidth, roPicture.uiHeight, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (ePacking == EPacking::FAST)
+    {
+        // What a pixel differs from the one above has few values, and where nothing changes it is a run of zeros. Finding
+        // more than runs takes longer than all the rest.
+        png_set_filter(poPng, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
+        png_set_compression_level(poPng, 1);
+        png_set_compression_strategy(poPng, Z_RLE);
+    }
+    png_write_info(poPng, poInfo);
+    png_set_filler(poPng, 0, PNG_FILLER_AFTER);  // leaves the alpha out
+    for (size_t uiRow = 0; uiRow < roPicture.uiHeight; ++uiRow)
+        png_write_row(poPng, roPicture.auiRgba.data() + uiRow * roPicture.GetPitchInBytes());
+    png_write_end(poPng, poInfo);
+    return true;
+}
+
+void WritePng(const SPicture& roPicture, std::FILE* poFile, const std::string& strPath, EPacking ePacking)
+{
+    SFailure    oFailure;
+    png_structp poPng  = png_create_write_struct(PNG_LIBPNG_VER_STRING, &oFailure, TakeFailure, nullptr);
+    png_infop   poInfo = poPng != nullptr ? png_create_info_struct(poPng) : nullptr;
+    errno              = 0;
+    const bool bDone   = poInfo != nullptr && WriteRows(poPng, poInfo, roPicture, poFile, ePacking);
+    const int  iError  = bDone && std::fflush(poFile) == 0 ? 0 : errno;
+    png_destroy_write_struct(&poPng, &poInfo);
+    if (iError != 0)
+        ThrowSystemError(strPath, "write", iError);
     if (!bDone)
-        throw BoardError(strPath + ": cannot be written: " + oImage.message);
+        throw BoardError(strPath + ": cannot be written: " + oFailure.strWhy);
 }
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
@@ -58,7 +87,7 @@ mode_t ModeOfNewFile()
 }
 
 // Writes a new file beside the old one and renames it. The name of the new file is short, even if the other is long.
-void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t uiMode)
+void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t uiMode, EPacking ePacking)
 {
     const size_t  uiFolder = strPath.rfind('/') + 1;  // 0 if there is no folder
     std::string   strNew   = strPath.substr(0, uiFolder) + ".tavrin-XXXXXX";
@@ -69,7 +98,7 @@ void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t u
     try
     {
         const File poFile = Checked(fdopen(iFd, "wb"), strPath);
-        WritePng(roPicture, poFile.get(), strPath);
+        WritePng(roPicture, poFile.get(), strPath, ePacking);
         if (fchmod(iFd, uiMode) != 0)
             ThrowSystemError(strPath, "chmod");
         if (std::rename(strNew.c_str(), strPath.c_str()) != 0)
@@ -83,7 +112,7 @@ void ReplaceFile(const SPicture& roPicture, const std::string& strPath, mode_t u
 }
 }
 
-void WritePngFile(const SPicture& roPicture, const std::string& strGiven)
+void WritePngFile(const SPicture& roPicture, const std::string& strGiven, EPacking ePacking)
 {
     // A symbolic link stays, and the file that it leads to is replaced. That file need not exist yet.
     std::filesystem::path oPath(strGiven);
@@ -93,12 +122,12 @@ void WritePngFile(const SPicture& roPicture, const std::string& strGiven)
 
     struct stat oStat = {};
     if (strPath == "-")
-        WritePng(roPicture, stdout, "standard output");
+        WritePng(roPicture, stdout, "standard output", ePacking);
     else if (lstat(strPath.c_str(), &oStat) != 0)
-        ReplaceFile(roPicture, strPath, ModeOfNewFile());
+        ReplaceFile(roPicture, strPath, ModeOfNewFile(), ePacking);
     else if (S_ISREG(oStat.st_mode))
-        ReplaceFile(roPicture, strPath, oStat.st_mode & 0777);
+        ReplaceFile(roPicture, strPath, oStat.st_mode & 0777, ePacking);
     else
-        WritePng(roPicture, Checked(std::fopen(strPath.c_str(), "wbe"), strPath).get(), strPath);
+        WritePng(roPicture, Checked(std::fopen(strPath.c_str(), "wbe"), strPath).get(), strPath, ePacking);
 }
 }

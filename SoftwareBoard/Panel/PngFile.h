@@ -9,8 +9,14 @@
 
 namespace SoftwareBoard::Panel
 {
+enum class EPacking
+{
+    FAST,   // a tenth of the time
+    SMALL,  // as small as libpng makes it by default
+};
+
 // Throws BoardError on failure.
-void WritePngFile(const SPicture& roPicture, const std::string& strPath);
+void WritePngFile(const SPicture& roPicture, const std::string& strPath, EPacking ePacking);
 }
 
 #endif

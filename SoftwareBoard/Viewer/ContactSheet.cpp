@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Scaling.h"
 #include "Text.h"
 
 namespace SoftwareBoard::Viewer
@@ -16,41 +17,9 @@ constexpr int MIN_TILE_WIDTH = 56;  // room for a percentage
 constexpr int MIN_PICTURE    = 32;  // the height that a picture may have, however many there are
 
 constexpr STextColours COLOURS = {.auiInk = {226, 230, 236}, .auiPaper = {44, 48, 56}};
-
-// Each pixel is the mean of the pixels that it replaces.
-Panel::SPicture ScaleDown(const Panel::SPicture& roFrom, KUINT32 uiWidth, KUINT32 uiHeight)
-{
-    Panel::SPicture oTo{uiWidth, uiHeight, {}};
-    const auto      fStart = [](KUINT32 uiAt, KUINT32 uiTo, KUINT32 uiFrom) {
-        return static_cast<KUINT32>(KUINT64{uiAt} * uiFrom / uiTo);
-    };
-    oTo.auiRgba.reserve(oTo.GetPitchInBytes() * uiHeight);
-    for (KUINT32 uiY = 0; uiY < uiHeight; ++uiY)
-    {
-        const KUINT32 uiTop    = fStart(uiY, uiHeight, roFrom.uiHeight);
-        const KUINT32 uiBottom = std::max(fStart(uiY + 1, uiHeight, roFrom.uiHeight), uiTop + 1);
-        for (KUINT32 uiX = 0; uiX < uiWidth; ++uiX)
-        {
-            const KUINT32 uiLeft     = fStart(uiX, uiWidth, roFrom.uiWidth);
-            const KUINT32 uiRight    = std::max(fStart(uiX + 1, uiWidth, roFrom.uiWidth), uiLeft + 1);
-            KUINT64       auiSums[4] = {};
-            for (KUINT32 uiRow = uiTop; uiRow < uiBottom; ++uiRow)
-            {
-                const KUINT8* const puiRow = roFrom.auiRgba.data() + uiRow * roFrom.GetPitchInBytes();
-                for (size_t uiByte = size_t{uiLeft} * 4; uiByte < size_t{uiRight} * 4; ++uiByte)
-                    auiSums[uiByte % 4] += puiRow[uiByte];
-            }
-            const KUINT64 uiCount = KUINT64{uiBottom - uiTop} * (uiRight - uiLeft);
-            for (const KUINT64 uiSum : auiSums)
-                oTo.auiRgba.push_back(static_cast<KUINT8>((uiSum + uiCount / 2) / uiCount));
-        }
-    }
-    return oTo;
 }
 
-}
-
-void ContactSheet::Add(const Panel::SPicture& roPicture, const std::string& strLabel)
+Panel::SPicture ContactSheet::MakeTile(KUINT32 uiWidth, KUINT32 uiHeight)
 {
     if (m_aoTiles.empty())
         m_oTiling = ChooseTiling({.iTiles            = static_cast<int>(m_uiPictures),
@@ -58,17 +27,15 @@ void ContactSheet::Add(const Panel::SPicture& roPicture, const std::string& strL
                                   .iHeight           = SCREEN_HEIGHT - 2 * GAP,
                                   .iGapAcross        = GAP,
                                   .iGapDown          = GAP,
-                                  .fPictureWidth     = double{1} * roPicture.uiWidth,
-                                  .fPictureHeight    = double{1} * roPicture.uiHeight,
+                                  .fPictureWidth     = double{1} * uiWidth,
+                                  .fPictureHeight    = double{1} * uiHeight,
                                   .fMaxScale         = 1,
                                   .iMinTileWidth     = MIN_TILE_WIDTH,
                                   .fGetCaptionHeight = [](int, int) { return LABEL_ROW; }});
-    const int iHeight = std::max(m_oTiling.iTileHeight - LABEL_ROW, MIN_PICTURE);
-    const auto [iFittedWidth, iFittedHeight] =
-        FitPicture(roPicture.uiWidth, roPicture.uiHeight, m_oTiling.iTileWidth, iHeight);
-    const auto uiWidth = static_cast<KUINT32>(iFittedWidth), uiHeight = static_cast<KUINT32>(iFittedHeight);
-    const bool bSmall = roPicture.uiWidth <= uiWidth && roPicture.uiHeight <= uiHeight;
-    m_aoTiles.push_back({bSmall ? roPicture : ScaleDown(roPicture, uiWidth, uiHeight), strLabel});
+    const int iHeight                        = std::max(m_oTiling.iTileHeight - LABEL_ROW, MIN_PICTURE);
+    const auto [iFittedWidth, iFittedHeight] = FitPicture(uiWidth, uiHeight, m_oTiling.iTileWidth, iHeight);
+    return MakeBlack(std::min(uiWidth, static_cast<KUINT32>(iFittedWidth)),
+                     std::min(uiHeight, static_cast<KUINT32>(iFittedHeight)));
 }
 
 Panel::SPicture ContactSheet::Draw() const

@@ -16,8 +16,10 @@ class ContactSheet
 public:
     explicit ContactSheet(size_t uiPictures) : m_uiPictures(uiPictures) {}
 
-    // The first picture decides how many stand side by side.
-    void            Add(const Panel::SPicture& roPicture, const std::string& strLabel);
+    // Returns black of the size to which a picture of this size is scaled. The first one decides how many stand side by
+    // side.
+    Panel::SPicture MakeTile(KUINT32 uiWidth, KUINT32 uiHeight);
+    void Add(Panel::SPicture oTile, std::string strLabel) { m_aoTiles.push_back({std::move(oTile), std::move(strLabel)}); }
     Panel::SPicture Draw() const;
 
 private:

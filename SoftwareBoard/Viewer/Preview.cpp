@@ -15,6 +15,7 @@
 #include "PngFile.h"
 #include "PreviewBoard.h"
 #include "PreviewPictures.h"
+#include "Scaling.h"
 #include "Signals.h"
 #include "ToolProcess.h"
 #include "Viewer.h"
@@ -57,12 +58,13 @@ public:
         Panel::UseBoardLibrary();
     }
 
-    Panel::SPicture Show(KUINT32 uiPercent)
+    // Returns the picture, scaled for the sheet.
+    Panel::SPicture Show(KUINT32 uiPercent, ContactSheet& roSheet)
     {
         for (int iRun = 0; iRun < MOST_RUNS; ++iRun)
         {
-            if (auto ooPicture = TryToShow(uiPercent))
-                return *ooPicture;
+            if (auto ooTile = TryToShow(uiPercent, roSheet))
+                return *ooTile;
             ThrowIfFailed(*m_poTool);
             if (!m_bWasOn)
                 break;
@@ -84,7 +86,7 @@ private:
     {
         m_oBoard.SetProgress(0);  // a run that begins at 100 % may end too soon
         m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
-        m_bWasOn = WaitUntil([this] { return m_oBoard.IsRunning(); }, std::nullopt);
+        m_bWasOn = WaitUntil([this] { return m_oBoard.TakeWrites() && m_oBoard.IsRunning(); }, std::nullopt);
         m_ooScreen.reset();
         if (m_bWasOn)
             m_ooScreen = m_oBoard.OpenScreen();
@@ -94,7 +96,7 @@ private:
     // Returns the picture, or nothing if the run ended before it showed the percentage. The percentage is set while the tool
     // sleeps between two steps. The next read of the board comes from a step that shows it, or from the end of the run,
     // which destroys its buffer before it reads. When the tool sleeps again, it has drawn the whole step.
-    std::optional<Panel::SPicture> TryToShow(KUINT32 uiPercent)
+    std::optional<Panel::SPicture> TryToShow(KUINT32 uiPercent, ContactSheet& roSheet)
     {
         if ((m_poTool == nullptr || m_poTool->HasEnded()) && !StartRun())
             return std::nullopt;
@@ -112,11 +114,38 @@ private:
             // never does.
             m_bReadsProgress = bRead;
         }
-        Panel::SPicture oPicture = Panel::ReadWholePicture(*m_ooScreen);
+        Panel::SPicture oTile = DrawTile(oDrawing, roSheet);
         // At 100 % the tool ends by itself. What it reads while it ends is not the progress.
         if (uiPercent == 100 && m_bReadsProgress)
             WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
-        return oPicture;
+        return oTile;
+    }
+
+    // A look may take longer than the tool sleeps. So the tool is stopped meanwhile, if the system tells whether it sleeps.
+    Panel::SPicture DrawTile(const DrawingProcess& roDrawing, ContactSheet& roSheet)
+    {
+        const tagTVideo_VidParam& roVidParam = m_ooScreen->GetOutput().oVidParam;
+        Panel::SPicture           oTile;
+        std::string               strCall;
+        const auto                fLook = [&] {
+            oTile = roSheet.MakeTile(roVidParam.uiHActive, roVidParam.uiVActive);
+            RowScaler oScaler(roVidParam.uiHActive, roVidParam.uiVActive, oTile, WholeOf(oTile));
+            m_ooScreen->ReadRows([&](size_t, const KUINT32* puiPixels) {
+                oScaler.AddRow({puiPixels, m_ooScreen->GetWidth()});
+                return true;
+            });
+        };
+        const auto fStop = [&] {
+            return roDrawing.SleptWhile([&] { strCall = m_poTool->FindCall(); }) && m_poTool->TryStop(strCall);
+        };
+        if (roDrawing.CanDraw() && WaitUntil(fStop, LONGEST_LOOK))
+        {
+            fLook();
+            m_poTool->GoOn();
+        }
+        else
+            Panel::LookUntilWhole(*m_ooScreen, fLook);
+        return oTile;
     }
 
     // Returns false if the tool has ended, or after the time.
@@ -154,9 +183,9 @@ void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPerce
     ContactSheet oSheet(roPercents.size());
     Preview      oPreview(roPassedOn);
     for (const KUINT32 uiPercent : roPercents)
-        oSheet.Add(oPreview.Show(uiPercent), std::to_string(uiPercent) + " %");
+        oSheet.Add(oPreview.Show(uiPercent, oSheet), std::to_string(uiPercent) + " %");
     oPreview.End();
-    Panel::WritePngFile(oSheet.Draw(), strFile);
+    Panel::WritePngFile(oSheet.Draw(), strFile, Panel::EPacking::FAST);
 }
 }
 

@@ -33,7 +33,8 @@ PreviewBoard::PreviewBoard() : m_strFolder(MakeFolder())
         Board::Create(oPlan);
 
         m_ooReads.emplace(m_strFolder + "/" + BoardState::FILE_NAME, IN_ACCESS);
-        if (!m_ooReads->IsWatching())
+        m_ooWrites.emplace(m_strFolder + "/" + BoardState::FILE_NAME, IN_MODIFY);
+        if (!m_ooReads->IsWatching() || !m_ooWrites->IsWatching())
             ThrowSystemError(m_strFolder, "inotify");
     }
     catch (...)
@@ -57,11 +58,6 @@ void PreviewBoard::SetProgress(KUINT32 uiPercent)
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
         oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
     TakeReads();
-}
-
-bool PreviewBoard::TakeReads() const
-{
-    return m_ooReads->Take();
 }
 
 bool PreviewBoard::IsRunning() const

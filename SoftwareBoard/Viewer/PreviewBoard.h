@@ -22,7 +22,9 @@ public:
     void SetProgress(KUINT32 uiPercent);
 
     // Whether a process has read the board's state since the last call.
-    bool TakeReads() const;
+    bool TakeReads() const { return m_ooReads->Take(); }
+    // Whether a process has written to it since the last call.
+    bool TakeWrites() const { return m_ooWrites->Take(); }
 
     // The screen of output 0 of the first device on which that output is on; nothing if there is none.
     std::optional<Screen> OpenScreen() const;
@@ -32,6 +34,7 @@ public:
 private:
     std::string                m_strFolder;
     std::optional<FileChanges> m_ooReads;
+    std::optional<FileChanges> m_ooWrites;
 };
 }
 

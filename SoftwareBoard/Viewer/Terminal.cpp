@@ -110,6 +110,23 @@ STerminalSize Terminal::GetSize()
     return oTerminal;
 }
 
+std::string Terminal::At(std::pair<int, int> oPlace, const std::string& strText)
+{
+    return "\x1b[" + std::to_string(oPlace.first + 1) + ";" + std::to_string(oPlace.second + 1) + "H\x1b[0m" + strText;
+}
+
+void Terminal::PresentChanges()
+{
+    std::string strOut;
+    for (auto& [roPlace, rstrText] : m_oNext)
+    {
+        strOut += At(roPlace, rstrText);
+        m_oShown[roPlace] = std::move(rstrText);
+    }
+    m_oNext.clear();
+    Write(strOut);
+}
+
 void Terminal::Present()
 {
     bool bSamePlaces = m_oShown.size() == m_oNext.size();
@@ -126,8 +143,7 @@ void Terminal::Present()
     {
         if (const auto i = m_oShown.find(roPlace); i != m_oShown.end() && i->second == roText)
             continue;
-        strOut +=
-            "\x1b[" + std::to_string(roPlace.first + 1) + ";" + std::to_string(roPlace.second + 1) + "H\x1b[0m" + roText;
+        strOut += At(roPlace, roText);
     }
     Write(strOut);
     m_oShown     = std::exchange(m_oNext, {});

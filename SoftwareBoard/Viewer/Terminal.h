@@ -20,6 +20,8 @@ struct STerminalSize
     int iRows         = 24;
     int iCellWidthPx  = 0;  // 0 if the terminal does not tell it; likewise the next
     int iCellHeightPx = 0;
+
+    bool operator==(const STerminalSize&) const = default;
 };
 
 class Terminal
@@ -40,9 +42,11 @@ public:
     static STerminalSize GetSize();
 
     // Put adds a text or an image of the terminal to the next screen; rows and columns count from 0. A text must stay in its
-    // row. Present writes what differs from the last screen. Call Present only while IsBehind() is false.
+    // row. Present writes what differs from the last screen; PresentChanges leaves what was not put as it is. Call them only
+    // while IsBehind() is false.
     void Put(int iRow, int iColumn, std::string strText) { m_oNext[{iRow, iColumn}] = std::move(strText); }
     void Present();
+    void PresentChanges();
 
     // Whether the terminal has not taken everything yet. Then wait until the descriptor can be written, and call WriteOn to
     // write more.
@@ -57,6 +61,8 @@ public:
     void SetImageEraser(std::string strSequence) { m_strImageEraser = std::move(strSequence); }
 
 private:
+    static std::string At(std::pair<int, int> oPlace, const std::string& strText);
+
     using Texts = std::map<std::pair<int, int>, std::string>;
 
     void Write(std::string strText);

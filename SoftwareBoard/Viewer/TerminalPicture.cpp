@@ -82,21 +82,32 @@ std::pair<int, int> TerminalPictures::FitInto(int iColumns, int iRows, KUINT32 u
             std::clamp(static_cast<int>(fHeight * fScale + 0.5), 1, iRows)};
 }
 
-std::vector<std::string> TerminalPictures::Draw(const Panel::SPicture& roPicture, int iColumns, int iRows,
-                                                const STerminalSize& roTerminal) const
+// Making a canvas takes longer than drawing a few cells on it.
+ChafaCanvas* TerminalPictures::FindCanvas(int iColumns, int iRows, const STerminalSize& roTerminal) const
 {
+    constexpr size_t uiMost = 64;
+    const auto       oKey   = std::array{iColumns, iRows, CellWidth(roTerminal), CellHeight(roTerminal)};
+    if (const auto i = m_oCanvases.find(oKey); i != m_oCanvases.end())
+        return i->second.get();
+    if (m_oCanvases.size() >= uiMost)
+        m_oCanvases.clear();
     const Owned<ChafaCanvasConfig> poConfig(chafa_canvas_config_new());
     chafa_canvas_config_set_geometry(poConfig.get(), iColumns, iRows);
     chafa_canvas_config_set_cell_geometry(poConfig.get(), CellWidth(roTerminal), CellHeight(roTerminal));
     chafa_canvas_config_set_canvas_mode(poConfig.get(), m_eCanvasMode);
     chafa_canvas_config_set_pixel_mode(poConfig.get(), m_ePixelMode);
     chafa_canvas_config_set_symbol_map(poConfig.get(), m_poSymbols.get());
+    return (m_oCanvases[oKey] = Owned<ChafaCanvas>(chafa_canvas_new(poConfig.get()))).get();
+}
 
-    const Owned<ChafaCanvas> poCanvas(chafa_canvas_new(poConfig.get()));
-    chafa_canvas_draw_all_pixels(poCanvas.get(), CHAFA_PIXEL_RGBA8_UNASSOCIATED, roPicture.auiRgba.data(),
-                                 static_cast<gint>(roPicture.uiWidth), static_cast<gint>(roPicture.uiHeight),
-                                 static_cast<gint>(roPicture.GetPitchInBytes()));
-    const Owned<GString> poText(chafa_canvas_print(poCanvas.get(), m_poTermInfo.get()));
+std::vector<std::string> TerminalPictures::Draw(const KUINT8* puiRgba, KUINT32 uiWidth, KUINT32 uiHeight,
+                                                size_t uiPitchInBytes, int iColumns, int iRows,
+                                                const STerminalSize& roTerminal) const
+{
+    ChafaCanvas* const poCanvas = FindCanvas(iColumns, iRows, roTerminal);
+    chafa_canvas_draw_all_pixels(poCanvas, CHAFA_PIXEL_RGBA8_UNASSOCIATED, puiRgba, static_cast<gint>(uiWidth),
+                                 static_cast<gint>(uiHeight), static_cast<gint>(uiPitchInBytes));
+    const Owned<GString> poText(chafa_canvas_print(poCanvas, m_poTermInfo.get()));
     const std::string    strText(poText->str, poText->len);
     if (m_ePixelMode == CHAFA_PIXEL_MODE_KITTY)
         return {"\x1b_Ga=d,d=C,q=2\x1b\\" + strText};  // removes the last image; they would pile up

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
 
 #include <cairo.h>
@@ -119,9 +120,17 @@ std::vector<std::string> WrapText(std::string strText, size_t uiRows, const Fits
 
 int TextWidth(const std::string& strText)
 {
+    // The same texts are measured again and again, and finding the font takes much longer than finding the text here.
+    static std::map<std::string, int> s_oKnown;
+    constexpr size_t                  uiMost = 500;
+    if (const auto i = s_oKnown.find(strText); i != s_oKnown.end())
+        return i->second;
     cairo_text_extents_t oExtents = {};
     cairo_text_extents(Canvas(1, 1).Get(), strText.c_str(), &oExtents);
-    return static_cast<int>(std::ceil(std::max(oExtents.x_advance, oExtents.x_bearing + oExtents.width)));
+    if (s_oKnown.size() >= uiMost)
+        s_oKnown.clear();
+    return s_oKnown[strText] =
+               static_cast<int>(std::ceil(std::max(oExtents.x_advance, oExtents.x_bearing + oExtents.width)));
 }
 
 Panel::SPicture DrawText(const std::string& strText, KUINT32 uiWidth, KUINT32 uiHeight, const STextColours& roColours,

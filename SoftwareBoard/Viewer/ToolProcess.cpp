@@ -4,7 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
+#include <fstream>
 
 #include "BoardError.h"
 #include "Printable.h"
@@ -43,5 +45,26 @@ bool ToolProcess::HasEnded()
     if (!m_oiWaitStatus && waitpid(m_iPid, &iWait, WNOHANG) == m_iPid)
         m_oiWaitStatus = iWait;
     return m_oiWaitStatus.has_value();
+}
+
+std::string ToolProcess::FindCall() const
+{
+    std::string strCall;
+    std::getline(std::ifstream("/proc/" + std::to_string(m_iPid) + "/syscall"), strCall);
+    return std::isdigit(static_cast<unsigned char>(strCall[0])) != 0 ? strCall : "";
+}
+
+bool ToolProcess::TryStop(const std::string& strCall)
+{
+    int iWait = 0;
+    if (HasEnded() || strCall.empty() || kill(m_iPid, SIGSTOP) != 0)
+        return false;
+    if (waitpid(m_iPid, &iWait, WUNTRACED) == m_iPid && !WIFSTOPPED(iWait))
+        m_oiWaitStatus = iWait;
+    else if (FindCall() == strCall)
+        return true;
+    else
+        GoOn();
+    return false;
 }
 }

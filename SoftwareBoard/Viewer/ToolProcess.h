@@ -25,6 +25,13 @@ public:
     // The status from waitpid; nothing until HasEnded has returned true.
     std::optional<int> GetWaitStatus() const { return m_oiWaitStatus; }
 
+    // The call of the system that the tool is in, with its arguments; empty if it is in none or the system does not tell.
+    std::string FindCall() const;
+    // Stops the tool if it is still in that call, or in the same one again. A tool that was stopped there draws nothing
+    // until GoOn.
+    bool TryStop(const std::string& strCall);
+    void GoOn() { kill(m_iPid, SIGCONT); }
+
 private:
     pid_t              m_iPid = -1;
     std::optional<int> m_oiWaitStatus;

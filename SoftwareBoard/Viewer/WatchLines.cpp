@@ -74,9 +74,9 @@ void WatchInLines(WatchedBoard& roBoard)
             astrBefore = astrLines;
         }
         // Notices at once, not only at the next line, that the reader of a pipe is gone.
-        pollfd    oOutput = {STDOUT_FILENO, 0, 0};
-        const int iSignal = oSignals.Wait(roBoard.GetPause(oUpdateBegan), {&oOutput, 1});
-        if (IsEnd(iSignal) || (oOutput.revents & POLLERR) != 0)
+        pollfd    aoFiles[] = {{STDOUT_FILENO, 0, 0}, {roBoard.GetChanges(), POLLIN, 0}};
+        const int iSignal   = oSignals.Wait(roBoard.GetPause(oUpdateBegan), aoFiles);
+        if (IsEnd(iSignal) || (aoFiles[0].revents & POLLERR) != 0)
             return;
     }
 }

@@ -1,8 +1,9 @@
 #include <algorithm>
+#include <list>
 
 #include "BoardError.h"
+#include "CellPicture.h"
 #include "Signals.h"
-#include "TerminalPicture.h"
 #include "Text.h"
 #include "Tiling.h"
 #include "Watch.h"
@@ -33,9 +34,17 @@ public:
     }
 
     void Draw();
-    void DrawAnew() { m_oTerminal.Forget(); }  // at the next Draw
+    void DrawAnew()  // at the next Draw
+    {
+        m_oTerminal.Forget();
+        m_bAnew = true;
+    }
     void Leave() { m_oTerminal.Leave(); }
-    void Enter() { m_oTerminal.Enter(); }
+    void Enter()
+    {
+        m_oTerminal.Enter();
+        m_bAnew = true;
+    }
     bool IsBehind() const { return m_oTerminal.IsBehind(); }
     void WriteOn() { m_oTerminal.WriteOn(); }
 
@@ -47,19 +56,31 @@ private:
     void    DrawTile(size_t uiOutput, int iRow, int iColumn, const STiling& roTiling);
     void    DrawProgress(int iRow);
 
-    // A picture as texts for the terminal, kept until the picture or its size in cells changes.
+    // A picture as texts for the terminal, and the size in cells. Outputs that show the same share it.
     struct SDrawn
     {
-        std::shared_ptr<const Panel::SPicture> poPicture;
-        std::pair<int, int>                    oCells;
-        std::vector<std::string>               astrTexts;
+        std::shared_ptr<const WatchedPicture> poPicture;
+        CellPicture                           oCells;
     };
+    // Where it is shown.
+    struct SPlaced
+    {
+        const SDrawn* poDrawn;
+        int           iTop, iLeft;
+    };
+    void          DrawPixels();
+    const SDrawn& DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oCells);
 
-    WatchedBoard&       m_roBoard;
-    TerminalPictures    m_oPictures;
-    Terminal            m_oTerminal;
-    STerminalSize       m_oSize;
-    std::vector<SDrawn> m_aoDrawn;
+    WatchedBoard&     m_roBoard;
+    TerminalPictures  m_oPictures;
+    Terminal          m_oTerminal;
+    STerminalSize     m_oSize;
+    std::list<SDrawn> m_oDrawn;      // of this Draw, and then
+    std::list<SDrawn> m_oDrawnLast;  // those of the last one that were not used yet
+
+    bool                 m_bAnew = true;
+    SBoardView           m_oShown;  // by the last Draw
+    std::vector<SPlaced> m_aoPlaced;
 };
 
 STiling TerminalView::LayOut(int iRows) const
@@ -87,16 +108,40 @@ void TerminalView::DrawTile(size_t uiOutput, int iRow, int iColumn, const STilin
         m_oTerminal.Put(iLine++, iColumn, CutOrFill(strText, roTiling.iTileWidth));
     if (roOutput.poPicture == nullptr || iHigh < 1)
         return;
-    const Panel::SPicture& roPicture = *roOutput.poPicture;
-    const auto oCells  = m_oPictures.FitInto(roTiling.iTileWidth, iHigh, roPicture.uiWidth, roPicture.uiHeight, m_oSize);
-    SDrawn&    roDrawn = m_aoDrawn[uiOutput];
-    if (roDrawn.poPicture != roOutput.poPicture || roDrawn.oCells != oCells)
-        roDrawn = {roOutput.poPicture, oCells, m_oPictures.Draw(roPicture, oCells.first, oCells.second, m_oSize)};
+    const auto& [uiWidth, uiHeight, auiRgba] = roOutput.poPicture->GetPixels();
+    const auto    oCells                     = m_oPictures.FitInto(roTiling.iTileWidth, iHigh, uiWidth, uiHeight, m_oSize);
+    const SDrawn& roDrawn                    = DrawPicture(roOutput.poPicture, oCells);
+    const int     iLeft = iColumn + (roTiling.iTileWidth - oCells.first) / 2, iTop = iRow + (iHigh - oCells.second) / 2;
+    for (const auto& [oPlace, strText] : roDrawn.oCells.GetTexts())
+        m_oTerminal.Put(iTop + oPlace.first, iLeft + oPlace.second, strText);
+    m_aoPlaced.push_back({&roDrawn, iTop, iLeft});
+}
 
-    const int iLeft = iColumn + (roTiling.iTileWidth - oCells.first) / 2;
-    int       iTop  = iRow + (iHigh - oCells.second) / 2;
-    for (const std::string& strCells : roDrawn.astrTexts)
-        m_oTerminal.Put(iTop++, iLeft, strCells);
+const TerminalView::SDrawn& TerminalView::DrawPicture(const std::shared_ptr<const WatchedPicture>& rpoPicture,
+                                                      std::pair<int, int>                          oCells)
+{
+    const auto fIsIt = [&](const SDrawn& ro) { return ro.poPicture == rpoPicture && ro.oCells.IsFor(oCells, m_oSize); };
+    if (const auto i = std::find_if(m_oDrawn.begin(), m_oDrawn.end(), fIsIt); i != m_oDrawn.end())
+        return *i;
+    if (const auto i = std::find_if(m_oDrawnLast.begin(), m_oDrawnLast.end(), fIsIt); i != m_oDrawnLast.end())
+        m_oDrawn.splice(m_oDrawn.end(), m_oDrawnLast, i);
+    else
+        m_oDrawn.push_back({rpoPicture, CellPicture(oCells, m_oSize)});
+    m_oDrawn.back().oCells.Update(*rpoPicture, m_oPictures);
+    return m_oDrawn.back();
+}
+
+// Everything else stays as it is.
+void TerminalView::DrawPixels()
+{
+    for (SDrawn& roDrawn : m_oDrawn)
+        roDrawn.oCells.Update(*roDrawn.poPicture, m_oPictures);
+    for (const SPlaced& roPlaced : m_aoPlaced)
+    {
+        for (const auto& [oPlace, strText] : roPlaced.poDrawn->oCells.GetChanged())
+            m_oTerminal.Put(roPlaced.iTop + oPlace.first, roPlaced.iLeft + oPlace.second, strText);
+    }
+    m_oTerminal.PresentChanges();
 }
 
 // Draws the bar over the whole row, with the text in it.
@@ -110,11 +155,15 @@ void TerminalView::DrawProgress(int iRow)
 
 void TerminalView::Draw()
 {
-    m_oSize                  = Terminal::GetSize();
     const SBoardView& roView = m_roBoard.GetView();
-    const bool        bTitle = m_oSize.iRows >= 6;
-    const int         iTop   = bTitle ? 1 : 0;
-    const int         iRows  = m_oSize.iRows - iTop - 1;
+    if (!std::exchange(m_bAnew, false) && IsLikeExceptPixels(m_oShown, roView))
+        return DrawPixels();
+    m_oShown = roView;
+    m_aoPlaced.clear();
+    m_oSize           = Terminal::GetSize();
+    const bool bTitle = m_oSize.iRows >= 6;
+    const int  iTop   = bTitle ? 1 : 0;
+    const int  iRows  = m_oSize.iRows - iTop - 1;
     if (bTitle)
         m_oTerminal.Put(0, 0, "\x1b[1m" + CutOrFill("board " + m_roBoard.GetTitle(), m_oSize.iColumns) + "\x1b[0m");
     if (!roView.strProblem.empty())
@@ -122,7 +171,7 @@ void TerminalView::Draw()
         m_oTerminal.Put(m_oSize.iRows / 2, 0, CutOrFill(roView.strProblem, m_oSize.iColumns));
         return m_oTerminal.Present();
     }
-    m_aoDrawn.resize(roView.aoOutputs.size());
+    m_oDrawnLast          = std::exchange(m_oDrawn, {});
     const STiling oTiling = LayOut(iRows);
     for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
     {
@@ -132,6 +181,7 @@ void TerminalView::Draw()
             DrawTile(uiOutput, iTop + iRow, iColumn, oTiling);
     }
     DrawProgress(m_oSize.iRows - 1);
+    m_oDrawnLast.clear();
     m_oTerminal.Present();
 }
 
@@ -169,7 +219,10 @@ void WatchInTerminal(WatchedBoard& roBoard)
             bRedraw = false;
         }
 
-        pollfd            aoFiles[] = {{bKeys ? STDIN_FILENO : -1, POLLIN, 0}, oView.AwaitWriting()};
+        // A terminal that is behind shows nothing new until it has caught up.
+        pollfd            aoFiles[] = {{bKeys ? STDIN_FILENO : -1, POLLIN, 0},
+                                       oView.AwaitWriting(),
+                                       {oView.IsBehind() ? -1 : roBoard.GetChanges(), POLLIN, 0}};
         const int         iSignal   = oSignals.Wait(roBoard.GetPause(oUpdateBegan), aoFiles);
         const std::string strKeys   = (aoFiles[0].revents & POLLIN) != 0 ? ReadKeys() : "";
         if (strKeys.find('q') != std::string::npos)

@@ -1,5 +1,12 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
+#include <list>
+#include <map>
+#include <thread>
+#include <tuple>
 
 #include <SDL.h>
 
@@ -16,7 +23,13 @@ namespace
 constexpr int TEXT_ROW = 24;  // pixels
 constexpr int MARGIN   = 8;
 
+constexpr size_t MOST_LINES = 200;  // of text, to keep as they were drawn
+
+constexpr std::chrono::milliseconds SHORT_WAIT(40);  // for which nothing need wake SDL
+
 constexpr STextColours CAPTION_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
+
+constexpr std::array<KUINT8, 3> SCREEN_COLOUR = {20, 22, 26};  // around a picture
 
 constexpr STextColours BAR_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {62, 96, 140}};
 
@@ -39,6 +52,8 @@ public:
     {
         SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
         SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+        // Few pixels change at a time, and only those are sent. A renderer would draw the whole window for each.
+        SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
         // SDL's other drivers show no window to anybody. SDL_VIDEODRIVER overrides this.
         SDL_SetHint(SDL_HINT_VIDEODRIVER, std::getenv("WAYLAND_DISPLAY") != nullptr ? "x11,wayland" : "x11");
         if (SDL_Init(SDL_INIT_VIDEO) != 0)
@@ -52,46 +67,117 @@ public:
 struct SDestroy
 {
     void operator()(SDL_Window* po) const { SDL_DestroyWindow(po); }
-    void operator()(SDL_Renderer* po) const { SDL_DestroyRenderer(po); }
-    void operator()(SDL_Texture* po) const { SDL_DestroyTexture(po); }
+    void operator()(SDL_Surface* po) const { SDL_FreeSurface(po); }
 };
 template <class T> using Owned = std::unique_ptr<T, SDestroy>;
 
-void FillTexture(SDL_Texture* poTexture, const Panel::SPicture& roPicture)
+// Wakes SDL, which waits for nothing but its own events, when a descriptor can be read.
+class Waker
 {
-    SDL_UpdateTexture(poTexture, nullptr, roPicture.auiRgba.data(), static_cast<int>(roPicture.GetPitchInBytes()));
-}
+public:
+    Waker()
+    {
+        if (pipe2(m_aiPipe, O_CLOEXEC) != 0)
+            ThrowSystemError("the window", "pipe");
+        m_oThread = std::thread([iCommands = m_aiPipe[0]] {
+            for (SDescriptors o = {}; read(iCommands, &o, sizeof(o)) == ssize_t{sizeof(o)};)
+            {
+                pollfd aoFiles[] = {{iCommands, POLLIN, 0}, {o.iFirst, POLLIN, 0}, {o.iSecond, POLLIN, 0}};
+                poll(aoFiles, std::size(aoFiles), -1);
+                SDL_Event oWake = {};
+                oWake.type      = SDL_USEREVENT;
+                if (aoFiles[0].revents == 0)
+                    SDL_PushEvent(&oWake);
+            }
+        });
+    }
+    ~Waker()
+    {
+        close(m_aiPipe[1]);
+        m_oThread.join();
+        close(m_aiPipe[0]);
+    }
+    Waker(const Waker&)            = delete;
+    Waker& operator=(const Waker&) = delete;
+
+    // Wakes once, when one of the two can be read; -1 stands for none. Replaces the last call.
+    void WakeWhen(int iFirst, int iSecond) const
+    {
+        const SDescriptors o = {iFirst, iSecond};
+        if (write(m_aiPipe[1], &o, sizeof(o)) != ssize_t{sizeof(o)})
+            ThrowSystemError("the window", "write");
+    }
+
+private:
+    struct SDescriptors
+    {
+        int iFirst, iSecond;
+    };
+
+    int         m_aiPipe[2] = {-1, -1};
+    std::thread m_oThread;
+};
 
 class Window
 {
 public:
     explicit Window(WatchedBoard& roBoard);
 
-    void Draw();
+    // Draws everything anew or, if nothing else has changed, only the pixels that have.
+    void Draw(bool bAnew);
     // Waits at most oWait for events of the window. Returns false if the user closes it.
     bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const;
 
 private:
-    struct STile
+    // A watched picture, as large as it is shown or, if that is larger, as it is. Outputs that show the same share it.
+    struct SDrawn
     {
-        std::shared_ptr<const Panel::SPicture> poPicture;
-        Owned<SDL_Texture>                     poTexture;
+        std::shared_ptr<const WatchedPicture> poPicture;
+        std::pair<int, int>                   oSize;
+        KUINT32                               uiVersion = 0;
+        Panel::SPicture                       oScaled;   // empty if it is not scaled down
+        SArea                                 oChanged;  // by the last Draw
+    };
+    struct SPlaced
+    {
+        const SDrawn* poDrawn;
+        SDL_Rect      oPlace;
     };
 
-    STiling            LayOut(int iWidth, int iHeight) const;
-    void               DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeight);
-    void               DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const;
-    void               ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const;
-    void               DrawProgress(int iWidth, int iY) const;
-    Owned<SDL_Texture> MakeTexture(const Panel::SPicture& roPicture) const;
-    void               Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const;
+    using LineKey = std::tuple<std::string, int, std::array<KUINT8, 3>>;  // text, width of the room, colour of the paper
 
-    WatchedBoard&       m_roBoard;
-    Sdl                 m_oSdl;
-    Owned<SDL_Window>   m_poWindow;
-    Owned<SDL_Renderer> m_poRenderer;
-    std::vector<STile>  m_aoTiles;
+    STiling       LayOut(int iWidth, int iHeight) const;
+    void          DrawPixels();
+    void          DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeight);
+    void          DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours);
+    const SDrawn& FindDrawn(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oSize);
+    static void   Update(SDrawn& roDrawn);
+    SDL_Rect      Paste(const SPlaced& roPlaced, const SArea& oArea) const;
+    void          DrawProgress(int iWidth, int iY);
+    void          Fill(const SDL_Rect& roRect, const std::array<KUINT8, 3>& roColour) const;
+
+    WatchedBoard&        m_roBoard;
+    Sdl                  m_oSdl;
+    Owned<SDL_Window>    m_poWindow;
+    SDL_Surface*         m_poCanvas = nullptr;  // of the window; valid until its size changes
+    std::list<SDrawn>    m_oDrawn;              // in this Draw, and then
+    std::list<SDrawn>    m_oDrawnLast;          // those of the last one that were not used yet
+    SBoardView           m_oShown;              // by the last Draw
+    std::vector<SPlaced> m_aoPlaced;
+
+    std::map<LineKey, Owned<SDL_Surface>> m_oLines;
 };
+
+// Shares the pixels.
+Owned<SDL_Surface> MakeSurface(const Panel::SPicture& roPicture)
+{
+    void* const        pPixels = const_cast<KUINT8*>(roPicture.auiRgba.data());  // SDL only reads them
+    Owned<SDL_Surface> poSurface(SDL_CreateRGBSurfaceWithFormatFrom(
+        pPixels, static_cast<int>(roPicture.uiWidth), static_cast<int>(roPicture.uiHeight), 32,
+        static_cast<int>(roPicture.GetPitchInBytes()), SDL_PIXELFORMAT_ABGR8888));
+    SDL_SetSurfaceBlendMode(poSurface.get(), SDL_BLENDMODE_NONE);
+    return poSurface;
+}
 
 Window::Window(WatchedBoard& roBoard) : m_roBoard(roBoard)
 {
@@ -99,47 +185,80 @@ Window::Window(WatchedBoard& roBoard) : m_roBoard(roBoard)
                                       SDL_WINDOWPOS_UNDEFINED, 1040, 490, SDL_WINDOW_RESIZABLE));
     if (m_poWindow == nullptr)
         ThrowSdlError("SDL_CreateWindow", "");
-    m_poRenderer.reset(SDL_CreateRenderer(m_poWindow.get(), -1, 0));
-    if (m_poRenderer == nullptr)
-        ThrowSdlError("SDL_CreateRenderer", "");
-    SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
 }
 
-void Window::Fill(const SDL_Rect& roRect, KUINT8 uiRed, KUINT8 uiGreen, KUINT8 uiBlue) const
+void Window::Fill(const SDL_Rect& roRect, const std::array<KUINT8, 3>& roColour) const
 {
-    SDL_SetRenderDrawColor(m_poRenderer.get(), uiRed, uiGreen, uiBlue, 255);
-    SDL_RenderFillRect(m_poRenderer.get(), &roRect);
-}
-
-Owned<SDL_Texture> Window::MakeTexture(const Panel::SPicture& roPicture) const
-{
-    return Owned<SDL_Texture>(SDL_CreateTexture(m_poRenderer.get(), SDL_PIXELFORMAT_ABGR8888, SDL_TEXTUREACCESS_STREAMING,
-                                                static_cast<int>(roPicture.uiWidth), static_cast<int>(roPicture.uiHeight)));
+    SDL_FillRect(m_poCanvas, &roRect, SDL_MapRGB(m_poCanvas->format, roColour[0], roColour[1], roColour[2]));
 }
 
 // Draws one row of text, cut to the width of roRoom.
-void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours) const
+void Window::DrawLine(const std::string& strText, const SDL_Rect& roRoom, const STextColours& roColours)
 {
-    const std::string        strCut    = CutText(strText, FitsPixels(roRoom.w));
-    const auto               uiWidth   = static_cast<KUINT32>(std::max(TextWidth(strCut), 1));
-    const Panel::SPicture    oText     = DrawText(strCut, uiWidth, TEXT_ROW, roColours, false);
-    const Owned<SDL_Texture> poTexture = MakeTexture(oText);
-    if (poTexture == nullptr)
-        return;
-    FillTexture(poTexture.get(), oText);
-    const SDL_Rect oPlace = {roRoom.x, roRoom.y, static_cast<int>(uiWidth), TEXT_ROW};
-    SDL_RenderCopy(m_poRenderer.get(), poTexture.get(), nullptr, &oPlace);
+    Owned<SDL_Surface>& rpoLine = m_oLines[{strText, roRoom.w, roColours.auiPaper}];
+    if (rpoLine == nullptr)
+    {
+        const std::string     strCut  = CutText(strText, FitsPixels(roRoom.w));
+        const auto            uiWidth = static_cast<KUINT32>(std::max(TextWidth(strCut), 1));
+        const Panel::SPicture oText   = DrawText(strCut, uiWidth, TEXT_ROW, roColours, false);
+        rpoLine.reset(SDL_ConvertSurfaceFormat(MakeSurface(oText).get(), SDL_PIXELFORMAT_ABGR8888, 0));
+    }
+    SDL_Rect oPlace = {roRoom.x, roRoom.y, roRoom.w, TEXT_ROW};
+    SDL_BlitSurface(rpoLine.get(), nullptr, m_poCanvas, &oPlace);
 }
 
-// Keeps the texture if the new picture has the size of the old one.
-void Window::ChangePicture(STile& roTile, const std::shared_ptr<const Panel::SPicture>& rpoPicture) const
+const Window::SDrawn& Window::FindDrawn(const std::shared_ptr<const WatchedPicture>& rpoPicture, std::pair<int, int> oSize)
 {
-    const auto fSize = [](const Panel::SPicture& ro) { return std::pair(ro.uiWidth, ro.uiHeight); };
-    if (roTile.poTexture == nullptr || rpoPicture == nullptr || fSize(*roTile.poPicture) != fSize(*rpoPicture))
-        roTile.poTexture = rpoPicture != nullptr ? MakeTexture(*rpoPicture) : nullptr;
-    if (roTile.poTexture != nullptr)
-        FillTexture(roTile.poTexture.get(), *rpoPicture);
-    roTile.poPicture = rpoPicture;
+    const auto fIsIt = [&](const SDrawn& ro) { return ro.poPicture == rpoPicture && ro.oSize == oSize; };
+    if (const auto i = std::find_if(m_oDrawn.begin(), m_oDrawn.end(), fIsIt); i != m_oDrawn.end())
+        return *i;
+    if (const auto i = std::find_if(m_oDrawnLast.begin(), m_oDrawnLast.end(), fIsIt); i != m_oDrawnLast.end())
+    {
+        m_oDrawn.splice(m_oDrawn.end(), m_oDrawnLast, i);
+        Update(*i);
+        return *i;
+    }
+    const Panel::SPicture& roPixels = rpoPicture->GetPixels();
+    SDrawn&                roDrawn  = m_oDrawn.emplace_back(SDrawn{rpoPicture, oSize, rpoPicture->GetVersion(), {}, {}});
+    if (static_cast<KUINT32>(oSize.first) < roPixels.uiWidth && static_cast<KUINT32>(oSize.second) < roPixels.uiHeight)
+    {
+        roDrawn.oScaled = MakeBlack(static_cast<KUINT32>(oSize.first), static_cast<KUINT32>(oSize.second));
+        ScaleDown(roPixels, WholeOf(roPixels), roDrawn.oScaled);
+    }
+    return roDrawn;
+}
+
+void Window::Update(SDrawn& roDrawn)
+{
+    const KUINT32          uiBefore = std::exchange(roDrawn.uiVersion, roDrawn.poPicture->GetVersion());
+    const Panel::SPicture& roPixels = roDrawn.poPicture->GetPixels();
+    roDrawn.oChanged                = uiBefore == roDrawn.uiVersion       ? SArea{}
+                                      : uiBefore + 1 == roDrawn.uiVersion ? roDrawn.poPicture->GetChanged()
+                                                                          : WholeOf(roPixels);
+    if (!roDrawn.oScaled.auiRgba.empty())
+        roDrawn.oChanged = ScaleDown(roPixels, roDrawn.oChanged, roDrawn.oScaled);
+}
+
+// Draws this area of a picture, or all of it if the picture is enlarged. Returns where on the window that is.
+SDL_Rect Window::Paste(const SPlaced& roPlaced, const SArea& oArea) const
+{
+    const SDrawn&            roDrawn   = *roPlaced.poDrawn;
+    const bool               bScaled   = !roDrawn.oScaled.auiRgba.empty();
+    const Owned<SDL_Surface> poSurface = MakeSurface(bScaled ? roDrawn.oScaled : roDrawn.poPicture->GetPixels());
+    SDL_Rect                 oTo       = roPlaced.oPlace;
+    if (poSurface == nullptr)
+        return oTo;
+    if (poSurface->w != oTo.w || poSurface->h != oTo.h)
+    {
+        const Owned<SDL_Surface> poLike(SDL_ConvertSurface(poSurface.get(), m_poCanvas->format, 0));
+        SDL_SoftStretchLinear(poLike.get(), nullptr, m_poCanvas, &oTo);
+        return oTo;
+    }
+    const SDL_Rect oFrom = {static_cast<int>(oArea.uiLeft), static_cast<int>(oArea.uiTop),
+                            static_cast<int>(oArea.uiRight - oArea.uiLeft), static_cast<int>(oArea.uiBottom - oArea.uiTop)};
+    oTo                  = {oTo.x + oFrom.x, oTo.y + oFrom.y, oFrom.w, oFrom.h};
+    SDL_BlitSurface(poSurface.get(), &oFrom, m_poCanvas, &oTo);
+    return oTo;
 }
 
 STiling Window::LayOut(int iWidth, int iHeight) const
@@ -166,49 +285,68 @@ void Window::DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeigh
         DrawLine(strText, {roTile.x, iY, roTile.w, TEXT_ROW}, CAPTION_COLOURS);
         iY += TEXT_ROW;
     }
-    Fill(oScreen, 20, 22, 26);
+    Fill(oScreen, SCREEN_COLOUR);
 
-    STile& roDrawn = m_aoTiles[uiOutput];
-    if (roDrawn.poPicture != roOutput.poPicture)
-        ChangePicture(roDrawn, roOutput.poPicture);
-    if (roDrawn.poTexture == nullptr)
+    if (roOutput.poPicture == nullptr)
         return;
-    const auto& [uiWidth, uiHeight, auiRgba] = *roDrawn.poPicture;
+    const auto& [uiWidth, uiHeight, auiRgba] = roOutput.poPicture->GetPixels();
     const auto [iWidth, iHeight]             = FitPicture(uiWidth, uiHeight, oScreen.w, oScreen.h);
     const SDL_Rect oPlace = {oScreen.x + (oScreen.w - iWidth) / 2, oScreen.y + (oScreen.h - iHeight) / 2, iWidth, iHeight};
-    SDL_RenderCopy(m_poRenderer.get(), roDrawn.poTexture.get(), nullptr, &oPlace);
+    m_aoPlaced.push_back({&FindDrawn(roOutput.poPicture, {iWidth, iHeight}), oPlace});
+    Paste(m_aoPlaced.back(), {0, 0, static_cast<KUINT32>(iWidth), static_cast<KUINT32>(iHeight)});
 }
 
 // Draws the bar over the whole row, with the text in it.
-void Window::DrawProgress(int iWidth, int iY) const
+void Window::DrawProgress(int iWidth, int iY)
 {
     const SBoardView& roView = m_roBoard.GetView();
     const int         iBar   = iWidth * static_cast<int>(std::min(roView.uiProgressPct, 100u)) / 100;
     const SDL_Rect    oBar = {0, iY, iBar, TEXT_ROW}, oRest = {iBar, iY, iWidth - iBar, TEXT_ROW};
     const SDL_Rect    oWords = {MARGIN, iY, iWidth - MARGIN, TEXT_ROW};
-    Fill(oBar, BAR_COLOURS.auiPaper[0], BAR_COLOURS.auiPaper[1], BAR_COLOURS.auiPaper[2]);
+    Fill(oBar, BAR_COLOURS.auiPaper);
     for (const auto& [oPart, oColours] : {std::pair(oBar, BAR_COLOURS), std::pair(oRest, CAPTION_COLOURS)})
     {
-        SDL_RenderSetClipRect(m_poRenderer.get(), &oPart);
+        SDL_SetClipRect(m_poCanvas, &oPart);
         DrawLine(DescribeProgress(roView), oWords, oColours);
     }
-    SDL_RenderSetClipRect(m_poRenderer.get(), nullptr);
+    SDL_SetClipRect(m_poCanvas, nullptr);
 }
 
-void Window::Draw()
+// Everything else stays as it is.
+void Window::DrawPixels()
 {
-    int iWidth = 0, iHeight = 0;
-    SDL_GetRendererOutputSize(m_poRenderer.get(), &iWidth, &iHeight);
+    std::vector<SDL_Rect> aoChanged;
+    for (SDrawn& roDrawn : m_oDrawn)
+        Update(roDrawn);
+    for (const SPlaced& roPlaced : m_aoPlaced)
+    {
+        if (!roPlaced.poDrawn->oChanged.IsEmpty())
+            aoChanged.push_back(Paste(roPlaced, roPlaced.poDrawn->oChanged));
+    }
+    SDL_UpdateWindowSurfaceRects(m_poWindow.get(), aoChanged.data(), static_cast<int>(aoChanged.size()));
+}
+
+void Window::Draw(bool bAnew)
+{
     const SBoardView& roView = m_roBoard.GetView();
-    SDL_SetRenderDrawColor(m_poRenderer.get(), 40, 44, 52, 255);
-    SDL_RenderClear(m_poRenderer.get());
+    if (!bAnew && IsLikeExceptPixels(m_oShown, roView))
+        return DrawPixels();
+    m_oShown   = roView;
+    m_poCanvas = SDL_GetWindowSurface(m_poWindow.get());
+    if (m_poCanvas == nullptr)
+        ThrowSdlError("SDL_GetWindowSurface", "");
+    m_aoPlaced.clear();
+    m_oDrawnLast = std::exchange(m_oDrawn, {});
+    if (m_oLines.size() > MOST_LINES)
+        m_oLines.clear();
+    const int iWidth = m_poCanvas->w, iHeight = m_poCanvas->h;
+    Fill({0, 0, iWidth, iHeight}, CAPTION_COLOURS.auiPaper);
 
     if (!roView.strProblem.empty())
         DrawLine(roView.strProblem, {MARGIN, MARGIN, iWidth - 2 * MARGIN, TEXT_ROW}, CAPTION_COLOURS);
     else
     {
         const STiling oTiling = LayOut(iWidth, iHeight);
-        m_aoTiles.resize(roView.aoOutputs.size());
         for (size_t uiOutput = 0; uiOutput < roView.aoOutputs.size(); ++uiOutput)
         {
             const int      iAt   = static_cast<int>(uiOutput);
@@ -219,7 +357,8 @@ void Window::Draw()
         }
         DrawProgress(iWidth, iHeight - TEXT_ROW);
     }
-    SDL_RenderPresent(m_poRenderer.get());
+    m_oDrawnLast.clear();
+    SDL_UpdateWindowSurface(m_poWindow.get());
 }
 
 bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
@@ -240,14 +379,18 @@ void WatchInWindow(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals;
     Window               oWindow(roBoard);
+    const Waker          oWaker;
     bool                 bRedraw = true;
     while (true)
     {
         const auto oUpdateBegan = std::chrono::steady_clock::now();
         if (roBoard.Update() || bRedraw)
-            oWindow.Draw();
-        bRedraw = false;
-        if (!oWindow.HandleEvents(roBoard.GetPause(oUpdateBegan), bRedraw))
+            oWindow.Draw(bRedraw);
+        bRedraw           = false;
+        const auto oPause = roBoard.GetPause(oUpdateBegan);
+        if (oPause.count() < 0 || oPause > SHORT_WAIT)
+            oWaker.WakeWhen(oSignals.GetDescriptor(), roBoard.GetChanges());
+        if (!oWindow.HandleEvents(oPause, bRedraw))
             return;
         const int iSignal = oSignals.Wait(std::chrono::milliseconds(0));
         if (iSignal == SIGINT || iSignal == SIGTERM)

@@ -9,8 +9,7 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr std::chrono::milliseconds BUSY_PAUSE(34), IDLE_PAUSE(150);
-constexpr KUINT32                   UPDATES_UNTIL_IDLE = 30;
+constexpr std::chrono::milliseconds BUSY_PAUSE(40), IDLE_PAUSE(1000);
 
 struct SScreens
 {
@@ -58,6 +57,16 @@ std::vector<std::string> CaptionOutput(size_t uiOutput, const SOutputView& roOut
     return WrapText(fFits("output " + strNumber + "..") ? DescribeOutput(uiOutput, roOutput) : strNumber, uiRows, fFits);
 }
 
+bool IsLikeExceptPixels(const SBoardView& roLeft, const SBoardView& roRight)
+{
+    const auto fWithoutVersions = [](SBoardView oView) {
+        for (SOutputView& roOutput : oView.aoOutputs)
+            roOutput.uiVersion = 0;
+        return oView;
+    };
+    return fWithoutVersions(roLeft) == fWithoutVersions(roRight);
+}
+
 std::string DescribeProgress(const SBoardView& roView)
 {
     return "progress " + std::to_string(roView.uiProgressPct) + " %" + (roView.bBarRunning ? ", progress bar running" : "");
@@ -67,10 +76,12 @@ std::pair<KUINT32, KUINT32> UsualSize(const SBoardView& roView)
 {
     const auto i =
         std::find_if(roView.aoOutputs.begin(), roView.aoOutputs.end(), [](const auto& ro) { return ro.poPicture; });
-    return i != roView.aoOutputs.end() ? std::pair(i->poPicture->uiWidth, i->poPicture->uiHeight) : std::pair(4u, 3u);
+    return i != roView.aoOutputs.end() ? std::pair(i->poPicture->GetPixels().uiWidth, i->poPicture->GetPixels().uiHeight)
+                                       : std::pair(4u, 3u);
 }
 
-WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures)
+WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures)
+    : m_uiDevice(uiDevice), m_bWithPictures(bWithPictures), m_oPause(BUSY_PAUSE)
 {
     m_strTitle = MakePrintable(BoardFolder::DefaultPath()) + ", device " + std::to_string(uiDevice);
     try
@@ -85,41 +96,77 @@ WatchedBoard::WatchedBoard(KUINT32 uiDevice, bool bWithPictures) : m_uiDevice(ui
 
 bool WatchedBoard::Update()
 {
-    SBoardView oView;
+    SBoardView oView = m_oView;
     try
     {
-        oView = ReadBoard();
+        if (MustReadBoard() || !LookAtPictures())
+            oView = ReadBoard();
+        for (SOutputView& roOutput : oView.aoOutputs)
+            roOutput.uiVersion = roOutput.poPicture != nullptr ? roOutput.poPicture->GetVersion() : 0;
     }
     catch (const NoBoardError& roError)
     {
+        oView            = {};
         oView.strProblem = "waiting for a board: " + MakePrintable(roError.what());
     }
     catch (const BoardError& roError)
     {
+        oView            = {};
         oView.strProblem = MakePrintable(roError.what());
     }
-    const bool bChanged      = oView != m_oView;
-    m_uiUpdatesWithoutChange = bChanged ? 0 : m_uiUpdatesWithoutChange + 1;
-    m_oView                  = std::move(oView);
+    const bool bChanged = oView != m_oView;
+    m_oPause            = bChanged ? BUSY_PAUSE : std::min(2 * m_oPause, IDLE_PAUSE);
+    m_oView             = std::move(oView);
     return bChanged;
+}
+
+// Says whether the files of the board may have changed since they were read. It is asked once before each reading, so that
+// a later change is found at the next Update.
+bool WatchedBoard::MustReadBoard()
+{
+    const auto oNow = Clock::now();
+    if (GetChanges() < 0 || !m_oView.strProblem.empty())
+        m_ooChanges.emplace(BoardFolder::DefaultPath(), IN_MODIFY | IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF);
+    else if (!m_ooChanges->Take() && !(m_bMayEnd && oNow - m_oBoardRead >= IDLE_PAUSE))
+        return false;
+    m_oBoardRead = oNow;
+    return true;
+}
+
+// Returns false if one cannot be read any more: ReadBoard says why.
+bool WatchedBoard::LookAtPictures()
+try
+{
+    for (const auto& [uiFile, apoPictures] : m_oPictures)
+    {
+        for (const auto& rpoPicture : apoPictures)
+            rpoPicture->Look();
+    }
+    return true;
+}
+catch (const BoardError&)
+{
+    return false;
 }
 
 SBoardView WatchedBoard::ReadBoard()
 {
-    SBoardView     oView;
-    const SScreens oScreens = OpenScreens(m_uiDevice, m_bWithPictures);
-    oView.uiBoard           = oScreens.uiBoard;
-    oView.uiProgressPct     = oScreens.oDevice.GetProgressPct();
-    oView.bBarRunning       = oScreens.oDevice.uiProgressBarRunning != 0;
+    SBoardView oView;
+    SScreens   oScreens = OpenScreens(m_uiDevice, m_bWithPictures);
+    oView.uiBoard       = oScreens.uiBoard;
+    oView.uiProgressPct = oScreens.oDevice.GetProgressPct();
+    oView.bBarRunning   = oScreens.oDevice.uiProgressBarRunning != 0;
+    m_bMayEnd           = oScreens.oDevice.bDisplayed;
     Pictures oTaken;
     for (size_t uiOutput = 0; uiOutput < oScreens.aooScreens.size(); ++uiOutput)
     {
-        SOutputView oOutput{Panel::DescribeOutput(oScreens.oDevice.aoOutputs[uiOutput]), nullptr};
+        SOutputView oOutput{Panel::DescribeOutput(oScreens.oDevice.aoOutputs[uiOutput]), nullptr, 0};
         std::string strProblem = oScreens.astrProblems[uiOutput];
+        m_bMayEnd              = m_bMayEnd || oScreens.oDevice.aoOutputs[uiOutput].ooHolder;
         try
         {
-            if (const auto& roScreen = oScreens.aooScreens[uiOutput])
-                oOutput.poPicture = Take(*roScreen, oTaken);
+            if (auto& rooScreen = oScreens.aooScreens[uiOutput])
+                oOutput.poPicture = Take(std::move(*rooScreen), oTaken);
         }
         catch (const BoardError& roError)
         {
@@ -134,36 +181,39 @@ SBoardView WatchedBoard::ReadBoard()
 }
 
 // Outputs often show the same file. An Update reads it only once.
-std::shared_ptr<const Panel::SPicture> WatchedBoard::Take(const Screen& roScreen, Pictures& roTaken) const
+std::shared_ptr<WatchedPicture> WatchedBoard::Take(Screen oScreen, Pictures& roTaken) const
 {
-    const KUINT32 uiFile  = roScreen.GetOutput().uiPixelFile;
-    const auto    fIsSize = [&](const auto& ro) {
-        return ro->uiWidth == roScreen.GetOutput().oVidParam.uiHActive &&
-               ro->uiHeight == roScreen.GetOutput().oVidParam.uiVActive;
+    const auto fFind = [&](const std::vector<std::shared_ptr<WatchedPicture>>& roFrom) {
+        const auto i = std::find_if(roFrom.begin(), roFrom.end(), [&](const auto& ro) { return ro->IsOf(oScreen); });
+        return i != roFrom.end() ? *i : nullptr;
     };
-    auto& roOfFile = roTaken[uiFile];
-    if (const auto i = std::find_if(roOfFile.begin(), roOfFile.end(), fIsSize); i != roOfFile.end())
-        return *i;
-
-    std::shared_ptr<const Panel::SPicture> poPicture;
-    if (const auto iBefore = m_oPictures.find(uiFile); iBefore != m_oPictures.end())
-    {
-        const auto& roBefore = iBefore->second;
-        const auto  i        = std::find_if(roBefore.begin(), roBefore.end(), fIsSize);
-        if (i != roBefore.end() && Panel::IsShowing(roScreen, **i))
-            poPicture = *i;
-    }
-    if (poPicture == nullptr)
-        poPicture = std::make_shared<const Panel::SPicture>(Panel::ReadPicture(roScreen));
+    const KUINT32 uiFile   = oScreen.GetOutput().uiPixelFile;
+    auto&         roOfFile = roTaken[uiFile];
+    if (const auto poTaken = fFind(roOfFile))
+        return poTaken;
+    const auto                      iBefore   = m_oPictures.find(uiFile);
+    std::shared_ptr<WatchedPicture> poPicture = iBefore != m_oPictures.end() ? fFind(iBefore->second) : nullptr;
+    if (poPicture != nullptr)
+        poPicture->Look();
+    else
+        poPicture = std::make_shared<WatchedPicture>(std::move(oScreen));
     roOfFile.push_back(poPicture);
     return poPicture;
+}
+
+bool WatchedBoard::CanPicturesChange() const
+{
+    return std::any_of(m_oPictures.begin(), m_oPictures.end(), [](const auto& roOfFile) {
+        return std::any_of(roOfFile.second.begin(), roOfFile.second.end(), [](const auto& ro) { return ro->CanChange(); });
+    });
 }
 
 std::chrono::milliseconds WatchedBoard::GetPause(std::chrono::steady_clock::time_point oUpdateBegan) const
 {
     using Milliseconds = std::chrono::milliseconds;
     const auto oSpent  = std::chrono::ceil<Milliseconds>(std::chrono::steady_clock::now() - oUpdateBegan);
-    const auto oEvery  = m_uiUpdatesWithoutChange < UPDATES_UNTIL_IDLE ? BUSY_PAUSE : IDLE_PAUSE;
-    return std::max(oEvery - oSpent, 2 * oSpent);
+    if (m_oView.strProblem.empty() && GetChanges() >= 0 && !m_bMayEnd && !CanPicturesChange())
+        return Milliseconds(m_oPause < IDLE_PAUSE ? m_oPause : Milliseconds(-1));
+    return std::max(m_oPause - oSpent, 2 * oSpent);
 }
 }

@@ -8,17 +8,20 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "DeviceStatus.h"
-#include "Picture.h"
+#include "FileChanges.h"
 #include "Text.h"
+#include "WatchedPicture.h"
 
 namespace SoftwareBoard::Viewer
 {
 struct SOutputView
 {
-    std::string                            strState;   // printable
-    std::shared_ptr<const Panel::SPicture> poPicture;  // null for none; the same object while the pixels stay the same
+    std::string                           strState;       // printable
+    std::shared_ptr<const WatchedPicture> poPicture;      // null for none
+    KUINT32                               uiVersion = 0;  // of the picture
 
     bool operator==(const SOutputView&) const = default;
 };
@@ -42,6 +45,9 @@ struct SBoardView
     bool operator==(const SBoardView&) const = default;
 };
 
+// Whether nothing but pixels may differ.
+bool IsLikeExceptPixels(const SBoardView& roLeft, const SBoardView& roRight);
+
 // "progress 40 %", and whether the tool says that its bar is running.
 std::string DescribeProgress(const SBoardView& roView);
 
@@ -62,22 +68,33 @@ public:
     // The board and the device, for a title; printable.
     const std::string& GetTitle() const { return m_strTitle; }
 
-    // How long to wait for the next Update: 34 ms after the last one began, or 150 ms if nothing has changed for a while.
-    // But Update and drawing, which began at oUpdateBegan, never take more than a third of the time.
+    // How long to wait for the next Update, or negative: until GetChanges has something to read. While the pictures change,
+    // 40 ms after the last one began; otherwise longer and longer, up to a second. But Update and drawing, which began at
+    // oUpdateBegan, never take more than a third of the time.
     std::chrono::milliseconds GetPause(std::chrono::steady_clock::time_point oUpdateBegan) const;
 
+    // Readable when the board has changed, but not when somebody draws; -1 if the system does not tell.
+    int GetChanges() const { return m_ooChanges && m_ooChanges->IsWatching() ? m_ooChanges->GetDescriptor() : -1; }
+
 private:
-    using Pictures = std::map<KUINT32, std::vector<std::shared_ptr<const Panel::SPicture>>>;  // by the number of their file
+    using Clock    = std::chrono::steady_clock;
+    using Pictures = std::map<KUINT32, std::vector<std::shared_ptr<WatchedPicture>>>;  // by the number of their file
 
-    SBoardView                             ReadBoard();
-    std::shared_ptr<const Panel::SPicture> Take(const Screen& roScreen, Pictures& roTaken) const;
+    SBoardView                      ReadBoard();
+    bool                            MustReadBoard();
+    bool                            LookAtPictures();
+    bool                            CanPicturesChange() const;
+    std::shared_ptr<WatchedPicture> Take(Screen oScreen, Pictures& roTaken) const;
 
-    KUINT32     m_uiDevice;
-    bool        m_bWithPictures;
-    std::string m_strTitle;
-    SBoardView  m_oView;
-    Pictures    m_oPictures;  // of the last Update
-    KUINT32     m_uiUpdatesWithoutChange = 0;
+    KUINT32                    m_uiDevice;
+    bool                       m_bWithPictures;
+    std::string                m_strTitle;
+    SBoardView                 m_oView;
+    Pictures                   m_oPictures;       // of the last Update
+    bool                       m_bMayEnd = true;  // the board may change without a change of its files
+    std::optional<FileChanges> m_ooChanges;       // of the board's folder
+    Clock::time_point          m_oBoardRead;      // when
+    std::chrono::milliseconds  m_oPause;
 };
 }
 

@@ -45,8 +45,7 @@ TEST(ContactSheet, FitsAScreenAndEnlargesNothing)
     {
         ContactSheet oSheet(uiPictures);
         for (size_t ui = 0; ui < uiPictures; ++ui)
-            oSheet.Add({uiWidth, uiHeight, std::vector<KUINT8>(uiWidth * uiHeight * 4, 255)},
-                       "a label that is much too long");
+            oSheet.Add(oSheet.MakeTile(uiWidth, uiHeight), "a label that is much too long");
         const auto oDrawn = oSheet.Draw();
         EXPECT_EQ(std::pair(oDrawn.uiWidth, oDrawn.uiHeight), std::pair(uiSheetWidth, uiSheetHeight)) << uiPictures;
     }

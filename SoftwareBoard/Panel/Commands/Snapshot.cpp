@@ -29,14 +29,17 @@ Action AddSnapshot(CLI::App& roCommand, const PassedOn&)
         KUINT32     uiOutput = 0;
         KUINT32     uiDevice = 0;
         std::string strPath;
+        bool        bSmall = false;
     };
     const auto poOptions = std::make_shared<SOptions>();
     AddNumber(roCommand, "OUTPUT", poOptions->uiOutput, 0, MAX_OUTPUTS - 1, "Which output, from 0")->required();
     AddPngFile(roCommand, poOptions->strPath, true, "The PNG file to write, - for standard output");
     AddDevice(roCommand, poOptions->uiDevice);
+    roCommand.add_flag("--small", poOptions->bSmall, "Pack the file as small as possible, which takes ten times as long");
 
     return [poOptions] {
-        WritePngFile(ReadWholePicture(OpenScreen(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath);
+        WritePngFile(ReadWholePicture(OpenScreen(poOptions->uiDevice, poOptions->uiOutput)), poOptions->strPath,
+                     poOptions->bSmall ? EPacking::SMALL : EPacking::FAST);
     };
 }
 }

@@ -1,0 +1,59 @@
+// Makes pictures smaller. Each pixel is the mean of those that it replaces, and opaque.
+#ifndef SCALING_H
+#define SCALING_H
+
+#include <span>
+#include <vector>
+
+#include "Picture.h"
+
+namespace SoftwareBoard::Viewer
+{
+// A part of a picture, in pixels. The right column and the bottom row are not part of it.
+struct SArea
+{
+    KUINT32 uiLeft = 0, uiTop = 0, uiRight = 0, uiBottom = 0;
+
+    bool IsEmpty() const { return uiLeft >= uiRight || uiTop >= uiBottom; }
+};
+
+SArea WholeOf(const Panel::SPicture& roPicture);
+
+// Opaque black.
+Panel::SPicture MakeBlack(KUINT32 uiWidth, KUINT32 uiHeight);
+
+// Takes a picture row by row, so that it need not be in memory as a whole.
+class RowScaler
+{
+public:
+    // Draws the area oTo of roTo, which shows a picture of uiFromWidth x uiFromHeight pixels. roTo may not be larger than
+    // that in either direction.
+    RowScaler(KUINT32 uiFromWidth, KUINT32 uiFromHeight, Panel::SPicture& roTo, const SArea& oTo);
+
+    // The rows that AddRow takes, one after the other, as red, green, blue and alpha of a byte each.
+    KUINT32 GetFirstRow() const { return StartOfRow(m_oTo.uiTop); }
+    KUINT32 GetEndRow() const { return StartOfRow(m_oTo.uiBottom); }
+    void    AddRow(std::span<const KUINT32> oPixels);
+
+private:
+    // The first of the rows, or columns, that one of the result replaces.
+    KUINT32 StartOfRow(KUINT32 uiRow) const
+    {
+        return static_cast<KUINT32>(KUINT64{uiRow} * m_uiFromHeight / m_roTo.uiHeight);
+    }
+    KUINT32 StartOfColumn(KUINT32 uiX) const { return static_cast<KUINT32>(KUINT64{uiX} * m_uiFromWidth / m_roTo.uiWidth); }
+    void    EndRow();
+
+    KUINT32              m_uiFromWidth, m_uiFromHeight;
+    Panel::SPicture&     m_roTo;
+    SArea                m_oTo;
+    KUINT32              m_uiFromRow;  // the next to add
+    KUINT32              m_uiRow;      // of the result: the next to draw
+    std::vector<KUINT32> m_auiSums;    // of each byte of the rows that this one replaces
+};
+
+// Draws what replaces the area oChanged of roFrom. Returns which part of roTo that is.
+SArea ScaleDown(const Panel::SPicture& roFrom, const SArea& oChanged, Panel::SPicture& roTo);
+}
+
+#endif

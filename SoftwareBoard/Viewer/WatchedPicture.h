@@ -1,0 +1,50 @@
+// The picture of an output while it is watched. Only what has changed is read again, because much more does not change.
+#ifndef WATCHED_PICTURE_H
+#define WATCHED_PICTURE_H
+
+#include <vector>
+
+#include "DrawingProcess.h"
+#include "Scaling.h"
+#include "Screen.h"
+
+namespace SoftwareBoard::Viewer
+{
+class WatchedPicture
+{
+public:
+    // Reads the whole picture. Throws BoardError on failure, as Look does.
+    explicit WatchedPicture(Screen oScreen);
+
+    // Whether roScreen shows this picture.
+    bool IsOf(const Screen& roScreen) const;
+
+    // Reads what may have changed since the last look. A change that is lower than 8 rows may be found a few looks later.
+    void Look();
+
+    // True until Look finds that nobody can draw any more.
+    bool CanChange() const { return !m_oDrawing.IsGone(); }
+
+    const Panel::SPicture& GetPixels() const { return m_oPicture; }
+    // Counts the looks that found a change.
+    KUINT32 GetVersion() const { return m_uiVersion; }
+    // What changed from the version before to this one.
+    const SArea& GetChanged() const { return m_oChanged; }
+
+private:
+    void ReadRows(size_t uiFirst, size_t uiRows);
+    bool TakeRow(size_t uiRow, const KUINT32* puiPixels);
+
+    Screen               m_oScreen;
+    size_t               m_uiPitch;  // of the buffer, in pixels
+    DrawingProcess       m_oDrawing;
+    Panel::SPicture      m_oPicture;
+    std::vector<KUINT32> m_auiRead;
+    std::vector<KUINT8>  m_auiLooksLeft;  // for each row: how many more looks read it, because it changed
+    size_t               m_uiLooks   = 0;
+    KUINT32              m_uiVersion = 0;
+    SArea                m_oChanged;
+};
+}
+
+#endif
