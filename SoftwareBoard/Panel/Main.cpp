@@ -28,6 +28,12 @@ constexpr SCommand COMMANDS[] = {
     {{"wait", "Wait until a run shows its picture, has ended, or has come so far",
       "tavrin-board wait --shown --timeout 10 && tavrin-board progress 40"},
      AddWait},
+    {{.pszName    = "record",
+      .pszHelp    = "Run a command and record its calls: tavrin-board record [OPTIONS] FILE -- COMMAND...",
+      .pszExample = "tavrin-board record run.json -- QelProgressBarDisplay -p 100 300 900 340",
+      .bPassesOn  = true},
+     AddRecord},
+    {{"describe", "Tell a record of a run in words", "tavrin-board describe run.json"}, AddDescribe},
     {WATCH_TEXT, nullptr, VIEWER},
     {PREVIEW_TEXT, nullptr, VIEWER},
 };
