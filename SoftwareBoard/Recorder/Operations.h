@@ -79,6 +79,8 @@ struct SField
     unsigned         uiFirstBit = 0;
     unsigned         uiBits     = 0;  // 0: all
     bool             bText      = false;
+
+    constexpr size_t End() const { return uiOffset + uiSize * (uiCount != 0 ? uiCount : 1); }
 };
 
 struct SType
@@ -88,7 +90,10 @@ struct SType
     std::span<const SField> aoFields = {};
     size_t                  uiSize   = 0;      // bytes behind the pointer
     bool                    bFilled  = false;  // a pointer behind which the library writes
-    bool                    IsPointer() const { return bFilled || eKind == EKind::Record; }
+
+    bool IsPointer() const { return bFilled || eKind == EKind::Record; }
+    // Whether the client says in the first field of a record how much of it there is.
+    bool HoldsItsSize() const { return !aoFields.empty() && aoFields[0].svName == "uiSize"; }
 };
 
 struct SParameter

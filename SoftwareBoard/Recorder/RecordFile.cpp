@@ -27,11 +27,10 @@ template <class T> T NumberAfter(std::string_view svLine, std::string_view svKey
     return tValue;
 }
 
-// Beyond the limit the system would end the process by a signal.
-bool IsWithinLimit(off_t iSize)
+rlim_t FindSizeLimit()
 {
     rlimit oLimit = {};
-    return getrlimit(RLIMIT_FSIZE, &oLimit) != 0 || static_cast<rlim_t>(iSize) <= oLimit.rlim_cur;
+    return getrlimit(RLIMIT_FSIZE, &oLimit) == 0 ? oLimit.rlim_cur : RLIM_INFINITY;
 }
 }
 
@@ -42,8 +41,10 @@ KUINT64 NowNs()
     return static_cast<KUINT64>(oNow.tv_sec) * 1'000'000'000 + static_cast<KUINT64>(oNow.tv_nsec);
 }
 
+RecordFile::RecordFile(FileDescriptor oFile) : m_oFile(std::move(oFile)), m_uiSizeLimit(FindSizeLimit()) {}
+
 RecordFile::RecordFile(const char* pszPath)
-    : m_oFile(FileDescriptor::AboveStandardStreams(open(pszPath, O_RDWR | O_APPEND | O_CLOEXEC)))
+    : RecordFile(FileDescriptor::AboveStandardStreams(open(pszPath, O_RDWR | O_APPEND | O_CLOEXEC)))
 {}
 
 void RecordFile::TakeInOthers(off_t iSize)
@@ -82,7 +83,8 @@ bool RecordFile::Append(const std::function<std::string(const SRecorded&)>& fLin
     {
         const std::string strLine = fLine(m_oRecorded) + '\n';
         const auto        iSize   = static_cast<ssize_t>(strLine.size());
-        bWritten = IsWithinLimit(m_iSize + iSize) && write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize;
+        bWritten = static_cast<KUINT64>(m_iSize + iSize) <= m_uiSizeLimit &&
+                   write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize;
         if (bWritten)
         {
             m_oRecorded.bEnded    = strLine.starts_with(END);

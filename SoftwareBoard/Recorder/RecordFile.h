@@ -34,7 +34,7 @@ class RecordFile
 {
 public:
     RecordFile() = default;
-    explicit RecordFile(FileDescriptor oFile) : m_oFile(std::move(oFile)) {}
+    explicit RecordFile(FileDescriptor oFile);
     // Opens a record to append to; to none if it cannot be opened.
     explicit RecordFile(const char* pszPath);
 
@@ -50,6 +50,7 @@ private:
     FileDescriptor m_oFile;
     off_t          m_iSize = 0;  // what m_oRecorded is about
     SRecorded      m_oRecorded;
+    KUINT64        m_uiSizeLimit = 0;  // beyond it, the system would end the process by a signal
 };
 }
 

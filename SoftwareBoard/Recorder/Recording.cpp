@@ -100,11 +100,11 @@ private:
     try
     {
         const std::lock_guard oLock(m_oMutex);
-        const Json            oArguments = ReadArguments(roOperation, roArguments, m_oNames);
+        const std::string     strArguments = ReadArguments(roOperation, roArguments, m_oNames);
         // Ended now: while the call goes on, another thread may get the same handle for another object.
         if (eOperation == EOperation::TBuffer_Destroy || eOperation == EOperation::TVideoOut_ReleaseHandle)
             m_oNames.End(roOperation.aoParameters[0].oType.eHandle, roArguments[0]);
-        return ",\"operation\":\"" + std::string(roOperation.svName) + "\",\"arguments\":" + oArguments.dump();
+        return ",\"operation\":\"" + std::string(roOperation.svName) + "\",\"arguments\":" + strArguments;
     }
     catch (...)
     {
@@ -119,17 +119,17 @@ private:
         const std::lock_guard oLock(m_oMutex);
         if (m_bStopped)
             return;
-        if (m_iPid != getpid())
+        if (m_iPid == 0)
         {
             m_oFile = RecordFile(Variable(RECORD_FILE_VARIABLE));
             m_iPid  = getpid();
         }
         const EKind       eResult = roOperation.oResult.eKind;
-        const Json        oResult = eResult == EKind::Handle   ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
-                                    : eResult == EKind::Status ? Json(static_cast<KINT32>(uiResult))
-                                                               : Json(uiResult);
-        const std::string strEnd  = std::string(eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + oResult.dump() +
-                                   ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames).dump() + "}";
+        const std::string strResult = eResult == EKind::Handle
+                                          ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
+                                          : std::to_string(static_cast<KINT64>(uiResult));
+        const std::string strEnd    = (eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + strResult +
+                                   ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames) + "}";
         m_bStopped = !m_oFile.Append([&](const SRecorded& roRecorded) {
             if (s_oThread.iPid != m_iPid)
                 s_oThread = {m_iPid, roRecorded.uiThreads + 1};

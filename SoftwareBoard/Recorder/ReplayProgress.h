@@ -23,15 +23,9 @@ enum class EReplay : KUINT32
 
 struct SReplayed
 {
-    KUINT64               uiCalls = 0;  // that were answered
-    EReplay               eState  = EReplay::Going;
+    KUINT64                uiCalls = 0;  // that were answered
+    EReplay                eState  = EReplay::Going;
     std::array<char, 2048> acText = {};  // what is to be said of the state
-
-    void Say(EReplay eNewState, const std::string& strText)
-    {
-        eState = eNewState;
-        strText.copy(acText.data(), acText.size() - 1);
-    }
 };
 
 class ReplayProgress

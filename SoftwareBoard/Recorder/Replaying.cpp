@@ -1,6 +1,8 @@
 // The replaying library. It answers each call with the next line of a record, as long as the calls are those of the record,
-// and fails all calls after the first departure. What the client draws, enables and writes to registers shows on the board.
+// and fails all calls after the first departure; some clients would go on all the same, so SIGTERM asks them to end. What the client draws, enables and writes to registers shows on the board.
 #include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <mutex>
@@ -47,6 +49,7 @@ private:
     };
 
     void                 Open();
+    void                 End(SReplayed& roReplayed, EReplay eState, const std::string& strText);
     std::optional<SCall> TakeLine(EOperation eOperation, const Words& roArguments);
     KUINT64              Answer(const SCall& roCall, const Words& roArguments);
     // Shows what the call does on the board. What the board cannot show is left out.
@@ -109,6 +112,14 @@ void Replaying::Open()
         m_ooProgress.emplace(ReplayProgress::Open(m_ooBoard->m_oFolder));
 }
 
+void Replaying::End(SReplayed& roReplayed, EReplay eState, const std::string& strText)
+{
+    roReplayed.eState = eState;
+    strText.copy(roReplayed.acText.data(), roReplayed.acText.size() - 1);
+    m_ooProgress->Write(roReplayed);
+    kill(getpid(), SIGTERM);
+}
+
 // The line that answers the call. Nothing after a departure.
 std::optional<SCall> Replaying::TakeLine(EOperation eOperation, const Words& roArguments)
 {
@@ -120,19 +131,21 @@ std::optional<SCall> Replaying::TakeLine(EOperation eOperation, const Words& roA
     for (; m_uiTaken < oReplayed.uiCalls; ++m_uiTaken)
         m_ooReader->Next();  // another process of the command had these
 
-    const Json           oArguments = ReadArguments(roOperation, roArguments, m_oNames);
+    const Json           oArguments = Json::parse(ReadArguments(roOperation, roArguments, m_oNames));
     std::optional<SCall> ooCall     = m_ooReader->Next();
     const bool           bSame      = ooCall && ooCall->eOperation == eOperation && ooCall->oArguments == oArguments;
     if (bSame)
+    {
         oReplayed.uiCalls = ++m_uiTaken;
+        m_ooProgress->Write(oReplayed);
+    }
     else if (!ooCall && !m_ooReader->GetDamage().empty())
-        oReplayed.Say(EReplay::Failed, m_ooReader->GetDamage());
+        End(oReplayed, EReplay::Failed, m_ooReader->GetDamage());
     else
-        oReplayed.Say(EReplay::Departed,
-                      "line " + std::to_string(m_ooReader->GetLine()) + " of the record: expected " +
-                          (ooCall ? DescribeCall(ooCall->Row(), ooCall->oArguments) : "the end of the run") + ", came " +
-                          DescribeCall(roOperation, oArguments));
-    m_ooProgress->Write(oReplayed);
+        End(oReplayed, EReplay::Departed,
+            "line " + std::to_string(m_ooReader->GetLine()) + " of the record: expected " +
+                (ooCall ? DescribeCall(ooCall->Row(), ooCall->oArguments) : "the end of the run") + ", came " +
+                DescribeCall(roOperation, oArguments));
     return bSame ? ooCall : std::nullopt;
 }
 
@@ -156,8 +169,7 @@ KUINT64 Replaying::Carry(EOperation eOperation, const Words& roArguments)
     catch (const BoardError& roError)
     {
         SReplayed oReplayed = m_ooProgress->Read();
-        oReplayed.Say(EReplay::Failed, roError.what());
-        m_ooProgress->Write(oReplayed);
+        End(oReplayed, EReplay::Failed, roError.what());
         throw;
     }
 }
