@@ -15,7 +15,7 @@ std::string FindProgram(const std::string& strName);
 std::string FindLibraryFolder(const std::string& strKind);
 
 // Puts that folder first in LD_LIBRARY_PATH, for the programs that this process executes.
-void UseLibrary(const std::string& strKind);
+void        UseLibrary(const std::string& strKind);
 inline void UseBoardLibrary()
 {
     UseLibrary("");

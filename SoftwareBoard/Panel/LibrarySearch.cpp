@@ -79,7 +79,7 @@ std::string FindRunPath(const std::string& strFile)
         aoSegments.push_back(ReadAt<ElfW(Phdr)>(strFile, oHeader.e_phoff + ui * sizeof(ElfW(Phdr))));
 
     size_t uiRunPath = 0, uiTexts = 0;
-    bool   bFound    = false;
+    bool   bFound = false;
     for (const auto& roSegment : aoSegments)
     {
         if (roSegment.p_type != PT_DYNAMIC)
@@ -95,7 +95,8 @@ std::string FindRunPath(const std::string& strFile)
     for (const auto& roSegment : aoSegments)
     {
         const size_t uiText = uiTexts - roSegment.p_vaddr + roSegment.p_offset + uiRunPath;
-        if (bFound && roSegment.p_type == PT_LOAD && uiTexts - roSegment.p_vaddr < roSegment.p_filesz && uiText < strFile.size())
+        if (bFound && roSegment.p_type == PT_LOAD && uiTexts - roSegment.p_vaddr < roSegment.p_filesz &&
+            uiText < strFile.size())
             return strFile.c_str() + uiText;
     }
     return {};
@@ -104,6 +105,8 @@ std::string FindRunPath(const std::string& strFile)
 std::vector<std::string> RunPathOf(const char* pszCommand)
 {
     const fs::path oProgram = FindInPath(pszCommand);
+    if (!fs::is_regular_file(oProgram))
+        return {};
     std::ifstream  oFile(oProgram, std::ios::binary);
     std::string    strRunPath = FindRunPath({std::istreambuf_iterator<char>(oFile), {}});
     if (strRunPath.empty())

@@ -128,7 +128,6 @@ bool IsValue(const SType& roType, const Json& roValue)
     return false;
 }
 
-
 std::string ToUtf8(std::string_view svBytes, bool& rbBytes)
 {
     std::string strText(svBytes);
@@ -184,9 +183,9 @@ void HandleNames::Learn(EHandle eHandle, KUINT64 uiHandle, KUINT32 uiNumber)
 
 std::optional<KUINT32> HandleNames::NumberIn(EHandle eHandle, const Json& roName)
 {
-    const std::string_view svWord = HANDLE_WORDS[static_cast<size_t>(eHandle)];
-    const std::string      strName = roName.is_string() ? roName.get<std::string>() : "";
-    const char* const      pszEnd  = strName.data() + strName.size();
+    const std::string_view svWord   = HANDLE_WORDS[static_cast<size_t>(eHandle)];
+    const std::string      strName  = roName.is_string() ? roName.get<std::string>() : "";
+    const char* const      pszEnd   = strName.data() + strName.size();
     KUINT32                uiNumber = 0;
     if (!strName.starts_with(svWord))
         return std::nullopt;

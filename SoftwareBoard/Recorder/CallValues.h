@@ -26,7 +26,7 @@ public:
     std::string NameOf(EHandle eHandle, KUINT64 uiHandle);
     // The name of a handle that the library returned. After the handle has ended it means another object.
     std::string NameReturned(EHandle eHandle, KUINT64 uiHandle);
-    void End(EHandle eHandle, KUINT64 uiHandle);
+    void        End(EHandle eHandle, KUINT64 uiHandle);
     // Gives the handle the number of this name.
     void Learn(EHandle eHandle, KUINT64 uiHandle, KUINT32 uiNumber);
 
@@ -43,8 +43,8 @@ private:
     std::array<KUINT32, 3>                       m_auiLast = {};
 };
 
-// What the client passes, as an object in text. Of a record that the library fills, only the size that the client gives is its own: the rest is
-// memory without meaning, and is left out.
+// What the client passes, as an object in text. Of a record that the library fills, only the size that the client gives is
+// its own: the rest is memory without meaning, and is left out.
 std::string ReadArguments(const SOperation& roOperation, const Words& roArguments, HandleNames& roNames);
 
 // How many bytes behind the pointer belong to the client: the size that it gives, where a record holds it.

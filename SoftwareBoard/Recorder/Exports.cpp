@@ -11,7 +11,10 @@ template <class... TArguments> Words MakeWords(TArguments... tArguments)
 }
 }
 
-#define EXPORT(Result, Name, Parameters, Arguments) \
-    Result Name Parameters { return FromWord<Result>(Carry(EOperation::Name, MakeWords Arguments)); }
+#define EXPORT(Result, Name, Parameters, Arguments)                            \
+    Result Name Parameters                                                     \
+    {                                                                          \
+        return FromWord<Result>(Carry(EOperation::Name, MakeWords Arguments)); \
+    }
 
 TAVRIN_OPERATION_TABLE(EXPORT)

@@ -65,9 +65,11 @@ template <class TResult, class... TParameters> struct Invocation<TResult (*)(TPa
 {
     static KUINT64 Invoke(void* pAddress, const Words& roArguments)
     {
-        return [&]<size_t... I>(std::index_sequence<I...>) {
+        return [&]<size_t... I>(std::index_sequence<I...>)
+        {
             return ToWord(reinterpret_cast<TResult (*)(TParameters...)>(pAddress)(FromWord<TParameters>(roArguments[I])...));
-        }(std::index_sequence_for<TParameters...>());
+        }
+        (std::index_sequence_for<TParameters...>());
     }
 
     // svNames is "(first, second)".

@@ -33,11 +33,11 @@ SCall TakeCall(const Json& roLine, KUINT64 uiLine)
     oCall.uiLine = uiLine;
     if (TakeNumber(roLine, "call", MAX_NS) != uiLine - 1)
         throw BoardError("calls before it are missing");
-    oCall.uiAt     = TakeNumber(roLine, "at", MAX_NS);
-    oCall.uiTook   = TakeNumber(roLine, "took", MAX_NS);
-    oCall.uiThread = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
+    oCall.uiAt                 = TakeNumber(roLine, "at", MAX_NS);
+    oCall.uiTook               = TakeNumber(roLine, "took", MAX_NS);
+    oCall.uiThread             = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
     const std::string& strName = roLine.at("operation").get_ref<const std::string&>();
-    const auto i = std::ranges::find(OPERATIONS, strName, &SOperation::svName);
+    const auto         i       = std::ranges::find(OPERATIONS, strName, &SOperation::svName);
     if (i == OPERATIONS.end())
         throw BoardError("there is no operation " + strName);
     oCall.eOperation = static_cast<EOperation>(i - OPERATIONS.begin());
@@ -134,8 +134,8 @@ std::string ReadRecordFile(const std::string& strPath)
     const auto oFile = FileDescriptor::AboveStandardStreams(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
     if (!oFile)
         ThrowSystemError(strPath, "open");
-    std::string                strText;
-    std::array<char, 1 << 16>  acRead;
+    std::string               strText;
+    std::array<char, 1 << 16> acRead;
     for (ssize_t iRead = 0; (iRead = read(oFile.Get(), acRead.data(), acRead.size())) != 0;)
     {
         if (iRead < 0)
@@ -156,7 +156,8 @@ std::string DescribeValue(std::string_view svName, const Json& roValue)
     std::string strFields;
     for (const auto& [strName, roField] : roValue.items())
     {
-        const bool bZero = roField == 0 || (roField.is_array() && std::ranges::all_of(roField, [](const Json& ro) { return ro == 0; }));
+        const bool bZero =
+            roField == 0 || (roField.is_array() && std::ranges::all_of(roField, [](const Json& ro) { return ro == 0; }));
         if (!bZero)
             strFields += (strFields.empty() ? "" : " ") + strName + " " + DescribeValue(strName, roField);
     }
@@ -169,7 +170,8 @@ std::string DescribeCall(const SOperation& roOperation, const Json& roArguments)
     std::string strCall(roOperation.svName);
     strCall += '(';
     for (const SParameter& roParameter : roOperation.Parameters())
-        strCall += (strCall.ends_with('(') ? "" : ", ") + DescribeValue(roParameter.svName, roArguments.at(roParameter.svName));
+        strCall +=
+            (strCall.ends_with('(') ? "" : ", ") + DescribeValue(roParameter.svName, roArguments.at(roParameter.svName));
     return strCall + ")";
 }
 

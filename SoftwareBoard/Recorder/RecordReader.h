@@ -1,5 +1,5 @@
-// Reads a record, line by line, up to its end or to where it is cut or damaged. What it returns was checked against the table
-// of operations, so a damaged record does no harm.
+// Reads a record, line by line, up to its end or to where it is cut or damaged. What it returns was checked against the
+// table of operations, so a damaged record does no harm.
 #ifndef RECORD_READER_H
 #define RECORD_READER_H
 
@@ -63,7 +63,8 @@ private:
 // The whole file. Throws BoardError.
 std::string ReadRecordFile(const std::string& strPath);
 
-// A call in words, such as "TBoard_RegRead(device 1, 7932, puiValue)", and what it filled in. Fields that are 0 are left out.
+// A call in words, such as "TBoard_RegRead(device 1, 7932, puiValue)", and what it filled in. Fields that are 0 are left
+// out.
 std::string DescribeCall(const SOperation& roOperation, const Json& roArguments);
 std::string DescribeFilled(const Json& roFilled);
 }

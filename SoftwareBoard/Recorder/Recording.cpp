@@ -45,10 +45,10 @@ struct SBefore
         return uiSize != 0 && std::memcmp(auiBytes.data(), pFilled, uiCompared) != 0 ? uiCompared : 0;
     }
 
-    size_t                   uiSize;
-    size_t                   uiCompared = 0;
-    const void*              pFilled;
-    std::array<KUINT8, 128>  auiBytes;
+    size_t                  uiSize;
+    size_t                  uiCompared = 0;
+    const void*             pFilled;
+    std::array<KUINT8, 128> auiBytes;
 };
 static_assert(sizeof(tagTBoard_FpgaInfo) <= 128 && sizeof(tagTBuffer_PlaneInfo) <= 128);
 
@@ -84,11 +84,11 @@ public:
         void* const       pAddress    = m_apAddresses[static_cast<size_t>(eOperation)];
         const std::string strBegin    = Begin(roOperation, eOperation, roArguments);
         const SBefore     oBefore(roOperation, roArguments);
-        const KUINT64     uiBegin  = NowNs();
-        const KUINT64     uiResult = pAddress != nullptr ? roOperation.pfnInvoke(pAddress, roArguments) : FailureOf(roOperation);
-        const KUINT64     uiTook   = NowNs() - uiBegin;
-        const int         iErrno   = errno;
-        const bool        bFailed  = roOperation.oResult.eKind == EKind::Status && FromWord<TStatus>(uiResult) < 0;
+        const KUINT64     uiBegin = NowNs();
+        const KUINT64 uiResult = pAddress != nullptr ? roOperation.pfnInvoke(pAddress, roArguments) : FailureOf(roOperation);
+        const KUINT64 uiTook   = NowNs() - uiBegin;
+        const int     iErrno   = errno;
+        const bool    bFailed  = roOperation.oResult.eKind == EKind::Status && FromWord<TStatus>(uiResult) < 0;
         Append(roOperation, roArguments, strBegin, oBefore.SizeFilled(bFailed), uiBegin, uiTook, uiResult);
         errno = iErrno;
         return uiResult;
@@ -124,10 +124,9 @@ private:
             m_oFile = RecordFile(Variable(RECORD_FILE_VARIABLE));
             m_iPid  = getpid();
         }
-        const EKind       eResult = roOperation.oResult.eKind;
-        const std::string strResult = eResult == EKind::Handle
-                                          ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
-                                          : std::to_string(static_cast<KINT64>(uiResult));
+        const EKind       eResult   = roOperation.oResult.eKind;
+        const std::string strResult = eResult == EKind::Handle ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
+                                                               : std::to_string(static_cast<KINT64>(uiResult));
         const std::string strEnd    = (eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + strResult +
                                    ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames) + "}";
         m_bStopped = !m_oFile.Append([&](const SRecorded& roRecorded) {
@@ -153,14 +152,14 @@ private:
     friend KUINT64              SoftwareBoard::Recorder::Carry(EOperation, const Words&);
     friend TStatus              CallOwn(const char*);
 
-    void*                                  m_pLibrary;
-    KUINT64                                m_uiStart;
-    std::array<void*, 16>                  m_apAddresses = {};
-    std::atomic<bool>                      m_bStopped    = false;
-    std::mutex                             m_oMutex;  // for what follows
-    RecordFile                             m_oFile;
-    pid_t                                  m_iPid     = 0;  // of the process that opened the file
-    HandleNames                            m_oNames;
+    void*                 m_pLibrary;
+    KUINT64               m_uiStart;
+    std::array<void*, 16> m_apAddresses = {};
+    std::atomic<bool>     m_bStopped    = false;
+    std::mutex            m_oMutex;  // for what follows
+    RecordFile            m_oFile;
+    pid_t                 m_iPid = 0;  // of the process that opened the file
+    HandleNames           m_oNames;
 };
 
 thread_local Recording::SThread Recording::s_oThread = {};

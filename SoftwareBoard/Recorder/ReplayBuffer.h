@@ -1,5 +1,5 @@
-// A video buffer of a replay: planes of the sizes that the record tells. A buffer that an output can show has a pixel file of
-// the board. If its rows lie there as the record tells, the client draws into that file. Otherwise the client draws into
+// A video buffer of a replay: planes of the sizes that the record tells. A buffer that an output can show has a pixel file
+// of the board. If its rows lie there as the record tells, the client draws into that file. Otherwise the client draws into
 // memory, and a thread copies the picture to the file while the client has access.
 #ifndef REPLAY_BUFFER_H
 #define REPLAY_BUFFER_H

@@ -25,7 +25,7 @@ struct SReplayed
 {
     KUINT64                uiCalls = 0;  // that were answered
     EReplay                eState  = EReplay::Going;
-    std::array<char, 2048> acText = {};  // what is to be said of the state
+    std::array<char, 2048> acText  = {};  // what is to be said of the state
 };
 
 class ReplayProgress

@@ -1,5 +1,6 @@
 // The replaying library. It answers each call with the next line of a record, as long as the calls are those of the record,
-// and fails all calls after the first departure; some clients would go on all the same, so SIGTERM asks them to end. What the client draws, enables and writes to registers shows on the board.
+// and fails all calls after the first departure; some clients would go on all the same, so SIGTERM asks them to end. What
+// the client draws, enables and writes to registers shows on the board.
 #include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
@@ -63,7 +64,7 @@ private:
     {
         SweepPixelFiles(roTransaction, m_ooBoard->m_oFolder, m_ooBoard->m_oState);
     }
-    KUINT32              DeviceOf(const SCall& roCall) const { return m_oDevices.at(roCall.oArguments.at("hDev").dump()); }
+    KUINT32 DeviceOf(const SCall& roCall) const { return m_oDevices.at(roCall.oArguments.at("hDev").dump()); }
 
     std::string                         m_strRecord;
     std::optional<RecordReader>         m_ooReader;
@@ -205,9 +206,9 @@ void Replaying::FillHandle(const SCall& roCall, const Words& roArguments)
     const auto    i       = roCall.oFilled.find(roOperation.aoParameters[ui].svName);
     if (i == roCall.oFilled.end() || roArguments[ui] == 0)
         return;
-    const auto    ouiNumber               = HandleNames::NumberIn(eHandle, *i);
-    const KUINT64 uiHandle                = ouiNumber ? MakeHandle(eHandle, *ouiNumber) : 0;
-    *FromWord<KUINT64*>(roArguments[ui])  = uiHandle;
+    const auto    ouiNumber              = HandleNames::NumberIn(eHandle, *i);
+    const KUINT64 uiHandle               = ouiNumber ? MakeHandle(eHandle, *ouiNumber) : 0;
+    *FromWord<KUINT64*>(roArguments[ui]) = uiHandle;
     if (ouiNumber)
         m_oNames.Learn(eHandle, uiHandle, *ouiNumber);
 }
@@ -229,8 +230,8 @@ try
         m_oOutputs[roCall.oFilled.at("phVideoOut").dump()] = {DeviceOf(roCall), fNumber("uiIndex")};
         break;
     case EOperation::TVideoOut_Enable:
-        if (const auto ooOutput = m_oBuffers.at(fArgument("hBuffer"))
-                                      .MakeOutput(*FromWord<const tagTVideo_VidParam*>(roArguments[2])))
+        if (const auto ooOutput =
+                m_oBuffers.at(fArgument("hBuffer")).MakeOutput(*FromWord<const tagTVideo_VidParam*>(roArguments[2])))
             Show(m_oOutputs.at(fArgument("hVideoOut")), *ooOutput);
         break;
     case EOperation::TVideoOut_Disable: Show(m_oOutputs.at(fArgument("hVideoOut")), {}); break;
@@ -284,12 +285,13 @@ tagTBuffer_PlaneInfo Replaying::FindPlaneInfo(const Json& roBuffer, const std::o
 
 void Replaying::FillPlanes(const SCall& roCall, const Words& roArguments)
 {
-    auto* const          puiPlanes = FromWord<KUINTPTR*>(roArguments[3]);
-    const auto           i         = roCall.oFilled.find("auiPlanes");
-    const auto           iBuffer   = m_oBuffers.find(roCall.oArguments.at("hBuffer").dump());
+    auto* const puiPlanes = FromWord<KUINTPTR*>(roArguments[3]);
+    const auto  i         = roCall.oFilled.find("auiPlanes");
+    const auto  iBuffer   = m_oBuffers.find(roCall.oArguments.at("hBuffer").dump());
     if (iBuffer == m_oBuffers.end())
-        throw BoardError("line " + std::to_string(roCall.uiLine) + " of the record: it does not say where the buffer is from");
-    std::vector<KUINT8*> apPlanes  = iBuffer->second.BeginAccess();
+        throw BoardError("line " + std::to_string(roCall.uiLine) +
+                         " of the record: it does not say where the buffer is from");
+    std::vector<KUINT8*> apPlanes = iBuffer->second.BeginAccess();
     apPlanes.resize(std::min<size_t>(apPlanes.size(), puiPlanes != nullptr ? roArguments[2] : 0));
     for (size_t ui = 0; ui < apPlanes.size(); ++ui)
     {

@@ -40,23 +40,29 @@ TEST_F(RecordTest, AReplayShowsTheSamePictureAndDepartsWhereTheCallsDo)
     EXPECT_EQ(ReadFile(At("replayed.png")), ReadFile(At("recorded.png")));
     Expect("status", 0, "FPGA 1: device code 0x0005, version 2.13.45, address 0x11, vendor 0xc3e7");
     Expect("status", 0, "register 7932 (progress): 0x00000064 (100 %)");
-    Expect("describe " + m_strRecord + " | tail -5", 0, "left enabled: output 0 of device 1, output 1 of device 1, output 2 of device 1\n");
+    Expect("describe " + m_strRecord + " | tail -5", 0,
+           "left enabled: output 0 of device 1, output 1 of device 1, output 2 of device 1\n");
     EXPECT_EQ(CountFiles("board.replay"), 0);
 
     const auto fLine = [&](const std::string& strOf) {
         return std::to_string(std::count(strText.begin(), strText.begin() + std::ptrdiff_t(strText.find(strOf)), '\n') + 1);
     };
-    const size_t                                                uiLast    = strText.find("{\"end\"");
+    const size_t                                                 uiLast    = strText.find("{\"end\"");
     const std::tuple<std::string, std::string, int, std::string> aoCases[] = {
         // the record, the arguments of the tool, the status, what is said
-        {strText, " -d 9" + strArguments.substr(TOOL.size()), 3, "line 3 of the record: expected Tavrin_GetDevice(0), came the end"},
+        {strText, " -d 9" + strArguments.substr(TOOL.size()), 3,
+         "line 3 of the record: expected Tavrin_GetDevice(0), came the end"},
         {strText, " -p 1 2 300 40 -l 16", 3, ", came TVideoOut_GetHandle(device 1, 0, 2, phVideoOut)"},
         {Replaced(strText, "\"uiVActive\":768", "\"uiVActive\":767"), "", 3,
-         "line " + fLine("\"uiVActive\"") + " of the record: expected TVideoOut_Enable(output 1, 0, {uiHActive 1024 uiVActive 767"},
-        {Replaced(strText, "Tavrin_GetDeviceCount\",\"arguments\":{},\"result\":1", "Tavrin_GetDeviceCount\",\"arguments\":{},\"result\":0"), "", 3, "line 3"},
+         "line " + fLine("\"uiVActive\"") +
+             " of the record: expected TVideoOut_Enable(output 1, 0, {uiHActive 1024 uiVActive 767"},
+        {Replaced(strText, "Tavrin_GetDeviceCount\",\"arguments\":{},\"result\":1",
+                  "Tavrin_GetDeviceCount\",\"arguments\":{},\"result\":0"),
+         "", 3, "line 3"},
         {strText.substr(0, uiLast), "", 0, ""},
         {strText.substr(0, uiLast - 2), "", 1, "it is cut here"},
-        {Replaced(strText, "\"filled\":{\"puiCount\":2}", "\"filled\":{\"puiCount\":-2}"), "", 1, "line 4 of the record: it is damaged here"},
+        {Replaced(strText, "\"filled\":{\"puiCount\":2}", "\"filled\":{\"puiCount\":-2}"), "", 1,
+         "line 4 of the record: it is damaged here"},
         {strText.substr(0, 9), "", 1, "line 1 of the record: it is cut here"},
         {"notes", "", 1, "not a record"},
     };
@@ -78,7 +84,8 @@ TEST_F(RecordTest, TheDemoIsReplayedCallByCall)
     Expect("replay --fast " + m_strRecord + TOOL + " -i " + strDemo + "/background.png -f " + strDemo +
                "/frame -a 448 216 576 344 -p 192 560 832 584 -l 40 -et 300",
            0, "");
-    Expect("describe " + m_strRecord + " | tail -5", 0, "119 calls, 0 failed\nsteps: 99 of 40 ms, late by 0.196 ms at the median");
+    Expect("describe " + m_strRecord + " | tail -5", 0,
+           "119 calls, 0 failed\nsteps: 99 of 40 ms, late by 0.196 ms at the median");
 }
 
 TEST_F(RecordTest, TheCommandRunsAsWithoutTheRecord)
@@ -94,7 +101,8 @@ TEST_F(RecordTest, TheCommandRunsAsWithoutTheRecord)
         {m_strRecord + " -- sh -c 'exit 7'", 7, "called no device library"},
         {m_strRecord + " -- sh -c 'kill -KILL $$'", 128 + SIGKILL, "called no device library"},
         {m_strRecord + " -- sh -c 'kill -INT $PPID; exec sleep 9'", 128 + SIGINT, ""},
-        {m_strRecord + " -- sh -c 'trap \"echo it >&2; exit 5\" TERM; kill -TERM $PPID; sleep 9 >&- 2>&- & wait'", 5, "it\n"},
+        {m_strRecord + " -- sh -c 'trap \"echo it >&2; exit 5\" TERM; kill -TERM $PPID; sleep 9 >&- 2>&- & wait'", 5,
+         "it\n"},
     };
     for (const auto& [strArguments, iStatus, strSaid] : aoCases) Expect("record " + strArguments, iStatus, strSaid);
     EXPECT_FALSE(fs::exists(At("ran")));
@@ -136,7 +144,8 @@ TEST_F(RecordTest, AReplayAnswersAsALibraryThatIsNotOurs)
 {
     // Rows without padding, two planes, a name that is no UTF-8, an address that is null, a failure that fills something in,
     // a handle that comes again.
-    const std::string strCreate = R"("arguments":{"hDev":"device 1","ePixelFormat":52,"uiWidth":20,"uiHeight":4,"phBuffer":{}},"status":0,"filled":)";
+    const std::string strCreate =
+        R"("arguments":{"hDev":"device 1","ePixelFormat":52,"uiWidth":20,"uiHeight":4,"phBuffer":{}},"status":0,"filled":)";
     const std::string astrCalls[] = {
         R"("operation":"Tavrin_GetDevice","arguments":{"uiDevIndex":0},"result":"device 1","filled":{})",
         R"("operation":"TBoard_GetFpgaInfo","arguments":{"hDev":"device 1","uiIndex":0,"poFpgaInfo":{"uiSize":84}},"status":-1,)"

@@ -122,7 +122,8 @@ void Describe(const std::string& strPath)
     std::string            strCommand;
     for (const std::string& strWord : oReader.GetCommand())
         strCommand += " " + strWord;
-    std::printf("command:%s\nlibrary: %s\n\n", MakePrintable(strCommand).c_str(), MakePrintable(oReader.GetLibrary()).c_str());
+    std::printf("command:%s\nlibrary: %s\n\n", MakePrintable(strCommand).c_str(),
+                MakePrintable(oReader.GetLibrary()).c_str());
 
     Summary oSummary;
     KUINT64 uiOver = 0;  // when the calls so far had returned

@@ -47,8 +47,8 @@ void Record(const std::string& strPath, const std::string& strChosen, const Pass
     const std::string strLibrary =
         CheckDeviceLibrary(strChosen.empty() ? FindDeviceLibrary(roCommand.front(), strRecorder) : strChosen);
 
-    FileDescriptor oFile = FileDescriptor::AboveStandardStreams(
-        open(strPath.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666));
+    FileDescriptor oFile =
+        FileDescriptor::AboveStandardStreams(open(strPath.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666));
     if (!oFile)
         ThrowSystemError(strPath, "open");
     Recorder::RecordFile oRecord(std::move(oFile));

@@ -30,8 +30,8 @@ constexpr int DEPARTED_STATUS = 3;
 SBoardPlan MakePlan(Recorder::RecordReader oReader)
 {
     SBoardPlan oPlan;
-    oPlan.uiOutputCount   = 0;
-    const auto fCount     = [](const Recorder::Json& ro, KUINT32 uiMax) { return std::min(ro.get<KUINT32>(), uiMax); };
+    oPlan.uiOutputCount = 0;
+    const auto fCount   = [](const Recorder::Json& ro, KUINT32 uiMax) { return std::min(ro.get<KUINT32>(), uiMax); };
     while (const auto ooCall = oReader.Next())
     {
         const Recorder::Json& roFilled = ooCall->oFilled;
