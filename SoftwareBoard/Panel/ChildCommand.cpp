@@ -30,12 +30,14 @@ sigset_t BlockSignals(sigset_t& roBefore)
 }
 
 // Replaces the child by the command. If that fails, writes the error number to the pipe.
-[[noreturn]] void Execute(const PassedOn& roCommand, const sigset_t& roMask, pid_t iPanel, int iFailure)
+[[noreturn]] void Execute(const PassedOn& roCommand, const sigset_t& roMask, const struct sigaction& roChildAction,
+                          pid_t iPanel, int iFailure)
 {
     // A panel that is killed takes the command with it, as if it had been the command.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != iPanel)
         _exit(127);
+    sigaction(SIGCHLD, &roChildAction, nullptr);
     sigprocmask(SIG_SETMASK, &roMask, nullptr);
     execvp(roCommand.front(), roCommand.data());
     const int iError = errno;
@@ -54,11 +56,17 @@ SEnd RunChild(const PassedOn& roCommand)
     sigset_t             oBefore = {};
     const sigset_t       oSet    = BlockSignals(oBefore);
     const pid_t          iPanel  = getpid();
-    const pid_t          iChild  = fork();
+    Defuse(SIGPIPE);  // what is to be said of the run may have no reader
+
+    // A panel that was started with SIGCHLD ignored would not learn how the command ends.
+    struct sigaction oChildAction = {}, oDefault = {};
+    oDefault.sa_handler = SIG_DFL;
+    sigaction(SIGCHLD, &oDefault, &oChildAction);
+    const pid_t iChild = fork();
     if (iChild < 0)
         ThrowSystemError(roCommand.front(), "fork");
     if (iChild == 0)
-        Execute(roCommand, oBefore, iPanel, oWrite.Get());
+        Execute(roCommand, oBefore, oChildAction, iPanel, oWrite.Get());
     oWrite            = FileDescriptor();
     int  iError       = 0;
     bool bNotExecuted = read(oRead.Get(), &iError, sizeof(iError)) == ssize_t{sizeof(iError)};

@@ -107,8 +107,8 @@ std::vector<std::string> RunPathOf(const char* pszCommand)
     const fs::path oProgram = FindInPath(pszCommand);
     if (!fs::is_regular_file(oProgram))
         return {};
-    std::ifstream  oFile(oProgram, std::ios::binary);
-    std::string    strRunPath = FindRunPath({std::istreambuf_iterator<char>(oFile), {}});
+    std::ifstream oFile(oProgram, std::ios::binary);
+    std::string   strRunPath = FindRunPath({std::istreambuf_iterator<char>(oFile), {}});
     if (strRunPath.empty())
         return {};
     const std::string strFolder = fs::canonical(oProgram).parent_path();

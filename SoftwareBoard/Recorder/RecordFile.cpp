@@ -41,11 +41,26 @@ KUINT64 NowNs()
     return static_cast<KUINT64>(oNow.tv_sec) * 1'000'000'000 + static_cast<KUINT64>(oNow.tv_nsec);
 }
 
-RecordFile::RecordFile(FileDescriptor oFile) : m_oFile(std::move(oFile)), m_uiSizeLimit(FindSizeLimit()) {}
+RecordFile::RecordFile(std::string strPath) : m_strPath(std::move(strPath)), m_uiSizeLimit(FindSizeLimit()) {}
 
-RecordFile::RecordFile(const char* pszPath)
-    : RecordFile(FileDescriptor::AboveStandardStreams(open(pszPath, O_RDWR | O_APPEND | O_CLOEXEC)))
-{}
+bool RecordFile::IsOpen() const
+{
+    struct stat oStat = {};
+    return fstat(m_oFile.Get(), &oStat) == 0 && oStat.st_dev == m_uiDevice && oStat.st_ino == m_uiInode;
+}
+
+void RecordFile::Reopen()
+{
+    // Never closed: the number may be that of another file of the command by now.
+    if (m_oFile)
+        (void)new FileDescriptor(std::move(m_oFile));
+    m_oFile           = FileDescriptor::AboveStandardStreams(open(m_strPath.c_str(), O_RDWR | O_APPEND | O_CLOEXEC));
+    struct stat oStat = {};
+    if (fstat(m_oFile.Get(), &oStat) != 0)
+        return;
+    m_uiDevice = oStat.st_dev;
+    m_uiInode  = oStat.st_ino;
+}
 
 void RecordFile::TakeInOthers(off_t iSize)
 {
@@ -69,6 +84,8 @@ void RecordFile::TakeInOthers(off_t iSize)
 
 bool RecordFile::Append(const std::function<std::string(const SRecorded&)>& fLine)
 {
+    if (!IsOpen())
+        Reopen();
     while (flock(m_oFile.Get(), LOCK_EX) != 0)
     {
         if (errno != EINTR)

@@ -34,9 +34,9 @@ class RecordFile
 {
 public:
     RecordFile() = default;
-    explicit RecordFile(FileDescriptor oFile);
-    // Opens a record to append to; to none if it cannot be opened.
-    explicit RecordFile(const char* pszPath);
+    // Appends to the record at the path. A command may close files that it does not know; then the next append opens it
+    // again.
+    explicit RecordFile(std::string strPath);
 
     // Appends what fLine returns, a line without its end. Returns false if that cannot be written in full: then nothing is.
     // Writes nothing behind the end of a record.
@@ -45,10 +45,15 @@ public:
     const SRecorded& GetRecorded() const { return m_oRecorded; }
 
 private:
+    bool IsOpen() const;
+    void Reopen();
     void TakeInOthers(off_t iSize);
 
+    std::string    m_strPath;
     FileDescriptor m_oFile;
-    off_t          m_iSize = 0;  // what m_oRecorded is about
+    dev_t          m_uiDevice = 0;  // with the inode: which file it was when it was opened
+    ino_t          m_uiInode  = 0;
+    off_t          m_iSize    = 0;  // what m_oRecorded is about
     SRecorded      m_oRecorded;
     KUINT64        m_uiSizeLimit = 0;  // beyond it, the system would end the process by a signal
 };

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <set>
 
 #include "BoardError.h"
 #include "Carry.h"
@@ -19,6 +20,13 @@ using namespace SoftwareBoard::Recorder;
 
 namespace
 {
+// How long a call waits for the calls of other threads that the record has before it.
+constexpr std::chrono::seconds      PATIENCE{1};
+constexpr std::chrono::milliseconds BETWEEN_TRIES{1};
+
+// The number that this thread has in the record; 0 before its first call.
+thread_local KUINT32 s_uiThread = 0;
+
 // The handle for a name of the record: a number that is no address.
 KUINT64 MakeHandle(EHandle eHandle, KUINT32 uiNumber)
 {
@@ -51,7 +59,8 @@ private:
 
     void                 Open();
     void                 End(SReplayed& roReplayed, EReplay eState, const std::string& strText);
-    std::optional<SCall> TakeLine(EOperation eOperation, const Words& roArguments);
+    bool                 IsMyTurn() const;
+    std::optional<SCall> TakeLine(EOperation eOperation, const Words& roArguments, bool bInTurn, bool& rbTooEarly);
     KUINT64              Answer(const SCall& roCall, const Words& roArguments);
     // Shows what the call does on the board. What the board cannot show is left out.
     void                 Act(const SCall& roCall, const Words& roArguments);
@@ -68,6 +77,8 @@ private:
 
     std::string                         m_strRecord;
     std::optional<RecordReader>         m_ooReader;
+    std::optional<SCall>                m_ooNext;
+    std::set<KUINT32>                   m_oThreads;  // of the record that are threads of this process
     std::optional<Board>                m_ooBoard;
     std::optional<ReplayProgress>       m_ooProgress;
     HandleNames                         m_oNames;
@@ -94,6 +105,8 @@ Replaying& Replaying::Get()
 
 void Replaying::ForgetAll()
 {
+    s_uiThread = 0;
+    m_oThreads.clear();
     (void)new auto(std::move(m_oBuffers));  // never destroyed: the threads that copy are not here
     m_oBuffers.clear();
     m_ooProgress.reset();
@@ -106,6 +119,7 @@ void Replaying::Open()
     {
         m_strRecord = ReadRecordFile(Variable(REPLAY_FILE_VARIABLE));
         m_ooReader.emplace(m_strRecord);
+        m_ooNext = m_ooReader->Next();
     }
     if (!m_ooBoard)
         m_ooBoard.emplace(Board::Open());
@@ -121,8 +135,17 @@ void Replaying::End(SReplayed& roReplayed, EReplay eState, const std::string& st
     kill(getpid(), SIGTERM);
 }
 
-// The line that answers the call. Nothing after a departure.
-std::optional<SCall> Replaying::TakeLine(EOperation eOperation, const Words& roArguments)
+// Whether the next line of the record is this thread's. A thread that has not called yet takes the place of one that is new
+// in the record.
+bool Replaying::IsMyTurn() const
+{
+    if (!m_ooNext || m_ooNext->uiThread == s_uiThread)
+        return true;
+    return s_uiThread == 0 && !m_oThreads.contains(m_ooNext->uiThread);
+}
+
+// The line that answers the call. Nothing after a departure, and nothing while it is another thread's turn, if bInTurn.
+std::optional<SCall> Replaying::TakeLine(EOperation eOperation, const Words& roArguments, bool bInTurn, bool& rbTooEarly)
 {
     const SOperation&          roOperation = TableRow(eOperation);
     const ReplayProgress::Lock oLock(*m_ooProgress);
@@ -130,37 +153,51 @@ std::optional<SCall> Replaying::TakeLine(EOperation eOperation, const Words& roA
     if (oReplayed.eState != EReplay::Going)
         return std::nullopt;
     for (; m_uiTaken < oReplayed.uiCalls; ++m_uiTaken)
-        m_ooReader->Next();  // another process of the command had these
+        m_ooNext = m_ooReader->Next();  // another process of the command had these
+    rbTooEarly = bInTurn && !IsMyTurn();
+    if (rbTooEarly)
+        return std::nullopt;
 
-    const Json           oArguments = Json::parse(ReadArguments(roOperation, roArguments, m_oNames));
-    std::optional<SCall> ooCall     = m_ooReader->Next();
-    const bool           bSame      = ooCall && ooCall->eOperation == eOperation && ooCall->oArguments == oArguments;
-    if (bSame)
+    const Json oArguments = Json::parse(ReadArguments(roOperation, roArguments, m_oNames));
+    if (m_ooNext && m_ooNext->eOperation == eOperation && m_ooNext->oArguments == oArguments)
     {
         oReplayed.uiCalls = ++m_uiTaken;
         m_ooProgress->Write(oReplayed);
+        s_uiThread = m_ooNext->uiThread;
+        m_oThreads.insert(s_uiThread);
+        return std::exchange(m_ooNext, m_ooReader->Next());
     }
-    else if (!ooCall && !m_ooReader->GetDamage().empty())
+    if (!m_ooNext && !m_ooReader->GetDamage().empty())
         End(oReplayed, EReplay::Failed, m_ooReader->GetDamage());
     else
         End(oReplayed, EReplay::Departed,
-            "line " + std::to_string(m_ooReader->GetLine()) + " of the record: expected " +
-                (ooCall ? DescribeCall(ooCall->Row(), ooCall->oArguments) : "the end of the run") + ", came " +
+            "line " + std::to_string(m_ooNext ? m_ooNext->uiLine : m_ooReader->GetLine()) + " of the record: expected " +
+                (m_ooNext ? DescribeCall(m_ooNext->Row(), m_ooNext->oArguments) : "the end of the run") + ", came " +
                 DescribeCall(roOperation, oArguments));
-    return bSame ? ooCall : std::nullopt;
+    return std::nullopt;
 }
 
 KUINT64 Replaying::Carry(EOperation eOperation, const Words& roArguments)
 {
+    using namespace std::chrono;
     std::unique_lock oLock(m_oMutex);
     Open();
-    const std::optional<SCall> ooCall = TakeLine(eOperation, roArguments);
+    const auto           oEnd      = steady_clock::now() + PATIENCE;
+    bool                 bTooEarly = false;
+    std::optional<SCall> ooCall    = TakeLine(eOperation, roArguments, true, bTooEarly);
+    while (bTooEarly)
+    {
+        oLock.unlock();
+        std::this_thread::sleep_for(BETWEEN_TRIES);
+        oLock.lock();
+        ooCall = TakeLine(eOperation, roArguments, steady_clock::now() < oEnd, bTooEarly);
+    }
     if (!ooCall)
         return FailureOf(TableRow(eOperation));
     if (*Variable(REPLAY_FAST_VARIABLE) == '\0')
     {
         oLock.unlock();
-        std::this_thread::sleep_for(std::chrono::nanoseconds(ooCall->uiTook));
+        std::this_thread::sleep_for(nanoseconds(ooCall->uiTook));
         oLock.lock();
     }
     try
@@ -269,7 +306,7 @@ tagTBuffer_PlaneInfo Replaying::FindPlaneInfo(const Json& roBuffer, const std::o
 {
     tagTBuffer_PlaneInfo oInfo   = {};
     RecordReader         oReader = *m_ooReader;
-    while (const auto ooCall = oReader.Next())
+    for (auto ooCall = m_ooNext; ooCall; ooCall = oReader.Next())
     {
         if (ooCall->eOperation != EOperation::TBuffer_GetPlaneInfo || ooCall->oArguments.at("hBuffer") != roBuffer ||
             !ooCall->oFilled.contains("poPlaneInfo"))

@@ -47,11 +47,10 @@ void Record(const std::string& strPath, const std::string& strChosen, const Pass
     const std::string strLibrary =
         CheckDeviceLibrary(strChosen.empty() ? FindDeviceLibrary(roCommand.front(), strRecorder) : strChosen);
 
-    FileDescriptor oFile =
-        FileDescriptor::AboveStandardStreams(open(strPath.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666));
-    if (!oFile)
+    const FileDescriptor oEmpty(open(strPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!oEmpty)
         ThrowSystemError(strPath, "open");
-    Recorder::RecordFile oRecord(std::move(oFile));
+    Recorder::RecordFile oRecord(strPath);
     if (!oRecord.Append([&](const auto&) { return MakeHeader(strLibrary, roCommand); }))
         ThrowSystemError(strPath, "write");
 
