@@ -121,23 +121,32 @@ TEST_F(RecordTest, EveryCallOfEveryThreadAndProcessHasItsLine)
     const auto fRead = [](TestClient& ro) {
         for (KUINT32 ui = 0, uiValue = 0; ui < 200; ++ui) EXPECT_EQ(ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), TStatus_OK);
     };
-    Process([&] {
-        TestClient               o{RECORDING_LIBRARY};
+    const auto fRun = [&](const char* pszLibrary) {
+        TestClient               o{pszLibrary};
         std::vector<std::thread> aoThreads;
         for (int i = 0; i < 3; ++i) aoThreads.emplace_back(fRead, std::ref(o));
         for (std::thread& roThread : aoThreads) roThread.join();
         if (fork() == 0) _exit((o.hDev = o.Tavrin_GetDevice(0), fRead(o), testing::Test::HasFailure()));
-        fRead(o);
         int iStatus = 0;
         wait(&iStatus);
         EXPECT_EQ(iStatus, 0);
-    });
+        for (const auto& roFd : fs::directory_iterator("/proc/self/fd"))  // a command may close what it does not know
+            if (fs::read_symlink(roFd) == m_strRecord) dup2(STDERR_FILENO, std::stoi(roFd.path().filename()));
+        fRead(o);
+    };
+    Process([&] { fRun(RECORDING_LIBRARY); });
     const std::string           strText = ReadFile(m_strRecord);
     RecordReader                oReader(strText);
     std::map<KUINT32, unsigned> oCalls;
     while (const auto ooCall = oReader.Next()) ++oCalls[ooCall->uiThread];
     EXPECT_NE(oReader.GetDamage().find("line 1004 of the record: it is cut"), std::string::npos) << oReader.GetDamage();
     EXPECT_EQ(oCalls, (std::map<KUINT32, unsigned>{{1, 201}, {2, 200}, {3, 200}, {4, 200}, {5, 201}}));
+
+    const auto oProgress = ReplayProgress::Make(SoftwareBoard::BoardFolder::Open());
+    setenv(REPLAY_FILE_VARIABLE, m_strRecord.c_str(), 1);
+    setenv(REPLAY_FAST_VARIABLE, "1", 1);
+    Process([&] { fRun(REPLAYING_LIBRARY); });
+    EXPECT_EQ(oProgress.Read().uiCalls, 1002u) << oProgress.Read().acText.data();
 }
 
 TEST_F(RecordTest, AReplayAnswersAsALibraryThatIsNotOurs)
