@@ -100,7 +100,7 @@ bool RecordFile::Append(const std::function<std::string(const SRecorded&)>& fLin
     {
         const std::string strLine = fLine(m_oRecorded) + '\n';
         const auto        iSize   = static_cast<ssize_t>(strLine.size());
-        bWritten                  = static_cast<KUINT64>(m_iSize + iSize) <= m_uiSizeLimit &&
+        bWritten                  = static_cast<KUINT64>(m_iSize) + strLine.size() <= m_uiSizeLimit &&
                    write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize;
         if (bWritten)
         {

@@ -52,13 +52,13 @@ SCall TakeCall(const Json& roLine, KUINT64 uiLine)
 }
 }
 
-RecordReader::RecordReader(std::string_view svText) : m_svRest(svText)
+RecordReader::RecordReader(std::string_view svText, const std::string& strFile) : m_svRest(svText)
 {
     const size_t uiCommon = std::min(svText.size(), FIRST_LINE.size());
     if (svText.substr(0, uiCommon) != FIRST_LINE.substr(0, uiCommon))
-        throw BoardError("not a record");
-    if (const auto ooLine = TakeLine(); ooLine && !TakeHeader(*ooLine))
-        throw BoardError("not a record");
+        throw BoardError(strFile + ": not a record");
+    if (const auto ooLine = TakeLine())
+        TakeHeader(*ooLine, strFile);
 }
 
 std::nullopt_t RecordReader::EndHere(const std::string& strWhy)
@@ -83,22 +83,20 @@ std::optional<Json> RecordReader::TakeLine()
     return oLine;
 }
 
-bool RecordReader::TakeHeader(const Json& roLine)
+void RecordReader::TakeHeader(const Json& roLine, const std::string& strFile)
 {
-    const auto iVersion = roLine.find("record");
+    const Json oVersion = roLine.value("record", Json());
     const auto iLibrary = roLine.find("library");
     const auto iCommand = roLine.find("command");
-    if (!iVersion->is_number())
-        return false;
-    if (*iVersion != RECORD_VERSION)
-        throw BoardError("a record of version " + iVersion->dump() + ", and this program reads version " +
+    const auto fIsText  = [](const Json& ro) { return ro.is_string(); };
+    if (oVersion.is_number() && oVersion != RECORD_VERSION)
+        throw BoardError(strFile + ": a record of version " + oVersion.dump() + ", and this program reads version " +
                          std::to_string(RECORD_VERSION));
-    if (iLibrary == roLine.end() || !iLibrary->is_string() || iCommand == roLine.end() || !iCommand->is_array() ||
-        !std::ranges::all_of(*iCommand, [](const Json& ro) { return ro.is_string(); }))
-        return false;
+    if (!oVersion.is_number() || iLibrary == roLine.end() || !fIsText(*iLibrary) || iCommand == roLine.end() ||
+        !iCommand->is_array() || !std::ranges::all_of(*iCommand, fIsText))
+        throw BoardError(strFile + ": not a record");
     m_strLibrary  = iLibrary->get<std::string>();
     m_astrCommand = iCommand->get<std::vector<std::string>>();
-    return true;
 }
 
 bool RecordReader::TakeEnd(const Json& roLine)

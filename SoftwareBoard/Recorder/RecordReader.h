@@ -11,7 +11,7 @@
 
 namespace SoftwareBoard::Recorder
 {
-struct SCall
+struct SCall  // NOLINT(bugprone-exception-escape): moving JSON does not throw
 {
     KUINT64    uiLine   = 0;  // of the record, from 1
     KUINT64    uiAt     = 0;  // nanoseconds since the start
@@ -29,8 +29,8 @@ struct SCall
 class RecordReader
 {
 public:
-    // Throws BoardError if the text is no record. Copies are cheap; the text must outlive them.
-    explicit RecordReader(std::string_view svText);
+    // Throws BoardError, which names the file, if the text is no record. Copies are cheap; the text must outlive them.
+    RecordReader(std::string_view svText, const std::string& strFile);
 
     // The next call. Nothing after the last one that can be read.
     std::optional<SCall> Next();
@@ -47,7 +47,7 @@ public:
 private:
     std::optional<Json> TakeLine();
     std::nullopt_t      EndHere(const std::string& strWhy);
-    bool                TakeHeader(const Json& roLine);
+    void                TakeHeader(const Json& roLine, const std::string& strFile);
     bool                TakeEnd(const Json& roLine);
 
     std::string_view         m_svRest;

@@ -118,7 +118,7 @@ void Replaying::Open()
     if (!m_ooReader)
     {
         m_strRecord = ReadRecordFile(Variable(REPLAY_FILE_VARIABLE));
-        m_ooReader.emplace(m_strRecord);
+        m_ooReader.emplace(m_strRecord, Variable(REPLAY_FILE_VARIABLE));
         m_ooNext = m_ooReader->Next();
     }
     if (!m_ooBoard)

@@ -64,7 +64,7 @@ TEST_F(RecordTest, AReplayShowsTheSamePictureAndDepartsWhereTheCallsDo)
         {Replaced(strText, "\"filled\":{\"puiCount\":2}", "\"filled\":{\"puiCount\":-2}"), "", 1,
          "line 4 of the record: it is damaged here"},
         {strText.substr(0, 9), "", 1, "line 1 of the record: it is cut here"},
-        {"notes", "", 1, "not a record"},
+        {"notes", "", 1, m_strRecord + ": not a record"},
     };
     for (const auto& [strRecord, strOther, iStatus, strSaid] : aoCases)
     {
@@ -136,7 +136,7 @@ TEST_F(RecordTest, EveryCallOfEveryThreadAndProcessHasItsLine)
     };
     Process([&] { fRun(RECORDING_LIBRARY); });
     const std::string           strText = ReadFile(m_strRecord);
-    RecordReader                oReader(strText);
+    RecordReader                oReader(strText, m_strRecord);
     std::map<KUINT32, unsigned> oCalls;
     while (const auto ooCall = oReader.Next()) ++oCalls[ooCall->uiThread];
     EXPECT_NE(oReader.GetDamage().find("line 1004 of the record: it is cut"), std::string::npos) << oReader.GetDamage();
@@ -204,7 +204,7 @@ TEST_F(RecordTest, ADamagedRecordIsReadUpToTheDamage)
     for (size_t ui = 0; ui < strText.size(); ++ui)
     {
         const std::string_view svCut(strText.data(), ui);
-        RecordReader           oCut(svCut);
+        RecordReader           oCut(svCut, m_strRecord);
         std::ptrdiff_t         iCalls = 0;
         while (oCut.Next()) ++iCalls;
         const std::ptrdiff_t iLines = std::count(svCut.begin(), svCut.end(), '\n');

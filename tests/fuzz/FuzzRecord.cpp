@@ -35,7 +35,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
 try
 {
     const std::string_view svText(reinterpret_cast<const char*>(puiData), uiSize);
-    RecordReader           oReader(svText);
+    RecordReader           oReader(svText, "record");
     KUINT64                uiLine = 1;
     while (const auto ooCall = oReader.Next())
     {

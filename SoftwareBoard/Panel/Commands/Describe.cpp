@@ -64,7 +64,7 @@ public:
             m_auiSteps.push_back(roCall.uiAt);
         if (roCall.eOperation == EOperation::TVideoOut_GetHandle && roCall.oFilled.contains("phVideoOut"))
             m_oOutputs[roCall.oFilled.at("phVideoOut").dump()] =
-                "output " + roArguments.at("uiIndex").dump() + " of " + roArguments.at("hDev").get<std::string>();
+                "output " + roArguments.at("uiIndex").dump() + " of " + roArguments.at("hDev").dump();
         if (roCall.eOperation == EOperation::TVideoOut_Enable || roCall.eOperation == EOperation::TVideoOut_Disable)
             m_oEnabled[m_oOutputs[roArguments.at("hVideoOut").dump()]] = roCall.eOperation == EOperation::TVideoOut_Enable;
     }
@@ -75,7 +75,8 @@ public:
         PrintSteps();
         std::string strLeft;
         for (const auto& [strOutput, bEnabled] : m_oEnabled)
-            strLeft += bEnabled ? (strLeft.empty() ? "" : ", ") + strOutput : "";
+            strLeft += bEnabled ? (strLeft.empty() ? "" : ", ") + (strOutput.empty() ? "an unknown output" : strOutput) : "";
+        std::erase(strLeft, '"');
         std::printf("left enabled: %s\n", strLeft.empty() ? "nothing" : MakePrintable(strLeft).c_str());
     }
 
@@ -118,7 +119,7 @@ void PrintCall(const SCall& roCall)
 void Describe(const std::string& strPath)
 {
     const std::string      strText = Recorder::ReadRecordFile(strPath);
-    Recorder::RecordReader oReader(strText);
+    Recorder::RecordReader oReader(strText, strPath);
     std::string            strCommand;
     for (const std::string& strWord : oReader.GetCommand())
         strCommand += " " + strWord;
@@ -151,15 +152,6 @@ Action AddDescribe(CLI::App& roCommand, const PassedOn&)
 {
     const auto pstrPath = std::make_shared<std::string>();
     roCommand.add_option("FILE", *pstrPath, "The record")->required();
-    return [pstrPath] {
-        try
-        {
-            Describe(*pstrPath);
-        }
-        catch (const Json::exception&)
-        {
-            throw BoardError(*pstrPath + ": not a record");
-        }
-    };
+    return [pstrPath] { Describe(*pstrPath); };
 }
 }

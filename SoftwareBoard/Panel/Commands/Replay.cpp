@@ -22,7 +22,6 @@ namespace
 {
 using Recorder::EOperation;
 using Recorder::EReplay;
-using Recorder::SCall;
 
 constexpr int DEPARTED_STATUS = 3;
 
@@ -78,7 +77,7 @@ std::optional<int> Judge(Recorder::RecordReader oReader, const Recorder::SReplay
 void Replay(const std::string& strPath, bool bFast, const PassedOn& roCommand)
 {
     const std::string            strText = Recorder::ReadRecordFile(strPath);
-    const Recorder::RecordReader oReader(strText);
+    const Recorder::RecordReader oReader(strText, strPath);
     UseLibrary("replay");
     std::optional<Board>           ooBoard   = Board::Create(MakePlan(oReader));
     const BoardFolder              oFolder   = BoardFolder::Open();
