@@ -4,7 +4,7 @@ _tavrin_board() {
     local cur prev words cword
     _init_completion || return
 
-    local commands='create status progress run snapshot watch preview display wait'
+    local commands='create status progress run snapshot watch preview display wait record replay describe'
     if ((cword == 1)); then
         COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
         return
@@ -15,7 +15,7 @@ _tavrin_board() {
     for ((i = 2; i < cword; ++i)); do
         [[ ${words[i]} == -- ]] || continue
         case ${words[1]} in
-            run)
+            run | record | replay)
                 _command_offset $((i + 1)) ;;
             preview)
                 _completion_loader QelProgressBarDisplay
@@ -30,7 +30,7 @@ _tavrin_board() {
 
     case $prev in
         --device | --devices | --outputs | --fpga | --ramp | --to | --at | --percent | --timeout) return ;;
-        --card) _filedir; return ;;
+        --card | --library) _filedir; return ;;
         --connector)
             COMPREPLY=($(compgen -W "$(cd /sys/class/drm 2>/dev/null && ls -d card*-* | sed 's/^card[0-9]*-//')" -- "$cur"))
             return ;;
@@ -46,6 +46,8 @@ _tavrin_board() {
         watch) options='--window --device' ;;
         preview) options='--at --' ;;
         display) options='--card --list --connector --every-output --legacy --wait --device' ;;
+        record) options='--library --' ;;
+        replay) options='--fast --' ;;
         wait) options='--displayed --shown --ended --percent --timeout --device' ;;
     esac
     if [[ $cur == -* || ${words[1]} == run ]]; then
@@ -54,6 +56,8 @@ _tavrin_board() {
         COMPREPLY=($(compgen -W '0 25 50 75 100 -' -- "$cur"))
     elif [[ ${words[1]} == preview || ${words[1]} == snapshot ]]; then
         _filedir png
+    elif [[ ${words[1]} == record || ${words[1]} == replay || ${words[1]} == describe ]]; then
+        _filedir
     fi
 } &&
     complete -F _tavrin_board tavrin-board

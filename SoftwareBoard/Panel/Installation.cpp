@@ -15,12 +15,21 @@ std::filesystem::path FindOwnFolder()
 {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
+}
+
+std::string FindProgram(const std::string& strName)
+{
+    const std::filesystem::path oBeside = FindOwnFolder() / strName;
+    return access(oBeside.c_str(), X_OK) == 0 ? oBeside.string() : strName;
+}
 
 // In the build folder the library is beside the program. Installed, it is in ../lib/tavrin-board.
-std::string FindLibraryFolder()
+std::string FindLibraryFolder(const std::string& strKind)
 {
     const std::filesystem::path oOwn        = FindOwnFolder();
-    const std::filesystem::path aoFolders[] = {oOwn, oOwn.parent_path() / "lib" / "tavrin-board"};
+    std::filesystem::path       aoFolders[] = {oOwn, oOwn.parent_path() / "lib" / "tavrin-board"};
+    for (std::filesystem::path& roFolder : aoFolders)
+        roFolder = strKind.empty() ? roFolder : roFolder / strKind;
     for (const std::filesystem::path& roFolder : aoFolders)
     {
         if (!std::filesystem::exists(roFolder / "libTavrin.so.1"))
@@ -32,17 +41,10 @@ std::string FindLibraryFolder()
     }
     throw BoardError("libTavrin.so.1: neither in " + aoFolders[0].string() + " nor in " + aoFolders[1].string());
 }
-}
 
-std::string FindProgram(const std::string& strName)
+void UseLibrary(const std::string& strKind)
 {
-    const std::filesystem::path oBeside = FindOwnFolder() / strName;
-    return access(oBeside.c_str(), X_OK) == 0 ? oBeside.string() : strName;
-}
-
-void UseBoardLibrary()
-{
-    std::string strPath = FindLibraryFolder();
+    std::string strPath = FindLibraryFolder(strKind);
     if (const char* pszBefore = std::getenv("LD_LIBRARY_PATH"); pszBefore != nullptr && *pszBefore != '\0')
         strPath += std::string(":") + pszBefore;
     if (setenv("LD_LIBRARY_PATH", strPath.c_str(), 1) != 0)

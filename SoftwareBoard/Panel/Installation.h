@@ -10,9 +10,16 @@ namespace SoftwareBoard::Panel
 // looks up in PATH.
 std::string FindProgram(const std::string& strName);
 
-// Puts the folder of the software board's library first in LD_LIBRARY_PATH, for the programs that this process executes.
-// Throws BoardError if the library is not found.
-void UseBoardLibrary();
+// Finds the folder of a libTavrin.so.1 of the project: "" is the software board's library, "record" and "replay" the two
+// others. Throws BoardError if it is not found.
+std::string FindLibraryFolder(const std::string& strKind);
+
+// Puts that folder first in LD_LIBRARY_PATH, for the programs that this process executes.
+void        UseLibrary(const std::string& strKind);
+inline void UseBoardLibrary()
+{
+    UseLibrary("");
+}
 }
 
 #endif

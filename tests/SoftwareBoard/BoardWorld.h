@@ -15,7 +15,8 @@
 // The library as a client has it after dlopen, and what a client usually has in its hands.
 struct TestClient
 {
-    void* m_pLibrary = dlopen(TAVRIN_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    const char* pszLibrary = TAVRIN_LIBRARY;
+    void*       m_pLibrary = dlopen(pszLibrary, RTLD_NOW | RTLD_LOCAL);
     TAVRIN_OPERATIONS(OPERATION)
     TDevice_Handle hDev    = Tavrin_GetDevice(0);
     TBuffer_Handle hBuffer = nullptr;

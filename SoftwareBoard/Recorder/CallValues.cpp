@@ -1,0 +1,333 @@
+#include "CallValues.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace SoftwareBoard::Recorder
+{
+namespace
+{
+constexpr std::string_view HANDLE_WORDS[] = {"device ", "buffer ", "output "};
+
+// The member of a record that says that its texts are bytes (ToUtf8), so that they can be written back as they were.
+constexpr char BYTES[] = "bytes";
+// What stands for the address of a plane beside one that is null.
+constexpr char NO_ADDRESS[] = "null", ADDRESS[] = "\"address\"";
+
+constexpr size_t MAX_PLANES = 3;
+
+// Numbers of 1 to 8 bytes. Processors of this project keep the lowest byte first.
+KUINT64 ReadNumber(const void* p, size_t uiSize)
+{
+    KUINT64 uiValue = 0;
+    std::memcpy(&uiValue, p, uiSize);
+    return uiValue;
+}
+
+KUINT64 MaxOf(const SField& roField)
+{
+    const size_t uiBits = roField.uiBits != 0 ? roField.uiBits : roField.uiSize * 8;
+    return ~KUINT64{0} >> (64 - uiBits);
+}
+
+bool IsNumber(const Json& roValue, KUINT64 uiMax)
+{
+    return roValue.is_number_unsigned() && roValue.get<KUINT64>() <= uiMax;
+}
+
+std::string FromUtf8(const std::string& strText)
+{
+    std::string strBytes;
+    for (size_t ui = 0; ui < strText.size(); ++ui)
+    {
+        const auto cLead = static_cast<unsigned char>(strText[ui]);
+        if (cLead >= 0x80 && ui + 1 < strText.size())
+            strBytes += static_cast<char>((cLead & 0x03) << 6 | (strText[++ui] & 0x3F));
+        else
+            strBytes += strText[ui];
+    }
+    return strBytes;
+}
+
+// An object as text, member by member. Much faster than an object of the JSON library, and the calls of a run wait for it.
+class ObjectText
+{
+public:
+    void Add(std::string_view svName, std::string_view svValue)
+    {
+        m_strText += m_strText.size() > 1 ? ",\"" : "\"";
+        (m_strText.append(svName) += "\":").append(svValue);
+    }
+    std::string Close() && { return std::move(m_strText) + '}'; }
+
+private:
+    std::string m_strText = "{";
+};
+
+std::string ReadField(const SField& roField, const KUINT8* puiField, bool& rbBytes)
+{
+    if (roField.bText)
+    {
+        const auto* const pszText = reinterpret_cast<const char*>(puiField);
+        return Json(ToUtf8({pszText, strnlen(pszText, roField.uiCount)}, rbBytes)).dump();
+    }
+    if (roField.uiCount == 0)
+        return std::to_string(ReadNumber(puiField, roField.uiSize) >> roField.uiFirstBit & MaxOf(roField));
+    std::string strNumbers;
+    for (size_t ui = 0; ui < roField.uiCount; ++ui)
+        strNumbers += (ui == 0 ? '[' : ',') + std::to_string(ReadNumber(puiField + ui * roField.uiSize, roField.uiSize));
+    return strNumbers + ']';
+}
+
+// The fields that lie within the first uiSize bytes.
+std::string ReadRecord(std::span<const SField> aoFields, const void* pRecord, size_t uiSize)
+{
+    ObjectText oRecord;
+    bool       bBytes = false;
+    for (const SField& roField : aoFields)
+    {
+        if (roField.End() <= uiSize)
+            oRecord.Add(roField.svName, ReadField(roField, static_cast<const KUINT8*>(pRecord) + roField.uiOffset, bBytes));
+    }
+    if (bBytes)
+        oRecord.Add(BYTES, "true");
+    return std::move(oRecord).Close();
+}
+
+bool IsFieldValue(const SField& roField, const Json& roValue)
+{
+    if (roField.bText)
+        return roValue.is_string() && FromUtf8(roValue.get_ref<const std::string&>()).size() <= roField.uiCount;
+    if (roField.uiCount == 0)
+        return IsNumber(roValue, MaxOf(roField));
+    return roValue.is_array() && roValue.size() == roField.uiCount &&
+           std::ranges::all_of(roValue, [&](const Json& ro) { return IsNumber(ro, MaxOf(roField)); });
+}
+
+bool IsRecord(std::span<const SField> aoFields, const Json& roRecord)
+{
+    return roRecord.is_object() && std::ranges::all_of(aoFields, [&](const SField& roField) {
+               const auto i = roRecord.find(roField.svName);
+               return i == roRecord.end() || IsFieldValue(roField, *i);
+           });
+}
+}
+
+bool IsValue(const SType& roType, const Json& roValue)
+{
+    switch (roType.eKind)
+    {
+    case EKind::Number: return IsNumber(roValue, 0xFFFFFFFF);
+    case EKind::Status: return roValue.is_number_integer() && roValue == static_cast<KINT32>(roValue.get<KINT64>());
+    case EKind::Handle: return roValue.is_null() || HandleNames::NumberIn(roType.eHandle, roValue);
+    case EKind::Record: return IsRecord(roType.aoFields, roValue);
+    case EKind::Planes:
+        return roValue.is_array() && roValue.size() <= MAX_PLANES &&
+               std::ranges::all_of(roValue, [](const Json& ro) { return ro.is_null() || ro.is_string(); });
+    }
+    return false;
+}
+
+std::string ToUtf8(std::string_view svBytes, bool& rbBytes)
+{
+    std::string strText(svBytes);
+    try
+    {
+        (void)Json(strText).dump();
+        return strText;
+    }
+    catch (const Json::exception&)
+    {
+        rbBytes = true;
+    }
+    strText.clear();
+    for (const char c : svBytes)
+    {
+        const auto ui = static_cast<unsigned char>(c);
+        if (ui >= 0x80)
+            strText += static_cast<char>(0xC0 | ui >> 6);
+        strText += static_cast<char>(ui < 0x80 ? ui : 0x80 | (ui & 0x3F));
+    }
+    return strText;
+}
+
+std::string HandleNames::NameOf(EHandle eHandle, KUINT64 uiHandle)
+{
+    if (uiHandle == 0)
+        return "null";
+    const auto [i, bNew] = m_oNames.try_emplace({eHandle, uiHandle});
+    if (bNew)
+        i->second.uiNumber = ++m_auiLast[static_cast<size_t>(eHandle)];
+    return '"' + std::string(HANDLE_WORDS[static_cast<size_t>(eHandle)]) + std::to_string(i->second.uiNumber) + '"';
+}
+
+std::string HandleNames::NameReturned(EHandle eHandle, KUINT64 uiHandle)
+{
+    if (const auto i = m_oNames.find({eHandle, uiHandle}); i != m_oNames.end() && i->second.bEnded)
+        m_oNames.erase(i);
+    return NameOf(eHandle, uiHandle);
+}
+
+void HandleNames::End(EHandle eHandle, KUINT64 uiHandle)
+{
+    if (const auto i = m_oNames.find({eHandle, uiHandle}); i != m_oNames.end())
+        i->second.bEnded = true;
+}
+
+void HandleNames::Learn(EHandle eHandle, KUINT64 uiHandle, KUINT32 uiNumber)
+{
+    m_oNames[{eHandle, uiHandle}] = {uiNumber, false};
+    KUINT32& ruiLast              = m_auiLast[static_cast<size_t>(eHandle)];
+    ruiLast                       = std::max(ruiLast, uiNumber);
+}
+
+std::optional<KUINT32> HandleNames::NumberIn(EHandle eHandle, const Json& roName)
+{
+    const std::string_view svWord   = HANDLE_WORDS[static_cast<size_t>(eHandle)];
+    const std::string      strName  = roName.is_string() ? roName.get<std::string>() : "";
+    const char* const      pszEnd   = strName.data() + strName.size();
+    KUINT32                uiNumber = 0;
+    if (!strName.starts_with(svWord))
+        return std::nullopt;
+    const auto oResult = std::from_chars(strName.data() + svWord.size(), pszEnd, uiNumber);
+    return oResult.ec == std::errc() && oResult.ptr == pszEnd && uiNumber != 0 ? std::optional(uiNumber) : std::nullopt;
+}
+
+std::string ReadArguments(const SOperation& roOperation, const Words& roArguments, HandleNames& roNames)
+{
+    ObjectText oArguments;
+    for (size_t ui = 0; ui < roOperation.uiParameters; ++ui)
+    {
+        const SType&      roType  = roOperation.aoParameters[ui].oType;
+        const void* const pBehind = roType.IsPointer() ? FromWord<const void*>(roArguments[ui]) : nullptr;
+        std::string       strValue;
+        if (roType.eKind == EKind::Handle && !roType.IsPointer())
+            strValue = roNames.NameOf(roType.eHandle, roArguments[ui]);
+        else if (!roType.IsPointer())
+            strValue = std::to_string(roArguments[ui]);
+        else if (pBehind == nullptr)
+            strValue = "null";
+        else if (!roType.bFilled)
+            strValue = ReadRecord(roType.aoFields, pBehind, roType.uiSize);
+        else if (roType.HoldsItsSize())
+            strValue = ReadRecord(roType.aoFields.first(1), pBehind, sizeof(KUINT32));
+        else
+            strValue = "{}";
+        oArguments.Add(roOperation.aoParameters[ui].svName, strValue);
+    }
+    return std::move(oArguments).Close();
+}
+
+size_t FilledSize(const SOperation& roOperation, const Words& roArguments)
+{
+    const size_t ui = roOperation.FindFilled();
+    if (ui == roOperation.uiParameters || roArguments[ui] == 0)
+        return 0;
+    const SType& roType = roOperation.aoParameters[ui].oType;
+    if (roType.eKind == EKind::Planes)
+        return roType.uiSize * std::min<KUINT64>(roArguments[ui - 1], MAX_PLANES);
+    if (roType.HoldsItsSize())
+        return std::min<KUINT64>(roType.uiSize, ReadNumber(FromWord<const void*>(roArguments[ui]), sizeof(KUINT32)));
+    return roType.uiSize;
+}
+
+std::string ReadFilled(const SOperation& roOperation, const Words& roArguments, size_t uiSize, HandleNames& roNames)
+{
+    if (uiSize == 0)
+        return "{}";
+    const size_t        ui        = roOperation.FindFilled();
+    const SType&        roType    = roOperation.aoParameters[ui].oType;
+    const KUINT8* const puiFilled = FromWord<const KUINT8*>(roArguments[ui]);
+    std::string         strValue;
+    switch (roType.eKind)
+    {
+    case EKind::Handle: strValue = roNames.NameReturned(roType.eHandle, ReadNumber(puiFilled, uiSize)); break;
+    case EKind::Record: strValue = ReadRecord(roType.aoFields, puiFilled, uiSize); break;
+    case EKind::Planes:
+        for (size_t uiAt = 0; uiAt < uiSize; uiAt += sizeof(KUINTPTR))
+            strValue += (uiAt == 0 ? "[" : ",") +
+                        std::string(ReadNumber(puiFilled + uiAt, sizeof(KUINTPTR)) == 0 ? NO_ADDRESS : ADDRESS);
+        if (strValue.find(NO_ADDRESS) == std::string::npos)
+            return "{}";
+        strValue += ']';
+        break;
+    default: strValue = std::to_string(ReadNumber(puiFilled, uiSize)); break;
+    }
+    ObjectText oFilled;
+    oFilled.Add(roOperation.aoParameters[ui].svName, strValue);
+    return std::move(oFilled).Close();
+}
+
+void WriteRecord(std::span<const SField> aoFields, const Json& roRecord, void* pRecord, size_t uiSize)
+{
+    for (const SField& roField : aoFields)
+    {
+        const auto    i        = roRecord.find(roField.svName);
+        KUINT8* const puiField = static_cast<KUINT8*>(pRecord) + roField.uiOffset;
+        if (i == roRecord.end() || roField.End() > uiSize)
+            continue;
+        if (roField.bText)
+        {
+            const std::string& strText  = i->get_ref<const std::string&>();
+            const std::string  strBytes = roRecord.contains(BYTES) ? FromUtf8(strText) : strText;
+            std::memset(puiField, 0, roField.uiCount);
+            strBytes.copy(reinterpret_cast<char*>(puiField), roField.uiCount);
+        }
+        else if (roField.uiCount != 0)
+        {
+            for (size_t ui = 0; ui < roField.uiCount; ++ui)
+            {
+                const auto uiValue = (*i)[ui].get<KUINT64>();
+                std::memcpy(puiField + ui * roField.uiSize, &uiValue, roField.uiSize);
+            }
+        }
+        else
+        {
+            const KUINT64 uiOthers = ReadNumber(puiField, roField.uiSize) & ~(MaxOf(roField) << roField.uiFirstBit);
+            const KUINT64 uiValue  = uiOthers | i->get<KUINT64>() << roField.uiFirstBit;
+            std::memcpy(puiField, &uiValue, roField.uiSize);
+        }
+    }
+}
+
+void WriteFilled(const SOperation& roOperation, const Words& roArguments, const Json& roFilled)
+{
+    const size_t uiSize = FilledSize(roOperation, roArguments);
+    if (uiSize == 0)
+        return;
+    const size_t      ui          = roOperation.FindFilled();
+    const SParameter& roParameter = roOperation.aoParameters[ui];
+    void* const       pFilled     = FromWord<void*>(roArguments[ui]);
+    const auto        i           = roFilled.find(roParameter.svName);
+    if (i == roFilled.end())
+        return;
+    if (roParameter.oType.eKind == EKind::Record)
+        WriteRecord(roParameter.oType.aoFields, *i, pFilled, uiSize);
+    else if (roParameter.oType.eKind == EKind::Number)
+        *static_cast<KUINT32*>(pFilled) = i->get<KUINT32>();
+}
+
+bool AreArguments(const SOperation& roOperation, const Json& roArguments)
+{
+    return roArguments.is_object() && roArguments.size() == roOperation.uiParameters &&
+           std::ranges::all_of(roOperation.Parameters(), [&](const SParameter& roParameter) {
+               const auto   i      = roArguments.find(roParameter.svName);
+               const SType& roType = roParameter.oType;
+               if (i == roArguments.end() || !roType.IsPointer())
+                   return i != roArguments.end() && IsValue(roType, *i);
+               return i->is_null() || (i->is_object() && IsRecord(roType.aoFields, *i));
+           });
+}
+
+bool IsFilled(const SOperation& roOperation, const Json& roArguments, const Json& roFilled)
+{
+    if (!roFilled.is_object() || roFilled.empty())
+        return roFilled.is_object();
+    const size_t ui = roOperation.FindFilled();
+    if (ui == roOperation.uiParameters || roFilled.size() != 1)
+        return false;
+    const SParameter& roParameter = roOperation.aoParameters[ui];
+    const auto        i           = roFilled.find(roParameter.svName);
+    return i != roFilled.end() && !roArguments.at(roParameter.svName).is_null() && IsValue(roParameter.oType, *i);
+}
+}

@@ -1,0 +1,182 @@
+#include "RecordReader.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+#include "BoardError.h"
+#include "FileDescriptor.h"
+#include "RecordFile.h"
+
+namespace SoftwareBoard::Recorder
+{
+namespace
+{
+constexpr std::string_view FIRST_LINE = "{\"record\":";
+constexpr size_t           MAX_LINE   = 1 << 20;
+constexpr KUINT64          MAX_NS     = KUINT64{1} << 62;
+
+KUINT64 TakeNumber(const Json& roLine, const char* pszKey, KUINT64 uiMax)
+{
+    const Json& roValue = roLine.at(pszKey);
+    if (!roValue.is_number_unsigned() || roValue.get<KUINT64>() > uiMax)
+        throw BoardError(std::string(pszKey) + " is no such number");
+    return roValue.get<KUINT64>();
+}
+
+// Throws BoardError or Json::exception if the line is no call.
+SCall TakeCall(const Json& roLine, KUINT64 uiLine)
+{
+    SCall oCall;
+    oCall.uiLine = uiLine;
+    if (TakeNumber(roLine, "call", MAX_NS) != uiLine - 1)
+        throw BoardError("calls before it are missing");
+    oCall.uiAt                 = TakeNumber(roLine, "at", MAX_NS);
+    oCall.uiTook               = TakeNumber(roLine, "took", MAX_NS);
+    oCall.uiThread             = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
+    const std::string& strName = roLine.at("operation").get_ref<const std::string&>();
+    const auto         i       = std::ranges::find(OPERATIONS, strName, &SOperation::svName);
+    if (i == OPERATIONS.end())
+        throw BoardError("there is no operation " + strName);
+    oCall.eOperation = static_cast<EOperation>(i - OPERATIONS.begin());
+    oCall.oArguments = roLine.at("arguments");
+    oCall.oResult    = roLine.at(i->oResult.eKind == EKind::Status ? "status" : "result");
+    oCall.oFilled    = roLine.at("filled");
+    if (!AreArguments(*i, oCall.oArguments))
+        throw BoardError("these are no arguments of " + strName);
+    if (!IsValue(i->oResult, oCall.oResult) || !IsFilled(*i, oCall.oArguments, oCall.oFilled))
+        throw BoardError(strName + " does not answer so");
+    return oCall;
+}
+}
+
+RecordReader::RecordReader(std::string_view svText, const std::string& strFile) : m_svRest(svText)
+{
+    const size_t uiCommon = std::min(svText.size(), FIRST_LINE.size());
+    if (svText.substr(0, uiCommon) != FIRST_LINE.substr(0, uiCommon))
+        throw BoardError(strFile + ": not a record");
+    if (const auto ooLine = TakeLine())
+        TakeHeader(*ooLine, strFile);
+}
+
+std::nullopt_t RecordReader::EndHere(const std::string& strWhy)
+{
+    m_bOver     = true;
+    m_strDamage = "line " + std::to_string(m_uiLine) + " of the record: " + strWhy;
+    return std::nullopt;
+}
+
+// The next line. Nothing if there is none, or if it is no JSON object.
+std::optional<Json> RecordReader::TakeLine()
+{
+    ++m_uiLine;
+    const size_t uiEnd = m_svRest.substr(0, MAX_LINE).find('\n');
+    Json         oLine = Json::parse(m_svRest.substr(0, uiEnd), nullptr, false);
+    if (!oLine.is_object())
+    {
+        const bool bLast = uiEnd == std::string_view::npos && m_svRest.size() < MAX_LINE;
+        return EndHere(bLast ? "it is cut here" : "it is damaged here");
+    }
+    m_svRest.remove_prefix(uiEnd == std::string_view::npos ? m_svRest.size() : uiEnd + 1);
+    return oLine;
+}
+
+void RecordReader::TakeHeader(const Json& roLine, const std::string& strFile)
+{
+    const Json oVersion = roLine.value("record", Json());
+    const auto iLibrary = roLine.find("library");
+    const auto iCommand = roLine.find("command");
+    const auto fIsText  = [](const Json& ro) { return ro.is_string(); };
+    if (oVersion.is_number() && oVersion != RECORD_VERSION)
+        throw BoardError(strFile + ": a record of version " + oVersion.dump() + ", and this program reads version " +
+                         std::to_string(RECORD_VERSION));
+    if (!oVersion.is_number() || iLibrary == roLine.end() || !fIsText(*iLibrary) || iCommand == roLine.end() ||
+        !iCommand->is_array() || !std::ranges::all_of(*iCommand, fIsText))
+        throw BoardError(strFile + ": not a record");
+    m_strLibrary  = iLibrary->get<std::string>();
+    m_astrCommand = iCommand->get<std::vector<std::string>>();
+}
+
+bool RecordReader::TakeEnd(const Json& roLine)
+{
+    const Json& roEnd = roLine.at("end");
+    m_bSignal         = roEnd.contains("signal");
+    m_iEnd            = static_cast<int>(TakeNumber(roEnd, m_bSignal ? "signal" : "exit", 255));
+    return m_svRest.empty();
+}
+
+std::optional<SCall> RecordReader::Next()
+{
+    if (m_bOver)
+        return std::nullopt;
+    const auto ooLine = TakeLine();
+    if (!ooLine)
+        return std::nullopt;
+    try
+    {
+        if (!ooLine->contains("end"))
+            return TakeCall(*ooLine, m_uiLine);
+        m_bOver = true;
+        return TakeEnd(*ooLine) ? std::nullopt : EndHere("more follows its end");
+    }
+    catch (const std::exception& roError)
+    {
+        return EndHere(std::string("it is damaged here: ") + roError.what());
+    }
+}
+
+std::string ReadRecordFile(const std::string& strPath)
+{
+    const auto oFile = FileDescriptor::AboveStandardStreams(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!oFile)
+        ThrowSystemError(strPath, "open");
+    std::string               strText;
+    std::array<char, 1 << 16> acRead;
+    for (ssize_t iRead = 0; (iRead = read(oFile.Get(), acRead.data(), acRead.size())) != 0;)
+    {
+        if (iRead < 0)
+            ThrowSystemError(strPath, "read");
+        strText.append(acRead.data(), static_cast<size_t>(iRead));
+    }
+    return strText;
+}
+
+namespace
+{
+std::string DescribeValue(std::string_view svName, const Json& roValue)
+{
+    if (roValue.is_string())
+        return roValue.get<std::string>();
+    if (!roValue.is_object())
+        return roValue.dump();
+    std::string strFields;
+    for (const auto& [strName, roField] : roValue.items())
+    {
+        const bool bZero =
+            roField == 0 || (roField.is_array() && std::ranges::all_of(roField, [](const Json& ro) { return ro == 0; }));
+        if (!bZero)
+            strFields += (strFields.empty() ? "" : " ") + strName + " " + DescribeValue(strName, roField);
+    }
+    return strFields.empty() ? std::string(svName) : "{" + strFields + "}";
+}
+}
+
+std::string DescribeCall(const SOperation& roOperation, const Json& roArguments)
+{
+    std::string strCall(roOperation.svName);
+    strCall += '(';
+    for (const SParameter& roParameter : roOperation.Parameters())
+        strCall +=
+            (strCall.ends_with('(') ? "" : ", ") + DescribeValue(roParameter.svName, roArguments.at(roParameter.svName));
+    return strCall + ")";
+}
+
+std::string DescribeFilled(const Json& roFilled)
+{
+    for (const auto& [strName, roValue] : roFilled.items())
+        return strName + " " + DescribeValue(strName, roValue);
+    return {};
+}
+}
