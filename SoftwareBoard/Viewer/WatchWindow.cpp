@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <list>
 #include <map>
+#include <optional>
 #include <thread>
 #include <tuple>
 
@@ -101,18 +102,27 @@ public:
     Waker& operator=(const Waker&) = delete;
 
     // Wakes once, when one of the two can be read; -1 stands for none. Replaces the last call.
-    void WakeWhen(int iFirst, int iSecond) const
+    void WakeWhen(int iFirst, int iSecond)
     {
         const SDescriptors o = {iFirst, iSecond};
+        if (std::exchange(m_ooArmed, o) == o)
+            return;
         if (write(m_aiPipe[1], &o, sizeof(o)) != ssize_t{sizeof(o)})
             ThrowSystemError("the window", "write");
     }
+
+    // Call it when the window got its event.
+    void HasWoken() { m_ooArmed.reset(); }
 
 private:
     struct SDescriptors
     {
         int iFirst, iSecond;
+
+        bool operator==(const SDescriptors&) const = default;
     };
+
+    std::optional<SDescriptors> m_ooArmed;  // what the thread waits for
 
     int         m_aiPipe[2] = {-1, -1};
     std::thread m_oThread;
@@ -126,7 +136,7 @@ public:
     // Draws everything anew or, if nothing else has changed, only the pixels that have.
     void Draw(bool bAnew);
     // Waits at most oWait for events of the window. Returns false if the user closes it.
-    bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const;
+    static bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw, Waker& roWaker);
 
 private:
     // A watched picture, as large as it is shown or, if that is larger, as it is. Outputs that show the same share it.
@@ -361,7 +371,7 @@ void Window::Draw(bool bAnew)
     SDL_UpdateWindowSurface(m_poWindow.get());
 }
 
-bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
+bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw, Waker& roWaker)
 {
     SDL_Event oEvent = {};
     for (int iGot = SDL_WaitEventTimeout(&oEvent, static_cast<int>(oWait.count())); iGot != 0; iGot = SDL_PollEvent(&oEvent))
@@ -369,6 +379,8 @@ bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
         const bool bKey = oEvent.type == SDL_KEYDOWN;
         if (oEvent.type == SDL_QUIT || (bKey && (oEvent.key.keysym.sym == SDLK_ESCAPE || oEvent.key.keysym.sym == SDLK_q)))
             return false;
+        if (oEvent.type == SDL_USEREVENT)
+            roWaker.HasWoken();
         rbRedraw = rbRedraw || oEvent.type == SDL_WINDOWEVENT;
     }
     return true;
@@ -379,7 +391,7 @@ void WatchInWindow(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals;
     Window               oWindow(roBoard);
-    const Waker          oWaker;
+    Waker                oWaker;
     bool                 bRedraw = true;
     while (true)
     {
@@ -390,7 +402,7 @@ void WatchInWindow(WatchedBoard& roBoard)
         const auto oPause = roBoard.GetPause(oUpdateBegan);
         if (oPause.count() < 0 || oPause > SHORT_WAIT)
             oWaker.WakeWhen(oSignals.GetDescriptor(), roBoard.GetChanges());
-        if (!oWindow.HandleEvents(oPause, bRedraw))
+        if (!Window::HandleEvents(oPause, bRedraw, oWaker))
             return;
         const int iSignal = oSignals.Wait(std::chrono::milliseconds(0));
         if (iSignal == SIGINT || iSignal == SIGTERM)
