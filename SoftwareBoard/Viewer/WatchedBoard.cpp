@@ -156,6 +156,7 @@ try
 }
 catch (const BoardError&)
 {
+    m_oPictures.clear();  // read whole by ReadBoard, which says what is wrong
     return false;
 }
 
