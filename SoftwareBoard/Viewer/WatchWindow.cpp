@@ -1,12 +1,7 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <list>
 #include <map>
-#include <optional>
-#include <thread>
 #include <tuple>
 
 #include <SDL.h>
@@ -15,6 +10,7 @@
 #include "Signals.h"
 #include "Text.h"
 #include "Tiling.h"
+#include "Waker.h"
 #include "Watch.h"
 
 namespace SoftwareBoard::Viewer
@@ -71,62 +67,6 @@ struct SDestroy
     void operator()(SDL_Surface* po) const { SDL_FreeSurface(po); }
 };
 template <class T> using Owned = std::unique_ptr<T, SDestroy>;
-
-// Wakes SDL, which waits for nothing but its own events, when a descriptor can be read.
-class Waker
-{
-public:
-    Waker()
-    {
-        if (pipe2(m_aiPipe, O_CLOEXEC) != 0)
-            ThrowSystemError("the window", "pipe");
-        m_oThread = std::thread([iCommands = m_aiPipe[0]] {
-            for (SDescriptors o = {}; read(iCommands, &o, sizeof(o)) == ssize_t{sizeof(o)};)
-            {
-                pollfd aoFiles[] = {{iCommands, POLLIN, 0}, {o.iFirst, POLLIN, 0}, {o.iSecond, POLLIN, 0}};
-                poll(aoFiles, std::size(aoFiles), -1);
-                SDL_Event oWake = {};
-                oWake.type      = SDL_USEREVENT;
-                if (aoFiles[0].revents == 0)
-                    SDL_PushEvent(&oWake);
-            }
-        });
-    }
-    ~Waker()
-    {
-        close(m_aiPipe[1]);
-        m_oThread.join();
-        close(m_aiPipe[0]);
-    }
-    Waker(const Waker&)            = delete;
-    Waker& operator=(const Waker&) = delete;
-
-    // Wakes once, when one of the two can be read; -1 stands for none. Replaces the last call.
-    void WakeWhen(int iFirst, int iSecond)
-    {
-        const SDescriptors o = {iFirst, iSecond};
-        if (std::exchange(m_ooArmed, o) == o)
-            return;
-        if (write(m_aiPipe[1], &o, sizeof(o)) != ssize_t{sizeof(o)})
-            ThrowSystemError("the window", "write");
-    }
-
-    // Call it when the window got its event.
-    void HasWoken() { m_ooArmed.reset(); }
-
-private:
-    struct SDescriptors
-    {
-        int iFirst, iSecond;
-
-        bool operator==(const SDescriptors&) const = default;
-    };
-
-    std::optional<SDescriptors> m_ooArmed;  // what the thread waits for
-
-    int         m_aiPipe[2] = {-1, -1};
-    std::thread m_oThread;
-};
 
 class Window
 {
