@@ -8,11 +8,10 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstring>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <sstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -327,7 +326,7 @@ private:
         const auto fRow = [&](const std::string& sOf, const char* pszUnit, double dOurs, double dLimit) {
             const SGoal oGoal = dLimit > 0 ? CostAtMost(1) : SGoal{};
             m_roTable.Measure(sOf, dLimit > 0 ? "the goal, in a second" : "-, in a second", oGoal, pszUnit, 1, [&] {
-                return SMeasured{dOurs, dLimit, dOurs / dLimit};
+                return SMeasured{dOurs, dLimit, dLimit > 0 ? dOurs / dLimit : HUGE_VAL};
             });
         };
         fRow(sWhat, "ms", roUse.dMs, roLimit.dMs);

@@ -15,8 +15,6 @@ namespace
 // The largest picture. A timing may have far more pixels than any screen.
 constexpr size_t MAX_BYTES = size_t{1} << 30;
 
-constexpr KUINT32 OPAQUE_BLACK = 0xFF000000;
-
 void ThrowIfTooLarge(const SOutputRecord& roOutput)
 {
     const KUINT32 uiWidth = roOutput.oVidParam.uiHActive, uiHeight = roOutput.oVidParam.uiVActive;
@@ -76,27 +74,5 @@ SPicture ReadWholePicture(const Screen& roScreen)
     SPicture oPicture = BlankPicture(roScreen.GetOutput());
     LookUntilWhole(roScreen, [&] { CopyScreen(roScreen, oPicture); });
     return MakeOpaque(std::move(oPicture));
-}
-
-bool IsShowing(const Screen& roScreen, const SPicture& roPicture)
-{
-    const tagTVideo_VidParam& roVidParam = roScreen.GetOutput().oVidParam;
-    if (roPicture.uiWidth != roVidParam.uiHActive || roPicture.uiHeight != roVidParam.uiVActive)
-        return false;
-    std::vector<KUINT32> auiRow(roVidParam.uiHActive, OPAQUE_BLACK);
-    const auto           fIsRow = [&](size_t uiRow) {
-        const size_t uiPitch = roPicture.GetPitchInBytes();
-        return std::memcmp(auiRow.data(), roPicture.auiRgba.data() + uiRow * uiPitch, uiPitch) == 0;
-    };
-    bool bSame = true;
-    roScreen.ReadRows([&](size_t uiRow, const KUINT32* puiPixels) {
-        std::transform(puiPixels, puiPixels + roScreen.GetWidth(), auiRow.begin(),
-                       [](KUINT32 uiPixel) { return uiPixel | OPAQUE_BLACK; });
-        return bSame = fIsRow(uiRow);
-    });
-    std::fill(auiRow.begin(), auiRow.end(), OPAQUE_BLACK);
-    for (size_t uiRow = roScreen.GetHeight(); bSame && uiRow < roVidParam.uiVActive; ++uiRow)
-        bSame = fIsRow(uiRow);
-    return bSame;
 }
 }

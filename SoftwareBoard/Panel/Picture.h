@@ -29,9 +29,6 @@ void LookUntilWhole(const Screen& roScreen, const std::function<void()>& fLook);
 
 // The picture that LookUntilWhole finds.
 SPicture ReadWholePicture(const Screen& roScreen);
-
-// Whether the screen still shows exactly this picture. Costs less than reading it again.
-bool IsShowing(const Screen& roScreen, const SPicture& roPicture);
 }
 
 #endif

@@ -12,6 +12,8 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
+constexpr float WORK_FACTOR = 0.2F;  // of 1: more takes longer, and shows little more on pictures that move
+
 constexpr int USUAL_CELL_WIDTH_PX = 8, USUAL_CELL_HEIGHT_PX = 16;
 
 // The block characters that the fonts of the kernel's console have.
@@ -96,6 +98,7 @@ ChafaCanvas* TerminalPictures::FindCanvas(int iColumns, int iRows, const STermin
     chafa_canvas_config_set_cell_geometry(poConfig.get(), CellWidth(roTerminal), CellHeight(roTerminal));
     chafa_canvas_config_set_canvas_mode(poConfig.get(), m_eCanvasMode);
     chafa_canvas_config_set_pixel_mode(poConfig.get(), m_ePixelMode);
+    chafa_canvas_config_set_work_factor(poConfig.get(), WORK_FACTOR);
     chafa_canvas_config_set_symbol_map(poConfig.get(), m_poSymbols.get());
     return (m_oCanvases[oKey] = Owned<ChafaCanvas>(chafa_canvas_new(poConfig.get()))).get();
 }

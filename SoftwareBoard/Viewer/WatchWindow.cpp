@@ -1,11 +1,7 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <list>
 #include <map>
-#include <thread>
 #include <tuple>
 
 #include <SDL.h>
@@ -14,6 +10,7 @@
 #include "Signals.h"
 #include "Text.h"
 #include "Tiling.h"
+#include "Waker.h"
 #include "Watch.h"
 
 namespace SoftwareBoard::Viewer
@@ -71,53 +68,6 @@ struct SDestroy
 };
 template <class T> using Owned = std::unique_ptr<T, SDestroy>;
 
-// Wakes SDL, which waits for nothing but its own events, when a descriptor can be read.
-class Waker
-{
-public:
-    Waker()
-    {
-        if (pipe2(m_aiPipe, O_CLOEXEC) != 0)
-            ThrowSystemError("the window", "pipe");
-        m_oThread = std::thread([iCommands = m_aiPipe[0]] {
-            for (SDescriptors o = {}; read(iCommands, &o, sizeof(o)) == ssize_t{sizeof(o)};)
-            {
-                pollfd aoFiles[] = {{iCommands, POLLIN, 0}, {o.iFirst, POLLIN, 0}, {o.iSecond, POLLIN, 0}};
-                poll(aoFiles, std::size(aoFiles), -1);
-                SDL_Event oWake = {};
-                oWake.type      = SDL_USEREVENT;
-                if (aoFiles[0].revents == 0)
-                    SDL_PushEvent(&oWake);
-            }
-        });
-    }
-    ~Waker()
-    {
-        close(m_aiPipe[1]);
-        m_oThread.join();
-        close(m_aiPipe[0]);
-    }
-    Waker(const Waker&)            = delete;
-    Waker& operator=(const Waker&) = delete;
-
-    // Wakes once, when one of the two can be read; -1 stands for none. Replaces the last call.
-    void WakeWhen(int iFirst, int iSecond) const
-    {
-        const SDescriptors o = {iFirst, iSecond};
-        if (write(m_aiPipe[1], &o, sizeof(o)) != ssize_t{sizeof(o)})
-            ThrowSystemError("the window", "write");
-    }
-
-private:
-    struct SDescriptors
-    {
-        int iFirst, iSecond;
-    };
-
-    int         m_aiPipe[2] = {-1, -1};
-    std::thread m_oThread;
-};
-
 class Window
 {
 public:
@@ -126,7 +76,7 @@ public:
     // Draws everything anew or, if nothing else has changed, only the pixels that have.
     void Draw(bool bAnew);
     // Waits at most oWait for events of the window. Returns false if the user closes it.
-    bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const;
+    static bool HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw, Waker& roWaker);
 
 private:
     // A watched picture, as large as it is shown or, if that is larger, as it is. Outputs that show the same share it.
@@ -361,7 +311,7 @@ void Window::Draw(bool bAnew)
     SDL_UpdateWindowSurface(m_poWindow.get());
 }
 
-bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
+bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw, Waker& roWaker)
 {
     SDL_Event oEvent = {};
     for (int iGot = SDL_WaitEventTimeout(&oEvent, static_cast<int>(oWait.count())); iGot != 0; iGot = SDL_PollEvent(&oEvent))
@@ -369,6 +319,8 @@ bool Window::HandleEvents(std::chrono::milliseconds oWait, bool& rbRedraw) const
         const bool bKey = oEvent.type == SDL_KEYDOWN;
         if (oEvent.type == SDL_QUIT || (bKey && (oEvent.key.keysym.sym == SDLK_ESCAPE || oEvent.key.keysym.sym == SDLK_q)))
             return false;
+        if (oEvent.type == SDL_USEREVENT)
+            roWaker.HasWoken();
         rbRedraw = rbRedraw || oEvent.type == SDL_WINDOWEVENT;
     }
     return true;
@@ -379,7 +331,7 @@ void WatchInWindow(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals;
     Window               oWindow(roBoard);
-    const Waker          oWaker;
+    Waker                oWaker;
     bool                 bRedraw = true;
     while (true)
     {
@@ -390,7 +342,7 @@ void WatchInWindow(WatchedBoard& roBoard)
         const auto oPause = roBoard.GetPause(oUpdateBegan);
         if (oPause.count() < 0 || oPause > SHORT_WAIT)
             oWaker.WakeWhen(oSignals.GetDescriptor(), roBoard.GetChanges());
-        if (!oWindow.HandleEvents(oPause, bRedraw))
+        if (!Window::HandleEvents(oPause, bRedraw, oWaker))
             return;
         const int iSignal = oSignals.Wait(std::chrono::milliseconds(0));
         if (iSignal == SIGINT || iSignal == SIGTERM)

@@ -11,6 +11,10 @@ namespace
 {
 constexpr std::chrono::milliseconds BUSY_PAUSE(40), IDLE_PAUSE(1000);
 
+// How often to read the board although none of its files has changed: the process that shows an output or serves a display
+// may have been killed. The pictures tell of the first one at once.
+constexpr std::chrono::seconds RECHECK(1), RECHECK_WITH_PICTURES(5);
+
 struct SScreens
 {
     ino_t                              uiBoard;
@@ -127,25 +131,32 @@ bool WatchedBoard::MustReadBoard()
     const auto oNow = Clock::now();
     if (GetChanges() < 0 || !m_oView.strProblem.empty())
         m_ooChanges.emplace(BoardFolder::DefaultPath(), IN_MODIFY | IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF);
-    else if (!m_ooChanges->Take() && !(m_bMayEnd && oNow - m_oBoardRead >= IDLE_PAUSE))
+    else if (!m_ooChanges->Take() &&
+             !(m_bMayEnd && oNow - m_oBoardRead >= (CanPicturesChange() ? RECHECK_WITH_PICTURES : RECHECK)))
         return false;
     m_oBoardRead = oNow;
     return true;
 }
 
-// Returns false if one cannot be read any more: ReadBoard says why.
+// Returns false if the board must be read as well: a picture cannot be read any more, or nobody draws it any more.
 bool WatchedBoard::LookAtPictures()
 try
 {
+    bool bDrawnOn = true;
     for (const auto& [uiFile, apoPictures] : m_oPictures)
     {
         for (const auto& rpoPicture : apoPictures)
+        {
+            const bool bCouldChange = rpoPicture->CanChange();
             rpoPicture->Look();
+            bDrawnOn = bDrawnOn && rpoPicture->CanChange() == bCouldChange;
+        }
     }
-    return true;
+    return bDrawnOn;
 }
 catch (const BoardError&)
 {
+    m_oPictures.clear();  // read whole by ReadBoard, which says what is wrong
     return false;
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ContactSheet.h"
+#include "Scaling.h"
 #include "Text.h"
 #include "Tiling.h"
 
@@ -48,6 +49,39 @@ TEST(ContactSheet, FitsAScreenAndEnlargesNothing)
             oSheet.Add(oSheet.MakeTile(uiWidth, uiHeight), "a label that is much too long");
         const auto oDrawn = oSheet.Draw();
         EXPECT_EQ(std::pair(oDrawn.uiWidth, oDrawn.uiHeight), std::pair(uiSheetWidth, uiSheetHeight)) << uiPictures;
+    }
+}
+
+TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
+{
+    const std::tuple<KUINT32, KUINT32, KUINT32, KUINT32, SArea> aoCases[] = {
+        // the picture, what it is scaled to, and what changes
+        {64, 48, 10, 7, {0, 0, 1, 1}},    {64, 48, 10, 7, {63, 47, 64, 48}}, {64, 48, 10, 7, {13, 6, 14, 7}},
+        {50, 9, 49, 9, {7, 3, 31, 5}},    {30, 30, 30, 30, {4, 5, 6, 7}},    {9, 300, 1, 1, {2, 299, 9, 300}},
+        {64, 48, 10, 7, {12, 5, 12, 48}},
+    };
+    for (const auto& [uiWidth, uiHeight, uiToWidth, uiToHeight, oChanged] : aoCases)
+    {
+        SoftwareBoard::Panel::SPicture oFrom = MakeBlack(uiWidth, uiHeight), oPart = MakeBlack(uiToWidth, uiToHeight);
+        ScaleDown(oFrom, WholeOf(oFrom), oPart);
+        for (size_t uiY = oChanged.uiTop; uiY < oChanged.uiBottom; ++uiY)
+        {
+            for (size_t uiX = oChanged.uiLeft; uiX < oChanged.uiRight; ++uiX)
+                oFrom.auiRgba[uiY * oFrom.GetPitchInBytes() + uiX * 4 + uiX % 3] = 255;
+        }
+        ScaleDown(oFrom, oChanged, oPart);
+        // A pixel is the mean of the pixels that it replaces, rounded.
+        for (size_t ui = 0; ui < oPart.auiRgba.size(); ++ui)
+        {
+            const size_t uiX = ui / 4 % uiToWidth, uiY = ui / 4 / uiToWidth;
+            size_t       uiSum = 0, uiPixels = 0;
+            for (size_t y = uiY * uiHeight / uiToHeight; y < (uiY + 1) * uiHeight / uiToHeight; ++y)
+            {
+                for (size_t x = uiX * uiWidth / uiToWidth; x < (uiX + 1) * uiWidth / uiToWidth; ++x, ++uiPixels)
+                    uiSum += oFrom.auiRgba[y * oFrom.GetPitchInBytes() + x * 4 + ui % 4];
+            }
+            ASSERT_EQ(oPart.auiRgba[ui], (uiSum + uiPixels / 2) / uiPixels) << uiWidth << "x" << uiHeight << ", byte " << ui;
+        }
     }
 }
 
