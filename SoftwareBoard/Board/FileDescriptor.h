@@ -38,6 +38,7 @@ public:
 
     explicit operator bool() const { return m_iFd >= 0; }
     int      Get() const { return m_iFd; }
+    int      Release() { return std::exchange(m_iFd, -1); }  // the caller closes it
 
     // Whether the last name of the file was removed.
     bool IsRemoved() const

@@ -52,8 +52,7 @@ bool RecordFile::IsOpen() const
 void RecordFile::Reopen()
 {
     // Never closed: the number may be that of another file of the command by now.
-    if (m_oFile)
-        (void)new FileDescriptor(std::move(m_oFile));
+    m_oFile.Release();
     m_oFile           = FileDescriptor::AboveStandardStreams(open(m_strPath.c_str(), O_RDWR | O_APPEND | O_CLOEXEC));
     struct stat oStat = {};
     if (fstat(m_oFile.Get(), &oStat) != 0)

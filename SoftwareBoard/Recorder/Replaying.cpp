@@ -85,7 +85,9 @@ private:
     std::map<std::string, KUINT32>      m_oDevices;  // the index by the name of the handle, like the next two
     std::map<std::string, ReplayBuffer> m_oBuffers;
     std::map<std::string, SOutput>      m_oOutputs;
-    KUINT64                             m_uiTaken = 0;  // calls that the reader has passed
+    // Of a parent process. Never destroyed: their threads are not here.
+    std::vector<std::map<std::string, ReplayBuffer>> m_aoForgotten;
+    KUINT64                                          m_uiTaken = 0;  // calls that the reader has passed
 };
 
 Replaying& Replaying::Get()
@@ -107,7 +109,7 @@ void Replaying::ForgetAll()
 {
     s_uiThread = 0;
     m_oThreads.clear();
-    (void)new auto(std::move(m_oBuffers));  // never destroyed: the threads that copy are not here
+    m_aoForgotten.push_back(std::move(m_oBuffers));
     m_oBuffers.clear();
     m_ooProgress.reset();
     m_ooBoard.reset();
