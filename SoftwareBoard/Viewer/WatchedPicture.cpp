@@ -41,8 +41,8 @@ void WatchedPicture::Look()
         return;
     enum class ERow : KUINT8
     {
-        LEFT_OUT,
-        TO_READ,
+        SKIPPED,
+        PENDING,
         READ
     };
     const size_t      uiHeight = m_auiLooksLeft.size(), uiAtOnce = std::max<size_t>(BYTES_AT_ONCE / (m_uiPitch * 4), 1);
@@ -51,7 +51,7 @@ void WatchedPicture::Look()
     ++m_uiLooks;
     for (size_t uiRow = 0; uiRow < uiHeight; ++uiRow)
         aeRows[uiRow] =
-            bLast || m_auiLooksLeft[uiRow] > 0 || (uiRow + m_uiLooks) % ROWS_APART == 0 ? ERow::TO_READ : ERow::LEFT_OUT;
+            bLast || m_auiLooksLeft[uiRow] > 0 || (uiRow + m_uiLooks) % ROWS_APART == 0 ? ERow::PENDING : ERow::SKIPPED;
 
     SArea oChanged = {m_oScreen.GetWidth(), m_oScreen.GetHeight(), 0, 0};
     std::swap(m_oChanged, oChanged);
@@ -59,7 +59,7 @@ void WatchedPicture::Look()
     {
         const auto iRow   = aeRows.begin() + static_cast<std::ptrdiff_t>(uiRow);
         const auto iEnd   = iRow + static_cast<std::ptrdiff_t>(std::min(uiAtOnce, uiHeight - uiRow));
-        const auto uiRows = static_cast<size_t>(std::find_if(iRow, iEnd, [](ERow e) { return e != ERow::TO_READ; }) - iRow);
+        const auto uiRows = static_cast<size_t>(std::find_if(iRow, iEnd, [](ERow e) { return e != ERow::PENDING; }) - iRow);
         if (uiRows == 0)
         {
             ++uiRow;
@@ -77,9 +77,9 @@ void WatchedPicture::Look()
             for (size_t uiNear = uiHere - std::min(uiHere, ROWS_APART - 1); uiNear < std::min(uiHere + ROWS_APART, uiHeight);
                  ++uiNear)
             {
-                if (aeRows[uiNear] != ERow::LEFT_OUT)
+                if (aeRows[uiNear] != ERow::SKIPPED)
                     continue;
-                aeRows[uiNear] = ERow::TO_READ;
+                aeRows[uiNear] = ERow::PENDING;
                 uiNext         = std::min(uiNext, uiNear);
             }
         }
