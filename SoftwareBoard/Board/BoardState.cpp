@@ -8,7 +8,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdio>
-#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -19,15 +18,24 @@ namespace SoftwareBoard
 {
 namespace
 {
-struct SHeader
-{
-    std::array<char, 8> acMagic;
-    KUINT32             uiLayout;
-    KUINT32             uiDeviceCount;
-};
 constexpr std::array<char, 8> OUR_MAGIC  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', 'D'};
 constexpr KUINT32             OUR_LAYOUT = 5;
 
+// The registers of a run stand in the label. So one system call reads them and sees that the file is whole.
+constexpr KUINT32 LABEL_REGISTERS[] = {PROGRESS_BAR_RUNNING_REGISTER, PROGRESS_REGISTER};
+}
+
+// The last thing in the file. If the file is cut, the label is not where it was.
+struct SLabel
+{
+    std::array<char, 8>                                                      acMagic       = OUR_MAGIC;
+    KUINT32                                                                  uiLayout      = OUR_LAYOUT;
+    KUINT32                                                                  uiDeviceCount = 0;
+    std::array<std::array<KUINT32, std::size(LABEL_REGISTERS)>, MAX_DEVICES> aauiRegisters = {};
+};
+
+namespace
+{
 // What the file holds of one output.
 struct SOutputPlace
 {
@@ -36,27 +44,17 @@ struct SOutputPlace
 };
 using OutputPage = std::array<SOutputPlace, MAX_OUTPUTS>;
 
-// What the file holds of one register. The mark makes reading a register one system call: what was cut or overwritten does
-// not have it.
-struct SRegisterPlace
-{
-    std::array<char, 4> acMark  = REGISTER_MARK;
-    KUINT32             uiValue = 0;
-
-    static constexpr std::array<char, 4> REGISTER_MARK = {'R', 'E', 'G', char{OUR_LAYOUT}};
-};
-
-// The file holds a page with the header. Each device then has a page with its record, a page with its outputs, and its
-// registers. No record crosses a page, so a killed writer never leaves half a record. Transactions keep readers out.
+// The file holds for each device a page with its record, a page with its outputs, and its registers; then the label. No
+// record crosses a page, so a killed writer never leaves half a record. Transactions keep readers out.
 constexpr off_t PAGE_IN_BYTES = 4096;
-constexpr off_t DEVICE_STRIDE = 2 * PAGE_IN_BYTES + off_t{REGISTER_COUNT} * off_t{sizeof(SRegisterPlace)};
-static_assert(sizeof(SHeader) <= PAGE_IN_BYTES && sizeof(SDeviceRecord) <= PAGE_IN_BYTES &&
+constexpr off_t DEVICE_STRIDE = 2 * PAGE_IN_BYTES + off_t{REGISTER_COUNT} * 4;
+static_assert(sizeof(SLabel) <= PAGE_IN_BYTES && sizeof(SDeviceRecord) <= PAGE_IN_BYTES &&
               sizeof(OutputPage) == PAGE_IN_BYTES);
 static_assert(sizeof(SOutputRecord) == 80 && std::endian::native == std::endian::little);
 
 constexpr off_t DeviceOffset(KUINT32 uiDevice)
 {
-    return PAGE_IN_BYTES + DEVICE_STRIDE * off_t{uiDevice};
+    return DEVICE_STRIDE * off_t{uiDevice};
 }
 constexpr off_t OutputOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
@@ -70,9 +68,19 @@ constexpr off_t VerdictOffset(KUINT32 uiDevice, KUINT32 uiOutput)
 {
     return OutputOffset(uiDevice, uiOutput) + off_t{offsetof(SOutputPlace, oVerdict)};
 }
-constexpr off_t RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister)
+
+// The place of a register in the label; nothing if it has none there.
+constexpr std::optional<size_t> FindInLabel(KUINT32 uiRegister)
 {
-    return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + off_t{sizeof(SRegisterPlace)} * off_t{uiRegister};
+    const auto* const p = std::find(std::begin(LABEL_REGISTERS), std::end(LABEL_REGISTERS), uiRegister);
+    return p != std::end(LABEL_REGISTERS) ? std::optional<size_t>(p - std::begin(LABEL_REGISTERS)) : std::nullopt;
+}
+
+// Where the label is in a file of that size; negative if it has no room.
+off_t LabelOffset(const FileDescriptor& roFile)
+{
+    struct stat oStat = {};
+    return fstat(roFile.Get(), &oStat) == 0 ? oStat.st_size - off_t{sizeof(SLabel)} : -1;
 }
 
 bool IsName(const TSTR64& szName)
@@ -109,24 +117,26 @@ std::optional<BoardState> BoardState::Find(const BoardFolder& roFolder)
     FileDescriptor oFile = roFolder.OpenFile(FILE_NAME, O_RDWR);
     if (!oFile)
         return std::nullopt;
-    BoardState oState(std::move(oFile), roFolder.PathOf(FILE_NAME));
-    oState.CheckIsOurs();
+    const off_t iLabel = LabelOffset(oFile);
+    BoardState  oState(std::move(oFile), roFolder.PathOf(FILE_NAME), iLabel);
+    oState.ReadLabel();  // throws if it is none
     return oState;
 }
 
 bool BoardState::IsOurs(const FileDescriptor& roFile)
 {
     std::array<char, 8> acMagic = {};
-    return pread(roFile.Get(), acMagic.data(), acMagic.size(), 0) == ssize_t{sizeof(acMagic)} && acMagic == OUR_MAGIC;
+    return pread(roFile.Get(), acMagic.data(), acMagic.size(), LabelOffset(roFile)) == ssize_t{sizeof(acMagic)} &&
+           acMagic == OUR_MAGIC;
 }
 
 BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SBoardPlan& roPlan)
 {
-    BoardState  oNew(std::move(oFile), std::move(strPath));
-    const off_t iSize = DeviceOffset(roPlan.uiDeviceCount);
+    const off_t iLabel = DeviceOffset(roPlan.uiDeviceCount);
+    BoardState  oNew(std::move(oFile), std::move(strPath), iLabel);
     if (ftruncate(oNew.m_oFile.Get(), 0) != 0 || fchmod(oNew.m_oFile.Get(), 0600) != 0)
         ThrowSystemError(oNew.m_strPath, "ftruncate or fchmod");
-    if (const int iError = BoardFolder::Allocate(oNew.m_oFile, iSize))
+    if (const int iError = BoardFolder::Allocate(oNew.m_oFile, iLabel + off_t{sizeof(SLabel)}))
         ThrowSystemError(oNew.m_strPath, "posix_fallocate", iError);
 
     SDeviceRecord oDevice;
@@ -136,44 +146,52 @@ BoardState BoardState::Write(FileDescriptor oFile, std::string strPath, const SB
         std::snprintf(oFpga.szName, sizeof(oFpga.szName), "FPGA %u", oDevice.uiFpgaCount);
         oDevice.aoFpgas.at(oDevice.uiFpgaCount++) = oFpga;
     }
-    const auto poRegisters = std::make_unique<std::array<SRegisterPlace, REGISTER_COUNT>>();
     for (KUINT32 uiDevice = 0; uiDevice < roPlan.uiDeviceCount; ++uiDevice)
-    {
         oNew.Write(DeviceOffset(uiDevice), oDevice);
-        oNew.Write(RegisterOffset(uiDevice, 0), *poRegisters);
-    }
-    oNew.Write(0, SHeader{OUR_MAGIC, OUR_LAYOUT, roPlan.uiDeviceCount});
+    oNew.Write(iLabel, SLabel{.uiDeviceCount = roPlan.uiDeviceCount});
     return oNew;
 }
 
-KUINT32 BoardState::CheckIsOurs() const
+SLabel BoardState::ReadLabel() const
 {
-    const SHeader oHeader = Read<SHeader>(0);
-    if (oHeader.acMagic != OUR_MAGIC)
+    struct
+    {
+        SLabel oLabel        = {};
+        char   cBehindTheEnd = 0;
+    } oEnd;
+    static_assert(offsetof(decltype(oEnd), cBehindTheEnd) == sizeof(SLabel));
+    const ssize_t iRead = pread(m_oFile.Get(), &oEnd, sizeof(SLabel) + 1, m_iLabel);
+    if (m_iLabel < 0 || (iRead == ssize_t{sizeof(SLabel)} && oEnd.oLabel.acMagic != OUR_MAGIC))
         throw BoardError(m_strPath + ": not the state of a board; remove it, or set TAVRIN_BOARD to another folder");
-    if (oHeader.uiLayout != OUR_LAYOUT)
-        throw BoardError(m_strPath + ": a board of layout " + std::to_string(oHeader.uiLayout) + ", where " +
+    if (iRead < 0)
+        ThrowSystemError(m_strPath, "pread");
+    if (iRead != ssize_t{sizeof(SLabel)})
+        throw BoardError(m_strPath + ": damaged (size of the file); make the board anew");
+    if (oEnd.oLabel.uiLayout != OUR_LAYOUT)
+        throw BoardError(m_strPath + ": a board of layout " + std::to_string(oEnd.oLabel.uiLayout) + ", where " +
                          std::to_string(OUR_LAYOUT) + " is known; remove it, or set TAVRIN_BOARD to another folder");
-    return oHeader.uiDeviceCount;
+    return oEnd.oLabel;
+}
+
+SLabel BoardState::ReadLabelOf(KUINT32 uiDevice) const
+{
+    const auto oLabel = ReadLabel();
+    if (oLabel.uiDeviceCount == 0 || oLabel.uiDeviceCount > MAX_DEVICES || m_iLabel != DeviceOffset(oLabel.uiDeviceCount))
+        throw BoardError(m_strPath + ": damaged (number of devices or size of the file); make the board anew");
+    if (uiDevice >= oLabel.uiDeviceCount)
+        throw BoardError(m_strPath + ": there is no device " + std::to_string(uiDevice) + ", the board has " +
+                         std::to_string(oLabel.uiDeviceCount) + ", numbered from 0");
+    return oLabel;
 }
 
 KUINT32 BoardState::GetDeviceCount() const
 {
-    const KUINT32 uiCount = CheckIsOurs();
-    // lseek is faster than fstat. It may move the file position, which nothing uses.
-    const off_t iSize = lseek(m_oFile.Get(), 0, SEEK_END);
-    if (iSize < 0)
-        ThrowSystemError(m_strPath, "lseek");
-    if (uiCount == 0 || uiCount > MAX_DEVICES || iSize != DeviceOffset(uiCount))
-        throw BoardError(m_strPath + ": damaged (number of devices or size of the file); make the board anew");
-    return uiCount;
+    return ReadLabelOf(0).uiDeviceCount;
 }
 
 void BoardState::CheckDevice(KUINT32 uiDevice) const
 {
-    if (const KUINT32 uiCount = GetDeviceCount(); uiDevice >= uiCount)
-        throw BoardError(m_strPath + ": there is no device " + std::to_string(uiDevice) + ", the board has " +
-                         std::to_string(uiCount) + ", numbered from 0");
+    ReadLabelOf(uiDevice);
 }
 
 SDeviceRecord BoardState::ReadDevice(KUINT32 uiDevice) const
@@ -257,20 +275,24 @@ void BoardState::WriteVerdict(const Transaction&, KUINT32 uiDevice, KUINT32 uiOu
 
 KUINT32 BoardState::ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const
 {
-    SRegisterPlace oPlace;
-    if (TryRead(RegisterOffset(uiDevice, uiRegister), oPlace) == ssize_t{sizeof(oPlace)} &&
-        oPlace.acMark == SRegisterPlace::REGISTER_MARK)
-        return oPlace.uiValue;
-    CheckDevice(uiDevice);  // throws if it knows a better reason
-    throw BoardError(m_strPath + ": damaged (register " + std::to_string(uiRegister) + " of device " +
-                     std::to_string(uiDevice) + "); make the board anew");
+    const auto oLabel = ReadLabelOf(uiDevice);
+    const auto ouiAt  = FindInLabel(uiRegister);
+    return ouiAt ? oLabel.aauiRegisters.at(uiDevice).at(*ouiAt) : Read<KUINT32>(RegisterOffset(uiDevice, uiRegister));
+}
+
+off_t BoardState::RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister) const
+{
+    const auto ouiAt = FindInLabel(uiRegister);
+    if (ouiAt)
+        return m_iLabel + static_cast<off_t>(offsetof(SLabel, aauiRegisters) + sizeof(SLabel::aauiRegisters[0]) * uiDevice +
+                                             sizeof(KUINT32) * *ouiAt);
+    return DeviceOffset(uiDevice) + 2 * PAGE_IN_BYTES + 4 * off_t{uiRegister};
 }
 
 template <class T> void BoardState::SetRegister(KUINT32 uiDevice, KUINT32 uiRegister, T tValue)
 {
     CheckDevice(uiDevice);
-    ReadRegister(uiDevice, uiRegister);  // throws if it is damaged
-    Write(RegisterOffset(uiDevice, uiRegister) + off_t{offsetof(SRegisterPlace, uiValue)}, tValue);
+    Write(RegisterOffset(uiDevice, uiRegister), tValue);
 }
 
 void BoardState::WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue)
@@ -283,16 +305,11 @@ void BoardState::WriteRegisterLowByte(KUINT32 uiDevice, KUINT32 uiRegister, KUIN
     SetRegister(uiDevice, uiRegister, uiValue);
 }
 
-template <class T> ssize_t BoardState::TryRead(off_t iOffset, T& roRecord) const
-{
-    static_assert(std::is_trivially_copyable_v<T>);
-    return pread(m_oFile.Get(), &roRecord, sizeof(T), iOffset);
-}
-
 template <class T> T BoardState::Read(off_t iOffset) const
 {
+    static_assert(std::is_trivially_copyable_v<T>);
     T             oRecord = {};
-    const ssize_t iRead   = TryRead(iOffset, oRecord);
+    const ssize_t iRead   = pread(m_oFile.Get(), &oRecord, sizeof(T), iOffset);
     if (iRead < 0)
         ThrowSystemError(m_strPath, "pread");
     if (iRead != ssize_t{sizeof(T)})

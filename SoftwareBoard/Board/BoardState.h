@@ -1,10 +1,9 @@
 // The state of a board in one file: its devices, their FPGAs and registers, and what each output shows. Devices and FPGAs do
 // not change after the board was made.
 //
-// The file is read and written in whole records and never mapped. Every call checks the counts and sizes, but reading a
-// register checks only the mark beside it. So if the file is cut or overwritten during use, the next call that needs that
-// part throws BoardError; there is no signal. Records of outputs are read and written inside a transaction. A register is
-// one aligned word and needs none. The locks are on this file too (BoardLocks).
+// The file is read and written in whole records and never mapped, and every call checks the counts and sizes. So if the file
+// is cut or overwritten during use, the next call throws BoardError; there is no signal. Records of outputs are read and
+// written inside a transaction. A register is one aligned word and needs none. The locks are on this file too (BoardLocks).
 #ifndef BOARD_STATE_H
 #define BOARD_STATE_H
 
@@ -20,6 +19,7 @@
 namespace SoftwareBoard
 {
 class Transaction;
+struct SLabel;  // what the file says of itself
 
 constexpr KUINT32 MAX_DEVICES    = 8;
 constexpr KUINT32 MAX_OUTPUTS    = 16;  // of a device, like the next two
@@ -117,24 +117,30 @@ public:
 
     const FileDescriptor& GetFile() const { return m_oFile; }
 
-    KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;  // one system call
+    KUINT32 ReadRegister(KUINT32 uiDevice, KUINT32 uiRegister) const;  // one system call for 6908 and 7932
     void    WriteRegister(KUINT32 uiDevice, KUINT32 uiRegister, KUINT32 uiValue);
     void    WriteRegisterLowByte(KUINT32 uiDevice, KUINT32 uiRegister, KUINT8 uiValue);
 
 private:
-    BoardState(FileDescriptor oFile, std::string strPath) : m_oFile(std::move(oFile)), m_strPath(std::move(strPath)) {}
+    BoardState(FileDescriptor oFile, std::string strPath, off_t iLabel)
+        : m_oFile(std::move(oFile)), m_strPath(std::move(strPath)), m_iLabel(iLabel)
+    {}
 
-    // Throws BoardError unless the file is a board's and has this layout. Returns its number of devices, unchecked.
-    KUINT32                 CheckIsOurs() const;
-    void                    CheckDevice(KUINT32 uiDevice) const;
+    // Throws BoardError unless the file is a board's and has this layout. ReadLabelOf throws as well if the file is damaged
+    // or has no such device.
+    SLabel ReadLabel() const;
+    SLabel ReadLabelOf(KUINT32 uiDevice) const;
+    void   CheckDevice(KUINT32 uiDevice) const;
+
+    off_t                   RegisterOffset(KUINT32 uiDevice, KUINT32 uiRegister) const;
     template <class T> void SetRegister(KUINT32 uiDevice, KUINT32 uiRegister, T tValue);
 
-    template <class T> ssize_t TryRead(off_t iOffset, T& roRecord) const;  // as pread
-    template <class T> T       Read(off_t iOffset) const;
-    template <class T> void    Write(off_t iOffset, const T& roRecord);
+    template <class T> T    Read(off_t iOffset) const;
+    template <class T> void Write(off_t iOffset, const T& roRecord);
 
     FileDescriptor m_oFile;
     std::string    m_strPath;
+    off_t          m_iLabel;  // of the end of the file
 };
 }
 

@@ -30,12 +30,12 @@ struct Veteran : TestClient
     TBuffer_Handle   hNewBuffer = nullptr;
     KUINT32          ui         = 0;
 
-    // First what needs a register alone, then what needs the header, what needs the record of the device, and all of them.
+    // First what needs no more than the registers, then what needs the record of the device, last what needs all of them.
     std::vector<TStatus> CallAll()
     {
         tagTBoard_FpgaInfo oFpga = {.uiSize = sizeof(oFpga)};
         // clang-format off
-        return {TBoard_RegRead(hDev, 7932, &ui), TBoard_RegWrite(hDev, 7932, 1), Show(hVideoOut), TVideoOut_Disable(hVideoOut),
+        return {TBoard_RegWrite(hDev, 7932, 1), TBoard_RegRead(hDev, 7932, &ui), Show(hVideoOut), TVideoOut_Disable(hVideoOut),
                 TBoard_GetFpgaCount(hDev, &ui), TBoard_GetFpgaInfo(hDev, 0, &oFpga), TVideoOut_GetCount(hDev, &ui),
                 TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, &hNew),
                 TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, &hNewBuffer)};
@@ -56,20 +56,21 @@ struct DamageTest : BoardWorld
 
 TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
 {
-    constexpr size_t                                                   uiSize = 3 * 4096 + 131072, uiAll = 9;
+    constexpr size_t uiLabel = 2 * 4096 + 65536, uiSize = uiLabel + 80, uiAll = 9;
     const std::tuple<const char*, size_t, size_t, size_t, std::string> aoDamages[] = {
         // what works, new size, offset, bytes
         {"nothing left", 0, 0, 0, ""},
-        {"cut in the header", 0, 10, 0, ""},
-        {"cut in the register", 0, 12288 + 8 * 7932 + 7, 0, ""},
-        {"cut by a byte", 1, uiSize - 1, 0, ""},
-        {"another magic", 1, uiSize, 0, "t"},
-        {"another layout", 1, uiSize, 8, "\x02"},
-        {"9 devices", 1, uiSize, 12, "\x09"},
-        {"17 outputs", 4, uiSize, 4096, "\x11"},
-        {"17 FPGAs", 4, uiSize, 4100, "\x11"},
-        {"FPGA name without an end", 4, uiSize, 4108, std::string(64, 'x')},
-        {"another output neither on nor off", uiAll, uiSize, 8192 + 256, "\x02"},
+        {"half of it", 0, uiSize / 2, 0, ""},
+        {"cut in the label", 0, uiLabel + 10, 0, ""},
+        {"cut by a byte", 0, uiSize - 1, 0, ""},
+        {"longer by a byte", 0, uiSize + 1, 0, ""},
+        {"another magic", 0, uiSize, uiLabel, "t"},
+        {"another layout", 0, uiSize, uiLabel + 8, "\x02"},
+        {"9 devices", 0, uiSize, uiLabel + 12, "\x09"},
+        {"17 outputs", 4, uiSize, 0, "\x11"},
+        {"17 FPGAs", 4, uiSize, 4, "\x11"},
+        {"FPGA name without an end", 4, uiSize, 12, std::string(64, 'x')},
+        {"another output neither on nor off", uiAll, uiSize, 4096 + 256, "\x02"},
         {"whole", uiAll, uiSize, 0, ""},
     };
     Process([&] {
@@ -81,30 +82,15 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
             fs::resize_file(m_oState, uiNewSize);
             Overwrite(m_oState, uiOffset, strBytes);
             const std::string strDamaged = ReadFile(m_oState);
-            ExpectDevices(uiWorks > 1, uiWorks == uiAll, pszName);
+            ExpectDevices(uiWorks > 0, uiWorks == uiAll, pszName);
             const auto oResults = oVeteran.CallAll();
             for (size_t uiCall = 0; uiCall < uiAll; ++uiCall)
                 EXPECT_EQ(oResults[uiCall], uiCall < uiWorks ? TStatus_OK : TStatus_FAIL) << pszName << ", call " << uiCall;
-            EXPECT_TRUE(uiWorks > 1 || ReadFile(m_oState) == strDamaged) << pszName << ": was written to";
+            EXPECT_TRUE(uiWorks > 0 || ReadFile(m_oState) == strDamaged) << pszName << ": was written to";
             fs::resize_file(m_oState, uiSize);
             Overwrite(m_oState, 0, strWhole);
         }
     });
-}
-
-TEST_F(DamageTest, OfARegisterIsNotTakenForItsValue)
-{
-    for (const size_t uiByte : {0u, 3u})
-    {
-        SoftwareBoard::Board::Create(SoftwareBoard::DefaultPlan());
-        Overwrite(m_oState, 12288 + 8 * 7932 + uiByte, std::string(1, '\0'));
-        InClient([](TestClient& ro) {
-            KUINT32 ui = 5;
-            EXPECT_EQ(std::tuple(ro.TBoard_RegRead(ro.hDev, 7932, &ui), ro.TBoard_RegWrite(ro.hDev, 7932, 1), ui),
-                      std::tuple(TStatus_FAIL, TStatus_FAIL, 5u));
-            EXPECT_EQ(ro.TBoard_RegRead(ro.hDev, 7931, &ui), TStatus_OK);
-        });
-    }
 }
 
 TEST_F(DamageTest, OfOneDeviceLeavesTheOthersAsTheyWere)
@@ -112,7 +98,7 @@ TEST_F(DamageTest, OfOneDeviceLeavesTheOthersAsTheyWere)
     SoftwareBoard::SBoardPlan oPlan = SoftwareBoard::DefaultPlan();
     oPlan.uiDeviceCount             = 3;
     SoftwareBoard::Board::Create(oPlan);
-    Overwrite(m_oState, 4096 + 139264, "\x11");  // outputs of device 1
+    Overwrite(m_oState, 73728, "\x11");  // outputs of device 1
     Process([] {
         Veteran oVeteran;
         EXPECT_EQ(oVeteran.CallAll(), std::vector<TStatus>(9, TStatus_OK));
