@@ -190,7 +190,7 @@ KUINT32 CountOutputs(Trial& roTrial, const Device& roDevice)
     return uiCount;
 }
 
-Outputs ShowOnEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
+Outputs EnableEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
                           const Buffer& roBuffer)
 {
     Outputs       aoOutputs;
@@ -199,10 +199,18 @@ Outputs ShowOnEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVide
     {
         aoOutputs.push_back(std::make_unique<Output>(roTrial, roDevice, uiOutput));
         aoOutputs.back()->Enable(roVidParam, roBuffer);
-        aoOutputs.back()->Release();
     }
+    return aoOutputs;
+}
+
+Outputs ShowOnEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
+                          const Buffer& roBuffer)
+{
+    Outputs aoOutputs = EnableEveryOutput(roTrial, roDevice, roVidParam, roBuffer);
     if (aoOutputs.empty())
         roTrial.End("no outputs");
+    for (const auto& poOutput : aoOutputs)
+        poOutput->Release();
     return aoOutputs;
 }
 }

@@ -124,7 +124,11 @@ using Outputs = std::vector<std::unique_ptr<Output>>;
 
 KUINT32 CountOutputs(Trial& roTrial, const Device& roDevice);
 
-// Every output of the device shows the buffer. Their handles are released.
+// Every output of the device shows the buffer, and its handle is kept. Returns nothing for a device without outputs.
+Outputs EnableEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
+                          const Buffer& roBuffer);
+
+// As EnableEveryOutput, but the handles are released, and a device without outputs ends the trial.
 Outputs ShowOnEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
                           const Buffer& roBuffer);
 }

@@ -10,20 +10,6 @@ namespace BoardCheck
 {
 namespace
 {
-// Every output shows the buffer, and its handle is kept.
-Outputs EnableEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
-                          const Buffer& roBuffer)
-{
-    Outputs       aoOutputs;
-    const KUINT32 uiCount = CountOutputs(roTrial, roDevice);
-    for (KUINT32 uiOutput = 0; uiOutput < uiCount; ++uiOutput)
-    {
-        aoOutputs.push_back(std::make_unique<Output>(roTrial, roDevice, uiOutput));
-        aoOutputs.back()->Enable(roVidParam, roBuffer);
-    }
-    return aoOutputs;
-}
-
 // The buffer of an output's card.
 std::unique_ptr<Buffer> MakeCard(Trial& roTrial, const Device& roDevice, KUINT32 uiOutput,
                                  const tagTVideo_VidParam& roVidParam)
