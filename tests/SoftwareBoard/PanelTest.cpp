@@ -1,9 +1,7 @@
 // The front panel, as a shell calls it.
 #include <fcntl.h>
 #include <png.h>
-#include <pty.h>
 #include <sys/prctl.h>
-#include <sys/stat.h>
 
 #include "Board.h"
 #include "PanelWorld.h"
@@ -11,42 +9,6 @@
 namespace
 {
 using PanelTest = PanelWorld;
-
-// A command of the panel that goes on, and what it prints, to a pipe or to a terminal of its own.
-struct Live
-{
-    explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0},
-                  const char* pszTerm = "xterm-256color")
-    {
-        EXPECT_EQ(bTerminal ? openpty(&aiFds[0], &aiFds[1], nullptr, nullptr, &oSize) : pipe(aiFds), 0);
-        tcgetattr(aiFds[1], &oMode);
-        ooProcess.emplace([&] {
-            setsid();
-            ioctl(aiFds[1], TIOCSCTTY, 0);
-            for (const int iFd : {0, 1, 2}) dup2(aiFds[1], bTerminal || iFd == 1 ? iFd : 99);
-            close(aiFds[0]);
-            close(aiFds[1]);
-            setenv("TERM", pszTerm, 1);
-            execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
-        });
-        if (!bTerminal) close(aiFds[1]);
-    }
-    ~Live() { close(aiFds[0]); }
-    // Reads on until that is printed, and forgets what came before.
-    void Await(const std::string& strExpected)
-    {
-        char acRead[4096];
-        for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos;
-             strText.append(acRead, static_cast<size_t>(iRead)))
-            ASSERT_GT(iRead = read(aiFds[0], acRead, sizeof(acRead)), 0) << "no '" << strExpected << "' after:\n" << strText;
-        EXPECT_TRUE(isatty(aiFds[0]) == 1 || strText.find('\x1b') == std::string::npos) << strText;
-        strText.erase(0, strText.find(strExpected) + strExpected.size());
-    }
-    int                    aiFds[2] = {};
-    termios                oMode    = {};
-    std::string            strText;
-    std::optional<Process> ooProcess;
-};
 
 // The red, green, blue and alpha of each pixel of a file.
 struct Png
@@ -316,118 +278,6 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
         Expect("status --json", 0, R"("display":{"connector":)" + strJson + "}");
     }
     Expect("wait --displayed --timeout 0", 1, "has not decided about every output");
-}
-
-TEST_F(PanelTest, WaitReturnsWhenItIsSo)
-{
-    Expect("wait --ended --timeout 0", 1, "the time is over: " + m_oFolder.string() + ": there is no board here");
-    Live oBoard("wait --percent 40 --timeout 20");
-    Expect("create", 0, "");
-    Expect("wait --displayed --timeout 0.1", 1, "no display process");
-    Expect("wait --percent 1 --timeout 0.1", 1, "the progress is 0 %");
-    Live    oShown("wait --shown --timeout 20");
-    Process oRun([] {
-        TestClient oClient;
-        EXPECT_EQ((oClient.MakeBuffer(), oClient.Enable(0)), TStatus_OK);
-        Process::Pause();
-        EXPECT_EQ(oClient.Enable(1), TStatus_OK);
-        Process::Pause();
-    });
-    oRun.Await();
-    Expect("wait --shown --timeout 0", 1, "no run shows a picture on every output");
-    Expect("wait --ended --timeout 0.1", 1, "a run still holds an output");
-    oRun.Resume();
-    Expect("progress 41", 0, "");
-    oShown.ooProcess.reset();  // both have returned with 0
-    oBoard.ooProcess.reset();
-    oRun.Kill();
-    Expect("wait --shown --timeout 0", 1, "no run shows a picture on every output");  // the outputs are still on
-    Expect("wait --ended", 0, "");
-}
-
-TEST_F(PanelTest, ProgressFollowsTheLinesOfAnUpdater)
-{
-    const std::pair<std::string, int> aoCases[] = {
-        // what it prints, and the progress then; each begins at 7
-        {"40", 40},
-        {" 40% Checking slot rootfs.0\n", 40},
-        {"Writing: 40.9%\nWaiting for the device\n", 40},
-        {"[===   ] 1 of 2 12% (root.ext4)\r[==== ] 2 of 2 40% (root.ext4)\r", 40},
-        {"39%\n4 of 5: 40,0 %.\n", 40},
-        {"40% of 3/4, in /run/5.bin\n", 40},
-        {"40 101 100.1 -5 v1.2 1.2.3 2MB mmcblk0 0x50 \xC3\xA4"
-         "5\n",
-         40},
-        {"progress=40\nnone\n", 40},
-        {"Writing\xE2\x80\xA6"
-         "40%",
-         40},
-        {"[----40%----]\n", 40},
-        {"\033[32m40\xE2\x80\xAF%\033[0m\n", 40},
-        {"0.4\n", 0},
-        {"nothing\n\n", 7},
-        {"", 7},
-        {"100%\n", 99},
-        {std::string(9000, '5') + " 40\n", 40},
-    };
-    for (const auto& [strLines, iPercent] : aoCases)
-    {
-        Expect("progress 7", 0, "");
-        std::ofstream(At("lines")) << strLines;
-        Expect("progress - --to 99 <" + At("lines"), 0, "");
-        Expect("status", 0, " (" + std::to_string(iPercent) + " %)");
-    }
-    const std::string strFifo = At("fifo");
-    EXPECT_EQ(mkfifo(strFifo.c_str(), 0600), 0);
-    Live      oFifo("progress - <" + strFifo);
-    const int iFifo = open(strFifo.c_str(), O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(write(iFifo, "55\n", 3), 3);
-    Expect("wait --percent 55 --timeout 10", 0, "");
-    close(iFifo);
-    oFifo.ooProcess.reset();
-    Expect("status", 0, " (55 %)");
-    // A board that cannot be written costs the updater nothing, and is said once.
-    Expect("run -- sh -c '(for i in 1 2 3; do echo $i; sleep 0.05; done && echo >" + At("all") +
-               ") | " BOARD_PANEL " progress - --device 1'",
-           1, "no device 1");
-    EXPECT_TRUE(fs::exists(At("all")));
-}
-
-TEST_F(PanelTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
-{
-    using Clock = std::chrono::steady_clock;
-    InClient([](TestClient& ro) {
-        for (const auto& [strHow, uiFrom, uiTo] : {std::tuple{" --linear", 100u, 100u}, {" --to 61", 20u, 61u}})
-        {
-            EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF00 + uiFrom), TStatus_OK);
-            const Clock::time_point oStart = Clock::now();
-            Live                    oRamp("progress --ramp 0.5" + std::string(strHow));
-            std::optional<Live>     ooSecond;
-            if (uiFrom < uiTo) ooSecond.emplace("progress --ramp 0.7 --to 61");
-            KUINT32 uiLast = uiFrom % 100, uiValue = 0, uiSeen = 0;
-            while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue == 0xABCDEF64)
-                usleep(500);  // what is reached already starts anew
-            for (; uiLast < uiTo; ro.TBoard_RegRead(ro.hDev, 7932, &uiValue))
-            {
-                EXPECT_TRUE((uiValue & 0xFF) >= uiLast && uiValue >> 8 == 0xABCDEF) << uiValue;
-                uiSeen += (uiValue & 0xFF) != uiLast;
-                uiLast = uiValue & 0xFF;
-                usleep(500);
-            }
-            EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
-            EXPECT_GE(Clock::now() - oStart, std::chrono::milliseconds(500));
-        }
-        Live oStopped("progress --ramp 1000", true);
-        oStopped.Await("100");
-        oStopped.Await("[");
-        oStopped.ooProcess->Kill(SIGINT, SIGINT);
-        Live oOverrun("progress --ramp 20 --linear", true);
-        oOverrun.Await("[");
-        EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 255), TStatus_OK);
-        oOverrun.Await("#] 255 %");
-        oOverrun.ooProcess->Kill(SIGINT, SIGINT);
-    });
-    Expect("status", 0, "(255 %)");
 }
 
 TEST_F(PanelTest, WatchOffATerminalIsALineAChange)

@@ -2,6 +2,8 @@
 #ifndef PANEL_WORLD_H
 #define PANEL_WORLD_H
 
+#include <pty.h>
+
 #include "BoardWorld.h"
 
 namespace fs = std::filesystem;
@@ -20,6 +22,42 @@ struct PanelWorld : BoardWorld
         EXPECT_NE(strText.find(strContained), std::string::npos) << strArguments << " says:\n" << strText;
     }
     std::string At(const char* pszFile) const { return (m_oFolder / pszFile).string(); }
+};
+
+// A command of the panel that goes on, and what it prints, to a pipe or to a terminal of its own.
+struct Live
+{
+    explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0},
+                  const char* pszTerm = "xterm-256color")
+    {
+        EXPECT_EQ(bTerminal ? openpty(&aiFds[0], &aiFds[1], nullptr, nullptr, &oSize) : pipe(aiFds), 0);
+        tcgetattr(aiFds[1], &oMode);
+        ooProcess.emplace([&] {
+            setsid();
+            ioctl(aiFds[1], TIOCSCTTY, 0);
+            for (const int iFd : {0, 1, 2}) dup2(aiFds[1], bTerminal || iFd == 1 ? iFd : 99);
+            close(aiFds[0]);
+            close(aiFds[1]);
+            setenv("TERM", pszTerm, 1);
+            execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
+        });
+        if (!bTerminal) close(aiFds[1]);
+    }
+    ~Live() { close(aiFds[0]); }
+    // Reads on until that is printed, and forgets what came before.
+    void Await(const std::string& strExpected)
+    {
+        char acRead[4096];
+        for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos;
+             strText.append(acRead, static_cast<size_t>(iRead)))
+            ASSERT_GT(iRead = read(aiFds[0], acRead, sizeof(acRead)), 0) << "no '" << strExpected << "' after:\n" << strText;
+        EXPECT_TRUE(isatty(aiFds[0]) == 1 || strText.find('\x1b') == std::string::npos) << strText;
+        strText.erase(0, strText.find(strExpected) + strExpected.size());
+    }
+    int                    aiFds[2] = {};
+    termios                oMode    = {};
+    std::string            strText;
+    std::optional<Process> ooProcess;
 };
 
 #endif
