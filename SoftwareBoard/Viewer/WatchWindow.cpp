@@ -22,7 +22,7 @@ constexpr int MARGIN   = 8;
 
 constexpr size_t MOST_LINES = 200;  // of text, to keep as they were drawn
 
-constexpr std::chrono::milliseconds SHORT_WAIT(40);  // for which nothing need wake SDL
+constexpr std::chrono::milliseconds SHORT_WAIT(66);  // for which nothing need wake SDL
 
 constexpr STextColours CAPTION_COLOURS = {.auiInk = {210, 214, 220}, .auiPaper = {40, 44, 52}};
 

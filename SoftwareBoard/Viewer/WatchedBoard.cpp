@@ -9,7 +9,7 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr std::chrono::milliseconds BUSY_PAUSE(40), IDLE_PAUSE(1000);
+constexpr std::chrono::milliseconds BUSY_PAUSE(66), IDLE_PAUSE(1000);
 
 // How often to read the board although none of its files has changed: the process that shows an output or serves a display
 // may have been killed. The pictures tell of the first one at once.

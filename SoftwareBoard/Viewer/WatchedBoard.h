@@ -69,7 +69,7 @@ public:
     const std::string& GetTitle() const { return m_strTitle; }
 
     // How long to wait for the next Update, or negative: until GetChanges has something to read. While the pictures change,
-    // 40 ms after the last one began; otherwise longer and longer, up to a second. But Update and drawing, which began at
+    // 66 ms after the last one began; otherwise longer and longer, up to a second. But Update and drawing, which began at
     // oUpdateBegan, never take more than a third of the time.
     std::chrono::milliseconds GetPause(std::chrono::steady_clock::time_point oUpdateBegan) const;
 
