@@ -135,7 +135,7 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
     const auto fProgress   = [] { return Board::Observe().m_oState.ReadRegister(0, PROGRESS_REGISTER); };
     const auto fGeneration = [] { return Board::Observe().m_oState.ReadGeneration(0, 0); };
     const auto fPanel      = [](const char* pszCommand) {
-        return [=] { execl("/bin/sh", "sh", "-c", (BOARD_PANEL + (std::string(" ") + pszCommand)).c_str(), nullptr); };
+        return [=] { execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + std::string(pszCommand)).c_str(), nullptr); };
     };
     std::optional<Process> ooProcess;
     // Holds the lock until the process waits for it, and expects that it has changed nothing.
