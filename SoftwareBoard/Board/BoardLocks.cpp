@@ -50,7 +50,8 @@ bool IsByteLocked(int iFd, off_t iByte, short sType)
 void UnlockByte(int iFd, off_t iByte) noexcept
 {
     struct flock oLock = OneByte(iByte, F_UNLCK);
-    fcntl(iFd, F_OFD_SETLK, &oLock);
+    while (fcntl(iFd, F_OFD_SETLK, &oLock) != 0 && errno == EINTR)
+        ;
 }
 
 BoardLocks::BoardLocks(const FileDescriptor& roFile) : m_oFile(fcntl(roFile.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1))

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -47,6 +48,7 @@ TStatus Commit(const char* pszOperation)
         for (;;) pause();
     if (Is("exit")) _exit(0);
     if (!Is("crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
+    std::puts("last words");
     std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn it into an exit
     std::raise(SIGSEGV);
     return TStatus_FAIL;
@@ -106,6 +108,7 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
     if (Is("pitch") || Is("pitch-in-bytes")) po->auiPitchInBytes[0] = po->auiWidth[0] * (Is("pitch") ? 4 : 1);
     if (Is("pitch")) po->auiPitch[0] = po->auiWidth[0];
     if (Is("size")) po->auiHeight[0] += 1;
+    if (Is("planes")) po->uiPlaneCount = 4;
     return eStatus;
 }
 TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, KUINTPTR* pui)

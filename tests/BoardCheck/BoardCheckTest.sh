@@ -36,11 +36,15 @@ while IFS='|' read -r fault row came left; do
   expect "status with '$fault'" "$([ -n "$row" ] && echo 1 || echo 0)" "$status"
   expect "rows that fail with '$fault'" "$row" "$(sed -n 's/^fails *\([^ ]*\) .*/\1/p' "$work/out" | tr '\n' ' ' | sed 's/ $//')"
   grep -qF "$came" "$work/out" || expect "what came with '$fault'" "$came" "$(grep ^fails "$work/out")"
+  case $fault in
+    crash*) expect "what the library says before '$fault'" 'last words' "$(grep -om 1 'last words' "$work/err")" ;;
+  esac
   expect "outputs and register after '$fault'" "${left:-off;off;} 0x00000000" "$(outputs) $(register)"
 done <<'FAULTS'
 ||look at the outputs
 pitch|pitch|a pitch equal to the width
 pitch-in-bytes|planes|a pitch of 1040 pixels and of 1024 bytes
+planes|planes|came: 4 planes
 size|planes|a size of 1024 x 769 instead of 1024 x 768
 upside-down|second-access|came: upside down
 exchanged|second-access|came: red and blue exchanged
@@ -80,7 +84,7 @@ REFUSALS
 
 # A look changes nothing, and tells all that there is, also of a board that somebody else drives.
 board create --devices 2 --fpga 5:2.1.33 && board progress 40
-"$bin/QelProgressBarDisplay" -et 2 >/dev/null &
+timeout 100 "$bin/QelProgressBarDisplay" >/dev/null &
 wait_until '1024x768, 60 Hz, held;1024x768, 60 Hz, held;off;off;'
 find "$work/board" -type f -exec cksum {} + | sort >"$work/before"
 check --json >"$work/out"
@@ -97,14 +101,21 @@ check --draw --seconds 0 >"$work/out"
 expect 'status of the device that is driven' 1 "$?"
 grep -q '^fails *enable .*another process holds it' "$work/out" || expect 'row of a busy board' busy "$(grep ^fails "$work/out")"
 expect 'the outputs of the other' '1024x768, 60 Hz, held' "$(outputs | cut -d ';' -f 2)"
+kill "$!"
 wait
 
-# The card shows until the time is over, a signal comes or the check is killed. Then everything is taken back.
+# The card shows until the time is over, a signal comes or the check is killed. Then everything is taken back. SIGHUP stays
+# ignored under nohup. SIGINT and SIGQUIT end the check although a shell's background job begins with them ignored.
 board create
 for signal in TERM INT HUP QUIT KILL; do
-  "$bin/QelBoardCheck" --draw --seconds 60 >"$work/out" 2>&1 &
+  (
+    [ "$signal" != TERM ] || trap '' HUP
+    exec "$bin/QelBoardCheck" --draw --seconds 60
+  ) >"$work/out" 2>&1 &
   last=
   until now=$("$bin/tavrin-board" status | grep held) && [ "$now" = "$last" ]; do last=$now; done # the card: one process holds on
+  [ "$signal" != TERM ] ||
+    expect 'which of SIGHUP, SIGINT and SIGQUIT stay ignored' 1 "$(sed -n 's/^SigIgn:.*\(.\)$/\1/p' "/proc/$!/status")"
   kill "-$signal" "$!"
   wait "$!" 2>/dev/null
   expect 'status after a signal' "$signal" "$(kill -l "$?")"
@@ -130,6 +141,8 @@ done <<ROWS
 2|--seconds 1
 2|--draw --seconds 3601
 ROWS
+check >/dev/full 2>/dev/null
+expect 'status with a full log' 1 "$?"
 board create --outputs 0
 check --draw >/dev/null
 expect 'status without outputs' 1 "$?"

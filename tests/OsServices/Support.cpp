@@ -63,5 +63,7 @@ extern "C" int __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mut
     const bool bFails = Fails("pthread_cond_timedwait"), bWakes = g_iSpuriousWakeUps > 0 && g_iSpuriousWakeUps-- > 0;
     s_oSpuriousEnd = bWakes ? *poEnd : timespec{};
     ++g_iWaitsBegun;
+    if (const auto fInstead = std::exchange(g_fInsteadOfWait, nullptr))
+        return pthread_mutex_unlock(poMutex), fInstead(), pthread_mutex_lock(poMutex), ETIMEDOUT;
     return bWakes ? 0 : bFails ? g_iError : __real_pthread_cond_timedwait(poCond, poMutex, poEnd);
 }

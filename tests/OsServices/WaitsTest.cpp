@@ -88,6 +88,17 @@ TYPED_TEST(Waits, EveryWaitThatIsBlockedGetsItsEnd)
         this->ExpectWaits(3, uiMs, {TStatus_OK, TStatus_CANCELED}, [&] { Cancel(this->m_h), Activate(this->m_h); });
         EXPECT_EQ(Wait(this->m_h, 0), TStatus_TIMEOUT) << "the waits consumed what was pending";
     }
+    this->ExpectWaits(1, NO_LIMIT, {TStatus_OK}, [&] {
+        g_fInsteadOfWait = [&] {
+            if (this->IS_EVENT) FailNext("pthread_cond_signal", 0);  // the wake-up goes to the wait that times out
+            EXPECT_TRUE(Trigger(this->m_h));
+        };
+        EXPECT_EQ(Wait(this->m_h, 5), TStatus_TIMEOUT);
+        const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (this->m_iOk == 0 && std::chrono::steady_clock::now() < oEnd) std::this_thread::yield();
+        EXPECT_EQ(this->m_iOk, 1) << "the other wait was not passed its wake-up";
+        EXPECT_TRUE(Cancel(this->m_h) && Activate(this->m_h));
+    });
 }
 
 TYPED_TEST(Waits, WakeUpWithoutReasonEndsNoWait)

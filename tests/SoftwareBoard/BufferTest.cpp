@@ -60,6 +60,11 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         fExpect(1, "nothing shows the second, but its maker has it");
         ro.TBuffer_Destroy(hSecond);
         fExpect(0, "all gone");
+        EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_OK);
+        std::filesystem::remove(m_oFolder / "board.pixels-0");
+        ro.MakeBuffer();
+        EXPECT_FALSE(std::filesystem::exists(m_oFolder / "board.pixels-0")) << "the output would show other pixels";
+        ro.Disable(0);
     });
     Process oKilled([] {
         TestClient().MakeBuffer();
@@ -75,9 +80,10 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         EXPECT_EQ(ro.Enable(0), TStatus_OK);
         fExpect(1, "and is not shown any more");
         const rlimit oNoRoom = {1 << 20, 1 << 20};
-        signal(SIGXFSZ, SIG_IGN);
         EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oNoRoom), 0);
-        EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 1024, 1024, &ro.hBuffer), TStatus_FAIL);
+        for (const auto& [uiWidth, uiHeight, eStatus] :  // the largest that 32 bits can hold, and the next
+             {std::tuple{1024u, 1024u, TStatus_FAIL}, {0x3FFFFFEF, 1, TStatus_FAIL}, {0x3FFFFFF0, 1, TStatus_INVALID_PARAM}})
+            EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, uiWidth, uiHeight, &ro.hBuffer), eStatus);
         fExpect(1, "one that has no room leaves nothing");
         std::filesystem::remove(m_oFolder / "board.state");
         InClient([](TestClient& roOther) { EXPECT_EQ((roOther.MakeBuffer(), roOther.Enable(1)), TStatus_OK); });

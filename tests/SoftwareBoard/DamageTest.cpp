@@ -111,7 +111,8 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
     const fs::path oElsewhere = m_oFolder / "elsewhere", oBoard = m_oFolder / "board", oInside = oBoard / "board.state";
     const std::pair<const char*, std::function<void()>> aoPlaces[] = {
         // clang-format off
-        {"others may write",             [&] { chmod(oBoard.c_str(), 0777); }},
+        {"its group may write",          [&] { chmod(oBoard.c_str(), 0770); }},
+        {"others may write",             [&] { chmod(oBoard.c_str(), 0707); }},
         {"state is a link",              [&] { fs::create_symlink(oElsewhere / "whole", oInside); }},
         {"state is a folder",            [&] { fs::create_directory(oInside); }},
         {"state is a pipe",              [&] { mkfifo(oInside.c_str(), 0600); }},
@@ -134,5 +135,11 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
         fs::remove_all(oBoard);
     }
     EXPECT_EQ(EntriesOf(oElsewhere.c_str()), 1) << "something was made behind a link";
+    setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1);
+    mkfifo((m_oFolder / "board.pixels-new").c_str(), 0600);
+    InClient([](TestClient& ro) {
+        alarm(20);  // nobody writes to the pipe
+        EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 8, 8, &ro.hBuffer), TStatus_FAIL);
+    });
 }
 }

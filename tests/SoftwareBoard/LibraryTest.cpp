@@ -1,7 +1,9 @@
 // One board for all processes, who holds its outputs, wrong arguments, threads.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cstdarg>
 #include <deque>
 
 #include "Board.h"
@@ -9,6 +11,20 @@
 #include "BoardWorld.h"
 
 using LibraryTest = BoardWorld;
+
+static bool s_bInterrupts = false;  // signals interrupt every lock and unlock once
+
+extern "C" int __real_fcntl(int iFd, int iCommand, ...);
+extern "C" int __wrap_fcntl(int iFd, int iCommand, ...)
+{
+    static bool s_bInterrupted = false;
+    va_list     argList;
+    va_start(argList, iCommand);
+    void* const pv = va_arg(argList, void*);
+    va_end(argList);
+    if (s_bInterrupts && iCommand == F_OFD_SETLK && (s_bInterrupted = !s_bInterrupted)) return errno = EINTR, -1;
+    return __real_fcntl(iFd, iCommand, pv);
+}
 
 TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
 {
@@ -61,7 +77,9 @@ TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
             EXPECT_THROW(Transaction(oBoard.m_oLocks), BoardError);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(8));
-    const Transaction oTransaction(oBoard.m_oLocks);
+    s_bInterrupts = true;
+    for (const Board* const po : {&oBoard, &oStopped}) const Transaction oTransaction(po->m_oLocks);
+    s_bInterrupts = false;
 }
 
 // What another process is answered about output 0; output 1 is free in any case.
@@ -78,21 +96,35 @@ static void ExpectForAnother(TStatus eExpected, const char* pszWhen)
 TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
 {
     Process    oHolder([] {
+        const auto fEnableInVain = [](TestClient& ro) {
+            const rlimit oNoRoom = {0, RLIM_INFINITY}, oRoom = {RLIM_INFINITY, RLIM_INFINITY};
+            ro.MakeBuffer();
+            EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oNoRoom), 0);
+            EXPECT_EQ(ro.Enable(0), TStatus_FAIL);
+            EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oRoom), 0);
+        };
+        signal(SIGXFSZ, SIG_IGN);
         HoldOutput();
         TestClient oClient;
+        fEnableInVain(oClient);
         EXPECT_EQ((oClient.MakeBuffer(), oClient.Enable(0)), TStatus_OK) << "its own output again";
+        fEnableInVain(oClient);
         EXPECT_EQ(oClient.TVideoOut_ReleaseHandle(oClient.Output(0)), TStatus_OK);
         EXPECT_EQ(oClient.TBuffer_Destroy(oClient.hBuffer), TStatus_OK);
         EXPECT_EQ(dlclose(oClient.m_pLibrary) + dlclose(oClient.m_pLibrary), 0) << "opened twice";
         Process::Pause();
         for (const char* pszState : {"on", "off already"}) EXPECT_EQ(TestClient().Disable(0), TStatus_OK) << pszState;
         Process::Pause();
+        TestClient oOther;
+        fEnableInVain(oOther);
+        Process::Pause();
         HoldOutput();
     });
     const auto eBusy = TStatus_RESOURCES_BUSY;
     // clang-format off
     for (const auto& [eExpected, pszWhen] : {std::pair{eBusy, "enabled"}, {eBusy, "handle, buffer and library gone"},
-                                             {TStatus_OK, "disabled"}, {eBusy, "enabled anew"}})
+                                             {TStatus_OK, "disabled"},
+                                             {TStatus_OK, "its record cannot be written"}, {eBusy, "enabled anew"}})
     // clang-format on
     {
         oHolder.Resume();
@@ -136,17 +168,22 @@ TEST_F(LibraryTest, ForkedChildIsNotItsParent)
 
 TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
 {
+    SoftwareBoard::SBoardPlan oPlan = SoftwareBoard::DefaultPlan();
+    oPlan.uiDeviceCount             = 2;
+    SoftwareBoard::Board::Create(oPlan);
     InClient([](TestClient& o) {
         const auto             hDev = o.hDev;
         const TBuffer_Handle   hBuf = o.MakeBuffer(), hDead = o.MakeBuffer();
         const TVideoOut_Handle hOut = o.Output(1), hDeadOut = o.Output(0);
-        TBuffer_Handle         h565 = nullptr, hNewBuf = hDead;  // this and the next ones are to be filled in, and must stay
+        TBuffer_Handle         h565 = nullptr, hForeign = nullptr;
+        TBuffer_Handle         hNewBuf = hDead;  // this and the next ones are to be filled in, and must stay
         TVideoOut_Handle       hNewOut = hDeadOut;
         KUINTPTR               uiPlane = 77;
         KUINT32                ui      = 77;
         tagTBuffer_PlaneInfo   oInfo   = {};
         tagTBoard_FpgaInfo     oFpga = {.uiSize = sizeof(oFpga)}, oLarger = {.uiSize = sizeof(oFpga) + 1};
         EXPECT_EQ(o.TBuffer_CreateVideo(hDev, TPixelFormat_B5G6R5, 8, 8, &h565), TStatus_OK);
+        EXPECT_EQ(o.TBuffer_CreateVideo(o.Tavrin_GetDevice(1), TPixelFormat_R8G8B8A8, 8, 8, &hForeign), TStatus_OK);
         EXPECT_EQ(o.TBuffer_Destroy(hDead), TStatus_OK);
         EXPECT_EQ(o.TVideoOut_ReleaseHandle(hDeadOut), TStatus_OK);
         EXPECT_TRUE(o.Output(0) != hDeadOut && o.MakeBuffer() != hDead) << "a dead handle was given out again";
@@ -172,7 +209,7 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
         REFUSED(fGet(hDev, 2, 2)); REFUSED(fGet(hDev, 0, 1)); REFUSED(o.TVideoOut_GetCount(hDev, nullptr));
         REFUSED(o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr));
         REFUSED(fOn(hOut, hBuf, 1, 1, 8)); REFUSED(fOn(hOut, hBuf, 0, 0, 8)); REFUSED(fOn(hOut, hBuf, 0, 1, 0));
-        REFUSED(fOn(hOut, hBuf, 0, 1, ~0u)); REFUSED(fOn(hOut, h565, 0, 1, 8));
+        REFUSED(fOn(hOut, hBuf, 0, 1, ~0u)); REFUSED(fOn(hOut, h565, 0, 1, 8)); REFUSED(fOn(hOut, hForeign, 0, 1, 8));
         REFUSED(o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON));
         REFUSED(o.TBoard_RegWrite(hDev, 16384, 1)); REFUSED(o.TBoard_RegRead(hDev, 16384, &ui));
         REFUSED(o.TBoard_RegRead(hDev, 1, nullptr)); REFUSED(o.TBoard_GetFpgaCount(hDev, nullptr));
@@ -194,11 +231,11 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
             REFUSED(fOn(h, hBuf, 0, 1, 8)); REFUSED(o.TVideoOut_Disable(h)); REFUSED(o.TVideoOut_ReleaseHandle(h));
         }
         // clang-format on
-        EXPECT_EQ(std::tuple(o.Tavrin_GetDevice(1), ui, uiPlane, hNewBuf, hNewOut, oInfo.uiPlaneCount, oFpga.szName[0]),
+        EXPECT_EQ(std::tuple(o.Tavrin_GetDevice(2), ui, uiPlane, hNewBuf, hNewOut, oInfo.uiPlaneCount, oFpga.szName[0]),
                   std::tuple(nullptr, 77u, 77u, hDead, hDeadOut, 0u, '\0'));
         EXPECT_EQ(oLarger.szName[0], '\0');
     });
-    EXPECT_EQ(CountFiles("board.pixels-"), 3) << "those that were made and not destroyed";
+    EXPECT_EQ(CountFiles("board.pixels-"), 4) << "those that were made and not destroyed";
 }
 
 TEST_F(LibraryTest, ThreadsShareTheLibrary)

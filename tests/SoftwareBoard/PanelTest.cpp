@@ -1,6 +1,7 @@
 // The front panel, as a shell calls it.
 #include <fcntl.h>
 #include <png.h>
+#include <poll.h>
 #include <sys/prctl.h>
 
 #include "Board.h"
@@ -88,6 +89,10 @@ TEST_F(PanelTest, CommandLines)
         {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 1,
          At("") + "/tavrin-board: there is no board"},
         {"status", 0, "register 7932 (progress): 0xabcdef64 (100 %)"},  // none of them has made another board
+        {"create --devices 9", 2, "--devices"},
+        {"create --devices 8 --outputs 16 $(printf '%.0s--fpga 3:1.33.0 ' $(seq 16))", 0,
+         "8, outputs of each 16, FPGAs of each 16"},
+        {"status | grep -c vendor", 0, "128\n"},
         {"create --devices 2 --outputs 0 --fpga 3:1.33.0 --fpga 0X4000:255.2.65535@0xe4/1234", 0, "devices 2"},
         {"status", 0,
          "device 1\n  FPGA 0: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
@@ -121,7 +126,7 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
         }
         Expect("snapshot 1 - >" + At("piped.png"), 0, "");
         EXPECT_TRUE(AreRows(Png(At("piped.png"), 33, 15).auiPixels, Png(At("screen.png"), 33, 15).auiPixels, 33));
-        EXPECT_EQ(ro.Show(ro.Output(1), 20000, 20000), TStatus_OK);
+        EXPECT_EQ(ro.Show(ro.Output(1), 16384, 16385), TStatus_OK);
         Expect("snapshot 1 " + At("screen.png"), 1, "too large");
     });
 }
@@ -190,8 +195,11 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     for (const char* pszNoFile : {"none/x.png", ".", "/dev/full"}) Expect("snapshot 0 " + At(pszNoFile), 1, At(pszNoFile));
     std::filesystem::resize_file(At("board.pixels-0"), 100);
     Expect("snapshot 0 " + At("cut.png"), 1, "cut short");
-    std::filesystem::remove(At("board.pixels-0"));
+    fs::remove(At("board.pixels-0"));
     Expect("snapshot 0 " + At("gone.png"), 1, "board.pixels-0");
+    EXPECT_EQ(mkfifo(At("board.pixels-0").c_str(), 0600), 0);
+    Expect("run -- timeout 20 " BOARD_PANEL " snapshot 0 " + At("pipe.png"), 1, "not a plain file of this user");
+    fs::remove(At("board.pixels-0"));
     EXPECT_EQ(CountFiles(""), 3) << "only the state, the first picture and the link";
 }
 
@@ -208,6 +216,8 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     oUser.Kill();
     Expect("create --devices 3", 0, "devices 3");
     Expect("status", 0, "output 0: off");
+    Expect("run -- sh -c 'ulimit -f 0; exec \"$@\"' - " BOARD_PANEL " create", 1, "board.new: posix_fallocate");
+    Expect("status", 0, "device 2");
     EXPECT_EQ(CountFiles(""), 4) << "state, notes, the folder and the user's pixels; the picture of the old board is gone";
 
     std::ofstream(At("board.state")) << "somebody's notes, longer than the header of a board";
@@ -246,6 +256,7 @@ TEST_F(PanelTest, StatusIsValidJsonWhateverItsStringsHold)
 TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
 {
     using SoftwareBoard::EVerdict;
+    const std::string strC(39, 'c'), strR(127, 'r');  // the longest
     // clang-format off
     const std::tuple<EVerdict, std::string, std::string, std::string, std::string> aoCases[] = {
         // said, connector, reason, what the status prints of it, and the same as JSON
@@ -253,11 +264,13 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
         {EVerdict::Shown, "eDP-1", "", "off, dark on eDP-1", R"("eDP-1","state":"dark","reason":null)"},
         {EVerdict::Refused, "DP\033", "b\233d", "off, not shown: DP? b?d", R"("DP?","state":"refused","reason":"b?d")"},
         {EVerdict::Refused, "", "none is", "off, not shown: none is", R"(null,"state":"refused","reason":"none is")"},
+        {EVerdict::Refused, strC + "c", strR + "r", "off, not shown: " + strC + ' ' + strR,
+         '"' + strC + R"(","state":"refused","reason":")" + strR + '"'},
         {EVerdict::NoDisplay, "", "none is", "off, not shown: none is", R"(null,"state":"dark","reason":"none is")"},
         {EVerdict::Awaited, "", "", "off, not shown yet", R"(null,"state":"awaited","reason":null)"},
     };
     // clang-format on
-    Expect("create --outputs 6", 0, "");
+    Expect("create --outputs 7", 0, "");
     Holder  oHolder;
     Process oDisplay([&] {
         SoftwareBoard::Board oBoard = SoftwareBoard::Board::Observe();
@@ -404,10 +417,17 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     for (const auto& [strArguments, strSays] : aoWarnings)
         Expect("preview " + At("sheet.png") + " --at 50 -- -l 16 " + strArguments + " 2>&1 | cat", 0, strSays);
     fs::remove(At("sheet.png"));
-    Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none") + " 2>/dev/null");
-    while (fIsClean()) usleep(1000);
-    oEnded.ooProcess->Kill(SIGTERM, SIGTERM);
-    EXPECT_EQ(read(oEnded.aiFds[0], &oEnded.oMode, 1), 0) << "the tool still has the pipe";
-    EXPECT_TRUE(fIsClean() && !fs::exists(At("sheet.png")));
+    const auto fHasPixels = [](const auto& ro) { return ro.path().filename() == "board.pixels-0"; };
+    for (const int iSignal : {SIGTERM, SIGKILL})
+    {
+        Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none") + " 2>/dev/null");
+        while (std::none_of(fs::recursive_directory_iterator(At("tmp")), {}, fHasPixels)) usleep(1000);  // the tool runs
+        const pid_t iGroup = oEnded.ooProcess->GetPid();
+        oEnded.ooProcess->Kill(iSignal, iSignal);
+        pollfd     oPipe  = {oEnded.aiFds[0], POLLIN, 0};
+        const bool bEnded = poll(&oPipe, 1, 10'000) == 1 && oPipe.revents == POLLHUP;
+        EXPECT_TRUE(bEnded || kill(-iGroup, SIGKILL) != 0) << "the tool still had the pipe";
+        EXPECT_TRUE((fIsClean() || iSignal == SIGKILL) && !fs::exists(At("sheet.png")));
+    }
 }
 }

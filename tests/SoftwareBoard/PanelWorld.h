@@ -28,7 +28,7 @@ struct PanelWorld : BoardWorld
 struct Live
 {
     explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0},
-                  const char* pszTerm = "xterm-256color")
+                  const char* pszTerm = "xterm-256color", const std::string& strBefore = "")
     {
         EXPECT_EQ(bTerminal ? openpty(&aiFds[0], &aiFds[1], nullptr, nullptr, &oSize) : pipe(aiFds), 0);
         tcgetattr(aiFds[1], &oMode);
@@ -39,7 +39,7 @@ struct Live
             close(aiFds[0]);
             close(aiFds[1]);
             setenv("TERM", pszTerm, 1);
-            execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
+            execl("/bin/sh", "sh", "-c", (strBefore + "exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
         });
         if (!bTerminal) close(aiFds[1]);
     }

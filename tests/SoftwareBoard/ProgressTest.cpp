@@ -1,6 +1,8 @@
 // The progress that a board reports, as an updater or a ramp writes it, and those who wait for it.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include "Board.h"
 #include "PanelWorld.h"
@@ -88,6 +90,7 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
 {
     using Clock = std::chrono::steady_clock;
     InClient([](TestClient& ro) {
+        KUINT32 uiValue = 0;
         for (const auto& [strHow, uiFrom, uiTo] : {std::tuple{" --linear", 100u, 100u}, {" --to 61", 20u, 61u}})
         {
             EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF00 + uiFrom), TStatus_OK);
@@ -95,7 +98,7 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
             Live                    oRamp("progress --ramp 0.5" + std::string(strHow));
             std::optional<Live>     ooSecond;
             if (uiFrom < uiTo) ooSecond.emplace("progress --ramp 0.7 --to 61");
-            KUINT32 uiLast = uiFrom % 100, uiValue = 0, uiSeen = 0;
+            KUINT32 uiLast = uiFrom % 100, uiSeen = 0;
             while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue == 0xABCDEF64)
                 usleep(500);  // what is reached already starts anew
             for (; uiLast < uiTo; ro.TBoard_RegRead(ro.hDev, 7932, &uiValue))
@@ -108,16 +111,57 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
             EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
             EXPECT_GE(Clock::now() - oStart, std::chrono::milliseconds(500));
         }
-        Live oStopped("progress --ramp 1000", true);
+        // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
+        Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
         oStopped.Await("100");
         oStopped.Await("[");
+        kill(oStopped.ooProcess->GetPid(), SIGHUP);
         oStopped.ooProcess->Kill(SIGINT, SIGINT);
-        Live oOverrun("progress --ramp 20 --linear", true);
-        oOverrun.Await("[");
+        Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
+        while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), (uiValue & 0xFF) < 63) usleep(500);
+        pollfd oTerminal = {oOverrun.aiFds[0], POLLIN, 0};
+        EXPECT_EQ(poll(&oTerminal, 1, 1000), 1) << "the line of 62 % was not shown before that of 63 %";
         EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 255), TStatus_OK);
         oOverrun.Await("#] 255 %");
         oOverrun.ooProcess->Kill(SIGINT, SIGINT);
     });
     Expect("status", 0, "(255 %)");
+}
+
+TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
+{
+    using namespace SoftwareBoard;
+    const auto fIsMade     = [this] { return KUINT32{fs::exists(At("board.state"))}; };
+    const auto fProgress   = [] { return Board::Observe().m_oState.ReadRegister(0, PROGRESS_REGISTER); };
+    const auto fGeneration = [] { return Board::Observe().m_oState.ReadGeneration(0, 0); };
+    const auto fPanel      = [](const char* pszCommand) {
+        return [=] { execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + std::string(pszCommand)).c_str(), nullptr); };
+    };
+    std::optional<Process> ooProcess;
+    // Holds the lock until the process waits for it, and expects that it has changed nothing.
+    const auto fHold = [&](const char* pszFile, std::function<KUINT32()> fState, std::function<void()> fBody) {
+        const BoardLocks  oLocks(FileDescriptor(open(At(pszFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)));
+        const Transaction oTransaction(oLocks);
+        const KUINT32     uiBefore = fState();
+        if (fBody) ooProcess.emplace(fBody);
+        const std::string strCall = "/proc/" + std::to_string(ooProcess->GetPid()) + "/syscall";
+        const auto        oEnd    = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+        while (fState() == uiBefore && !ReadFile(strCall).starts_with(std::to_string(SYS_clock_nanosleep) + " ") &&
+               std::chrono::steady_clock::now() < oEnd)
+            usleep(500);
+        EXPECT_EQ(fState(), uiBefore) << pszFile;
+    };
+    fHold("board.new", fIsMade, fPanel("create"));
+    ooProcess.reset();
+    EXPECT_EQ(fIsMade(), 1u);
+    Expect("progress 50", 0, "");
+    fHold("board.state", fProgress, fPanel("progress --ramp 10 --linear --to 50"));  // begins at 0 again
+    while (fProgress() != 1) usleep(500);
+    fHold("board.state", fProgress, nullptr);  // its next step
+    ooProcess->Kill(SIGTERM, SIGTERM);
+    InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_OK); });
+    fHold("board.state", fGeneration, [] { EXPECT_EQ(TestClient().Disable(0), TStatus_OK); });
+    ooProcess.reset();
+    EXPECT_EQ(fGeneration(), 2u);
 }
 }

@@ -1,4 +1,6 @@
 // What a display run does and shows when nothing fails.
+#include <sys/socket.h>
+
 #include <csignal>
 
 #include "DisplayWorld.h"
@@ -43,6 +45,25 @@ TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
     sigaction(SIGTERM, nullptr, &oInstalled);
     EXPECT_EQ(oInstalled.sa_flags & (SA_SIGINFO | SA_RESTART | SA_NODEFER), SA_SIGINFO);
     EXPECT_TRUE(sigismember(&oInstalled.sa_mask, SIGUSR1));
+
+    // A line that cannot be written costs the interrupted code nothing. Nobody reads the socket, and it is full.
+    int           aiSocket[2];
+    const timeval oLimit = {.tv_sec = 10, .tv_usec = 0};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiSocket), 0);
+    while (send(aiSocket[1], "", 1, MSG_DONTWAIT) == 1) continue;
+    EXPECT_EQ(setsockopt(aiSocket[1], SOL_SOCKET, SO_SNDTIMEO, &oLimit, sizeof(oLimit)), 0);
+    const int iClosed = aiSocket[1] + 100, iStdout = dup(STDOUT_FILENO);
+    for (const int iLineTo : {aiSocket[1], iClosed})
+    {
+        dup2(iLineTo, STDOUT_FILENO) < 0 ? close(STDOUT_FILENO) : 0;
+        const auto oStart = std::chrono::steady_clock::now();
+        errno             = EXDEV;
+        raise(SIGTERM);
+        const int iErrno = errno;
+        EXPECT_TRUE(dup2(iStdout, STDOUT_FILENO) == STDOUT_FILENO && iErrno == EXDEV) << iErrno << ", not what it was";
+        EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(5)) << "the reader held the run up";
+    }
+    for (const int iFd : {aiSocket[0], aiSocket[1], iStdout}) close(iFd);
 }
 
 TEST_F(DisplayRun, LoopHasOneMoreWaitAfterCompletionAndIgnoresTheUpperBits)
@@ -83,12 +104,16 @@ TEST_F(DisplayRun, BarComesOverTheFrames)
     EXPECT_TRUE(PixelAt(29, 12) == 0x00FFFFFF && m_sOutput.empty()) << PixelAt(29, 12) << m_sOutput;
 }
 
-TEST_F(DisplayRun, LibraryWithoutPlanesAndOutputsIsSurvived)
+TEST_F(DisplayRun, LibraryOfAnyNumberOfPlanesAndWithoutOutputsIsSurvived)
 {
-    m_roBoard.uiPlanes  = 0;
     m_roBoard.uiOutputs = 0;
     m_bAnimation        = TRUE;
     m_pszFrames         = "/nonexistent";
-    EXPECT_EQ(Run(), TStatus_OK);
-    EXPECT_EQ(PixelAt(20, 40), 0xDEADBEEFu);
+    for (const auto& [uiPlanes, uiAccessed, uiPixel] : {std::tuple{0u, 0u, 0xDEADBEEFu}, {4u, 3u, 0x00FFFFFFu}})
+    {
+        m_roBoard.uiPlanes = uiPlanes;
+        EXPECT_EQ(Run(), TStatus_OK);
+        EXPECT_EQ(m_roBoard.asCalls.at(6), "TBuffer_BeginAccess 0 " + std::to_string(uiAccessed));
+        EXPECT_EQ(PixelAt(20, 40), uiPixel);
+    }
 }

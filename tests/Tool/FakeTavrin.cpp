@@ -70,7 +70,8 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle, tagTBuffer_PlaneInfo* poInfo)
 }
 TStatus TBuffer_BeginAccess(TBuffer_Handle, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
 {
-    return Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount), [&] {
+    const bool bNulls = std::all_of(auiPlanes, auiPlanes + uiPlaneCount, [](KUINTPTR ui) { return ui == 0; });
+    return Answer(CallText("TBuffer_BeginAccess", uiMode, uiPlaneCount) + (bNulls ? "" : " of old addresses"), [&] {
         s_oWorld.puiMapped = std::make_unique<KUINT32[]>(s_oWorld.auiPixels.size());
         std::copy(s_oWorld.auiPixels.begin(), s_oWorld.auiPixels.end(), s_oWorld.puiMapped.get());
         std::fill_n(auiPlanes, uiPlaneCount, reinterpret_cast<KUINTPTR>(s_oWorld.puiMapped.get()));

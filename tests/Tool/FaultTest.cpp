@@ -42,7 +42,9 @@ COUNTED(_Znwm) COUNTED(_Znam) COUNTED(malloc)
 void* __real__ZnamRKSt9nothrow_t(size_t uiSize, const std::nothrow_t& ro);
 void* __wrap__ZnamRKSt9nothrow_t(size_t uiSize, const std::nothrow_t& ro)
 {
-    return ++s_iAllocations, ServiceFails("new") ? nullptr : __real__ZnamRKSt9nothrow_t(uiSize, ro);
+    void* const pv = ServiceFails("new") ? nullptr : __real__ZnamRKSt9nothrow_t(uiSize, ro);
+    ++s_iAllocations;
+    return pv != nullptr ? std::memset(pv, 0xA5, std::min(uiSize, size_t{1} << 20)) : pv;  // never clear by chance
 }
 
 // clang-format on

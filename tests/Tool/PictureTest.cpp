@@ -169,10 +169,17 @@ TEST_F(Picture, ChunksThatChangeNoPixelAreNotRead)
 
 TEST_F(Picture, TooLargeIsRefusedBeforeItIsDecoded)
 {
-    const Bytes auiFile = Png(9000, 9000, {1, PNG_COLOR_TYPE_GRAY}, Bytes(1125));
-    Bytes       auiPixels;
-    EXPECT_FALSE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }));
-    EXPECT_EQ(auiPixels, Bytes(32, 0x5A));
+    for (const KUINT8 uiOver : {KUINT8{0}, KUINT8{1}})  // rows of 32 KiB, of which 256 MiB have 8192
+    {
+        Bytes        auiFile   = Png(1, 1, {1, PNG_COLOR_TYPE_GRAY}, Bytes(1)), auiPixels;
+        const KUINT8 auiSize[] = {0, 0, 0x20, 0, 0, 0, 0x20, uiOver};
+        std::copy(std::begin(auiSize), std::end(auiSize), auiFile.begin() + 16);
+        MendSums(auiFile);
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(Captured([&] { return Load(auiFile, 4, 2, auiPixels); }));
+        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), uiOver == 1) << "libpng says that rows are missing";
+        EXPECT_EQ(auiPixels, Bytes(32, 0x5A));
+    }
 }
 
 // The memory of a large picture is the heap's again, and what lies there later is shown: the kernel must not move it then.
@@ -218,20 +225,25 @@ TEST_F(Picture, BlendIsTheFloorForEveryByteAndWidth)
 
 TEST_F(Picture, SequencesThatCannotPlayAreRefused)
 {
-    const Bytes auiGround(9 * 4 * 7, 40);
-    const auto  fInit = [&](const std::string& sBase, TRECT oRegion) {
-        SAnimationPngData oData = {};
+    const Bytes       auiGround(9 * 4 * 7, 40);
+    SAnimationPngData oData;
+    const auto        fInit = [&](const std::string& sBase, TRECT oRegion) {
+        oData               = {};
         const auto    fWork = [&] { return InitAnimationPng(auiGround.data(), 9, 36, 7, sBase.c_str(), oRegion, oData); };
         const KBOOL32 bInit = Captured(fWork);
         EXPECT_EQ(m_sOutput.ends_with("Assertion failed\n"), !bInit);
         return bInit;
     };
     WritePng(m_oFolder / "good01.png", 4, 3, {}, Bytes(48));
+    WritePng(m_oFolder / "low01.png", 4, 2, {}, Bytes(32, 255));
     WritePng(m_oFolder / "rotten01.png", 4, 3, {}, Bytes(48));
     std::ofstream(m_oFolder / "rotten02.png") << "no picture";
     WritePng(m_oFolder / "late02.png", 4, 3, {}, Bytes(48));
 
     EXPECT_TRUE(fInit(m_oFolder / "good", {4, 3, 8, 6}));
+    ASSERT_TRUE(fInit(m_oFolder / "low", {4, 3, 8, 6}));
+    for (size_t i = 0; i < 4 * 3 * 4; ++i)
+        EXPECT_EQ(oData.ppuiAnimationSurface[0][i], i < 4 * 2 * 4 || i % 4 == 3 ? 255 : 40) << "byte " << i;
     for (const TRECT& roRegion : {TRECT{-1, 1, 3, 4}, {1, -1, 5, 2}, {5, 3, 9, 6}, {4, 4, 8, 7}, {8, 3, 4, 6}})
         EXPECT_FALSE(fInit(m_oFolder / "good", roRegion)) << roRegion.iLeft << ' ' << roRegion.iTop;
     EXPECT_FALSE(fInit(m_oFolder / "rotten", {4, 3, 8, 6}));
@@ -271,7 +283,7 @@ TEST(ProgressBar, FillsInProportionAndStaysInside)
     SPlane            oPlane;
     SProgressBarData  oData = {};
     InitProgressDrawing(oRect, &oPlane.oSurface);
-    for (const KUINT32 uiPct : {0u, 1u, 2u, 50u, 50u, 100u, 40u, 101u, 255u, 99u, 0u})
+    for (const KUINT32 uiPct : {0u, 1u, 2u, 50u, 50u, 100u, 40u, 39u, 101u, 255u, 99u, 0u})
     {
         ProgressDrawingUpdate(oRect, uiPct, oData, &oPlane.oSurface);
         EXPECT_EQ(oData.uiPrevProgressPct, uiPct);
