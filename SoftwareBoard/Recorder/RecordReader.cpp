@@ -15,8 +15,8 @@ namespace SoftwareBoard::Recorder
 namespace
 {
 constexpr std::string_view FIRST_LINE = "{\"record\":";
-constexpr size_t           MAX_LINE   = 1 << 20;
 constexpr KUINT64          MAX_NS     = KUINT64{1} << 62;
+constexpr int              MAX_DEPTH  = 6;
 
 KUINT64 TakeNumber(const Json& roLine, const char* pszKey, KUINT64 uiMax)
 {
@@ -26,28 +26,35 @@ KUINT64 TakeNumber(const Json& roLine, const char* pszKey, KUINT64 uiMax)
     return roValue.get<KUINT64>();
 }
 
-// Throws BoardError or Json::exception if the line is no call.
-SCall TakeCall(const Json& roLine, KUINT64 uiLine)
+// What is known of a call before it returns. Throws BoardError or Json::exception if this is no call.
+SCall TakeBegin(const Json& roCall)
 {
     SCall oCall;
-    oCall.uiLine = uiLine;
-    if (TakeNumber(roLine, "call", MAX_NS) != uiLine - 1)
-        throw BoardError("calls before it are missing");
-    oCall.uiAt                 = TakeNumber(roLine, "at", MAX_NS);
-    oCall.uiTook               = TakeNumber(roLine, "took", MAX_NS);
-    oCall.uiThread             = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
-    const std::string& strName = roLine.at("operation").get_ref<const std::string&>();
+    oCall.uiAt                 = TakeNumber(roCall, "at", MAX_NS);
+    const std::string& strName = roCall.at("operation").get_ref<const std::string&>();
     const auto         i       = std::ranges::find(OPERATIONS, strName, &SOperation::svName);
     if (i == OPERATIONS.end())
         throw BoardError("there is no operation " + strName);
     oCall.eOperation = static_cast<EOperation>(i - OPERATIONS.begin());
-    oCall.oArguments = roLine.at("arguments");
-    oCall.oResult    = roLine.at(i->oResult.eKind == EKind::Status ? "status" : "result");
-    oCall.oFilled    = roLine.at("filled");
+    oCall.oArguments = roCall.at("arguments");
     if (!AreArguments(*i, oCall.oArguments))
         throw BoardError("these are no arguments of " + strName);
-    if (!IsValue(i->oResult, oCall.oResult) || !IsFilled(*i, oCall.oArguments, oCall.oFilled))
-        throw BoardError(strName + " does not answer so");
+    return oCall;
+}
+
+SCall TakeCall(const Json& roLine, KUINT64 uiLine)
+{
+    if (TakeNumber(roLine, "call", MAX_NS) != uiLine - 1)
+        throw BoardError("calls before it are missing");
+    SCall             oCall       = TakeBegin(roLine);
+    const SOperation& roOperation = oCall.Row();
+    oCall.uiLine                  = uiLine;
+    oCall.uiTook                  = TakeNumber(roLine, "took", MAX_NS);
+    oCall.uiThread                = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
+    oCall.oResult                 = roLine.at(roOperation.oResult.eKind == EKind::Status ? "status" : "result");
+    oCall.oFilled                 = roLine.at("filled");
+    if (!IsValue(roOperation.oResult, oCall.oResult) || !IsFilled(roOperation, oCall.oArguments, oCall.oFilled))
+        throw BoardError(std::string(roOperation.svName) + " does not answer so");
     return oCall;
 }
 }
@@ -72,13 +79,12 @@ std::nullopt_t RecordReader::EndHere(const std::string& strWhy)
 std::optional<Json> RecordReader::TakeLine()
 {
     ++m_uiLine;
-    const size_t uiEnd = m_svRest.substr(0, MAX_LINE).find('\n');
-    Json         oLine = Json::parse(m_svRest.substr(0, uiEnd), nullptr, false);
+    const size_t uiEnd = m_svRest.find('\n');
+    // What is deeper than a record is dropped: objects of any depth would take as many calls to copy.
+    const auto fIsKept = [](int iDepth, Json::parse_event_t, const Json&) { return iDepth <= MAX_DEPTH; };
+    Json       oLine   = Json::parse(m_svRest.substr(0, uiEnd), fIsKept, false);
     if (!oLine.is_object())
-    {
-        const bool bLast = uiEnd == std::string_view::npos && m_svRest.size() < MAX_LINE;
-        return EndHere(bLast ? "it is cut here" : "it is damaged here");
-    }
+        return EndHere(uiEnd == std::string_view::npos ? "it is cut here" : "it is damaged here");
     m_svRest.remove_prefix(uiEnd == std::string_view::npos ? m_svRest.size() : uiEnd + 1);
     return oLine;
 }
@@ -104,6 +110,8 @@ bool RecordReader::TakeEnd(const Json& roLine)
     const Json& roEnd = roLine.at("end");
     m_bSignal         = roEnd.contains("signal");
     m_iEnd            = static_cast<int>(TakeNumber(roEnd, m_bSignal ? "signal" : "exit", 255));
+    for (const Json& roCall : roLine.value("during", Json::array()))
+        m_aoDuring.push_back(TakeBegin(roCall));
     return m_svRest.empty();
 }
 

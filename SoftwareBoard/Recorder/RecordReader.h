@@ -13,11 +13,11 @@ namespace SoftwareBoard::Recorder
 {
 struct SCall  // NOLINT(bugprone-exception-escape): moving JSON does not throw
 {
-    KUINT64    uiLine   = 0;  // of the record, from 1
-    KUINT64    uiAt     = 0;  // nanoseconds since the start
-    KUINT64    uiTook   = 0;  // nanoseconds
-    KUINT32    uiThread = 0;
-    EOperation eOperation;
+    KUINT64    uiLine     = 0;  // of the record, from 1
+    KUINT64    uiAt       = 0;  // nanoseconds since the start
+    KUINT64    uiTook     = 0;  // nanoseconds
+    KUINT32    uiThread   = 0;
+    EOperation eOperation = {};
     Json       oArguments;
     Json       oResult;  // a status, a number or a handle's name
     Json       oFilled;
@@ -37,9 +37,11 @@ public:
 
     // How the record ends, once Next has returned nothing. A complete one has no damage; the text says where it is and what.
     const std::string& GetDamage() const { return m_strDamage; }
-    KUINT64            GetLine() const { return m_uiLine; }  // the last that was looked at
-    bool               EndsBySignal() const { return m_bSignal; }
-    int                GetEnd() const { return m_iEnd; }  // the exit status or the signal
+    // The calls that had not returned when the run ended; their result and what they filled are null.
+    const std::vector<SCall>& GetDuring() const { return m_aoDuring; }
+    KUINT64                   GetLine() const { return m_uiLine; }  // the last that was looked at
+    bool                      EndsBySignal() const { return m_bSignal; }
+    int                       GetEnd() const { return m_iEnd; }  // the exit status or the signal
 
     const std::string&              GetLibrary() const { return m_strLibrary; }
     const std::vector<std::string>& GetCommand() const { return m_astrCommand; }
@@ -58,6 +60,7 @@ private:
     std::vector<std::string> m_astrCommand;
     bool                     m_bSignal = false;
     int                      m_iEnd    = 0;
+    std::vector<SCall>       m_aoDuring;
 };
 
 // The whole file. Throws BoardError.

@@ -149,9 +149,9 @@ bool Replaying::IsMyTurn() const
 // The line that answers the call. Nothing after a departure, and nothing while it is another thread's turn, if bInTurn.
 std::optional<SCall> Replaying::TakeLine(EOperation eOperation, const Words& roArguments, bool bInTurn, bool& rbTooEarly)
 {
-    const SOperation&          roOperation = TableRow(eOperation);
-    const ReplayProgress::Lock oLock(*m_ooProgress);
-    SReplayed                  oReplayed = m_ooProgress->Read();
+    const SOperation& roOperation = TableRow(eOperation);
+    const FileLock    oLock       = m_ooProgress->Lock();
+    SReplayed         oReplayed   = m_ooProgress->Read();
     if (oReplayed.eState != EReplay::Going)
         return std::nullopt;
     for (; m_uiTaken < oReplayed.uiCalls; ++m_uiTaken)

@@ -116,6 +116,20 @@ void PrintCall(const SCall& roCall)
                 InMs(roCall.uiAt), InMs(roCall.uiTook), MakePrintable(strText).c_str());
 }
 
+std::string DescribeEnd(const Recorder::RecordReader& roReader)
+{
+    if (!roReader.GetDamage().empty())
+        return roReader.GetDamage();
+    std::string strEnd = roReader.EndsBySignal() ? "ended by signal " : "ended with status ";
+    strEnd += std::to_string(roReader.GetEnd());
+    if (roReader.EndsBySignal())
+        strEnd += std::string(" (") + strsignal(roReader.GetEnd()) + ")";
+    for (const SCall& roCall : roReader.GetDuring())
+        strEnd += " in " + DescribeCall(roCall.Row(), roCall.oArguments) + ", called at " +
+                  std::to_string(roCall.uiAt / NS_A_MS) + " ms";
+    return strEnd;
+}
+
 void Describe(const std::string& strPath)
 {
     const std::string      strText = Recorder::ReadRecordFile(strPath);
@@ -139,12 +153,7 @@ void Describe(const std::string& strPath)
     }
     std::printf("\n");
     oSummary.Print();
-    if (!oReader.GetDamage().empty())
-        std::printf("%s\n", MakePrintable(oReader.GetDamage()).c_str());
-    else if (oReader.EndsBySignal())
-        std::printf("ended by signal %d (%s)\n", oReader.GetEnd(), strsignal(oReader.GetEnd()));
-    else
-        std::printf("ended with status %d\n", oReader.GetEnd());
+    std::printf("%s\n", MakePrintable(DescribeEnd(oReader)).c_str());
 }
 }
 

@@ -8,6 +8,7 @@
 
 #include "BoardError.h"
 #include "CallValues.h"
+#include "CallsInFlight.h"
 #include "ChildCommand.h"
 #include "Commands.h"
 #include "Installation.h"
@@ -35,10 +36,15 @@ std::string MakeHeader(const std::string& strLibrary, const PassedOn& roCommand)
         .dump();
 }
 
-void SetVariable(const char* pszName, const std::string& strValue)
+std::string MakeEnd(const SEnd& roEnd, const Recorder::CallsInFlight& roInFlight)
 {
-    if (setenv(pszName, strValue.c_str(), 1) != 0)
-        ThrowSystemError(pszName, "setenv");
+    Json oLine = {{"end", {{roEnd.bSignal ? "signal" : "exit", roEnd.iValue}}}};
+    for (const std::string& strCall : roInFlight.Read())
+    {
+        if (Json oCall = Json::parse(strCall, nullptr, false); oCall.contains("operation"))
+            oLine["during"].push_back(std::move(oCall));
+    }
+    return oLine.dump();
 }
 
 void Record(const std::string& strPath, const std::string& strChosen, const PassedOn& roCommand)
@@ -54,15 +60,16 @@ void Record(const std::string& strPath, const std::string& strChosen, const Pass
     if (!oRecord.Append([&](const auto&) { return MakeHeader(strLibrary, roCommand); }))
         ThrowSystemError(strPath, "write");
 
+    const Recorder::CallsInFlight oInFlight;
     SetVariable(Recorder::RECORD_FILE_VARIABLE, std::filesystem::absolute(strPath));
     SetVariable(Recorder::RECORD_LIBRARY_VARIABLE, strLibrary);
     SetVariable(Recorder::RECORD_START_VARIABLE, std::to_string(Recorder::NowNs()));
+    SetVariable(Recorder::RECORD_CALLS_VARIABLE, oInFlight.GetPath());
     UseLibrary("record");
     const SEnd oEnd = RunChild(roCommand);
 
-    const auto fEnd = [&](const auto&) { return Json{{"end", {{oEnd.bSignal ? "signal" : "exit", oEnd.iValue}}}}.dump(); };
-    if (!oRecord.Append(fEnd))
-        std::fprintf(stderr, "tavrin-board: the record could not be written to its end\n");
+    if (!oRecord.Append([&](const auto&) { return MakeEnd(oEnd, oInFlight); }))
+        std::fprintf(stderr, "tavrin-board: the record is cut, as it could not be written to its end\n");
     else if (oRecord.GetRecorded().uiCalls == 0)
         std::fprintf(stderr, "tavrin-board: the command called no device library, so the record is empty\n");
     oEnd.PassOn();
