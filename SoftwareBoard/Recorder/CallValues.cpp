@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstring>
+#include <limits>
 
 namespace SoftwareBoard::Recorder
 {
@@ -118,7 +119,9 @@ bool IsValue(const SType& roType, const Json& roValue)
     switch (roType.eKind)
     {
     case EKind::Number: return IsNumber(roValue, 0xFFFFFFFF);
-    case EKind::Status: return roValue.is_number_integer() && roValue == static_cast<KINT32>(roValue.get<KINT64>());
+    case EKind::Status:
+        return IsNumber(roValue, 0x7FFFFFFF) || (roValue.is_number_integer() && !roValue.is_number_unsigned() &&
+                                                 roValue.get<KINT64>() >= std::numeric_limits<KINT32>::min());
     case EKind::Handle: return roValue.is_null() || HandleNames::NumberIn(roType.eHandle, roValue);
     case EKind::Record: return IsRecord(roType.aoFields, roValue);
     case EKind::Planes:
