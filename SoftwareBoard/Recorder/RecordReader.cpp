@@ -30,7 +30,7 @@ KUINT64 TakeNumber(const Json& roLine, const char* pszKey, KUINT64 uiMax)
 SCall TakeBegin(const Json& roCall)
 {
     SCall oCall;
-    oCall.uiAt                 = TakeNumber(roCall, "at", MAX_NS);
+    oCall.uiAtNs               = TakeNumber(roCall, "at", MAX_NS);
     const std::string& strName = roCall.at("operation").get_ref<const std::string&>();
     const auto         i       = std::ranges::find(OPERATIONS, strName, &SOperation::svName);
     if (i == OPERATIONS.end())
@@ -49,7 +49,7 @@ SCall TakeCall(const Json& roLine, KUINT64 uiLine)
     SCall             oCall       = TakeBegin(roLine);
     const SOperation& roOperation = oCall.Row();
     oCall.uiLine                  = uiLine;
-    oCall.uiTook                  = TakeNumber(roLine, "took", MAX_NS);
+    oCall.uiTookNs                = TakeNumber(roLine, "took", MAX_NS);
     oCall.uiThread                = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
     oCall.oResult                 = roLine.at(roOperation.oResult.eKind == EKind::Status ? "status" : "result");
     oCall.oFilled                 = roLine.at("filled");
@@ -110,6 +110,8 @@ bool RecordReader::TakeEnd(const Json& roLine)
     const Json& roEnd = roLine.at("end");
     m_bSignal         = roEnd.contains("signal");
     m_iEnd            = static_cast<int>(TakeNumber(roEnd, m_bSignal ? "signal" : "exit", 255));
+    for (const Json& roSignal : roLine.value("signals", Json::array()))
+        m_aoSignals.push_back({static_cast<int>(TakeNumber(roSignal, "signal", 64)), TakeNumber(roSignal, "at", MAX_NS)});
     for (const Json& roCall : roLine.value("during", Json::array()))
         m_aoDuring.push_back(TakeBegin(roCall));
     return m_svRest.empty();
@@ -135,6 +137,15 @@ std::optional<SCall> RecordReader::Next()
     }
 }
 
+std::vector<SSignal> RecordReader::FindSignals() const
+{
+    RecordReader oLast  = *this;
+    const size_t uiLast = m_svRest.substr(0, m_svRest.find_last_not_of('\n') + 1).rfind('\n');
+    oLast.m_svRest.remove_prefix(uiLast == std::string_view::npos ? 0 : uiLast + 1);
+    oLast.Next();
+    return oLast.GetSignals();
+}
+
 std::string ReadRecordFile(const std::string& strPath)
 {
     const auto oFile = FileDescriptor::AboveStandardStreams(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
@@ -149,42 +160,5 @@ std::string ReadRecordFile(const std::string& strPath)
         strText.append(acRead.data(), static_cast<size_t>(iRead));
     }
     return strText;
-}
-
-namespace
-{
-std::string DescribeValue(std::string_view svName, const Json& roValue)
-{
-    if (roValue.is_string())
-        return roValue.get<std::string>();
-    if (!roValue.is_object())
-        return roValue.dump();
-    std::string strFields;
-    for (const auto& [strName, roField] : roValue.items())
-    {
-        const bool bZero =
-            roField == 0 || (roField.is_array() && std::ranges::all_of(roField, [](const Json& ro) { return ro == 0; }));
-        if (!bZero)
-            strFields += (strFields.empty() ? "" : " ") + strName + " " + DescribeValue(strName, roField);
-    }
-    return strFields.empty() ? std::string(svName) : "{" + strFields + "}";
-}
-}
-
-std::string DescribeCall(const SOperation& roOperation, const Json& roArguments)
-{
-    std::string strCall(roOperation.svName);
-    strCall += '(';
-    for (const SParameter& roParameter : roOperation.Parameters())
-        strCall +=
-            (strCall.ends_with('(') ? "" : ", ") + DescribeValue(roParameter.svName, roArguments.at(roParameter.svName));
-    return strCall + ")";
-}
-
-std::string DescribeFilled(const Json& roFilled)
-{
-    for (const auto& [strName, roValue] : roFilled.items())
-        return strName + " " + DescribeValue(strName, roValue);
-    return {};
 }
 }

@@ -17,12 +17,6 @@ using namespace SoftwareBoard::Recorder;
 
 namespace
 {
-const char* Variable(const char* pszName)
-{
-    const char* const pszValue = std::getenv(pszName);
-    return pszValue != nullptr ? pszValue : "";
-}
-
 // What lay behind the pointer before the call. A call that fails has written only what differs from it.
 struct SBefore
 {
@@ -31,7 +25,7 @@ struct SBefore
     {
         if (uiSize == 0)
             return;
-        const size_t ui = roOperation.FindFilled();
+        const size_t ui = *roOperation.FindFilled();
         pFilled         = FromWord<const void*>(roArguments[ui]);
         // A count of planes that the library refuses may be larger than the client's array.
         uiCompared = roOperation.aoParameters[ui].oType.eKind == EKind::Planes ? sizeof(KUINTPTR) : uiSize;
@@ -143,14 +137,14 @@ private:
     friend KUINT64              SoftwareBoard::Recorder::Carry(EOperation, const Words&);
     friend TStatus              CallOwn(const char*);
 
-    void*                 m_pLibrary;
-    KUINT64               m_uiStart;
-    CallsInFlight         m_oInFlight;
-    std::array<void*, 16> m_apAddresses = {};
-    std::atomic<bool>     m_bStopped    = false;
-    std::mutex            m_oMutex;  // for what follows
-    RecordFile            m_oFile;
-    HandleNames           m_oNames;
+    void*                              m_pLibrary;
+    KUINT64                            m_uiStart;
+    CallsInFlight                      m_oInFlight;
+    std::array<void*, OPERATION_COUNT> m_apAddresses = {};
+    std::atomic<bool>                  m_bStopped    = false;
+    std::mutex                         m_oMutex;  // for what follows
+    RecordFile                         m_oFile;
+    HandleNames                        m_oNames;
 };
 
 thread_local KUINT32 Recording::s_uiThread = 0;
