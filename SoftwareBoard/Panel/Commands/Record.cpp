@@ -13,7 +13,9 @@
 #include "Commands.h"
 #include "Installation.h"
 #include "LibrarySearch.h"
+#include "Options.h"
 #include "RecordFile.h"
+#include "Utf8Text.h"
 
 namespace SoftwareBoard::Panel
 {
@@ -36,9 +38,11 @@ std::string MakeHeader(const std::string& strLibrary, const PassedOn& roCommand)
         .dump();
 }
 
-std::string MakeEnd(const SEnd& roEnd, const Recorder::CallsInFlight& roInFlight)
+std::string MakeEnd(const SEnd& roEnd, KUINT64 uiStart, const Recorder::CallsInFlight& roInFlight)
 {
     Json oLine = {{"end", {{roEnd.bSignal ? "signal" : "exit", roEnd.iValue}}}};
+    for (const Recorder::SSignal& roSignal : roEnd.aoSignals)
+        oLine["signals"].push_back({{"signal", roSignal.iSignal}, {"at", roSignal.uiAtNs - uiStart}});
     for (const std::string& strCall : roInFlight.Read())
     {
         if (Json oCall = Json::parse(strCall, nullptr, false); oCall.contains("operation"))
@@ -49,9 +53,8 @@ std::string MakeEnd(const SEnd& roEnd, const Recorder::CallsInFlight& roInFlight
 
 void Record(const std::string& strPath, const std::string& strChosen, const PassedOn& roCommand)
 {
-    const std::string strRecorder = FindLibraryFolder("record");
-    const std::string strLibrary =
-        CheckDeviceLibrary(strChosen.empty() ? FindDeviceLibrary(roCommand.front(), strRecorder) : strChosen);
+    RequireProgram(roCommand.front());
+    const std::string strLibrary = FindDeviceLibrary(roCommand.front(), strChosen, FindLibraryFolder("record"));
 
     const FileDescriptor oEmpty(open(strPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (!oEmpty)
@@ -61,14 +64,15 @@ void Record(const std::string& strPath, const std::string& strChosen, const Pass
         ThrowSystemError(strPath, "write");
 
     const Recorder::CallsInFlight oInFlight;
+    const KUINT64                 uiStart = Recorder::NowNs();
     SetVariable(Recorder::RECORD_FILE_VARIABLE, std::filesystem::absolute(strPath));
     SetVariable(Recorder::RECORD_LIBRARY_VARIABLE, strLibrary);
-    SetVariable(Recorder::RECORD_START_VARIABLE, std::to_string(Recorder::NowNs()));
+    SetVariable(Recorder::RECORD_START_VARIABLE, std::to_string(uiStart));
     SetVariable(Recorder::RECORD_CALLS_VARIABLE, oInFlight.GetPath());
     UseLibrary("record");
     const SEnd oEnd = RunChild(roCommand);
 
-    if (!oRecord.Append([&](const auto&) { return MakeEnd(oEnd, oInFlight); }))
+    if (!oRecord.Append([&](const auto&) { return MakeEnd(oEnd, uiStart, oInFlight); }))
         std::fprintf(stderr, "tavrin-board: the record is cut, as it could not be written to its end\n");
     else if (oRecord.GetRecorded().uiCalls == 0)
         std::fprintf(stderr, "tavrin-board: the command called no device library, so the record is empty\n");
