@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <exception>
 
 #include "FileLock.h"
 
@@ -95,15 +96,22 @@ bool RecordFile::Append(const std::function<std::string(const SRecorded&)>& fLin
     if (m_oRecorded.bEnded)
         return false;
 
-    const std::string strLine = fLine(m_oRecorded) + '\n';
-    const auto        iSize   = static_cast<ssize_t>(strLine.size());
-    errno                     = EFBIG;
-    if (static_cast<KUINT64>(m_iSize) + strLine.size() <= m_uiSizeLimit &&
-        write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize)
+    try
     {
-        Count(strLine);
-        m_iSize += iSize;
-        return true;
+        const std::string strLine = fLine(m_oRecorded) + '\n';
+        const auto        iSize   = static_cast<ssize_t>(strLine.size());
+        errno                     = EFBIG;
+        if (static_cast<KUINT64>(m_iSize) + strLine.size() <= m_uiSizeLimit &&
+            write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize)
+        {
+            Count(strLine);
+            m_iSize += iSize;
+            return true;
+        }
+    }
+    catch (const std::exception&)
+    {
+        errno = ENOMEM;
     }
     // A record that lacks its last line end is cut, and no process appends to it any more.
     const int iError   = errno;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 
 #include "CallValues.h"
 #include "CallsInFlight.h"
@@ -91,7 +92,7 @@ public:
     }
 
 private:
-    // The operation and its arguments, as they were before the call.
+    // The operation and its arguments, as they were before the call. Empty if there is no memory.
     std::string Begin(const SOperation& roOperation, EOperation eOperation, const Words& roArguments)
     try
     {
@@ -102,9 +103,8 @@ private:
             m_oNames.End(roOperation.aoParameters[0].oType.eHandle, roArguments[0]);
         return ",\"operation\":\"" + std::string(roOperation.svName) + "\",\"arguments\":" + strArguments;
     }
-    catch (...)
+    catch (const std::exception&)
     {
-        m_bStopped = true;
         return {};
     }
 
@@ -115,19 +115,21 @@ private:
         const std::lock_guard oLock(m_oMutex);
         if (m_bStopped)
             return;
-        const EKind       eResult   = roOperation.oResult.eKind;
-        const std::string strResult = eResult == EKind::Handle ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
-                                                               : std::to_string(static_cast<KINT64>(uiResult));
-        const std::string strEnd    = (eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + strResult +
-                                   ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames) + "}";
         m_bStopped = !m_oFile.Append([&](const SRecorded& roRecorded) {
+            if (strBegin.empty())
+                throw std::bad_alloc();
             if (s_uiThread == 0)
                 s_uiThread = roRecorded.uiThreads + 1;
+            const EKind       eResult   = roOperation.oResult.eKind;
+            const std::string strResult = eResult == EKind::Handle ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
+                                                                   : std::to_string(static_cast<KINT64>(uiResult));
             return "{\"call\":" + std::to_string(roRecorded.uiCalls + 1) + ",\"at\":" + std::to_string(uiBegin - m_uiStart) +
-                   ",\"took\":" + std::to_string(uiTook) + ",\"thread\":" + std::to_string(s_uiThread) + strBegin + strEnd;
+                   ",\"took\":" + std::to_string(uiTook) + ",\"thread\":" + std::to_string(s_uiThread) + strBegin +
+                   (eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + strResult +
+                   ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames) + "}";
         });
     }
-    catch (...)
+    catch (const std::exception&)  // the file cannot be opened or locked
     {
         m_bStopped = true;
     }

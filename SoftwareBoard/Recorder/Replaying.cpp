@@ -54,10 +54,10 @@ void SendAfter(KUINT64 uiDelayNs, int iSignal)
     sigevent oEvent     = {};
     oEvent.sigev_notify = SIGEV_SIGNAL;
     oEvent.sigev_signo  = iSignal;
-    timer_t          poTimer;
+    timer_t          hTimer;
     const itimerspec oWhen = {{}, TimeOf(uiDelayNs)};
-    if (timer_create(CLOCK_MONOTONIC, &oEvent, &poTimer) == 0)
-        timer_settime(poTimer, 0, &oWhen, nullptr);
+    if (timer_create(CLOCK_MONOTONIC, &oEvent, &hTimer) == 0)
+        timer_settime(hTimer, 0, &oWhen, nullptr);
 }
 
 // Ends this process by the signal that ended the run of the record.
