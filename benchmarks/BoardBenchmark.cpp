@@ -56,8 +56,8 @@ int main(int iArguments, char** ppszArguments)
     const Board         oBoard = Board::Create(DefaultPlan());
 
     const int   iState = oBoard.m_oState.GetFile().Get();
-    const auto  Ours   = [&] { oBoard.m_oState.ReadRegister(0, PROGRESS_REGISTER); };
-    const off_t iPlace = off_t{PROGRESS_REGISTER} * 8;
+    const auto  Ours   = [&] { oBoard.m_oState.ReadRegister(0, REG_PROGRESS_UPDATE); };
+    const off_t iPlace = off_t{REG_PROGRESS_UPDATE} * 8;
     const auto  Peer   = [=] {
         char acRead[16];
         if (pread(iState, acRead, 16, 0) != 16 || lseek(iState, 0, SEEK_END) <= 0 || pread(iState, acRead, 4, iPlace) != 4)

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "BenchmarkTable.h"
+#include "CallsInFlight.h"
 #include "Tavrin.h"
 
 namespace
@@ -48,6 +49,8 @@ int main(int iArguments, char** ppszArguments)
     setenv("TAVRIN_BOARD", strFolder.c_str(), 1);
     setenv("TAVRIN_RECORD_FILE", strRecord.c_str(), 1);
     setenv("TAVRIN_RECORD_LIBRARY", BOARD_LIBRARY, 1);
+    const SoftwareBoard::Recorder::CallsInFlight oInFlight;
+    setenv(SoftwareBoard::Recorder::RECORD_CALLS_VARIABLE, oInFlight.GetPath().c_str(), 1);
     const Client oBare(BOARD_LIBRARY), oRecorded(RECORDING_LIBRARY);
     const int    iFd = open((strFolder + "/lines").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
 

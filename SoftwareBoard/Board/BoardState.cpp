@@ -22,7 +22,7 @@ constexpr std::array<char, 8> OUR_MAGIC  = {'T', 'A', 'V', 'R', 'I', 'N', 'B', '
 constexpr KUINT32             OUR_LAYOUT = 5;
 
 // The registers of a run stand in the label. So one system call reads them and sees that the file is whole.
-constexpr KUINT32 LABEL_REGISTERS[] = {PROGRESS_BAR_RUNNING_REGISTER, PROGRESS_REGISTER};
+constexpr KUINT32 LABEL_REGISTERS[] = {REG_PROGRESS_BAR_RUNNING, REG_PROGRESS_UPDATE};
 }
 
 // The last thing in the file. If the file is cut, the label is not where it was.
@@ -110,6 +110,23 @@ SBoardPlan DefaultPlan()
     SBoardPlan oPlan;
     oPlan.aoFpgas = {MakeFpga(0x0003, 1, 33, 0)};
     return oPlan;
+}
+
+std::optional<SOutputRecord> MakeOutputRecord(const tagTVideo_VidParam& roVidParam, const SPlaneLayout& roLayout,
+                                              KUINT32 uiPixelFile)
+{
+    // An output shows only this format, and no size that a buffer cannot have.
+    if (roLayout.ePixelFormat != TPixelFormat_R8G8B8A8 ||
+        !LayOutPlane(TPixelFormat_R8G8B8A8, roVidParam.uiHActive, roVidParam.uiVActive))
+        return std::nullopt;
+    SOutputRecord oOutput;
+    oOutput.bEnabled       = TRUE;
+    oOutput.iHolderPid     = getpid();
+    oOutput.oVidParam      = roVidParam;
+    oOutput.uiPixelFile    = uiPixelFile;
+    oOutput.uiBufferWidth  = roLayout.uiWidth;
+    oOutput.uiBufferHeight = roLayout.uiHeight;
+    return oOutput;
 }
 
 std::optional<BoardState> BoardState::Find(const BoardFolder& roFolder)

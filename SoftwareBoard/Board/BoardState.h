@@ -14,20 +14,19 @@
 #include <vector>
 
 #include "BoardFolder.h"
+#include "BoardRegisters.h"
 #include "Tavrin.h"
 
 namespace SoftwareBoard
 {
 class Transaction;
+struct SPlaneLayout;
 struct SLabel;  // what the file says of itself
 
 constexpr KUINT32 MAX_DEVICES    = 8;
 constexpr KUINT32 MAX_OUTPUTS    = 16;  // of a device, like the next two
 constexpr KUINT32 MAX_FPGAS      = 16;
 constexpr KUINT32 REGISTER_COUNT = 16384;
-
-constexpr KUINT32 PROGRESS_BAR_RUNNING_REGISTER = 6908;
-constexpr KUINT32 PROGRESS_REGISTER             = 7932;  // its low byte is the percentage
 
 // What a new board consists of. All devices are alike.
 struct SBoardPlan
@@ -60,6 +59,10 @@ struct SOutputRecord
     KUINT32            uiBufferHeight = 0;
     KUINT32            uiGeneration   = 0;  // WriteOutput adds one
 };
+
+// What an output stands for that shows these pixels of this process. Nothing if the board cannot show such a buffer or mode.
+std::optional<SOutputRecord> MakeOutputRecord(const tagTVideo_VidParam& roVidParam, const SPlaneLayout& roLayout,
+                                              KUINT32 uiPixelFile);
 
 struct SOutputChange
 {

@@ -34,21 +34,11 @@ TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalTy
         const TVIDEOOUT_OBJECT* const poOutput = roClient.m_oVideoOuts.Find(hVideoOut);
         const TBUFFER_OBJECT* const   poBuffer = roClient.m_oBuffers.Find(hBuffer);
         if (poOutput == nullptr || poBuffer == nullptr || poVidParam == nullptr ||
-            eSignalType != TVideo_SignalType_USEDEFAULT || ePowerState != TVideoOut_PowerState_ON)
+            eSignalType != TVideo_SignalType_USEDEFAULT || ePowerState != TVideoOut_PowerState_ON ||
+            poBuffer->m_uiDevice != poOutput->uiDevice)
             return TStatus_INVALID_PARAM;
-        // An output shows only this format, only buffers of its own device, and no size that a buffer cannot have.
-        if (poBuffer->m_oLayout.ePixelFormat != TPixelFormat_R8G8B8A8 || poBuffer->m_uiDevice != poOutput->uiDevice ||
-            !LayOutPlane(TPixelFormat_R8G8B8A8, poVidParam->uiHActive, poVidParam->uiVActive))
-            return TStatus_INVALID_PARAM;
-
-        SOutputRecord oRecord;
-        oRecord.bEnabled       = TRUE;
-        oRecord.iHolderPid     = getpid();
-        oRecord.oVidParam      = *poVidParam;
-        oRecord.uiPixelFile    = poBuffer->m_oPixels.uiNumber;
-        oRecord.uiBufferWidth  = poBuffer->m_oLayout.uiWidth;
-        oRecord.uiBufferHeight = poBuffer->m_oLayout.uiHeight;
-        return EnableOutput(roClient, *poOutput, oRecord);
+        const auto ooRecord = MakeOutputRecord(*poVidParam, poBuffer->m_oLayout, poBuffer->m_oPixels.uiNumber);
+        return ooRecord ? EnableOutput(roClient, *poOutput, *ooRecord) : TStatus_INVALID_PARAM;
     });
 }
 

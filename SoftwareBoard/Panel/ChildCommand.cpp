@@ -11,13 +11,14 @@
 
 #include "BoardError.h"
 #include "FileDescriptor.h"
+#include "RecordFile.h"
 #include "Signals.h"
 
 namespace SoftwareBoard::Panel
 {
 namespace
 {
-// Takes every signal that would end this process and could be meant for the command.
+// Blocks every signal that would end this process and could be meant for the command.
 sigset_t BlockSignals(sigset_t& roBefore)
 {
     sigset_t oSet = {};
@@ -71,19 +72,24 @@ SEnd RunChild(const PassedOn& roCommand)
     int  iError       = 0;
     bool bNotExecuted = read(oRead.Get(), &iError, sizeof(iError)) == ssize_t{sizeof(iError)};
 
-    int iStatus = 0;
+    std::vector<Recorder::SSignal> aoSignals;
+    int                            iStatus = 0;
     while (waitpid(iChild, &iStatus, WNOHANG) != iChild)
     {
         siginfo_t oInfo   = {};
         const int iSignal = sigwaitinfo(&oSet, &oInfo);
+        if (iSignal <= 0 || iSignal == SIGCHLD)
+            continue;
+        aoSignals.push_back({iSignal, Recorder::NowNs()});
         // A signal from the terminal went to the command as well.
-        if (iSignal > 0 && iSignal != SIGCHLD && oInfo.si_code != SI_KERNEL)
+        if (oInfo.si_code != SI_KERNEL)
             kill(iChild, iSignal);
     }
     sigprocmask(SIG_SETMASK, &oBefore, nullptr);
     if (bNotExecuted)
         ThrowSystemError(roCommand.front(), "exec", iError);
-    return WIFSIGNALED(iStatus) ? SEnd{true, WTERMSIG(iStatus)} : SEnd{false, WEXITSTATUS(iStatus)};
+    const bool bSignal = WIFSIGNALED(iStatus);
+    return {bSignal, bSignal ? WTERMSIG(iStatus) : WEXITSTATUS(iStatus), std::move(aoSignals)};
 }
 
 void SEnd::PassOn() const
@@ -94,13 +100,5 @@ void SEnd::PassOn() const
     const rlimit oNoCore = {};
     setrlimit(RLIMIT_CORE, &oNoCore);
     throw EndedBySignal{iValue};
-}
-
-void RequireCommand(CLI::App& roCommand, const PassedOn& roPassedOn)
-{
-    roCommand.parse_complete_callback([&roPassedOn] {
-        if (roPassedOn.front() == nullptr)
-            throw CLI::RequiredError("COMMAND after \"--\"");
-    });
 }
 }

@@ -3,14 +3,16 @@
 #define CHILD_COMMAND_H
 
 #include "Program.h"
+#include "RecordReader.h"
 
 namespace SoftwareBoard::Panel
 {
 // How a command ended.
 struct SEnd
 {
-    bool bSignal;
-    int  iValue;  // the signal or the exit status
+    bool                           bSignal;
+    int                            iValue;     // the signal or the exit status
+    std::vector<Recorder::SSignal> aoSignals;  // that came before; times on the monotonic clock
 
     // Ends this process in the same way.
     [[noreturn]] void PassOn() const;
@@ -18,9 +20,6 @@ struct SEnd
 
 // Throws BoardError if the command cannot be executed. Meanwhile signals go to the command and do not end this process.
 SEnd RunChild(const PassedOn& roCommand);
-
-// Requires a command after "--".
-void RequireCommand(CLI::App& roCommand, const PassedOn& roPassedOn);
 }
 
 #endif

@@ -22,8 +22,8 @@ SDeviceStatus ReadDeviceStatus(const Transaction& roTransaction, const Board& ro
     const SDeviceRecord oDevice = roBoard.m_oState.ReadDevice(uiDevice);
     SDeviceStatus       oStatus;
     oStatus.aoFpgas.assign(oDevice.aoFpgas.begin(), oDevice.aoFpgas.begin() + oDevice.uiFpgaCount);
-    oStatus.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, PROGRESS_BAR_RUNNING_REGISTER);
-    oStatus.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER);
+    oStatus.uiProgressBarRunning = roBoard.m_oState.ReadRegister(uiDevice, REG_PROGRESS_BAR_RUNNING);
+    oStatus.uiProgress           = roBoard.m_oState.ReadRegister(uiDevice, REG_PROGRESS_UPDATE);
     oStatus.bDisplayed           = roBoard.m_oLocks.IsDeviceServedByAnother(uiDevice);
     for (KUINT32 uiOutput = 0; uiOutput < oDevice.uiOutputCount; ++uiOutput)
     {

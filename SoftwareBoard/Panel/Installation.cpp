@@ -42,12 +42,17 @@ std::string FindLibraryFolder(const std::string& strKind)
     throw BoardError("libTavrin.so.1: neither in " + aoFolders[0].string() + " nor in " + aoFolders[1].string());
 }
 
+void SetVariable(const char* pszName, const std::string& strValue)
+{
+    if (setenv(pszName, strValue.c_str(), 1) != 0)
+        ThrowSystemError(pszName, "setenv");
+}
+
 void UseLibrary(const std::string& strKind)
 {
     std::string strPath = FindLibraryFolder(strKind);
     if (const char* pszBefore = std::getenv("LD_LIBRARY_PATH"); pszBefore != nullptr && *pszBefore != '\0')
         strPath += std::string(":") + pszBefore;
-    if (setenv("LD_LIBRARY_PATH", strPath.c_str(), 1) != 0)
-        ThrowSystemError("LD_LIBRARY_PATH", "setenv");
+    SetVariable("LD_LIBRARY_PATH", strPath);
 }
 }

@@ -14,6 +14,9 @@ std::string FindProgram(const std::string& strName);
 // others. Throws BoardError if it is not found.
 std::string FindLibraryFolder(const std::string& strKind);
 
+// Sets an environment variable for the programs that this process executes. Throws BoardError.
+void SetVariable(const char* pszName, const std::string& strValue);
+
 // Puts that folder first in LD_LIBRARY_PATH, for the programs that this process executes.
 void        UseLibrary(const std::string& strKind);
 inline void UseBoardLibrary()

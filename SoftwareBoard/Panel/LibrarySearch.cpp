@@ -2,18 +2,21 @@
 
 #include <dlfcn.h>
 #include <elf.h>
+#include <fcntl.h>
 #include <link.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <vector>
 
 #include "BoardError.h"
+#include "FileDescriptor.h"
 #include "Operations.h"
 
 namespace SoftwareBoard::Panel
@@ -23,16 +26,6 @@ namespace
 namespace fs = std::filesystem;
 
 constexpr char LIBRARY_NAME[] = "libTavrin.so.1";
-
-using Library = std::unique_ptr<void, int (*)(void*)>;
-
-Library Load(const std::string& strName)
-{
-    Library poLibrary(dlopen(strName.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose);
-    if (poLibrary == nullptr)
-        throw BoardError(std::string("there is no device library: ") + dlerror());
-    return poLibrary;
-}
 
 std::vector<std::string> Split(const std::string& strText, const char* pszSeparators)
 {
@@ -119,9 +112,9 @@ std::vector<std::string> RunPathOf(const char* pszCommand)
     }
     return Split(strRunPath, ":");
 }
-}
 
-std::string FindDeviceLibrary(const char* pszCommand, const std::string& strExcept)
+// The library in the folders that come before those of the system; empty if there is none.
+std::string FindInFolders(const char* pszCommand, const fs::path& roExcept)
 {
     std::vector<std::string> astrFolders;
     if (const char* pszFolders = std::getenv("LD_LIBRARY_PATH"); pszFolders != nullptr && *pszFolders != '\0')
@@ -132,25 +125,81 @@ std::string FindDeviceLibrary(const char* pszCommand, const std::string& strExce
     {
         const fs::path  oPath = fs::path(strFolder) / LIBRARY_NAME;
         std::error_code oIgnored;
-        if (fs::exists(oPath, oIgnored) && !fs::equivalent(oPath, fs::path(strExcept) / LIBRARY_NAME, oIgnored))
-            return fs::absolute(oPath);
+        if (fs::exists(oPath, oIgnored) && !fs::equivalent(oPath, roExcept, oIgnored))
+            return oPath;
     }
-    const Library poLibrary = Load(LIBRARY_NAME);
-    link_map*     poMap     = nullptr;
-    if (dlinfo(poLibrary.get(), RTLD_DI_LINKMAP, &poMap) != 0)
-        throw BoardError(std::string(LIBRARY_NAME) + ": " + dlerror());
+    return {};
+}
+
+// Opens the library, which has all operations, and returns its absolute path. Throws BoardError.
+std::string OpenLibrary(const std::string& strPath)
+{
+    void* const pLibrary = dlopen(strPath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    link_map*   poMap    = nullptr;
+    if (pLibrary == nullptr || dlinfo(pLibrary, RTLD_DI_LINKMAP, &poMap) != 0)
+        throw BoardError(std::string("there is no device library: ") + dlerror());
+    for (const Recorder::SOperation& roOperation : Recorder::OPERATIONS)
+    {
+        if (dlsym(pLibrary, roOperation.svName.data()) == nullptr)
+            throw BoardError(strPath + ": it has no " + std::string(roOperation.svName));
+    }
     return fs::absolute(poMap->l_name);
 }
 
-std::string CheckDeviceLibrary(const std::string& strPath)
+// OpenLibrary in a child process, which says after a mark what it returned or threw.
+std::string OpenInChild(const std::string& strPath)
 {
-    const std::string strAbsolute = fs::absolute(strPath);
-    const Library     poLibrary   = Load(strAbsolute);
-    for (const Recorder::SOperation& roOperation : Recorder::OPERATIONS)
+    constexpr char     OPENED = '+', FAILED = '-';
+    std::array<int, 2> aiPipe = {};
+    if (pipe2(aiPipe.data(), O_CLOEXEC) != 0)
+        ThrowSystemError(strPath, "pipe");
+    const FileDescriptor oRead(aiPipe[0]);
+    FileDescriptor       oWrite(aiPipe[1]);
+    const pid_t          iChild = fork();
+    if (iChild < 0)
+        ThrowSystemError(strPath, "fork");
+    if (iChild == 0)
     {
-        if (dlsym(poLibrary.get(), roOperation.svName.data()) == nullptr)
-            throw BoardError(strPath + ": it has no " + std::string(roOperation.svName));
+        std::string strSaid;
+        try
+        {
+            strSaid = OPENED + OpenLibrary(strPath);
+        }
+        catch (const std::exception& roError)
+        {
+            strSaid = FAILED + std::string(roError.what());
+        }
+        (void)!write(oWrite.Get(), strSaid.data(), strSaid.size());
+        _exit(0);
     }
-    return strAbsolute;
+    oWrite                        = FileDescriptor();
+    std::array<char, 8192> acSaid = {};
+    const ssize_t          iSaid  = read(oRead.Get(), acSaid.data(), acSaid.size());
+    waitpid(iChild, nullptr, 0);
+    if (iSaid < 1)
+        throw BoardError(strPath + ": it crashes when it is opened");
+    const std::string strSaid(acSaid.data() + 1, static_cast<size_t>(iSaid - 1));
+    if (acSaid[0] == FAILED)
+        throw BoardError(strSaid);
+    return strSaid;
+}
+}
+
+std::string FindDeviceLibrary(const char* pszCommand, const std::string& strChosen, const std::string& strRecorder)
+{
+    const fs::path    oRecorder  = fs::path(strRecorder) / LIBRARY_NAME;
+    const std::string strFound   = strChosen.empty() ? FindInFolders(pszCommand, oRecorder) : strChosen;
+    const std::string strLibrary = OpenInChild(strFound.empty() ? LIBRARY_NAME : fs::absolute(strFound).string());
+    std::error_code   oIgnored;
+    if (fs::equivalent(strLibrary, oRecorder, oIgnored))
+        throw BoardError(strLibrary + ": it is the recording library; --library names another");
+    return strLibrary;
+}
+
+void RequireProgram(const char* pszCommand)
+{
+    const fs::path oProgram = FindInPath(pszCommand);
+    if (oProgram.empty() || access(oProgram.c_str(), X_OK) != 0)
+        ThrowSystemError(pszCommand, "exec", oProgram.empty() ? ENOENT : errno);
 }
 }

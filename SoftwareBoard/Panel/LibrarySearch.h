@@ -6,12 +6,14 @@
 
 namespace SoftwareBoard::Panel
 {
-// Looks in the folders of LD_LIBRARY_PATH, in those that the program names (its RUNPATH), then where this program finds it.
-// Leaves out the folder strExcept. Returns the path of the library. Throws BoardError if there is none.
-std::string FindDeviceLibrary(const char* pszCommand, const std::string& strExcept);
+// Finds strChosen, or else the library that the command would get: in the folders of LD_LIBRARY_PATH, in those that the
+// program names (its RUNPATH), then where this program finds it. Opens it in a child process, as it may crash. Returns its
+// absolute path. Throws BoardError if there is none, if it cannot be loaded or lacks an operation, or if it is the recording
+// library in the folder strRecorder. In LD_LIBRARY_PATH and RUNPATH that one is passed over.
+std::string FindDeviceLibrary(const char* pszCommand, const std::string& strChosen, const std::string& strRecorder);
 
-// Throws BoardError if the library cannot be loaded or lacks an operation. Returns its absolute path.
-std::string CheckDeviceLibrary(const std::string& strPath);
+// Throws BoardError if there is no such command.
+void RequireProgram(const char* pszCommand);
 }
 
 #endif

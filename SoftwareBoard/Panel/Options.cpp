@@ -67,6 +67,14 @@ CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStanda
     return roCommand.add_option_function<std::string>("FILE", fTake, strHelp)->required();
 }
 
+void RequireCommand(CLI::App& roCommand, const PassedOn& roPassedOn)
+{
+    roCommand.parse_complete_callback([&roPassedOn] {
+        if (roPassedOn.front() == nullptr)
+            throw CLI::RequiredError("COMMAND after \"--\"");
+    });
+}
+
 CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice)
 {
     return AddNumber(roCommand, "--device", ruiDevice, 0, MAX_DEVICES - 1, "Which device of the board, from 0 (default 0)");

@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Program.h"
 #include "QelTypes.h"
 
 namespace SoftwareBoard::Panel
@@ -30,6 +31,9 @@ CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32&
 // The required PNG file that a command writes. With bStandardOutput "-" is standard output, unless that is a terminal. The
 // name of a JPEG is refused.
 CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStandardOutput, const std::string& strHelp);
+
+// Requires a command after "--".
+void RequireCommand(CLI::App& roCommand, const PassedOn& roPassedOn);
 
 // The device that a command is about.
 CLI::Option* AddDevice(CLI::App& roCommand, KUINT32& ruiDevice);

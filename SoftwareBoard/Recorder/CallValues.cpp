@@ -1,14 +1,15 @@
 #include "CallValues.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstring>
+#include <limits>
+
+#include "Utf8Text.h"
 
 namespace SoftwareBoard::Recorder
 {
 namespace
 {
-constexpr std::string_view HANDLE_WORDS[] = {"device ", "buffer ", "output "};
-
 // The member of a record that says that its texts are bytes (ToUtf8), so that they can be written back as they were.
 constexpr char BYTES[] = "bytes";
 // What stands for the address of a plane beside one that is null.
@@ -33,20 +34,6 @@ KUINT64 MaxOf(const SField& roField)
 bool IsNumber(const Json& roValue, KUINT64 uiMax)
 {
     return roValue.is_number_unsigned() && roValue.get<KUINT64>() <= uiMax;
-}
-
-std::string FromUtf8(const std::string& strText)
-{
-    std::string strBytes;
-    for (size_t ui = 0; ui < strText.size(); ++ui)
-    {
-        const auto cLead = static_cast<unsigned char>(strText[ui]);
-        if (cLead >= 0x80 && ui + 1 < strText.size())
-            strBytes += static_cast<char>((cLead & 0x03) << 6 | (strText[++ui] & 0x3F));
-        else
-            strBytes += strText[ui];
-    }
-    return strBytes;
 }
 
 // An object as text, member by member. Much faster than an object of the JSON library, and the calls of a run wait for it.
@@ -118,7 +105,9 @@ bool IsValue(const SType& roType, const Json& roValue)
     switch (roType.eKind)
     {
     case EKind::Number: return IsNumber(roValue, 0xFFFFFFFF);
-    case EKind::Status: return roValue.is_number_integer() && roValue == static_cast<KINT32>(roValue.get<KINT64>());
+    case EKind::Status:
+        return IsNumber(roValue, 0x7FFFFFFF) || (roValue.is_number_integer() && !roValue.is_number_unsigned() &&
+                                                 roValue.get<KINT64>() >= std::numeric_limits<KINT32>::min());
     case EKind::Handle: return roValue.is_null() || HandleNames::NumberIn(roType.eHandle, roValue);
     case EKind::Record: return IsRecord(roType.aoFields, roValue);
     case EKind::Planes:
@@ -126,71 +115,6 @@ bool IsValue(const SType& roType, const Json& roValue)
                std::ranges::all_of(roValue, [](const Json& ro) { return ro.is_null() || ro.is_string(); });
     }
     return false;
-}
-
-std::string ToUtf8(std::string_view svBytes, bool& rbBytes)
-{
-    std::string strText(svBytes);
-    try
-    {
-        (void)Json(strText).dump();
-        return strText;
-    }
-    catch (const Json::exception&)
-    {
-        rbBytes = true;
-    }
-    strText.clear();
-    for (const char c : svBytes)
-    {
-        const auto ui = static_cast<unsigned char>(c);
-        if (ui >= 0x80)
-            strText += static_cast<char>(0xC0 | ui >> 6);
-        strText += static_cast<char>(ui < 0x80 ? ui : 0x80 | (ui & 0x3F));
-    }
-    return strText;
-}
-
-std::string HandleNames::NameOf(EHandle eHandle, KUINT64 uiHandle)
-{
-    if (uiHandle == 0)
-        return "null";
-    const auto [i, bNew] = m_oNames.try_emplace({eHandle, uiHandle});
-    if (bNew)
-        i->second.uiNumber = ++m_auiLast[static_cast<size_t>(eHandle)];
-    return '"' + std::string(HANDLE_WORDS[static_cast<size_t>(eHandle)]) + std::to_string(i->second.uiNumber) + '"';
-}
-
-std::string HandleNames::NameReturned(EHandle eHandle, KUINT64 uiHandle)
-{
-    if (const auto i = m_oNames.find({eHandle, uiHandle}); i != m_oNames.end() && i->second.bEnded)
-        m_oNames.erase(i);
-    return NameOf(eHandle, uiHandle);
-}
-
-void HandleNames::End(EHandle eHandle, KUINT64 uiHandle)
-{
-    if (const auto i = m_oNames.find({eHandle, uiHandle}); i != m_oNames.end())
-        i->second.bEnded = true;
-}
-
-void HandleNames::Learn(EHandle eHandle, KUINT64 uiHandle, KUINT32 uiNumber)
-{
-    m_oNames[{eHandle, uiHandle}] = {uiNumber, false};
-    KUINT32& ruiLast              = m_auiLast[static_cast<size_t>(eHandle)];
-    ruiLast                       = std::max(ruiLast, uiNumber);
-}
-
-std::optional<KUINT32> HandleNames::NumberIn(EHandle eHandle, const Json& roName)
-{
-    const std::string_view svWord   = HANDLE_WORDS[static_cast<size_t>(eHandle)];
-    const std::string      strName  = roName.is_string() ? roName.get<std::string>() : "";
-    const char* const      pszEnd   = strName.data() + strName.size();
-    KUINT32                uiNumber = 0;
-    if (!strName.starts_with(svWord))
-        return std::nullopt;
-    const auto oResult = std::from_chars(strName.data() + svWord.size(), pszEnd, uiNumber);
-    return oResult.ec == std::errc() && oResult.ptr == pszEnd && uiNumber != 0 ? std::optional(uiNumber) : std::nullopt;
 }
 
 std::string ReadArguments(const SOperation& roOperation, const Words& roArguments, HandleNames& roNames)
@@ -220,22 +144,23 @@ std::string ReadArguments(const SOperation& roOperation, const Words& roArgument
 
 size_t FilledSize(const SOperation& roOperation, const Words& roArguments)
 {
-    const size_t ui = roOperation.FindFilled();
-    if (ui == roOperation.uiParameters || roArguments[ui] == 0)
+    const auto oui = roOperation.FindFilled();
+    if (!oui || roArguments[*oui] == 0)
         return 0;
-    const SType& roType = roOperation.aoParameters[ui].oType;
+    const SType& roType = roOperation.aoParameters[*oui].oType;
     if (roType.eKind == EKind::Planes)
-        return roType.uiSize * std::min<KUINT64>(roArguments[ui - 1], MAX_PLANES);
+        return roType.uiSize * std::min<KUINT64>(roArguments[*oui - 1], MAX_PLANES);
     if (roType.HoldsItsSize())
-        return std::min<KUINT64>(roType.uiSize, ReadNumber(FromWord<const void*>(roArguments[ui]), sizeof(KUINT32)));
+        return std::min<KUINT64>(roType.uiSize, ReadNumber(FromWord<const void*>(roArguments[*oui]), sizeof(KUINT32)));
     return roType.uiSize;
 }
 
 std::string ReadFilled(const SOperation& roOperation, const Words& roArguments, size_t uiSize, HandleNames& roNames)
 {
-    if (uiSize == 0)
+    const auto oui = roOperation.FindFilled();
+    if (!oui || uiSize == 0)
         return "{}";
-    const size_t        ui        = roOperation.FindFilled();
+    const size_t        ui        = *oui;
     const SType&        roType    = roOperation.aoParameters[ui].oType;
     const KUINT8* const puiFilled = FromWord<const KUINT8*>(roArguments[ui]);
     std::string         strValue;
@@ -245,8 +170,10 @@ std::string ReadFilled(const SOperation& roOperation, const Words& roArguments, 
     case EKind::Record: strValue = ReadRecord(roType.aoFields, puiFilled, uiSize); break;
     case EKind::Planes:
         for (size_t uiAt = 0; uiAt < uiSize; uiAt += sizeof(KUINTPTR))
-            strValue += (uiAt == 0 ? "[" : ",") +
-                        std::string(ReadNumber(puiFilled + uiAt, sizeof(KUINTPTR)) == 0 ? NO_ADDRESS : ADDRESS);
+        {
+            strValue += uiAt == 0 ? '[' : ',';
+            strValue += ReadNumber(puiFilled + uiAt, sizeof(KUINTPTR)) == 0 ? NO_ADDRESS : ADDRESS;
+        }
         if (strValue.find(NO_ADDRESS) == std::string::npos)
             return "{}";
         strValue += ']';
@@ -293,11 +220,11 @@ void WriteRecord(std::span<const SField> aoFields, const Json& roRecord, void* p
 void WriteFilled(const SOperation& roOperation, const Words& roArguments, const Json& roFilled)
 {
     const size_t uiSize = FilledSize(roOperation, roArguments);
-    if (uiSize == 0)
+    const auto   oui    = roOperation.FindFilled();
+    if (!oui || uiSize == 0)
         return;
-    const size_t      ui          = roOperation.FindFilled();
-    const SParameter& roParameter = roOperation.aoParameters[ui];
-    void* const       pFilled     = FromWord<void*>(roArguments[ui]);
+    const SParameter& roParameter = roOperation.aoParameters[*oui];
+    void* const       pFilled     = FromWord<void*>(roArguments[*oui]);
     const auto        i           = roFilled.find(roParameter.svName);
     if (i == roFilled.end())
         return;
@@ -323,10 +250,10 @@ bool IsFilled(const SOperation& roOperation, const Json& roArguments, const Json
 {
     if (!roFilled.is_object() || roFilled.empty())
         return roFilled.is_object();
-    const size_t ui = roOperation.FindFilled();
-    if (ui == roOperation.uiParameters || roFilled.size() != 1)
+    const auto oui = roOperation.FindFilled();
+    if (!oui || roFilled.size() != 1)
         return false;
-    const SParameter& roParameter = roOperation.aoParameters[ui];
+    const SParameter& roParameter = roOperation.aoParameters[*oui];
     const auto        i           = roFilled.find(roParameter.svName);
     return i != roFilled.end() && !roArguments.at(roParameter.svName).is_null() && IsValue(roParameter.oType, *i);
 }

@@ -2,47 +2,12 @@
 #ifndef CALL_VALUES_H
 #define CALL_VALUES_H
 
-#include <map>
-#include <optional>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
-#include "Operations.h"
+#include "HandleNames.h"
 
 namespace SoftwareBoard::Recorder
 {
-using Json = nlohmann::ordered_json;  // keys stay in the order of the table
-
-// A text as it can stand in JSON. One that is no UTF-8 becomes one in which each byte is the code point of its value;
-// then rbBytes is set, otherwise it stays.
-std::string ToUtf8(std::string_view svBytes, bool& rbBytes);
-
-// The names of handles in a record, as JSON in text: "device 1", "buffer 1", "output 1", null. Each kind counts from 1.
-class HandleNames
-{
-public:
-    // The name of a handle that a client passes; one that was never seen gets the next number.
-    std::string NameOf(EHandle eHandle, KUINT64 uiHandle);
-    // The name of a handle that the library returned. After the handle has ended it means another object.
-    std::string NameReturned(EHandle eHandle, KUINT64 uiHandle);
-    void        End(EHandle eHandle, KUINT64 uiHandle);
-    // Gives the handle the number of this name.
-    void Learn(EHandle eHandle, KUINT64 uiHandle, KUINT32 uiNumber);
-
-    // The number in a name; nothing if it is no name of this kind.
-    static std::optional<KUINT32> NumberIn(EHandle eHandle, const Json& roName);
-
-private:
-    struct SName
-    {
-        KUINT32 uiNumber;
-        bool    bEnded;
-    };
-    std::map<std::pair<EHandle, KUINT64>, SName> m_oNames;
-    std::array<KUINT32, 3>                       m_auiLast = {};
-};
-
 // What the client passes, as an object in text. Of a record that the library fills, only the size that the client gives is
 // its own: the rest is memory without meaning, and is left out.
 std::string ReadArguments(const SOperation& roOperation, const Words& roArguments, HandleNames& roNames);

@@ -1,5 +1,7 @@
 #include "Operations.h"
 
+#include <algorithm>
+
 namespace SoftwareBoard::Recorder
 {
 namespace
@@ -92,13 +94,11 @@ template <class TResult, class... TParameters> struct Invocation<TResult (*)(TPa
 constexpr SOperation TABLE[] = {TAVRIN_OPERATION_TABLE(TABLE_ROW)};
 }
 
-constexpr std::span<const SOperation> OPERATIONS = TABLE;
+constexpr std::span<const SOperation, OPERATION_COUNT> OPERATIONS = TABLE;
 
-size_t SOperation::FindFilled() const
+std::optional<size_t> SOperation::FindFilled() const
 {
-    size_t ui = 0;
-    while (ui < uiParameters && !aoParameters[ui].oType.bFilled)
-        ++ui;
-    return ui;
+    const auto i = std::ranges::find_if(Parameters(), [](const SParameter& ro) { return ro.oType.bFilled; });
+    return i != Parameters().end() ? std::optional(static_cast<size_t>(i - Parameters().begin())) : std::nullopt;
 }
 }

@@ -1,7 +1,6 @@
 #include "RecordFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -10,7 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <string_view>
+#include <exception>
+
+#include "FileLock.h"
 
 namespace SoftwareBoard::Recorder
 {
@@ -61,23 +62,25 @@ void RecordFile::Reopen()
     m_uiInode  = oStat.st_ino;
 }
 
+void RecordFile::Count(std::string_view svLine)
+{
+    m_oRecorded.bEnded = m_oRecorded.bEnded || svLine.starts_with(END);
+    if (!svLine.starts_with(CALL))
+        return;
+    m_oRecorded.uiCalls   = NumberAfter<KUINT64>(svLine, CALL);
+    m_oRecorded.uiThreads = std::max(m_oRecorded.uiThreads, NumberAfter<KUINT32>(svLine, THREAD));
+}
+
 void RecordFile::TakeInOthers(off_t iSize)
 {
-    std::string   strNew(static_cast<size_t>(iSize - m_iSize), '\0');
+    std::string   strNew(static_cast<size_t>(std::max<off_t>(iSize - m_iSize, 0)), '\0');
     const ssize_t iRead = pread(m_oFile.Get(), strNew.data(), strNew.size(), m_iSize);
     strNew.resize(static_cast<size_t>(std::max<ssize_t>(iRead, 0)));
     size_t uiBegin = 0;
     for (size_t uiEnd = 0; (uiEnd = strNew.find('\n', uiBegin)) != std::string::npos; uiBegin = uiEnd + 1)
-    {
-        const std::string_view svLine = std::string_view(strNew).substr(uiBegin, uiEnd - uiBegin);
-        m_oRecorded.bEnded            = m_oRecorded.bEnded || svLine.starts_with(END);
-        if (!svLine.starts_with(CALL))
-            continue;
-        m_oRecorded.uiCalls   = NumberAfter<KUINT64>(svLine, CALL);
-        m_oRecorded.uiThreads = std::max(m_oRecorded.uiThreads, NumberAfter<KUINT32>(svLine, THREAD));
-    }
+        Count(std::string_view(strNew).substr(uiBegin, uiEnd - uiBegin));
     m_iSize += static_cast<off_t>(uiBegin);
-    if (m_iSize != iSize && ftruncate(m_oFile.Get(), m_iSize) != 0)  // a process was killed within its line
+    if (m_iSize != iSize)  // it does not end with a whole line, so an append has failed
         m_oRecorded.bEnded = true;
 }
 
@@ -85,33 +88,37 @@ bool RecordFile::Append(const std::function<std::string(const SRecorded&)>& fLin
 {
     if (!IsOpen())
         Reopen();
-    while (flock(m_oFile.Get(), LOCK_EX) != 0)
-    {
-        if (errno != EINTR)
-            return false;
-    }
-    struct stat oStat    = {};
-    const bool  bRegular = fstat(m_oFile.Get(), &oStat) == 0 && S_ISREG(oStat.st_mode);
-    if (bRegular && oStat.st_size > m_iSize)
+    const FileLock oLock(m_oFile.Get(), m_strPath);
+    struct stat    oStat    = {};
+    const bool     bRegular = fstat(m_oFile.Get(), &oStat) == 0 && S_ISREG(oStat.st_mode);
+    if (bRegular)
         TakeInOthers(oStat.st_size);
-    bool bWritten = false;
-    if (!m_oRecorded.bEnded)
+    if (m_oRecorded.bEnded)
+        return false;
+
+    try
     {
         const std::string strLine = fLine(m_oRecorded) + '\n';
         const auto        iSize   = static_cast<ssize_t>(strLine.size());
-        bWritten                  = static_cast<KUINT64>(m_iSize) + strLine.size() <= m_uiSizeLimit &&
-                   write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize;
-        if (bWritten)
+        errno                     = EFBIG;
+        if (static_cast<KUINT64>(m_iSize) + strLine.size() <= m_uiSizeLimit &&
+            write(m_oFile.Get(), strLine.data(), strLine.size()) == iSize)
         {
-            m_oRecorded.bEnded    = strLine.starts_with(END);
-            m_oRecorded.uiCalls   = std::max(m_oRecorded.uiCalls, NumberAfter<KUINT64>(strLine, CALL));
-            m_oRecorded.uiThreads = std::max(m_oRecorded.uiThreads, NumberAfter<KUINT32>(strLine, THREAD));
+            Count(strLine);
             m_iSize += iSize;
+            return true;
         }
-        else if (bRegular && ftruncate(m_oFile.Get(), m_iSize) != 0)
-            m_oRecorded.bEnded = true;
     }
-    flock(m_oFile.Get(), LOCK_UN);
-    return bWritten;
+    catch (const std::exception&)
+    {
+        errno = ENOMEM;
+    }
+    // A record that lacks its last line end is cut, and no process appends to it any more.
+    const int iError   = errno;
+    m_oRecorded.bEnded = true;
+    if (bRegular)
+        (void)!ftruncate(m_oFile.Get(), std::max<off_t>(m_iSize - 1, 0));
+    errno = iError;
+    return false;
 }
 }

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "FileDescriptor.h"
 #include "QelTypes.h"
@@ -27,26 +28,30 @@ struct SRecorded
 {
     KUINT64 uiCalls   = 0;
     KUINT32 uiThreads = 0;
-    bool    bEnded    = false;
+    bool    bEnded    = false;  // by its end or by being cut
 };
 
 class RecordFile
 {
 public:
-    RecordFile() = default;
     // Appends to the record at the path. A command may close files that it does not know; then the next append opens it
     // again.
     explicit RecordFile(std::string strPath);
 
-    // Appends what fLine returns, a line without its end. Returns false if that cannot be written in full: then nothing is.
-    // Writes nothing behind the end of a record.
+    // Appends what fLine returns, a line without its end. Returns false if that cannot be written in full. Then the record
+    // is cut there: no process appends to it any more. Writes nothing behind the end of a record either. Throws BoardError
+    // if the file cannot be locked.
     bool Append(const std::function<std::string(const SRecorded&)>& fLine);
+
+    // For a child process, which would share its parent's lock: the next append opens the file anew.
+    void Forget() { m_oFile.Release(); }
 
     const SRecorded& GetRecorded() const { return m_oRecorded; }
 
 private:
     bool IsOpen() const;
     void Reopen();
+    void Count(std::string_view svLine);
     void TakeInOthers(off_t iSize);
 
     std::string    m_strPath;

@@ -15,8 +15,8 @@ namespace SoftwareBoard::Recorder
 namespace
 {
 constexpr std::string_view FIRST_LINE = "{\"record\":";
-constexpr size_t           MAX_LINE   = 1 << 20;
 constexpr KUINT64          MAX_NS     = KUINT64{1} << 62;
+constexpr int              MAX_DEPTH  = 6;
 
 KUINT64 TakeNumber(const Json& roLine, const char* pszKey, KUINT64 uiMax)
 {
@@ -26,28 +26,35 @@ KUINT64 TakeNumber(const Json& roLine, const char* pszKey, KUINT64 uiMax)
     return roValue.get<KUINT64>();
 }
 
-// Throws BoardError or Json::exception if the line is no call.
-SCall TakeCall(const Json& roLine, KUINT64 uiLine)
+// What is known of a call before it returns. Throws BoardError or Json::exception if this is no call.
+SCall TakeBegin(const Json& roCall)
 {
     SCall oCall;
-    oCall.uiLine = uiLine;
-    if (TakeNumber(roLine, "call", MAX_NS) != uiLine - 1)
-        throw BoardError("calls before it are missing");
-    oCall.uiAt                 = TakeNumber(roLine, "at", MAX_NS);
-    oCall.uiTook               = TakeNumber(roLine, "took", MAX_NS);
-    oCall.uiThread             = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
-    const std::string& strName = roLine.at("operation").get_ref<const std::string&>();
+    oCall.uiAtNs               = TakeNumber(roCall, "at", MAX_NS);
+    const std::string& strName = roCall.at("operation").get_ref<const std::string&>();
     const auto         i       = std::ranges::find(OPERATIONS, strName, &SOperation::svName);
     if (i == OPERATIONS.end())
         throw BoardError("there is no operation " + strName);
     oCall.eOperation = static_cast<EOperation>(i - OPERATIONS.begin());
-    oCall.oArguments = roLine.at("arguments");
-    oCall.oResult    = roLine.at(i->oResult.eKind == EKind::Status ? "status" : "result");
-    oCall.oFilled    = roLine.at("filled");
+    oCall.oArguments = roCall.at("arguments");
     if (!AreArguments(*i, oCall.oArguments))
         throw BoardError("these are no arguments of " + strName);
-    if (!IsValue(i->oResult, oCall.oResult) || !IsFilled(*i, oCall.oArguments, oCall.oFilled))
-        throw BoardError(strName + " does not answer so");
+    return oCall;
+}
+
+SCall TakeCall(const Json& roLine, KUINT64 uiLine)
+{
+    if (TakeNumber(roLine, "call", MAX_NS) != uiLine - 1)
+        throw BoardError("calls before it are missing");
+    SCall             oCall       = TakeBegin(roLine);
+    const SOperation& roOperation = oCall.Row();
+    oCall.uiLine                  = uiLine;
+    oCall.uiTookNs                = TakeNumber(roLine, "took", MAX_NS);
+    oCall.uiThread                = static_cast<KUINT32>(TakeNumber(roLine, "thread", 0xFFFFFFFF));
+    oCall.oResult                 = roLine.at(roOperation.oResult.eKind == EKind::Status ? "status" : "result");
+    oCall.oFilled                 = roLine.at("filled");
+    if (!IsValue(roOperation.oResult, oCall.oResult) || !IsFilled(roOperation, oCall.oArguments, oCall.oFilled))
+        throw BoardError(std::string(roOperation.svName) + " does not answer so");
     return oCall;
 }
 }
@@ -72,13 +79,12 @@ std::nullopt_t RecordReader::EndHere(const std::string& strWhy)
 std::optional<Json> RecordReader::TakeLine()
 {
     ++m_uiLine;
-    const size_t uiEnd = m_svRest.substr(0, MAX_LINE).find('\n');
-    Json         oLine = Json::parse(m_svRest.substr(0, uiEnd), nullptr, false);
+    const size_t uiEnd = m_svRest.find('\n');
+    // What is deeper than a record is dropped: objects of any depth would take as many calls to copy.
+    const auto fIsKept = [](int iDepth, Json::parse_event_t, const Json&) { return iDepth <= MAX_DEPTH; };
+    Json       oLine   = Json::parse(m_svRest.substr(0, uiEnd), fIsKept, false);
     if (!oLine.is_object())
-    {
-        const bool bLast = uiEnd == std::string_view::npos && m_svRest.size() < MAX_LINE;
-        return EndHere(bLast ? "it is cut here" : "it is damaged here");
-    }
+        return EndHere(uiEnd == std::string_view::npos ? "it is cut here" : "it is damaged here");
     m_svRest.remove_prefix(uiEnd == std::string_view::npos ? m_svRest.size() : uiEnd + 1);
     return oLine;
 }
@@ -104,6 +110,10 @@ bool RecordReader::TakeEnd(const Json& roLine)
     const Json& roEnd = roLine.at("end");
     m_bSignal         = roEnd.contains("signal");
     m_iEnd            = static_cast<int>(TakeNumber(roEnd, m_bSignal ? "signal" : "exit", 255));
+    for (const Json& roSignal : roLine.value("signals", Json::array()))
+        m_aoSignals.push_back({static_cast<int>(TakeNumber(roSignal, "signal", 64)), TakeNumber(roSignal, "at", MAX_NS)});
+    for (const Json& roCall : roLine.value("during", Json::array()))
+        m_aoDuring.push_back(TakeBegin(roCall));
     return m_svRest.empty();
 }
 
@@ -127,6 +137,15 @@ std::optional<SCall> RecordReader::Next()
     }
 }
 
+std::vector<SSignal> RecordReader::FindSignals() const
+{
+    RecordReader oLast  = *this;
+    const size_t uiLast = m_svRest.substr(0, m_svRest.find_last_not_of('\n') + 1).rfind('\n');
+    oLast.m_svRest.remove_prefix(uiLast == std::string_view::npos ? 0 : uiLast + 1);
+    oLast.Next();
+    return oLast.GetSignals();
+}
+
 std::string ReadRecordFile(const std::string& strPath)
 {
     const auto oFile = FileDescriptor::AboveStandardStreams(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
@@ -141,42 +160,5 @@ std::string ReadRecordFile(const std::string& strPath)
         strText.append(acRead.data(), static_cast<size_t>(iRead));
     }
     return strText;
-}
-
-namespace
-{
-std::string DescribeValue(std::string_view svName, const Json& roValue)
-{
-    if (roValue.is_string())
-        return roValue.get<std::string>();
-    if (!roValue.is_object())
-        return roValue.dump();
-    std::string strFields;
-    for (const auto& [strName, roField] : roValue.items())
-    {
-        const bool bZero =
-            roField == 0 || (roField.is_array() && std::ranges::all_of(roField, [](const Json& ro) { return ro == 0; }));
-        if (!bZero)
-            strFields += (strFields.empty() ? "" : " ") + strName + " " + DescribeValue(strName, roField);
-    }
-    return strFields.empty() ? std::string(svName) : "{" + strFields + "}";
-}
-}
-
-std::string DescribeCall(const SOperation& roOperation, const Json& roArguments)
-{
-    std::string strCall(roOperation.svName);
-    strCall += '(';
-    for (const SParameter& roParameter : roOperation.Parameters())
-        strCall +=
-            (strCall.ends_with('(') ? "" : ", ") + DescribeValue(roParameter.svName, roArguments.at(roParameter.svName));
-    return strCall + ")";
-}
-
-std::string DescribeFilled(const Json& roFilled)
-{
-    for (const auto& [strName, roValue] : roFilled.items())
-        return strName + " " + DescribeValue(strName, roValue);
-    return {};
 }
 }

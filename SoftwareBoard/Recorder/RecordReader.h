@@ -13,17 +13,23 @@ namespace SoftwareBoard::Recorder
 {
 struct SCall  // NOLINT(bugprone-exception-escape): moving JSON does not throw
 {
-    KUINT64    uiLine   = 0;  // of the record, from 1
-    KUINT64    uiAt     = 0;  // nanoseconds since the start
-    KUINT64    uiTook   = 0;  // nanoseconds
-    KUINT32    uiThread = 0;
-    EOperation eOperation;
+    KUINT64    uiLine     = 0;  // of the record, from 1
+    KUINT64    uiAtNs     = 0;  // since the start
+    KUINT64    uiTookNs   = 0;
+    KUINT32    uiThread   = 0;
+    EOperation eOperation = {};
     Json       oArguments;
     Json       oResult;  // a status, a number or a handle's name
     Json       oFilled;
 
     const SOperation& Row() const { return TableRow(eOperation); }
     bool              Failed() const { return Row().oResult.eKind == EKind::Status && oResult < 0; }
+};
+
+struct SSignal
+{
+    int     iSignal;
+    KUINT64 uiAtNs;  // since the start
 };
 
 class RecordReader
@@ -35,11 +41,17 @@ public:
     // The next call. Nothing after the last one that can be read.
     std::optional<SCall> Next();
 
+    // Looks ahead, to the last line, for GetSignals.
+    std::vector<SSignal> FindSignals() const;
+
     // How the record ends, once Next has returned nothing. A complete one has no damage; the text says where it is and what.
-    const std::string& GetDamage() const { return m_strDamage; }
-    KUINT64            GetLine() const { return m_uiLine; }  // the last that was looked at
-    bool               EndsBySignal() const { return m_bSignal; }
-    int                GetEnd() const { return m_iEnd; }  // the exit status or the signal
+    const std::string&          GetDamage() const { return m_strDamage; }
+    const std::vector<SSignal>& GetSignals() const { return m_aoSignals; }  // that came to the command
+    // The calls that had not returned when the run ended; their result and what they filled are null.
+    const std::vector<SCall>& GetDuring() const { return m_aoDuring; }
+    KUINT64                   GetLine() const { return m_uiLine; }  // the last that was looked at
+    bool                      EndsBySignal() const { return m_bSignal; }
+    int                       GetEnd() const { return m_iEnd; }  // the exit status or the signal
 
     const std::string&              GetLibrary() const { return m_strLibrary; }
     const std::vector<std::string>& GetCommand() const { return m_astrCommand; }
@@ -58,15 +70,12 @@ private:
     std::vector<std::string> m_astrCommand;
     bool                     m_bSignal = false;
     int                      m_iEnd    = 0;
+    std::vector<SSignal>     m_aoSignals;
+    std::vector<SCall>       m_aoDuring;
 };
 
 // The whole file. Throws BoardError.
 std::string ReadRecordFile(const std::string& strPath);
-
-// A call in words, such as "TBoard_RegRead(device 1, 7932, puiValue)", and what it filled in. Fields that are 0 are left
-// out.
-std::string DescribeCall(const SOperation& roOperation, const Json& roArguments);
-std::string DescribeFilled(const Json& roFilled);
 }
 
 #endif

@@ -2,14 +2,15 @@
 // it to the record. If the record cannot be written any more, it only passes on.
 #include <dlfcn.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 
 #include "CallValues.h"
+#include "CallsInFlight.h"
 #include "Carry.h"
 #include "RecordFile.h"
 
@@ -17,12 +18,6 @@ using namespace SoftwareBoard::Recorder;
 
 namespace
 {
-const char* Variable(const char* pszName)
-{
-    const char* const pszValue = std::getenv(pszName);
-    return pszValue != nullptr ? pszValue : "";
-}
-
 // What lay behind the pointer before the call. A call that fails has written only what differs from it.
 struct SBefore
 {
@@ -31,7 +26,7 @@ struct SBefore
     {
         if (uiSize == 0)
             return;
-        const size_t ui = roOperation.FindFilled();
+        const size_t ui = *roOperation.FindFilled();
         pFilled         = FromWord<const void*>(roArguments[ui]);
         // A count of planes that the library refuses may be larger than the client's array.
         uiCompared = roOperation.aoParameters[ui].oType.eKind == EKind::Planes ? sizeof(KUINTPTR) : uiSize;
@@ -57,14 +52,15 @@ class Recording
 public:
     Recording()
         : m_pLibrary(dlopen(Variable(RECORD_LIBRARY_VARIABLE), RTLD_NOW | RTLD_LOCAL)),
-          m_uiStart(std::strtoull(Variable(RECORD_START_VARIABLE), nullptr, 10))
+          m_uiStart(std::strtoull(Variable(RECORD_START_VARIABLE), nullptr, 10)),
+          m_oInFlight(Variable(RECORD_CALLS_VARIABLE)), m_oFile(Variable(RECORD_FILE_VARIABLE))
     {
         for (size_t ui = 0; m_pLibrary != nullptr && ui < OPERATIONS.size(); ++ui)
             m_apAddresses[ui] = Find(OPERATIONS[ui].svName.data());
-        // A child opens the file anew: it would share its parent's lock.
         pthread_atfork([] { s_oRecording.m_oMutex.lock(); }, [] { s_oRecording.m_oMutex.unlock(); },
                        [] {
-                           s_oRecording.m_iPid = 0;
+                           s_uiThread = 0;
+                           s_oRecording.m_oFile.Forget();
                            s_oRecording.m_oMutex.unlock();
                        });
     }
@@ -80,11 +76,12 @@ public:
 
     KUINT64 Carry(EOperation eOperation, const Words& roArguments)
     {
-        const SOperation& roOperation = TableRow(eOperation);
-        void* const       pAddress    = m_apAddresses[static_cast<size_t>(eOperation)];
-        const std::string strBegin    = Begin(roOperation, eOperation, roArguments);
-        const SBefore     oBefore(roOperation, roArguments);
-        const KUINT64     uiBegin = NowNs();
+        const SOperation&         roOperation = TableRow(eOperation);
+        void* const               pAddress    = m_apAddresses[static_cast<size_t>(eOperation)];
+        const std::string         strBegin    = Begin(roOperation, eOperation, roArguments);
+        const SBefore             oBefore(roOperation, roArguments);
+        const KUINT64             uiBegin = NowNs();
+        const CallsInFlight::Note oNote(m_oInFlight, uiBegin - m_uiStart, strBegin);
         const KUINT64 uiResult = pAddress != nullptr ? roOperation.pfnInvoke(pAddress, roArguments) : FailureOf(roOperation);
         const KUINT64 uiTook   = NowNs() - uiBegin;
         const int     iErrno   = errno;
@@ -95,7 +92,7 @@ public:
     }
 
 private:
-    // The operation and its arguments, as they were before the call.
+    // The operation and its arguments, as they were before the call. Empty if there is no memory.
     std::string Begin(const SOperation& roOperation, EOperation eOperation, const Words& roArguments)
     try
     {
@@ -106,9 +103,8 @@ private:
             m_oNames.End(roOperation.aoParameters[0].oType.eHandle, roArguments[0]);
         return ",\"operation\":\"" + std::string(roOperation.svName) + "\",\"arguments\":" + strArguments;
     }
-    catch (...)
+    catch (const std::exception&)
     {
-        m_bStopped = true;
         return {};
     }
 
@@ -119,51 +115,42 @@ private:
         const std::lock_guard oLock(m_oMutex);
         if (m_bStopped)
             return;
-        if (m_iPid == 0)
-        {
-            m_oFile = RecordFile(Variable(RECORD_FILE_VARIABLE));
-            m_iPid  = getpid();
-        }
-        const EKind       eResult   = roOperation.oResult.eKind;
-        const std::string strResult = eResult == EKind::Handle ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
-                                                               : std::to_string(static_cast<KINT64>(uiResult));
-        const std::string strEnd    = (eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + strResult +
-                                   ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames) + "}";
         m_bStopped = !m_oFile.Append([&](const SRecorded& roRecorded) {
-            if (s_oThread.iPid != m_iPid)
-                s_oThread = {m_iPid, roRecorded.uiThreads + 1};
+            if (strBegin.empty())
+                throw std::bad_alloc();
+            if (s_uiThread == 0)
+                s_uiThread = roRecorded.uiThreads + 1;
+            const EKind       eResult   = roOperation.oResult.eKind;
+            const std::string strResult = eResult == EKind::Handle ? m_oNames.NameOf(roOperation.oResult.eHandle, uiResult)
+                                                                   : std::to_string(static_cast<KINT64>(uiResult));
             return "{\"call\":" + std::to_string(roRecorded.uiCalls + 1) + ",\"at\":" + std::to_string(uiBegin - m_uiStart) +
-                   ",\"took\":" + std::to_string(uiTook) + ",\"thread\":" + std::to_string(s_oThread.uiNumber) + strBegin +
-                   strEnd;
+                   ",\"took\":" + std::to_string(uiTook) + ",\"thread\":" + std::to_string(s_uiThread) + strBegin +
+                   (eResult == EKind::Status ? ",\"status\":" : ",\"result\":") + strResult +
+                   ",\"filled\":" + ReadFilled(roOperation, roArguments, uiFilled, m_oNames) + "}";
         });
     }
-    catch (...)
+    catch (const std::exception&)  // the file cannot be opened or locked
     {
         m_bStopped = true;
     }
 
-    struct SThread
-    {
-        pid_t   iPid;
-        KUINT32 uiNumber;
-    };
-    static thread_local SThread s_oThread;
+    static thread_local KUINT32 s_uiThread;  // its number in the record; 0 before its first line
     static Recording            s_oRecording;
     friend KUINT64              SoftwareBoard::Recorder::Carry(EOperation, const Words&);
     friend TStatus              CallOwn(const char*);
 
-    void*                 m_pLibrary;
-    KUINT64               m_uiStart;
-    std::array<void*, 16> m_apAddresses = {};
-    std::atomic<bool>     m_bStopped    = false;
-    std::mutex            m_oMutex;  // for what follows
-    RecordFile            m_oFile;
-    pid_t                 m_iPid = 0;  // of the process that opened the file
-    HandleNames           m_oNames;
+    void*                              m_pLibrary;
+    KUINT64                            m_uiStart;
+    CallsInFlight                      m_oInFlight;
+    std::array<void*, OPERATION_COUNT> m_apAddresses = {};
+    std::atomic<bool>                  m_bStopped    = false;
+    std::mutex                         m_oMutex;  // for what follows
+    RecordFile                         m_oFile;
+    HandleNames                        m_oNames;
 };
 
-thread_local Recording::SThread Recording::s_oThread = {};
-Recording                       Recording::s_oRecording;
+thread_local KUINT32 Recording::s_uiThread = 0;
+Recording            Recording::s_oRecording;
 
 // A library may export a load and an unload of its own, and depend on them.
 TStatus CallOwn(const char* pszName)

@@ -13,6 +13,25 @@ namespace SoftwareBoard::Recorder
 namespace
 {
 constexpr std::chrono::milliseconds BETWEEN_COPIES{16};
+constexpr KUINT64                   MAX_BYTES_PER_PIXEL = 4, MAX_PLANE = 0xFFFFFFFF;
+
+// Keeps the client's signals from a thread that is started meanwhile.
+class BlockedSignals
+{
+public:
+    BlockedSignals()
+    {
+        sigset_t oAll = {};
+        sigfillset(&oAll);
+        pthread_sigmask(SIG_SETMASK, &oAll, &m_oBefore);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_oBefore, nullptr); }
+    BlockedSignals(const BlockedSignals&)            = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t m_oBefore = {};
+};
 }
 
 Mapping::Mapping(size_t uiSize, const FileDescriptor* poFile)
@@ -31,11 +50,16 @@ Mapping::~Mapping()
         munmap(m_pMapped, m_uiSize);
 }
 
-ReplayBuffer::ReplayBuffer(const tagTBuffer_PlaneInfo& roInfo, const std::optional<SPlaneLayout>& roLayout,
+ReplayBuffer::ReplayBuffer(const std::optional<tagTBuffer_PlaneInfo>& ooPlanes, const std::optional<SPlaneLayout>& ooLayout,
                            const Board& roBoard)
-    : m_oInfo(roInfo), m_ooLayout(roLayout)
+    : m_ooLayout(ooLayout)
 {
-    m_oInfo.uiPlaneCount = std::clamp<KUINT32>(roInfo.uiPlaneCount, 1, static_cast<KUINT32>(std::size(roInfo.auiPitch)));
+    // A client that was not told of the planes cannot know more than the board's layout.
+    if (ooPlanes)
+        m_oInfo = *ooPlanes;
+    else if (ooLayout)
+        m_oInfo = {1, {}, {}, {}, {ooLayout->uiHeight}, {ooLayout->uiPitch}, {ooLayout->uiPitchInBytes}};
+    m_oInfo.uiPlaneCount = std::clamp<KUINT32>(m_oInfo.uiPlaneCount, 1, static_cast<KUINT32>(std::size(m_oInfo.auiPitch)));
     if (m_ooLayout && m_ooLayout->ePixelFormat == TPixelFormat_R8G8B8A8)
     {
         const Transaction oTransaction(roBoard.m_oLocks);
@@ -45,7 +69,24 @@ ReplayBuffer::ReplayBuffer(const tagTBuffer_PlaneInfo& roInfo, const std::option
     if (IsDrawnInPlace())
         return;
     for (KUINT32 ui = 0; ui < m_oInfo.uiPlaneCount; ++ui)
-        m_aoMemory.emplace_back(std::max<size_t>(size_t{m_oInfo.auiPitchInBytes[ui]} * m_oInfo.auiHeight[ui], 1), nullptr);
+        m_aoMemory.emplace_back(SizeOfPlane(ui), nullptr);
+}
+
+// Room for each way in which a client may understand the numbers, as a bad board's do not fit each other.
+KUINT64 ReplayBuffer::SizeOfPlane(KUINT32 uiPlane) const
+{
+    const KUINT32 uiPixels = std::max(m_oInfo.auiPitch[uiPlane], m_oInfo.auiWidth[uiPlane]);
+    KUINT64       uiRow    = std::max({uiPixels * MAX_BYTES_PER_PIXEL, KUINT64{m_oInfo.auiPitchInBytes[uiPlane]},
+                                       KUINT64{m_oInfo.auiWidthInBytes[uiPlane]}, KUINT64{1}});
+    KUINT64       uiRows   = std::max(m_oInfo.auiHeight[uiPlane], KUINT32{1});
+    if (m_ooLayout)
+    {
+        uiRow  = std::max<KUINT64>(uiRow, m_ooLayout->uiPitchInBytes);
+        uiRows = std::max<KUINT64>(uiRows, m_ooLayout->uiHeight);
+    }
+    if (uiRow > MAX_PLANE / uiRows)
+        throw BoardError("the planes of the buffer are too large");
+    return uiRow * uiRows;
 }
 
 std::vector<KUINT8*> ReplayBuffer::BeginAccess()
@@ -60,15 +101,11 @@ std::vector<KUINT8*> ReplayBuffer::BeginAccess()
         apPlanes.push_back(roPlane.Get());
     if (m_oPixels.oFile)
     {
-        // The client's signals are not this thread's.
-        sigset_t oAll = {}, oBefore = {};
-        sigfillset(&oAll);
-        pthread_sigmask(SIG_SETMASK, &oAll, &oBefore);
+        const BlockedSignals oBlocked;
         m_oCopying = std::jthread([this](const std::stop_token& roStop) {
             for (; !roStop.stop_requested(); std::this_thread::sleep_for(BETWEEN_COPIES))
                 CopyToFile();
         });
-        pthread_sigmask(SIG_SETMASK, &oBefore, nullptr);
     }
     return apPlanes;
 }
@@ -93,15 +130,6 @@ void ReplayBuffer::CopyToFile()
 
 std::optional<SOutputRecord> ReplayBuffer::MakeOutput(const tagTVideo_VidParam& roVidParam) const
 {
-    if (!m_oPixels.oFile || !LayOutPlane(TPixelFormat_R8G8B8A8, roVidParam.uiHActive, roVidParam.uiVActive))
-        return std::nullopt;
-    SOutputRecord oOutput;
-    oOutput.bEnabled       = TRUE;
-    oOutput.iHolderPid     = getpid();
-    oOutput.oVidParam      = roVidParam;
-    oOutput.uiPixelFile    = m_oPixels.uiNumber;
-    oOutput.uiBufferWidth  = m_ooLayout->uiWidth;
-    oOutput.uiBufferHeight = m_ooLayout->uiHeight;
-    return oOutput;
+    return m_oPixels.oFile ? MakeOutputRecord(roVidParam, *m_ooLayout, m_oPixels.uiNumber) : std::nullopt;
 }
 }

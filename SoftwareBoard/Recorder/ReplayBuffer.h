@@ -35,9 +35,10 @@ private:
 class ReplayBuffer
 {
 public:
-    // roInfo is what the record tells of the planes. roLayout is how the board lays out such a buffer, if it can. Throws
+    // ooPlanes is what the record tells of the planes, ooLayout how the board lays out such a buffer, if it can. Throws
     // BoardError if there is no room.
-    ReplayBuffer(const tagTBuffer_PlaneInfo& roInfo, const std::optional<SPlaneLayout>& roLayout, const Board& roBoard);
+    ReplayBuffer(const std::optional<tagTBuffer_PlaneInfo>& ooPlanes, const std::optional<SPlaneLayout>& ooLayout,
+                 const Board& roBoard);
 
     // Returns the addresses of the planes. They are valid until EndAccess.
     std::vector<KUINT8*> BeginAccess();
@@ -47,14 +48,15 @@ public:
     std::optional<SOutputRecord> MakeOutput(const tagTVideo_VidParam& roVidParam) const;
 
 private:
-    bool IsDrawnInPlace() const
+    KUINT64 SizeOfPlane(KUINT32 uiPlane) const;
+    bool    IsDrawnInPlace() const
     {
-        return m_oPixels.oFile && m_oInfo.uiPlaneCount == 1 && m_oInfo.auiHeight[0] <= m_ooLayout->uiHeight &&
+        return m_oPixels.oFile && m_oInfo.uiPlaneCount == 1 && SizeOfPlane(0) <= m_ooLayout->uiSizeInBytes &&
                m_oInfo.auiPitchInBytes[0] == m_ooLayout->uiPitchInBytes;
     }
     void CopyToFile();
 
-    tagTBuffer_PlaneInfo        m_oInfo;
+    tagTBuffer_PlaneInfo        m_oInfo = {};
     std::optional<SPlaneLayout> m_ooLayout;
     SPixelFile                  m_oPixels;  // without a file, nothing can show the buffer
     std::vector<Mapping>        m_aoMemory;

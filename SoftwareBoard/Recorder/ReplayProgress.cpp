@@ -1,7 +1,6 @@
 #include "ReplayProgress.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include "BoardError.h"
@@ -36,19 +35,5 @@ void ReplayProgress::Write(const SReplayed& roReplayed) const
 {
     if (pwrite(m_oFile.Get(), &roReplayed, sizeof(roReplayed), 0) != ssize_t{sizeof(roReplayed)})
         ThrowSystemError(FILE_NAME, "pwrite");
-}
-
-ReplayProgress::Lock::Lock(const ReplayProgress& roProgress) : m_iFd(roProgress.m_oFile.Get())
-{
-    while (flock(m_iFd, LOCK_EX) != 0)
-    {
-        if (errno != EINTR)
-            ThrowSystemError(FILE_NAME, "flock");
-    }
-}
-
-ReplayProgress::Lock::~Lock()
-{
-    flock(m_iFd, LOCK_UN);
 }
 }

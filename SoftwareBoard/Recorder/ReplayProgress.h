@@ -7,6 +7,7 @@
 #include <string>
 
 #include "BoardFolder.h"
+#include "FileLock.h"
 
 namespace SoftwareBoard::Recorder
 {
@@ -40,17 +41,7 @@ public:
     void      Write(const SReplayed& roReplayed) const;
 
     // One process at a time takes a line of the record.
-    class Lock
-    {
-    public:
-        explicit Lock(const ReplayProgress& roProgress);
-        ~Lock();
-        Lock(const Lock&)            = delete;
-        Lock& operator=(const Lock&) = delete;
-
-    private:
-        int m_iFd;
-    };
+    FileLock Lock() const { return {m_oFile.Get(), FILE_NAME}; }
 
 private:
     static constexpr char FILE_NAME[] = "board.replay";

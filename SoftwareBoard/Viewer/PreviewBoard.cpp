@@ -56,7 +56,7 @@ void PreviewBoard::SetProgress(KUINT32 uiPercent)
     Board         oBoard        = Board::Open();
     const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
-        oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, REG_PROGRESS_UPDATE, static_cast<KUINT8>(uiPercent));
     TakeReads();
 }
 
@@ -66,7 +66,7 @@ bool PreviewBoard::IsRunning() const
     const KUINT32 uiDeviceCount = oBoard.m_oState.GetDeviceCount();
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
     {
-        if (oBoard.m_oState.ReadRegister(uiDevice, PROGRESS_BAR_RUNNING_REGISTER) != 0)
+        if (oBoard.m_oState.ReadRegister(uiDevice, REG_PROGRESS_BAR_RUNNING) != 0)
             return true;
     }
     return false;

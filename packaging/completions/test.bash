@@ -9,7 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 . /usr/share/bash-completion/bash_completion
 BASH_COMPLETION_USER_DIR=$work/none XDG_DATA_DIRS=$1 PATH=$2:$PATH
-cd "$work" && touch picture.png picture.txt frame01.png frame02.png
+cd "$work" && touch picture.png picture.txt run.json frame01.png frame02.png
 
 offered() { # LINE: prints what TAB offers at its end, sorted
   COMP_LINE=$1 COMP_POINT=${#1} COMPREPLY=()

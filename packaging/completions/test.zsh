@@ -3,7 +3,7 @@
 # table "lines" says: TAB completes the last word, or leaves the line as it is.
 here=${0:A:h} work=$(mktemp -d)
 trap 'rm -rf $work' EXIT
-cd $work && touch picture.png picture.txt frame01.png frame02.png
+cd $work && touch picture.png picture.txt run.json frame01.png frame02.png
 
 zmodload zsh/zpty
 zpty shell "PATH=$2:$PATH TERM=dumb zsh -f -i"

@@ -10,14 +10,15 @@
 #include "TavrinOperations.h"
 #include "TestSupport.h"
 
-#define OPERATION(Name) decltype(&::Name) Name = reinterpret_cast<decltype(&::Name)>(dlsym(m_pLibrary, #Name));
+#define OPERATION(Result, Name, Parameters, Arguments) \
+    decltype(&::Name) Name = reinterpret_cast<decltype(&::Name)>(dlsym(m_pLibrary, #Name));
 
 // The library as a client has it after dlopen, and what a client usually has in its hands.
 struct TestClient
 {
     const char* pszLibrary = TAVRIN_LIBRARY;
     void*       m_pLibrary = dlopen(pszLibrary, RTLD_NOW | RTLD_LOCAL);
-    TAVRIN_OPERATIONS(OPERATION)
+    TAVRIN_OPERATION_TABLE(OPERATION)
     TDevice_Handle hDev    = Tavrin_GetDevice(0);
     TBuffer_Handle hBuffer = nullptr;
 

@@ -218,10 +218,10 @@ void* dlsym(void* pvLibrary, const char* pszName)
     void* const       pvReal    = s_pfnNext(pvLibrary, pszName);
     if (std::strcmp(pszName, "Tavrin_GetDeviceCount") == 0 && Strikes("moment", "loading the library"))
         raise(std::atoi(s_acHow));
-#define OPERATION(name)                                        \
-    if (pvReal != nullptr && std::strcmp(pszName, #name) == 0) \
-        return SOperation<__COUNTER__, decltype(name)>::StandBefore(#name, pvReal);
-    TAVRIN_OPERATIONS(OPERATION)
+#define OPERATION(Result, Name, Parameters, Arguments)         \
+    if (pvReal != nullptr && std::strcmp(pszName, #Name) == 0) \
+        return SOperation<__COUNTER__, decltype(Name)>::StandBefore(#Name, pvReal);
+    TAVRIN_OPERATION_TABLE(OPERATION)
     return pvReal;
 }
 }

@@ -57,8 +57,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
                 });
         });
         fTry([&] {
-            oState.WriteRegister(uiDevice, PROGRESS_REGISTER, 7),
-                Must(oState.ReadRegister(uiDevice, PROGRESS_REGISTER) == 7);
+            oState.WriteRegister(uiDevice, REG_PROGRESS_UPDATE, 7),
+                Must(oState.ReadRegister(uiDevice, REG_PROGRESS_UPDATE) == 7);
         });
     }
     return 0;

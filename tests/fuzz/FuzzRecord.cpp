@@ -1,6 +1,7 @@
 // Records of runs, as a file may hold them: a reader takes what it can and stops, and each call that it has taken can be
 // told in words, and written into memory and read back as it was.
 #include "BoardError.h"
+#include "CallText.h"
 #include "Fuzz.h"
 #include "RecordReader.h"
 
@@ -12,15 +13,15 @@ namespace
 void TryFilled(const SCall& roCall)
 {
     const SOperation& roOperation = roCall.Row();
-    const size_t      uiFilled    = roOperation.FindFilled();
-    if (uiFilled == roOperation.uiParameters || roCall.oFilled.empty()) return;
-    const SType& roType = roOperation.aoParameters[uiFilled].oType;
+    const auto        ouiFilled   = roOperation.FindFilled();
+    if (!ouiFilled || roCall.oFilled.empty()) return;
+    const SType& roType = roOperation.aoParameters[*ouiFilled].oType;
     if (roType.eKind != EKind::Record && roType.eKind != EKind::Number) return;
     alignas(8) KUINT8 auiMemory[sizeof(tagTBoard_FpgaInfo)] = {};
     const auto        fFill                                 = [&](const Json& roFilled) {
         Words auiArguments = {};
         if (roType.HoldsItsSize()) *reinterpret_cast<KUINT32*>(auiMemory) = static_cast<KUINT32>(roType.uiSize);
-        auiArguments[uiFilled] = ToWord(&auiMemory[0]);
+        auiArguments[*ouiFilled] = ToWord(&auiMemory[0]);
         WriteFilled(roOperation, auiArguments, roFilled);
         HandleNames oNames;
         if (roType.HoldsItsSize()) *reinterpret_cast<KUINT32*>(auiMemory) = static_cast<KUINT32>(roType.uiSize);
@@ -44,6 +45,7 @@ try
         Must(DescribeFilled(ooCall->oFilled).empty() == ooCall->oFilled.empty());
         TryFilled(*ooCall);
     }
+    for (const SCall& roCall : oReader.GetDuring()) Must(!DescribeCall(roCall.Row(), roCall.oArguments).empty());
     Must(!oReader.Next() && oReader.GetLine() >= uiLine);
     return 0;
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "OsServices.h"
-#include "Tavrin.h"
+#include "TavrinOperations.h"
 
 void (*g_pfnTavrinCallObserver)(const KCHAR8* pszOperation) = nullptr;
 
@@ -24,26 +24,8 @@ struct SOperation
 };
 
 // Looked up in this order; the first that is missing is the one that is reported.
-// clang-format off
-constexpr SOperation OPERATIONS[] = {
-    {"Tavrin_GetDeviceCount",   &s_pvAddress<Tavrin_GetDeviceCount>},
-    {"Tavrin_GetDevice",        &s_pvAddress<Tavrin_GetDevice>},
-    {"TBuffer_CreateVideo",     &s_pvAddress<TBuffer_CreateVideo>},
-    {"TBuffer_GetPlaneInfo",    &s_pvAddress<TBuffer_GetPlaneInfo>},
-    {"TBuffer_BeginAccess",     &s_pvAddress<TBuffer_BeginAccess>},
-    {"TBuffer_EndAccess",       &s_pvAddress<TBuffer_EndAccess>},
-    {"TBuffer_Destroy",         &s_pvAddress<TBuffer_Destroy>},
-    {"TVideoOut_GetCount",      &s_pvAddress<TVideoOut_GetCount>},
-    {"TVideoOut_GetHandle",     &s_pvAddress<TVideoOut_GetHandle>},
-    {"TVideoOut_Enable",        &s_pvAddress<TVideoOut_Enable>},
-    {"TVideoOut_Disable",       &s_pvAddress<TVideoOut_Disable>},
-    {"TVideoOut_ReleaseHandle", &s_pvAddress<TVideoOut_ReleaseHandle>},
-    {"TBoard_RegWrite",         &s_pvAddress<TBoard_RegWrite>},
-    {"TBoard_RegRead",          &s_pvAddress<TBoard_RegRead>},
-    {"TBoard_GetFpgaCount",     &s_pvAddress<TBoard_GetFpgaCount>},
-    {"TBoard_GetFpgaInfo",      &s_pvAddress<TBoard_GetFpgaInfo>},
-};
-// clang-format on
+#define ROW(Result, Name, Parameters, Arguments) {#Name, &s_pvAddress<Name>},
+constexpr SOperation OPERATIONS[] = {TAVRIN_OPERATION_TABLE(ROW)};
 
 // What an operation returns while no library is loaded.
 template <class TResult> constexpr TResult UNLOADED          = {};
@@ -137,39 +119,9 @@ TStatus Tavrin_UnLoad(void)
 }
 
 // The other operations. Each passes its arguments on.
-// clang-format off
-KUINT32 Tavrin_GetDeviceCount(void)
-    { return Call<Tavrin_GetDeviceCount>(); }
-TDevice_Handle Tavrin_GetDevice(KUINT32 uiDevIndex)
-    { return Call<Tavrin_GetDevice>(uiDevIndex); }
-TStatus TBuffer_CreateVideo(TDevice_Handle hDev, TPixelFormat ePixelFormat, KUINT32 uiWidth, KUINT32 uiHeight,
-                            TBuffer_Handle* phBuffer)
-    { return Call<TBuffer_CreateVideo>(hDev, ePixelFormat, uiWidth, uiHeight, phBuffer); }
-TStatus TBuffer_GetPlaneInfo(TBuffer_Handle hBuffer, tagTBuffer_PlaneInfo* poPlaneInfo)
-    { return Call<TBuffer_GetPlaneInfo>(hBuffer, poPlaneInfo); }
-TStatus TBuffer_BeginAccess(TBuffer_Handle hBuffer, KUINT32 uiMode, KUINT32 uiPlaneCount, KUINTPTR* auiPlanes)
-    { return Call<TBuffer_BeginAccess>(hBuffer, uiMode, uiPlaneCount, auiPlanes); }
-TStatus TBuffer_EndAccess(TBuffer_Handle hBuffer)
-    { return Call<TBuffer_EndAccess>(hBuffer); }
-TStatus TBuffer_Destroy(TBuffer_Handle hBuffer)
-    { return Call<TBuffer_Destroy>(hBuffer); }
-TStatus TVideoOut_GetCount(TDevice_Handle hDev, KUINT32* puiCount)
-    { return Call<TVideoOut_GetCount>(hDev, puiCount); }
-TStatus TVideoOut_GetHandle(TDevice_Handle hDev, KUINT32 uiIndex, TAccessMode eAccessMode, TVideoOut_Handle* phVideoOut)
-    { return Call<TVideoOut_GetHandle>(hDev, uiIndex, eAccessMode, phVideoOut); }
-TStatus TVideoOut_Enable(TVideoOut_Handle hVideoOut, TVideo_SignalType eSignalType, const tagTVideo_VidParam* poVidParam,
-                         TBuffer_Handle hBuffer, TVideoOut_PowerState ePowerState)
-    { return Call<TVideoOut_Enable>(hVideoOut, eSignalType, poVidParam, hBuffer, ePowerState); }
-TStatus TVideoOut_Disable(TVideoOut_Handle hVideoOut)
-    { return Call<TVideoOut_Disable>(hVideoOut); }
-TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle hVideoOut)
-    { return Call<TVideoOut_ReleaseHandle>(hVideoOut); }
-TStatus TBoard_RegWrite(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32 uiValue)
-    { return Call<TBoard_RegWrite>(hDev, uiRegister, uiValue); }
-TStatus TBoard_RegRead(TDevice_Handle hDev, KUINT32 uiRegister, KUINT32* puiValue)
-    { return Call<TBoard_RegRead>(hDev, uiRegister, puiValue); }
-TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
-    { return Call<TBoard_GetFpgaCount>(hDev, puiCount); }
-TStatus TBoard_GetFpgaInfo(TDevice_Handle hDev, KUINT32 uiIndex, tagTBoard_FpgaInfo* poFpgaInfo)
-    { return Call<TBoard_GetFpgaInfo>(hDev, uiIndex, poFpgaInfo); }
-// clang-format on
+#define PASS_ON(Result, Name, Parameters, Arguments) \
+    Result Name Parameters                           \
+    {                                                \
+        return Call<Name> Arguments;                 \
+    }
+TAVRIN_OPERATION_TABLE(PASS_ON)

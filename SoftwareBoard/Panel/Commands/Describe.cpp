@@ -1,13 +1,13 @@
 // tavrin-board describe: a record in words.
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <vector>
 
 #include "BoardError.h"
 #include "BoardState.h"
+#include "CallText.h"
 #include "Commands.h"
 #include "Printable.h"
 #include "RecordReader.h"
@@ -60,8 +60,8 @@ public:
         const Json& roArguments = roCall.oArguments;
         if (roCall.Failed())
             return;
-        if (roCall.eOperation == EOperation::TBoard_RegRead && roArguments.at("uiRegister") == PROGRESS_REGISTER)
-            m_auiSteps.push_back(roCall.uiAt);
+        if (roCall.eOperation == EOperation::TBoard_RegRead && roArguments.at("uiRegister") == REG_PROGRESS_UPDATE)
+            m_auiSteps.push_back(roCall.uiAtNs);
         if (roCall.eOperation == EOperation::TVideoOut_GetHandle && roCall.oFilled.contains("phVideoOut"))
             m_oOutputs[roCall.oFilled.at("phVideoOut").dump()] =
                 "output " + roArguments.at("uiIndex").dump() + " of " + roArguments.at("hDev").dump();
@@ -113,7 +113,21 @@ void PrintCall(const SCall& roCall)
     if (const std::string strFilled = Recorder::DescribeFilled(roCall.oFilled); !strFilled.empty())
         strText += ", " + strFilled;
     std::printf("%c %6llu %6u %12.3f %10.3f  %s\n", roCall.Failed() ? '!' : ' ', roCall.uiLine - 1, roCall.uiThread,
-                InMs(roCall.uiAt), InMs(roCall.uiTook), MakePrintable(strText).c_str());
+                InMs(roCall.uiAtNs), InMs(roCall.uiTookNs), MakePrintable(strText).c_str());
+}
+
+std::string DescribeEnd(const Recorder::RecordReader& roReader)
+{
+    if (!roReader.GetDamage().empty())
+        return roReader.GetDamage();
+    std::string strEnd = roReader.EndsBySignal() ? "ended by " + Recorder::DescribeSignal(roReader.GetEnd())
+                                                 : "ended with status " + std::to_string(roReader.GetEnd());
+    const auto  fAt    = [](KUINT64 uiAtNs) { return " at " + std::to_string(uiAtNs / NS_A_MS) + " ms"; };
+    for (const SCall& roCall : roReader.GetDuring())
+        strEnd += " in " + DescribeCall(roCall.Row(), roCall.oArguments) + ", called" + fAt(roCall.uiAtNs);
+    for (const Recorder::SSignal& roSignal : roReader.GetSignals())
+        strEnd += ", after " + Recorder::DescribeSignal(roSignal.iSignal) + fAt(roSignal.uiAtNs);
+    return strEnd;
 }
 
 void Describe(const std::string& strPath)
@@ -131,20 +145,15 @@ void Describe(const std::string& strPath)
     std::printf("    call thread        at ms    took ms  operation (failures are marked with !)\n");
     while (const auto ooCall = oReader.Next())
     {
-        if (ooCall->uiAt > uiOver + GAP_NS)
-            std::printf("%*s%.3f ms\n", 27, "... ", InMs(ooCall->uiAt - uiOver));
+        if (ooCall->uiAtNs > uiOver + GAP_NS)
+            std::printf("%*s%.3f ms\n", 27, "... ", InMs(ooCall->uiAtNs - uiOver));
         PrintCall(*ooCall);
         oSummary.Take(*ooCall);
-        uiOver = std::max(uiOver, ooCall->uiAt + ooCall->uiTook);
+        uiOver = std::max(uiOver, ooCall->uiAtNs + ooCall->uiTookNs);
     }
     std::printf("\n");
     oSummary.Print();
-    if (!oReader.GetDamage().empty())
-        std::printf("%s\n", MakePrintable(oReader.GetDamage()).c_str());
-    else if (oReader.EndsBySignal())
-        std::printf("ended by signal %d (%s)\n", oReader.GetEnd(), strsignal(oReader.GetEnd()));
-    else
-        std::printf("ended with status %d\n", oReader.GetEnd());
+    std::printf("%s\n", MakePrintable(DescribeEnd(oReader)).c_str());
 }
 }
 

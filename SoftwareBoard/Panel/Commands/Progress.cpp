@@ -43,7 +43,7 @@ KUINT32 TakePercent(const std::string& strText)
 // Writes only the low byte, so that a program that writes the rest of the register at the same time loses nothing.
 void WriteProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
-    Board::Open().m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
+    Board::Open().m_oState.WriteRegisterLowByte(uiDevice, REG_PROGRESS_UPDATE, static_cast<KUINT8>(uiPercent));
 }
 
 // Returns where a ramp to uiTo begins: at what the register shows or, if that is not below uiTo, at 0, which it then writes.
@@ -52,10 +52,10 @@ KUINT32 BeginRamp(KUINT32 uiDevice, KUINT32 uiTo)
 {
     Board             oBoard = Board::Open();
     const Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER) & 0xFF;
+    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, REG_PROGRESS_UPDATE) & 0xFF;
     if (uiNow < uiTo)
         return uiNow;
-    oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, 0);
+    oBoard.m_oState.WriteRegisterLowByte(uiDevice, REG_PROGRESS_UPDATE, 0);
     return 0;
 }
 
@@ -65,9 +65,9 @@ KUINT32 RaiseProgress(KUINT32 uiDevice, KUINT32 uiPercent)
 {
     Board             oBoard = Board::Open();
     const Transaction oTransaction(oBoard.m_oLocks);
-    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, PROGRESS_REGISTER) & 0xFF;
+    const KUINT32     uiNow = oBoard.m_oState.ReadRegister(uiDevice, REG_PROGRESS_UPDATE) & 0xFF;
     if (uiNow < uiPercent)
-        oBoard.m_oState.WriteRegisterLowByte(uiDevice, PROGRESS_REGISTER, static_cast<KUINT8>(uiPercent));
+        oBoard.m_oState.WriteRegisterLowByte(uiDevice, REG_PROGRESS_UPDATE, static_cast<KUINT8>(uiPercent));
     return std::max(uiNow, uiPercent);
 }
 

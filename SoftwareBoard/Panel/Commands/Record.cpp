@@ -8,11 +8,14 @@
 
 #include "BoardError.h"
 #include "CallValues.h"
+#include "CallsInFlight.h"
 #include "ChildCommand.h"
 #include "Commands.h"
 #include "Installation.h"
 #include "LibrarySearch.h"
+#include "Options.h"
 #include "RecordFile.h"
+#include "Utf8Text.h"
 
 namespace SoftwareBoard::Panel
 {
@@ -35,17 +38,23 @@ std::string MakeHeader(const std::string& strLibrary, const PassedOn& roCommand)
         .dump();
 }
 
-void SetVariable(const char* pszName, const std::string& strValue)
+std::string MakeEnd(const SEnd& roEnd, KUINT64 uiStart, const Recorder::CallsInFlight& roInFlight)
 {
-    if (setenv(pszName, strValue.c_str(), 1) != 0)
-        ThrowSystemError(pszName, "setenv");
+    Json oLine = {{"end", {{roEnd.bSignal ? "signal" : "exit", roEnd.iValue}}}};
+    for (const Recorder::SSignal& roSignal : roEnd.aoSignals)
+        oLine["signals"].push_back({{"signal", roSignal.iSignal}, {"at", roSignal.uiAtNs - uiStart}});
+    for (const std::string& strCall : roInFlight.Read())
+    {
+        if (Json oCall = Json::parse(strCall, nullptr, false); oCall.contains("operation"))
+            oLine["during"].push_back(std::move(oCall));
+    }
+    return oLine.dump();
 }
 
 void Record(const std::string& strPath, const std::string& strChosen, const PassedOn& roCommand)
 {
-    const std::string strRecorder = FindLibraryFolder("record");
-    const std::string strLibrary =
-        CheckDeviceLibrary(strChosen.empty() ? FindDeviceLibrary(roCommand.front(), strRecorder) : strChosen);
+    RequireProgram(roCommand.front());
+    const std::string strLibrary = FindDeviceLibrary(roCommand.front(), strChosen, FindLibraryFolder("record"));
 
     const FileDescriptor oEmpty(open(strPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (!oEmpty)
@@ -54,15 +63,17 @@ void Record(const std::string& strPath, const std::string& strChosen, const Pass
     if (!oRecord.Append([&](const auto&) { return MakeHeader(strLibrary, roCommand); }))
         ThrowSystemError(strPath, "write");
 
+    const Recorder::CallsInFlight oInFlight;
+    const KUINT64                 uiStart = Recorder::NowNs();
     SetVariable(Recorder::RECORD_FILE_VARIABLE, std::filesystem::absolute(strPath));
     SetVariable(Recorder::RECORD_LIBRARY_VARIABLE, strLibrary);
-    SetVariable(Recorder::RECORD_START_VARIABLE, std::to_string(Recorder::NowNs()));
+    SetVariable(Recorder::RECORD_START_VARIABLE, std::to_string(uiStart));
+    SetVariable(Recorder::RECORD_CALLS_VARIABLE, oInFlight.GetPath());
     UseLibrary("record");
     const SEnd oEnd = RunChild(roCommand);
 
-    const auto fEnd = [&](const auto&) { return Json{{"end", {{oEnd.bSignal ? "signal" : "exit", oEnd.iValue}}}}.dump(); };
-    if (!oRecord.Append(fEnd))
-        std::fprintf(stderr, "tavrin-board: the record could not be written to its end\n");
+    if (!oRecord.Append([&](const auto&) { return MakeEnd(oEnd, uiStart, oInFlight); }))
+        std::fprintf(stderr, "tavrin-board: the record is cut, as it could not be written to its end\n");
     else if (oRecord.GetRecorded().uiCalls == 0)
         std::fprintf(stderr, "tavrin-board: the command called no device library, so the record is empty\n");
     oEnd.PassOn();

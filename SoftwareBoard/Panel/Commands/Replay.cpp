@@ -8,11 +8,12 @@
 
 #include "Board.h"
 #include "BoardError.h"
+#include "CallText.h"
 #include "ChildCommand.h"
 #include "Commands.h"
 #include "Installation.h"
+#include "Options.h"
 #include "Printable.h"
-#include "RecordFile.h"
 #include "RecordReader.h"
 #include "ReplayProgress.h"
 
@@ -51,7 +52,7 @@ SBoardPlan MakePlan(Recorder::RecordReader oReader)
 }
 
 // Says how the run differed from the record. Returns the exit status; nothing if it did not.
-std::optional<int> Judge(Recorder::RecordReader oReader, const Recorder::SReplayed& roReplayed)
+std::optional<int> Judge(Recorder::RecordReader oReader, const Recorder::SReplayed& roReplayed, const SEnd& roEnd)
 {
     const auto fSay = [](const std::string& strText) {
         std::fprintf(stderr, "tavrin-board: %s\n", MakePrintable(strText).c_str());
@@ -65,8 +66,9 @@ std::optional<int> Judge(Recorder::RecordReader oReader, const Recorder::SReplay
         oReader.Next();
     if (const auto ooCall = oReader.Next())
     {
-        fSay("line " + std::to_string(ooCall->uiLine) + " of the record: expected " +
-             DescribeCall(ooCall->Row(), ooCall->oArguments) + ", came the end of the run");
+        const std::string strBy = roEnd.bSignal ? " by " + Recorder::DescribeSignal(roEnd.iValue) : "";
+        fSay(Recorder::DescribeDeparture(ooCall->uiLine, DescribeCall(ooCall->Row(), ooCall->oArguments),
+                                         "the end of the run" + strBy));
         return DEPARTED_STATUS;
     }
     if (!oReader.GetDamage().empty())
@@ -74,21 +76,31 @@ std::optional<int> Judge(Recorder::RecordReader oReader, const Recorder::SReplay
     return std::nullopt;
 }
 
+// The file that the replay's progress is kept in, while it goes on.
+struct ProgressFile
+{
+    ProgressFile() : m_oProgress(Recorder::ReplayProgress::Make(m_oFolder)) {}
+    ~ProgressFile() { Recorder::ReplayProgress::Remove(m_oFolder); }
+    ProgressFile(const ProgressFile&)            = delete;
+    ProgressFile& operator=(const ProgressFile&) = delete;
+
+    const BoardFolder              m_oFolder = BoardFolder::Open();
+    const Recorder::ReplayProgress m_oProgress;
+};
+
 void Replay(const std::string& strPath, bool bFast, const PassedOn& roCommand)
 {
     const std::string            strText = Recorder::ReadRecordFile(strPath);
     const Recorder::RecordReader oReader(strText, strPath);
     UseLibrary("replay");
-    std::optional<Board>           ooBoard   = Board::Create(MakePlan(oReader));
-    const BoardFolder              oFolder   = BoardFolder::Open();
-    const Recorder::ReplayProgress oProgress = Recorder::ReplayProgress::Make(oFolder);
+    std::optional<Board> ooBoard = Board::Create(MakePlan(oReader));
+    const ProgressFile   oProgress;
     ooBoard.reset();
 
-    setenv(Recorder::REPLAY_FILE_VARIABLE, std::filesystem::absolute(strPath).c_str(), 1);
-    setenv(Recorder::REPLAY_FAST_VARIABLE, bFast ? "1" : "", 1);
+    SetVariable(Recorder::REPLAY_FILE_VARIABLE, std::filesystem::absolute(strPath));
+    SetVariable(Recorder::REPLAY_FAST_VARIABLE, bFast ? "1" : "");
     const SEnd oEnd = RunChild(roCommand);
-    Recorder::ReplayProgress::Remove(oFolder);
-    if (const auto oiStatus = Judge(oReader, oProgress.Read()))
+    if (const auto oiStatus = Judge(oReader, oProgress.m_oProgress.Read(), oEnd))
         throw EndedWithStatus{*oiStatus};
     oEnd.PassOn();
 }

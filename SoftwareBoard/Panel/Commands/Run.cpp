@@ -1,9 +1,9 @@
 #include <unistd.h>
 
 #include "BoardError.h"
-#include "ChildCommand.h"
 #include "Commands.h"
 #include "Installation.h"
+#include "Options.h"
 
 namespace SoftwareBoard::Panel
 {

@@ -28,9 +28,8 @@ void PrintDevice(KUINT32 uiDevice, const SDeviceStatus& roDevice)
         std::printf("  %s: device code 0x%04x, version %u.%u.%u, address 0x%02x, vendor 0x%04x\n", roFpga.szName,
                     roFpga.ui16DevID, roFpga.uiVersionMajor, roFpga.uiVersionMinor, roFpga.uiVersionBuild,
                     roFpga.uiI2cAddress, roFpga.ui16VendorID);
-    std::printf("  register %u (progress bar running): 0x%08x\n", PROGRESS_BAR_RUNNING_REGISTER,
-                roDevice.uiProgressBarRunning);
-    std::printf("  register %u (progress): 0x%08x (%u %%)\n", PROGRESS_REGISTER, roDevice.uiProgress,
+    std::printf("  register %u (progress bar running): 0x%08x\n", REG_PROGRESS_BAR_RUNNING, roDevice.uiProgressBarRunning);
+    std::printf("  register %u (progress): 0x%08x (%u %%)\n", REG_PROGRESS_UPDATE, roDevice.uiProgress,
                 roDevice.GetProgressPct());
     for (size_t uiOutput = 0; uiOutput < roDevice.aoOutputs.size(); ++uiOutput)
     {
@@ -116,8 +115,8 @@ Json ToJson(KUINT32 uiDevice, const SDeviceStatus& roDevice)
     return {{"device", uiDevice},
             {"fpgas", oFpgas},
             {"registers",
-             {{std::to_string(PROGRESS_BAR_RUNNING_REGISTER), roDevice.uiProgressBarRunning},
-              {std::to_string(PROGRESS_REGISTER), roDevice.uiProgress}}},
+             {{std::to_string(REG_PROGRESS_BAR_RUNNING), roDevice.uiProgressBarRunning},
+              {std::to_string(REG_PROGRESS_UPDATE), roDevice.uiProgress}}},
             {"progress", roDevice.GetProgressPct()},
             {"outputs", oOutputs}};
 }
