@@ -130,6 +130,12 @@ done <<ROWS
 2|--seconds 1
 2|--draw --seconds 3601
 ROWS
+for arguments in '' --json --help --version; do
+  for output in '>/dev/full' '>&-'; do
+    eval "check $arguments $output" 2>"$work/err"
+    expect "status and message of '$arguments $output'" '1 standard output cannot be written' "$? $(sed 's/.*: //' "$work/err")"
+  done
+done
 board create --outputs 0
 check --draw >/dev/null
 expect 'status without outputs' 1 "$?"
