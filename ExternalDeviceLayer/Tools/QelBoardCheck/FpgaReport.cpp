@@ -70,6 +70,7 @@ Json DescribeFpga(const tagTBoard_FpgaInfo& roInfo)
     KBOOL32             bKnown   = FALSE;
     const bool          bSupport = oFpga.IsSupported(bKnown) != FALSE;
     return {{"name", oFpga.GetName().c_str()},
+            {"size", roInfo.uiSize},
             {"device_code", roInfo.ui16DevID},
             {"vendor", roInfo.ui16VendorID},
             {"bus", roInfo.uiI2cBusIndex},

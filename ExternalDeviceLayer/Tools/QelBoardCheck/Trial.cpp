@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <utility>
 
 #include "TavrinLoader.h"
 
@@ -39,8 +40,8 @@ std::string DescribeStatus(TStatus eStatus)
     return std::to_string(eStatus) + (pszName != nullptr ? " (" + std::string(pszName) + ")" : "");
 }
 
-Trial::Trial(int iMessages, int iStop, const std::set<std::string>& roHanging)
-    : m_iMessages(iMessages), m_iStop(iStop), m_roHanging(roHanging)
+Trial::Trial(int iMessages, int iStop, const std::set<std::string>& roHanging, std::chrono::seconds oCallLimit)
+    : m_iMessages(iMessages), m_iStop(iStop), m_roHanging(roHanging), m_oCallLimit(oCallLimit)
 {
     s_poTrial               = this;
     g_pfnTavrinCallObserver = Observe;
@@ -61,34 +62,47 @@ void Trial::At(const char* pszWhat, std::chrono::seconds oLimit)
 
 void Trial::BeginQuestion()
 {
-    m_bQuestion = true;
+    m_ePhase = EPhase::Asking;
     Send({{"question", true}});
 }
 
-void Trial::Hold(const std::string& strCame)
+void Trial::Pass(const std::string& strCame)
 {
-    m_bEnded = true;
+    m_ePhase = EPhase::TakingBack;
     Send({{"result", HOLDS}, {"came", strCame}});
 }
 
-void Trial::End(const std::string& strCame)
+void Trial::Fail(const std::string& strCame)
 {
-    if (!m_bEnded)
-        Send({{"result", m_bQuestion ? FAILS : NOT_TRIED}, {"came", strCame}});
-    m_bEnded = true;
+    if (m_ePhase != EPhase::TakingBack)
+        Send({{"result", m_ePhase == EPhase::Asking ? FAILS : NOT_TRIED}, {"came", strCame}});
+    m_ePhase = EPhase::TakingBack;
     throw TrialEnded();
 }
 
 void Trial::Check(TStatus eStatus, const std::string& strWhere)
 {
     if (eStatus < TStatus_OK)
-        End(strWhere + m_strOperation + " returned " + DescribeStatus(eStatus));
+        Fail(strWhere + m_strOperation + " returned " + DescribeStatus(eStatus));
 }
 
 void Trial::GiveUp(const std::string& strWhy)
 {
-    m_bQuestion = false;
-    End(strWhy);
+    if (m_ePhase == EPhase::Asking)
+        m_ePhase = EPhase::Preparing;
+    Fail(strWhy);
+}
+
+void Trial::TakeBack(const std::function<void()>& fCall)
+{
+    const EPhase ePhase = std::exchange(m_ePhase, EPhase::TakingBack);
+    try
+    {
+        fCall();
+    }
+    catch (const TrialEnded&)
+    {}
+    m_ePhase = ePhase;
 }
 
 void Trial::Tell(const char* pszName, const Json& roValue)
@@ -101,12 +115,12 @@ void Trial::WaitForOther()
     At("waiting for the second process", WAIT_FOR_OTHER);
     Send({{"ready", true}});
     IsStopped(WAIT_FOR_OTHER);
-    m_bEnded = true;
+    m_ePhase = EPhase::TakingBack;
 }
 
-void Trial::Wait(std::chrono::seconds oTime)
+void Trial::Wait(std::chrono::milliseconds oTime)
 {
-    At("waiting", oTime + CALL_TIME_LIMIT);
+    At("waiting", std::chrono::ceil<std::chrono::seconds>(oTime) + m_oCallLimit);
     if (IsStopped(oTime))
         GiveUp(STOPPED);
 }
@@ -119,10 +133,10 @@ void Trial::Observe(const KCHAR8* pszOperation)
         return;
     }
     Trial& roTrial = *s_poTrial;
-    if (!roTrial.m_bEnded && roTrial.IsStopped(std::chrono::milliseconds(0)))
+    if (roTrial.m_ePhase != EPhase::TakingBack && roTrial.IsStopped(std::chrono::milliseconds(0)))
         roTrial.GiveUp(STOPPED);
-    if (roTrial.m_roHanging.contains(pszOperation) && (roTrial.m_bEnded || !roTrial.m_bQuestion))
-        roTrial.End(std::string(pszOperation) + " hangs");
+    if (roTrial.m_ePhase != EPhase::Asking && roTrial.m_roHanging.contains(pszOperation))
+        roTrial.Fail(std::string(pszOperation) + " hangs");
     roTrial.m_strOperation = pszOperation;
     roTrial.At(pszOperation);
 }
