@@ -92,7 +92,11 @@ extern "C"
 {
 TStatus Tavrin_Load(void)   { return Commit("Tavrin_Load"); }
 TStatus Tavrin_UnLoad(void) { return Commit("Tavrin_UnLoad"); }
-KUINT32 Tavrin_GetDeviceCount(void) { return Is("no-device") ? 0 : Is("many") ? 65 : PASS(Tavrin_GetDeviceCount); }
+KUINT32 Tavrin_GetDeviceCount(void)
+{
+    const TStatus eStatus = Commit("Tavrin_GetDeviceCount");
+    return eStatus < 0 || Is("no-device") ? 0 : Is("many") ? 65 : PASS(Tavrin_GetDeviceCount);
+}
 TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
 {
     const TStatus eStatus = Commit("Tavrin_GetDevice");
