@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "TavrinLoader.h"
+#include "TavrinStatus.h"
 
 namespace BoardCheck
 {
@@ -17,27 +18,17 @@ namespace
 constexpr std::chrono::seconds WAIT_FOR_OTHER = std::chrono::hours(1);
 
 Trial* s_poTrial = nullptr;
-
-const char* FindStatusName(TStatus eStatus)
-{
-    switch (eStatus)
-    {
-    case TStatus_OK: return "TStatus_OK";
-    case TStatus_FAIL: return "TStatus_FAIL";
-    case TStatus_INVALID_PARAM: return "TStatus_INVALID_PARAM";
-    case TStatus_TIMEOUT: return "TStatus_TIMEOUT";
-    case TStatus_RESOURCES_BUSY: return "TStatus_RESOURCES_BUSY: another process holds it";
-    case TStatus_CANCELED: return "TStatus_CANCELED";
-    }
-    // A run ends with the low byte of the status.
-    return eStatus < 0 && (eStatus & 0xff) == 0 ? "which looks like success in an exit status" : nullptr;
-}
 }
 
 std::string DescribeStatus(TStatus eStatus)
 {
-    const char* const pszName = FindStatusName(eStatus);
-    return std::to_string(eStatus) + (pszName != nullptr ? " (" + std::string(pszName) + ")" : "");
+    const char* const pszName    = FindStatusName(eStatus);
+    std::string       strMeaning = pszName != nullptr ? "TStatus_" + std::string(pszName) : "";
+    if (eStatus == TStatus_RESOURCES_BUSY)
+        strMeaning += ": another process holds it";
+    if (eStatus < 0 && (eStatus & 0xff) == 0)  // a run ends with the low byte
+        strMeaning = "which looks like success in an exit status";
+    return std::to_string(eStatus) + (strMeaning.empty() ? "" : " (" + strMeaning + ")");
 }
 
 Trial::Trial(int iMessages, int iStop, const std::set<std::string>& roHanging, std::chrono::seconds oCallLimit)
