@@ -126,19 +126,39 @@ refusal() { # ARGUMENTS REASON: what may not be driven is not drawn on, and the 
 }
 
 look() { # changes nothing, and tells all that there is, also of a board that somebody else drives
-  board create --devices 2 --fpga 5:2.1.33 --fpga 4001:1.2.259 && board progress 40
+  board create --devices 2 --fpga 5:2.1.33 --fpga 4001:1.2.259@e4 && board progress 40
   "$bin/QelProgressBarDisplay" >/dev/null &
   wait_until '1024x768, 60 Hz, held;1024x768, 60 Hz, held;off;off;'
   find "$work/board" -type f -exec cksum {} + | sort >"$work/before"
   check --json >"$work/out"
   expect 'status of a look' 0 "$?"
   find "$work/board" -type f -exec cksum {} + | sort | cmp - "$work/before" || expect 'files after a look' same changed
-  for fact in "\"path\":\"$bin/libTavrin.so.1\"" '"soname":"libTavrin.so.1","version":"1"' '"missing":[]' \
-    "\"build_id\":\"$(readelf -n "$bin/libTavrin.so.1" | sed -n 's/.*Build ID: //p')\"" '"device":1' '"device_code":5' \
-    '"version":"002-001-033"' '"device_name":"TARN_OUT"' '"known":true,"supported":false' '"IsGenLockSupported":true' \
-    '"may_be_driven":true' '"outputs":2' '"registers":{"6908":1,"7932":40}' '"percent":40'; do
+  for fact in "\"path\":\"$bin/libTavrin.so.1\"" '"soname":"libTavrin.so.1","version":"1"' '"missing":[]' '"device":1' \
+    '"size":84,"device_code":5' '"version":"002-001-033","device_name":"TARN_OUT","known":true,"supported":false' \
+    '"IsGenLockSupported":true' '"may_be_driven":true' '"outputs":2' '"registers":{"6908":1,"7932":40}' '"percent":40'; do
     says 'the look' "$fact"
   done
+  check -d 0 | sed '/^$/q' >"$work/out"
+  cat >"$work/text" <<TEXT
+library: $bin/libTavrin.so.1
+  file $bin/libTavrin.so.1, version 1, build id $(readelf -n "$bin/libTavrin.so.1" | sed -n 's/.*Build ID: //p')
+  it exports 16 of our operations
+device 0: QelProgressBarDisplay would drive it
+  FPGA 0: FPGA 0, device code 0x0005 (TARN_OUT), vendor 0xc3e7, bus 0, address 0xd0, record of 84 bytes
+    version 002-001-033 (2.1.33): known yes, supported no
+    answers: IsTarnOut IsGenLockSupported IsCableLockDriveValueSupported(1) GetPortBandwidth 1101004800 GetPortFifoSize 16384 \
+GetHdcpKeyAddress {"addresses":[],"returned":0}; no to the others
+  FPGA 1: FPGA 1, device code 0x4001 (not known), vendor 0xc3e7, bus 0, address 0xe4, record of 84 bytes
+    version 001-002-003 (1.2.259): known no, supported no
+    answers: IsBuildRequired IsCableLockDriveValueSupported(1) GetPortBandwidth 1101004800 GetPortFifoSize 16384 \
+GetHdcpKeyAddress {"addresses":[],"returned":0}; no to the others
+  outputs: 2
+  register 6908: 0x00000001
+  register 7932: 0x00000028
+    percent 40 reserved 0 bar_display_completed 0 trigger_new_bar_display 0 update_status 0
+
+TEXT
+  diff "$work/text" "$work/out" || expect 'the look in words' above 'and below'
   check -d 1 --json >"$work/out"
   expect 'devices, and rows of device 1, in a look at it' '1 19' \
     "$(grep -o '"fpgas":' "$work/out" | wc -l) $(grep -o '"came":"[^}]*,"device":1}' "$work/out" | wc -l)"
@@ -235,7 +255,7 @@ libraries() { # none, one that lacks operations, one that cannot be opened, one 
   done <<'ROWS'
 |1|it exports 0 of our operations;came: it lacks Tavrin_GetDeviceCount, Tavrin_GetDevice, 
 int Tavrin_GetDeviceCount, TBoard_RegRead;|1|it exports 2 of our operations;came: it lacks Tavrin_GetDevice, TBuffer_CreateVideo, 
-__attribute__((constructor)) void f(void) { __builtin_trap(); }|3|library: none that can be opened;opening the library crashes (SIG
+int raise(int); __attribute__((constructor)) void f(void) { raise(9); }|3|library: none that can be opened;opening the library crashes (SIGKILL)
 ROWS
   LD_LIBRARY_PATH=$bad check >"$work/out"
   says 'operations of its own' 'it exports 16 of our operations, and Tavrin_Load, and Tavrin_UnLoad'
