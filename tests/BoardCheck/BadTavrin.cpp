@@ -1,6 +1,6 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
-// That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent) or a status, an operation, and
-// from which of its calls on: "-256 TBuffer_Destroy 1".
+// That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash" or a status, an
+// operation, and from which of its calls on: "-256 TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -46,8 +46,8 @@ TStatus Commit(const char* pszOperation)
     if (Is("hang"))
         for (;;) pause();
     if (Is("exit")) _exit(0);
-    if (Is("stop")) return kill(getppid(), SIGTERM), TStatus_OK;
-    if (!Is("crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
+    if (Is("stop") || Is("stop-crash")) kill(getppid(), SIGTERM);
+    if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
     std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn it into an exit
     std::raise(SIGSEGV);
     return TStatus_FAIL;

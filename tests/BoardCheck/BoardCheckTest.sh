@@ -55,6 +55,7 @@ fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount||it can be loaded and unloaded|143
 fault|stop TBuffer_BeginAccess||a second access shows what the first drew (stopped by a signal)|143
 fault|stop TVideoOut_Enable 2||the handle of an enabled output is released (stopped by a signal)|143
+fault|stop-crash TVideoOut_Enable 2|enable|TVideoOut_Enable crashes (SIGSEGV)|143
 fault|stop TVideoOut_Disable 2||the outputs show a test card (stopped by a signal)|143
 fault|stop TBoard_RegWrite 2||register 7932 is read without side effect (stopped by a signal)|143
 refusal|--fpga 3:1.33.7|the firmware of FPGA 0 is not known: TARN_IN 001-033-007
