@@ -132,34 +132,25 @@ private:
     // Whatever the trials have not given back is given back by another process. Returns what that process could not.
     Json GiveBack(KUINT32 uiDevice)
     {
-        const STrialInput oInput = {m_roRequest, uiDevice};
-        Json              oLeft  = Json::array();
-        for (auto& [uiTaken, riTimes] : m_aiTaken)
-        {
-            const KUINT32 uiOutput = uiTaken;
-            if (riTimes > 0)
-            {
-                const STrialOutcome oOutcome =
-                    m_oRunner.TakeBack([&](Trial& roTrial) { TakeBackOutput(roTrial, oInput, uiOutput); });
-                if (oOutcome.strResult == HOLDS)
-                    riTimes = 0;
-                else
-                    oLeft.push_back({{"device", uiDevice}, {"output", uiOutput}, {"came", oOutcome.strCame}});
-            }
-        }
-        if (m_ouiRegister)
-        {
-            const KUINT32       uiHeld = *m_ouiRegister;
-            const STrialOutcome oOutcome =
-                m_oRunner.TakeBack([&](Trial& roTrial) { TakeBackRegister(roTrial, oInput, uiHeld); });
+        const STrialInput oInput    = {m_roRequest, uiDevice};
+        Json              oLeft     = Json::array();
+        const auto        fGiveBack = [&](auto pfnTakeBack, KUINT32 uiValue, Json oWhat) {
+            const STrialOutcome oOutcome = m_oRunner.TakeBack([&](Trial& ro) { pfnTakeBack(ro, oInput, uiValue); });
             if (oOutcome.strResult == HOLDS)
-                m_ouiRegister.reset();
-            else
-                oLeft.push_back({{"device", uiDevice},
-                                 {"register", REG_PROGRESS_BAR_RUNNING},
-                                 {"held", uiHeld},
-                                 {"came", oOutcome.strCame}});
+                return true;
+            oWhat["came"] = oOutcome.strCame;
+            oLeft.push_back(std::move(oWhat));
+            return false;
+        };
+        for (auto& [uiOutput, riTimes] : m_aiTaken)
+        {
+            if (riTimes > 0 && fGiveBack(TakeBackOutput, uiOutput, {{"device", uiDevice}, {"output", uiOutput}}))
+                riTimes = 0;
         }
+        if (m_ouiRegister &&
+            fGiveBack(TakeBackRegister, *m_ouiRegister,
+                      {{"device", uiDevice}, {"register", REG_PROGRESS_BAR_RUNNING}, {"held", *m_ouiRegister}}))
+            m_ouiRegister.reset();
         return oLeft;
     }
 
