@@ -24,8 +24,8 @@ _QelBoardCheck() {
         return
     fi
     case $prev in
-        -d | --DevIdx | --seconds) return ;;
+        -d | --DevIdx | --limit | --seconds) return ;;
     esac
-    COMPREPLY=($(compgen -W '-h --help --version --json -d --DevIdx --draw -v --VideoParam --seconds' -- "$cur"))
+    COMPREPLY=($(compgen -W '-h --help --version --json -d --DevIdx --draw -v --VideoParam --limit --seconds' -- "$cur"))
 } &&
     complete -F _QelBoardCheck QelBoardCheck

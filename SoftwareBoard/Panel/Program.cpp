@@ -133,7 +133,7 @@ int ParseAndRun(int argc, char* argv[], Commands oCommands)
     }
 
     fAction();
-    return CheckOutput(std::fflush(stdout) == 0);
+    return CheckOutput(std::fflush(stdout) == 0 && !std::ferror(stdout));
 }
 }
 

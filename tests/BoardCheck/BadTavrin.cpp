@@ -1,12 +1,11 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
-// That is one of the words below, or "hang", "crash", "exit" or a status, an operation, and which of its calls: "-256
-// TBuffer_Destroy 1".
+// That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash" or a status, an
+// operation, and from which of its calls on: "-256 TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -47,7 +46,8 @@ TStatus Commit(const char* pszOperation)
     if (Is("hang"))
         for (;;) pause();
     if (Is("exit")) _exit(0);
-    if (!Is("crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
+    if (Is("stop") || Is("stop-crash")) kill(getppid(), SIGTERM);
+    if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
     std::puts("last words");
     std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn it into an exit
     std::raise(SIGSEGV);
@@ -93,7 +93,11 @@ extern "C"
 {
 TStatus Tavrin_Load(void)   { return Commit("Tavrin_Load"); }
 TStatus Tavrin_UnLoad(void) { return Commit("Tavrin_UnLoad"); }
-KUINT32 Tavrin_GetDeviceCount(void) { return Is("no-device") ? 0 : PASS(Tavrin_GetDeviceCount); }
+KUINT32 Tavrin_GetDeviceCount(void)
+{
+    const TStatus eStatus = Commit("Tavrin_GetDeviceCount");
+    return eStatus < 0 || Is("no-device") ? 0 : Is("many") ? 65 : PASS(Tavrin_GetDeviceCount);
+}
 TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
 {
     const TStatus eStatus = Commit("Tavrin_GetDevice");
@@ -108,12 +112,13 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
     if (Is("pitch") || Is("pitch-in-bytes")) po->auiPitchInBytes[0] = po->auiWidth[0] * (Is("pitch") ? 4 : 1);
     if (Is("pitch")) po->auiPitch[0] = po->auiWidth[0];
     if (Is("size")) po->auiHeight[0] += 1;
-    if (Is("planes")) po->uiPlaneCount = 4;
+    if (Is("planes")) po->uiPlaneCount = 2;
+    if (Is("format")) po->aePlaneFormat[0] = TPixelFormat_B8G8R8A8;
     return eStatus;
 }
 TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, KUINTPTR* pui)
 {
-    const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, uiPlanes, pui);
+    const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, Is("planes") ? 1 : uiPlanes, pui);
     s_uiPlane = *pui;
     const auto* const puiFirst = reinterpret_cast<const KUINT32*>(s_uiPlane);
     if (Is("forgotten")) s_auiBefore.assign(puiFirst, puiFirst + size_t{s_oInfo.auiPitch[0]} * s_oInfo.auiHeight[0]);
@@ -132,7 +137,11 @@ TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const ta
     return Is("shared") ? TStatus_OK : eStatus;
 }
 TStatus TVideoOut_Disable(TVideoOut_Handle h) { return s_bWasDisabled = true, PASS(TVideoOut_Disable, h); }
-TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h) { return PASS(TVideoOut_ReleaseHandle, h); }
+TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h)
+{
+    if (Is("released")) PASS(TVideoOut_Disable, h);
+    return PASS(TVideoOut_ReleaseHandle, h);
+}
 TStatus TBoard_RegWrite(TDevice_Handle h, KUINT32 ui, KUINT32 uiValue)
     { return Is("deaf") ? TStatus_OK : PASS(TBoard_RegWrite, h, ui, uiValue); }
 TStatus TBoard_RegRead(TDevice_Handle h, KUINT32 ui, KUINT32* pui)
@@ -140,6 +149,7 @@ TStatus TBoard_RegRead(TDevice_Handle h, KUINT32 ui, KUINT32* pui)
     static KUINT32 s_uiReads = 0;
     const TStatus eStatus = PASS(TBoard_RegRead, h, ui, pui);
     if (Is("clears") && ui == 7932 && s_uiReads++ == 0) *pui = 40;
+    if (Is("fields") && ui == 7932) *pui = 90u << 24 | 1 << 22 | 9 << 8 | 5;
     return eStatus;
 }
 TStatus TBoard_GetFpgaCount(TDevice_Handle h, KUINT32* pui) { return PASS(TBoard_GetFpgaCount, h, pui); }

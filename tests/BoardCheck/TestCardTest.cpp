@@ -1,5 +1,9 @@
 // The test card in memory: bytes in the order of format 52, a frame along the edges, and nothing outside.
 #include "TestCard.h"
+
+#include <cstring>
+
+#include "CardFont.h"
 #include "TestSupport.h"
 
 namespace
@@ -11,19 +15,21 @@ struct Card
 {
     Card(KUINT32 uiPictureWidth, KUINT32 uiPictureHeight) : uiWidth(uiPictureWidth), uiHeight(uiPictureHeight)
     {
-        const tagTBuffer_PlaneInfo oInfo   = {.uiPlaneCount    = 1,
-                                              .auiWidth        = {uiWidth},
-                                              .auiHeight       = {uiHeight},
-                                              .auiPitch        = {uiPitch},
-                                              .auiPitchInBytes = {uiPitch * 4}};
-        const KUINTPTR             uiPlane = reinterpret_cast<KUINTPTR>(auiMemory.data() + uiPitch);
         BoardCheck::DrawTestCard(oInfo, &uiPlane, 7);
     }
+    void     Blink(bool bLit) { BoardCheck::DrawBlinkingSquare(oInfo, &uiPlane, bLit); }
     KUINT32  At(KUINT32 x, KUINT32 y) const { return auiMemory[(y + 1) * uiPitch + x]; }
     unsigned Count(KUINT32 uiWord) const { return unsigned(std::count(auiMemory.begin(), auiMemory.end(), uiWord)); }
 
     const KUINT32        uiWidth, uiHeight, uiPitch = uiWidth + PADDING;
     std::vector<KUINT32> auiMemory = std::vector<KUINT32>(uiPitch * (uiHeight + 2), OUTSIDE);
+
+    const tagTBuffer_PlaneInfo oInfo   = {.uiPlaneCount    = 1,
+                                          .auiWidth        = {uiWidth},
+                                          .auiHeight       = {uiHeight},
+                                          .auiPitch        = {uiPitch},
+                                          .auiPitchInBytes = {uiPitch * 4}};
+    const KUINTPTR             uiPlane = reinterpret_cast<KUINTPTR>(auiMemory.data() + uiPitch);
 };
 }
 
@@ -31,7 +37,8 @@ TEST(TestCard, StaysInsidePicturesOfEverySize)
 {
     for (const auto& [uiWidth, uiHeight] : {std::pair(1u, 1u), {2, 9}, {3, 2}, {40, 700}, {700, 40}, {1920, 1080}})
     {
-        const Card oCard(uiWidth, uiHeight);
+        Card oCard(uiWidth, uiHeight);
+        oCard.Blink(false);
         EXPECT_EQ(oCard.Count(OUTSIDE), oCard.auiMemory.size() - size_t{uiWidth} * uiHeight) << uiWidth << ' ' << uiHeight;
         for (KUINT32 x = 0; x < uiWidth; ++x)
             ASSERT_TRUE(oCard.At(x, 0) == WHITE && oCard.At(x, uiHeight - 1) == WHITE) << uiWidth << ' ' << uiHeight;
@@ -40,11 +47,47 @@ TEST(TestCard, StaysInsidePicturesOfEverySize)
     }
 }
 
+// Whether the card has this text in this colour on black, in dots of this size, below the row. Sets the row to the text's.
+bool FindText(const Card& roCard, const char* pszText, KUINT32 uiColour, KUINT32 uiDot, KUINT32& ruiRow)
+{
+    const KUINT32 uiWidth = KUINT32(std::strlen(pszText)) * (BoardCheck::GLYPH_WIDTH + 1) * uiDot;
+    const auto    IsText  = [&](KUINT32 uiLeft, KUINT32 uiTop) {
+        for (KUINT32 y = 0; y < BoardCheck::GLYPH_HEIGHT * uiDot; ++y)
+            for (KUINT32 x = 0; x < uiWidth; ++x)
+            {
+                const KUINT32 uiColumn = x / uiDot % (BoardCheck::GLYPH_WIDTH + 1);
+                const char    c        = pszText[x / uiDot / (BoardCheck::GLYPH_WIDTH + 1)];
+                const bool    bInk     = uiColumn < BoardCheck::GLYPH_WIDTH && BoardCheck::IsInk(c, uiColumn, y / uiDot);
+                if (roCard.At(uiLeft + x, uiTop + y) != (bInk ? uiColour : BLACK)) return false;
+            }
+        return true;
+    };
+    while (++ruiRow + BoardCheck::GLYPH_HEIGHT * uiDot < roCard.uiHeight)
+        for (KUINT32 x = 1; x + uiWidth < roCard.uiWidth; ++x)
+            if (IsText(x, ruiRow)) return true;
+    return false;
+}
+
+TEST(TestCard, SaysInWordsWhatItShows)
+{
+    const Card oCard(1024, 768);
+    KUINT32    uiRow = 0;  // from the top
+    EXPECT_TRUE(FindText(oCard, "THIS LINE IS AT THE TOP", WHITE, 3, uiRow));
+    EXPECT_TRUE(FindText(oCard, "OUTPUT 7", WHITE, 9, uiRow));
+    EXPECT_TRUE(FindText(oCard, "THIS WORD IS RED", 0xff0000ff, 3, uiRow));
+    EXPECT_TRUE(FindText(oCard, "THIS WORD IS GREEN", 0xff00ff00, 3, uiRow));
+    EXPECT_TRUE(FindText(oCard, "THIS WORD IS BLUE", 0xffff0000, 3, uiRow));
+    EXPECT_TRUE(FindText(oCard, "EACH BAR HAS THE COLOUR OF ITS NAME", WHITE, 3, uiRow));
+    EXPECT_TRUE(FindText(oCard, "MAGENTA", WHITE, 2, uiRow));
+    EXPECT_TRUE(FindText(oCard, "THIS BAR IS AT 50 %", WHITE, 3, uiRow));
+    EXPECT_TRUE(FindText(oCard, "THIS SQUARE BLINKS", WHITE, 3, --uiRow));
+}
+
 TEST(TestCard, ShowsItsColoursInTheirOrderAndHalfABar)
 {
     for (const auto& [uiWidth, uiHeight] : {std::pair(640u, 480u), {1024, 768}, {1920, 1080}})
     {
-        const Card oCard(uiWidth, uiHeight);
+        Card oCard(uiWidth, uiHeight);
         // The colours in the order in which they first come, downwards: the words, then the bars.
         std::vector<KUINT32> auiFound;
         for (KUINT32 y = 1; y < uiHeight - 1; ++y)
@@ -53,13 +96,18 @@ TEST(TestCard, ShowsItsColoursInTheirOrderAndHalfABar)
         EXPECT_EQ(auiFound, (std::vector<KUINT32>{BLACK, WHITE, 0xff0000ff, 0xff00ff00, 0xffff0000, 0xff00ffff, 0xffffff00,
                                                   0xffff00ff}));
 
-        // The lowest thing on it is the bar: the left half is filled.
-        const KUINT32 uiMiddle = uiWidth / 2, uiLeft = uiWidth / 4, uiRight = uiWidth - uiLeft - 1;
+        // The lowest things on it are the bar, whose left half is filled, and the square, which is not unless it is lit.
+        const KUINT32 uiLeft = uiWidth / 10, uiRight = uiLeft * 6 - 1, uiMiddle = uiLeft * 7 / 2, uiSquare = uiWidth * 4 / 5;
         KUINT32       uiRow = uiHeight - 2;
-        while (oCard.At(uiMiddle, uiRow) != WHITE) --uiRow;
+        while (oCard.At(uiLeft, uiRow) != WHITE) --uiRow;
         uiRow -= 5;
         const auto IsWhite = [&](KUINT32 x) { return oCard.At(x, uiRow) == WHITE; };
         EXPECT_TRUE(!IsWhite(uiLeft - 1) && IsWhite(uiLeft) && IsWhite(uiMiddle - 1) && !IsWhite(uiMiddle) &&
-                    !IsWhite(uiRight - 1) && IsWhite(uiRight) && !IsWhite(uiRight + 1));
+                    !IsWhite(uiRight - 1) && IsWhite(uiRight) && !IsWhite(uiRight + 1) && !IsWhite(uiSquare));
+        const auto auiDark = oCard.auiMemory;
+        oCard.Blink(true);
+        EXPECT_TRUE(IsWhite(uiSquare) && oCard.Count(OUTSIDE) == oCard.auiMemory.size() - size_t{uiWidth} * uiHeight);
+        oCard.Blink(false);
+        EXPECT_EQ(oCard.auiMemory, auiDark);
     }
 }

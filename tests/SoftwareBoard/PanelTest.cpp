@@ -214,7 +214,8 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     Holder oUser;
     Expect("create --devices 3", 1, "in use");
     oUser.Kill();
-    Expect("create --devices 3", 0, "devices 3");
+    Expect("create --devices 8 --outputs 16", 0, "devices 8");
+    Expect("run -- sh -c 'exec \"$@\" >/dev/full' - " BOARD_PANEL " status --json", 1, "standard output");  // over 4 KiB
     Expect("status", 0, "output 0: off");
     Expect("run -- sh -c 'ulimit -f 0; exec \"$@\"' - " BOARD_PANEL " create", 1, "board.new: posix_fallocate");
     Expect("status", 0, "device 2");

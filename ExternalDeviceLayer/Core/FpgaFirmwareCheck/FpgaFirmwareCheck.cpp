@@ -59,7 +59,7 @@ SFirmwareFinding ExamineFpgaFirmware(TDEVICE_OBJECT* hDev)
         KBOOL32       bKnown     = FALSE;
         const KBOOL32 bSupported = ToFpgaInfo(oFpgaInfo).IsSupported(bKnown);
 
-        oFinding = {bKnown ? EFirmwareFinding::Supported : EFirmwareFinding::NotKnown, uiFpgaIdx};
+        oFinding = {bKnown ? EFirmwareFinding::Supported : EFirmwareFinding::NotKnown, uiFpgaIdx, eStatus, oFpgaInfo};
         if (!bSupported)
             return oFinding;
     }

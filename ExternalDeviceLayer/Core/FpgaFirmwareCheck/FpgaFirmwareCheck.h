@@ -22,9 +22,10 @@ enum class EFirmwareFinding
 
 struct SFirmwareFinding
 {
-    EFirmwareFinding eFinding;
-    KUINT32          uiFpgaIdx = 0;             // the FPGA that decided; for NoFpgaInfo and NotKnown
-    TStatus          eStatus   = TStatus_FAIL;  // what the board's call returned; for NoFpgaCount and NoFpgaInfo
+    EFirmwareFinding   eFinding;
+    KUINT32            uiFpgaIdx = 0;             // the FPGA that decided; for NoFpgaInfo and NotKnown
+    TStatus            eStatus   = TStatus_FAIL;  // what the board's call returned; for NoFpgaCount and NoFpgaInfo
+    tagTBoard_FpgaInfo oFpgaInfo = {};            // of the FPGA that decided; for NotKnown
 };
 
 // Examines the maker's FPGAs at the examined address, in index order, up to the first one that is not supported. They may be

@@ -42,6 +42,10 @@ std::optional<int> ReadArguments(int argc, char** argv, SRequest& roRequest)
         ->expected(TIMING_VALUES)
         ->type_name("VALUE")
         ->needs(poDraw);
+    oProgram
+        .add_option("--limit", roRequest.uiCallLimitS, "Take a call that lasts longer for one that hangs; 5 if not given")
+        ->check(CLI::Range(KUINT32{1}, MAX_SECONDS))
+        ->type_name("SECONDS");
     oProgram.add_option("--seconds", roRequest.uiCardTimeS, "Show the card for this time; 5 if not given")
         ->check(CLI::Range(KUINT32{0}, MAX_SECONDS))
         ->type_name("N")

@@ -3,8 +3,10 @@
 #define BOARD_OBJECTS_H
 
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "Checks.h"
 #include "QelTypes.h"
 #include "Tavrin.h"
 #include "Trial.h"
@@ -19,13 +21,24 @@ public:
     ~Library();
     Library(const Library&)            = delete;
     Library& operator=(const Library&) = delete;
+
+private:
+    Trial& m_roTrial;
 };
 
-// The loaded library, and a device of it.
+// The loaded library, and a device of it. The objects below belong to it, and it keeps what they need: the trial and the
+// timings.
 class Device
 {
 public:
-    Device(Trial& roTrial, KUINT32 uiDevice);
+    Device(Trial& roTrial, const STrialInput& roInput);
+
+    KUINT32 CountOutputs() const;
+    KUINT32 RequireOutputs() const;  // as CountOutputs; none end the trial
+    KUINT32 ReadRegister(KUINT32 uiRegister) const;
+
+    Trial&                    m_roTrial;
+    const tagTVideo_VidParam& m_roVidParam;
 
 private:
     Library m_oLibrary;
@@ -34,29 +47,30 @@ public:
     const TDevice_Handle m_hDev;
 };
 
-// A buffer of format 52.
+// A buffer of format 52 and the size of the timings.
 class Buffer
 {
 public:
-    Buffer(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam);
+    explicit Buffer(const Device& roDevice);
     ~Buffer();
     Buffer(const Buffer&)            = delete;
     Buffer& operator=(const Buffer&) = delete;
 
     TBuffer_Handle       Get() const { return m_hBuffer; }
     void                 Destroy();
-    tagTBuffer_PlaneInfo GetPlaneInfo() const;  // ends the trial if the rows of the planes cannot be told from it
+    tagTBuffer_PlaneInfo RequireRows() const;  // ends the trial if the rows of plane 0 are not safe to be written
+
+    const Device& m_roDevice;
 
 private:
-    Trial&         m_roTrial;
     TBuffer_Handle m_hBuffer = nullptr;
 };
 
-// An access period of a buffer.
+// An access period of a buffer, whose rows are safe to be written.
 class Access
 {
 public:
-    explicit Access(Trial& roTrial, const Buffer& roBuffer);
+    explicit Access(const Buffer& roBuffer);
     ~Access();
     Access(const Access&)            = delete;
     Access& operator=(const Access&) = delete;
@@ -64,50 +78,54 @@ public:
     void     End();
     KUINT32* GetRow(KUINT32 uiRow) const;
 
-    tagTBuffer_PlaneInfo m_oInfo;
-    KUINTPTR             m_auiPlanes[3] = {};
+    const tagTBuffer_PlaneInfo m_oInfo;
+    KUINTPTR                   m_auiPlanes[3] = {};
 
 private:
     Trial&         m_roTrial;
     TBuffer_Handle m_hBuffer;  // null after the end
 };
 
-// An output that shows a buffer.
+// An output of the device, which may show a buffer.
 class Output
 {
 public:
-    Output(Trial& roTrial, const Device& roDevice, KUINT32 uiOutput)
-        : m_roTrial(roTrial), m_hDev(roDevice.m_hDev), m_uiOutput(uiOutput)
-    {}
+    Output(const Device& roDevice, KUINT32 uiOutput) : m_roDevice(roDevice), m_uiOutput(uiOutput) {}
     ~Output();
     Output(const Output&)            = delete;
     Output& operator=(const Output&) = delete;
 
     // Each gets the handle if there is none.
-    void    Enable(const tagTVideo_VidParam& roVidParam, const Buffer& roBuffer);
-    TStatus TryEnable(const tagTVideo_VidParam& roVidParam, const Buffer& roBuffer);
+    void    Enable(const Buffer& roBuffer);
+    TStatus TryEnable(const Buffer& roBuffer);
     void    Disable();
 
     void Release();
 
 private:
-    TStatus GetHandle();
-    void    Check(TStatus eStatus);
+    TStatus     GetHandle();
+    void        Check(TStatus eStatus);
+    std::string NameOutput() const;
 
-    Trial&           m_roTrial;
-    TDevice_Handle   m_hDev;
+    const Device&    m_roDevice;
     KUINT32          m_uiOutput;
     TVideoOut_Handle m_hVideoOut = nullptr;
     bool             m_bEnabled  = false;
 };
 
-KUINT32 ReadRegister(Trial& roTrial, const Device& roDevice, KUINT32 uiRegister);
+using Outputs = std::vector<std::unique_ptr<Output>>;
+
+// Every output shows the buffer, and its handle is kept. A device without outputs ends the trial.
+Outputs EnableEveryOutput(const Buffer& roBuffer);
+
+// As EnableEveryOutput, but the handles are released.
+Outputs ShowOnEveryOutput(const Buffer& roBuffer);
 
 // Register 6908, which gets back what it held.
 class RunningRegister
 {
 public:
-    RunningRegister(Trial& roTrial, const Device& roDevice);
+    explicit RunningRegister(const Device& roDevice);
     ~RunningRegister();
     RunningRegister(const RunningRegister&)            = delete;
     RunningRegister& operator=(const RunningRegister&) = delete;
@@ -115,22 +133,9 @@ public:
     void Write(KUINT32 uiValue);
 
 private:
-    Trial&        m_roTrial;
     const Device& m_roDevice;
     KUINT32       m_uiHeld;
 };
-
-using Outputs = std::vector<std::unique_ptr<Output>>;
-
-KUINT32 CountOutputs(Trial& roTrial, const Device& roDevice);
-
-// Every output of the device shows the buffer, and its handle is kept. Returns nothing for a device without outputs.
-Outputs EnableEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
-                          const Buffer& roBuffer);
-
-// As EnableEveryOutput, but the handles are released, and a device without outputs ends the trial.
-Outputs ShowOnEveryOutput(Trial& roTrial, const Device& roDevice, const tagTVideo_VidParam& roVidParam,
-                          const Buffer& roBuffer);
 }
 
 #endif

@@ -1,4 +1,4 @@
-// The checks: what QelBoardCheck assumes of a board, one row an assumption. This table is the one list of them.
+// The checks: what QelBoardCheck assumes of a board, one row an assumption. The table in Checks.cpp is the one list of them.
 #ifndef CHECKS_H
 #define CHECKS_H
 
@@ -16,10 +16,11 @@ namespace BoardCheck
 struct SRequest
 {
     std::optional<KUINT32> ouiDevice;
-    bool                   bDraw       = false;
-    bool                   bJson       = false;
-    KUINT32                uiCardTimeS = 5;
-    tagTVideo_VidParam     oVidParam   = DEFAULT_TIMING;
+    bool                   bDraw        = false;
+    bool                   bJson        = false;
+    KUINT32                uiCardTimeS  = 5;
+    KUINT32                uiCallLimitS = 5;  // a call that does not return by then hangs
+    tagTVideo_VidParam     oVidParam    = DEFAULT_TIMING;
 };
 
 // What a trial is made with.
@@ -31,24 +32,30 @@ struct STrialInput
 
 using TryCheck = void (*)(Trial& roTrial, const STrialInput& roInput);
 
+enum class EScope
+{
+    Library,
+    Device,  // of every device
+    Draw,    // of the device that is drawn on
+};
+
 struct SCheck
 {
+    EScope      eScope;
     const char* pszName;
     const char* pszExpected;
     TryCheck    pfnTry;
     TryCheck    pfnSecond = nullptr;  // in a second process, while the first waits; its outcome counts
 };
 
-// Counts beyond this are no counts.
+// A library that counts more than this is taken to be wrong.
 constexpr KUINT32 MAX_COUNT = 64;
 
-std::span<const SCheck> LibraryChecks();
-std::span<const SCheck> DeviceChecks();  // of every device
-std::span<const SCheck> DrawChecks();    // of the device that is drawn on
+std::span<const SCheck> GetChecks(EScope eScope);
 
-// Gives back what a trial took and could not give back itself, as its facts tell.
-void TakeBackOutput(Trial& roTrial, KUINT32 uiDevice, KUINT32 uiOutput);
-void TakeBackRegister(Trial& roTrial, KUINT32 uiDevice, KUINT32 uiValue);
+// Gives back what trials took and could not give back themselves. A stop is not heeded.
+void TakeBackOutput(Trial& roTrial, const STrialInput& roInput, KUINT32 uiOutput);
+void TakeBackRegister(Trial& roTrial, const STrialInput& roInput, KUINT32 uiValue);
 }
 
 #endif

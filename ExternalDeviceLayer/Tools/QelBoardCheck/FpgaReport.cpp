@@ -14,35 +14,37 @@ struct SAnswer
 };
 
 // clang-format off
+#define ANSWER(NAME) {#NAME, &XDevFpgaInfo::NAME}
 constexpr SAnswer ANSWERS[] = {
-    {"IsBuildRequired",            &XDevFpgaInfo::IsBuildRequired},
-    {"IsProto1",                   &XDevFpgaInfo::IsProto1},
-    {"IsProto1Dvo",                &XDevFpgaInfo::IsProto1Dvo},
-    {"IsProto1FpgaPort",           &XDevFpgaInfo::IsProto1FpgaPort},
-    {"IsQuadHdmiIn",               &XDevFpgaInfo::IsQuadHdmiIn},
-    {"IsQuadDPOut",                &XDevFpgaInfo::IsQuadDPOut},
-    {"IsTarnIn",                   &XDevFpgaInfo::IsTarnIn},
-    {"IsTarnInDp12",               &XDevFpgaInfo::IsTarnInDp12},
-    {"IsTarnOut",                  &XDevFpgaInfo::IsTarnOut},
-    {"IsTarnSdi",                  &XDevFpgaInfo::IsTarnSdi},
-    {"IsOpalUHD",                  &XDevFpgaInfo::IsOpalUHD},
-    {"IsSorrel1",                  &XDevFpgaInfo::IsSorrel1},
-    {"IsSorrel1Dec",               &XDevFpgaInfo::IsSorrel1Dec},
-    {"IsSorrel2Enc",               &XDevFpgaInfo::IsSorrel2Enc},
-    {"IsIpKvmInF0",                &XDevFpgaInfo::IsIpKvmInF0},
-    {"IsIpKvmInF1",                &XDevFpgaInfo::IsIpKvmInF1},
-    {"IsIpKvmOutF0",               &XDevFpgaInfo::IsIpKvmOutF0},
-    {"IsIpKvmOutF1",               &XDevFpgaInfo::IsIpKvmOutF1},
-    {"IsHeron",                    &XDevFpgaInfo::IsHeron},
-    {"IsOldBrgModel",              &XDevFpgaInfo::IsOldBrgModel},
-    {"IsSubFieldModeSupported",    &XDevFpgaInfo::IsSubFieldModeSupported},
-    {"IsInterruptStatusSupported", &XDevFpgaInfo::IsInterruptStatusSupported},
-    {"IsGenLockSupported",         &XDevFpgaInfo::IsGenLockSupported},
-    {"IsFrameLockSupported",       &XDevFpgaInfo::IsFrameLockSupported},
-    {"IsLvdsJeidaSupported",       &XDevFpgaInfo::IsLvdsJeidaSupported},
-    {"IsMultiBoardsSyncSupported", &XDevFpgaInfo::IsMultiBoardsSyncSupported},
-    {"GetHdcpSupport",             &XDevFpgaInfo::GetHdcpSupport},
+    ANSWER(IsBuildRequired),
+    ANSWER(IsProto1),
+    ANSWER(IsProto1Dvo),
+    ANSWER(IsProto1FpgaPort),
+    ANSWER(IsQuadHdmiIn),
+    ANSWER(IsQuadDPOut),
+    ANSWER(IsTarnIn),
+    ANSWER(IsTarnInDp12),
+    ANSWER(IsTarnOut),
+    ANSWER(IsTarnSdi),
+    ANSWER(IsOpalUHD),
+    ANSWER(IsSorrel1),
+    ANSWER(IsSorrel1Dec),
+    ANSWER(IsSorrel2Enc),
+    ANSWER(IsIpKvmInF0),
+    ANSWER(IsIpKvmInF1),
+    ANSWER(IsIpKvmOutF0),
+    ANSWER(IsIpKvmOutF1),
+    ANSWER(IsHeron),
+    ANSWER(IsOldBrgModel),
+    ANSWER(IsSubFieldModeSupported),
+    ANSWER(IsInterruptStatusSupported),
+    ANSWER(IsGenLockSupported),
+    ANSWER(IsFrameLockSupported),
+    ANSWER(IsLvdsJeidaSupported),
+    ANSWER(IsMultiBoardsSyncSupported),
+    ANSWER(GetHdcpSupport),
 };
+#undef ANSWER
 // clang-format on
 
 Json DescribeCapabilities(const XDevFpgaInfo& roFpga)
@@ -70,6 +72,7 @@ Json DescribeFpga(const tagTBoard_FpgaInfo& roInfo)
     KBOOL32             bKnown   = FALSE;
     const bool          bSupport = oFpga.IsSupported(bKnown) != FALSE;
     return {{"name", oFpga.GetName().c_str()},
+            {"size", roInfo.uiSize},
             {"device_code", roInfo.ui16DevID},
             {"vendor", roInfo.ui16VendorID},
             {"bus", roInfo.uiI2cBusIndex},

@@ -1,15 +1,15 @@
-// The checks that change nothing: of the library, and of each device.
+// Whether the library and the devices can be asked for what a run needs. Nothing is changed.
 #include <dlfcn.h>
 
 #include <string>
 
 #include "BoardObjects.h"
 #include "BoardRegisters.h"
-#include "Checks.h"
 #include "FpgaFirmwareCheck.h"
 #include "FpgaReport.h"
 #include "LibraryFile.h"
 #include "TavrinLoader.h"
+#include "Tries.h"
 
 namespace BoardCheck
 {
@@ -20,8 +20,26 @@ void* OpenLibrary(Trial& roTrial)
     roTrial.At("opening the library");
     void* const pvLibrary = dlopen(TAVRIN_LIBRARY_NAME, RTLD_NOW | RTLD_LOCAL);
     if (pvLibrary == nullptr)
-        roTrial.End(dlerror());
+        roTrial.Fail(dlerror());
     return pvLibrary;
+}
+
+std::string ExplainRefusal(const SFirmwareFinding& roFinding)
+{
+    const std::string strFpga = "FPGA " + std::to_string(roFinding.uiFpgaIdx);
+    switch (roFinding.eFinding)
+    {
+    case EFirmwareFinding::NoFpgaCount:
+        return "the FPGAs cannot be counted: TBoard_GetFpgaCount returned " + DescribeStatus(roFinding.eStatus);
+    case EFirmwareFinding::NoFpga: return "the board has no FPGA";
+    case EFirmwareFinding::NoFpgaInfo:
+        return strFpga + " cannot be described: TBoard_GetFpgaInfo returned " + DescribeStatus(roFinding.eStatus);
+    case EFirmwareFinding::NoneExamined: return "no FPGA has I2C address 0xd0 and vendor 0xc3e7";
+    case EFirmwareFinding::NotKnown:
+    case EFirmwareFinding::Supported: break;
+    }
+    return "the firmware of " + strFpga + " is not known: " + NameFirmware(roFinding.oFpgaInfo);
+}
 }
 
 void TryFile(Trial& roTrial, const STrialInput&)
@@ -29,7 +47,7 @@ void TryFile(Trial& roTrial, const STrialInput&)
     roTrial.BeginQuestion();
     const Json oFile = DescribeLibraryFile(OpenLibrary(roTrial));
     roTrial.Tell("library", oFile);
-    roTrial.Hold(oFile["path"]);
+    roTrial.Pass(oFile["path"]);
 }
 
 void TryOperations(Trial& roTrial, const STrialInput&)
@@ -55,8 +73,8 @@ void TryOperations(Trial& roTrial, const STrialInput&)
     }
     roTrial.Tell("library", {{"operations", oExported}, {"missing", oMissing}, {"also", oAlso}});
     if (!strMissing.empty())
-        roTrial.End("it lacks " + strMissing);
-    roTrial.Hold(std::to_string(oExported.size()) + " operations");
+        roTrial.Fail("it lacks " + strMissing);
+    roTrial.Pass(std::to_string(oExported.size()) + " operations");
 }
 
 void TryLoad(Trial& roTrial, const STrialInput&)
@@ -66,7 +84,7 @@ void TryLoad(Trial& roTrial, const STrialInput&)
     Library oLibrary(roTrial);
     roTrial.At("unloading the library");
     Tavrin_UnLoad();
-    roTrial.Hold(AS_EXPECTED);
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryDevices(Trial& roTrial, const STrialInput& roInput)
@@ -77,10 +95,10 @@ void TryDevices(Trial& roTrial, const STrialInput& roInput)
     roTrial.Tell("device_count", uiCount);
     const std::string strCount = uiCount == 1 ? "1 device" : std::to_string(uiCount) + " devices";
     if (uiCount == 0 || uiCount > MAX_COUNT)
-        roTrial.End(strCount);
+        roTrial.Fail(strCount);
     if (roInput.roRequest.ouiDevice.value_or(0) >= uiCount)
-        roTrial.End("there is no device " + std::to_string(*roInput.roRequest.ouiDevice) + " among " + strCount);
-    roTrial.Hold(strCount);
+        roTrial.Fail("there is no device " + std::to_string(*roInput.roRequest.ouiDevice) + " among " + strCount);
+    roTrial.Pass(strCount);
 }
 
 void TryDevice(Trial& roTrial, const STrialInput& roInput)
@@ -88,18 +106,18 @@ void TryDevice(Trial& roTrial, const STrialInput& roInput)
     const Library oLibrary(roTrial);
     roTrial.BeginQuestion();
     if (Tavrin_GetDevice(roInput.uiDevice) == nullptr)
-        roTrial.End("Tavrin_GetDevice returned null");
-    roTrial.Hold(AS_EXPECTED);
+        roTrial.Fail("Tavrin_GetDevice returned null");
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryFpgas(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
+    const Device oDevice(roTrial, roInput);
     roTrial.BeginQuestion();
     KUINT32 uiCount = 0;
     roTrial.Check(TBoard_GetFpgaCount(oDevice.m_hDev, &uiCount));
     if (uiCount > MAX_COUNT)
-        roTrial.End(std::to_string(uiCount) + " FPGAs");
+        roTrial.Fail(std::to_string(uiCount) + " FPGAs");
     for (KUINT32 uiFpga = 0; uiFpga < uiCount; ++uiFpga)
     {
         tagTBoard_FpgaInfo oInfo = {};
@@ -107,60 +125,36 @@ void TryFpgas(Trial& roTrial, const STrialInput& roInput)
         roTrial.Check(TBoard_GetFpgaInfo(oDevice.m_hDev, uiFpga, &oInfo));
         roTrial.Tell("fpga", DescribeFpga(oInfo));
     }
-    roTrial.Hold(std::to_string(uiCount) + (uiCount == 1 ? " FPGA" : " FPGAs"));
-}
-
-std::string ExplainRefusal(TDevice_Handle hDev)
-{
-    const SFirmwareFinding oFinding = ExamineFpgaFirmware(hDev);
-    const std::string      strFpga  = "FPGA " + std::to_string(oFinding.uiFpgaIdx);
-    switch (oFinding.eFinding)
-    {
-    case EFirmwareFinding::Supported: return "a second look finds it supported";
-    case EFirmwareFinding::NoFpgaCount:
-        return "the FPGAs cannot be counted: TBoard_GetFpgaCount returned " + DescribeStatus(oFinding.eStatus);
-    case EFirmwareFinding::NoFpga: return "the board has no FPGA";
-    case EFirmwareFinding::NoFpgaInfo:
-        return strFpga + " cannot be described: TBoard_GetFpgaInfo returned " + DescribeStatus(oFinding.eStatus);
-    case EFirmwareFinding::NoneExamined: return "no FPGA has I2C address 0xd0 and vendor 0xc3e7";
-    case EFirmwareFinding::NotKnown: break;
-    }
-    tagTBoard_FpgaInfo oInfo = {};
-    oInfo.uiSize             = sizeof(oInfo);
-    TBoard_GetFpgaInfo(hDev, oFinding.uiFpgaIdx, &oInfo);
-    return "the firmware of " + strFpga + " is not known: " + NameFirmware(oInfo);
+    roTrial.Pass(std::to_string(uiCount) + (uiCount == 1 ? " FPGA" : " FPGAs"));
 }
 
 void TryFirmware(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
+    const Device oDevice(roTrial, roInput);
     roTrial.BeginQuestion();
-    const bool bSupported = IsFpgaFirmwareSupported(oDevice.m_hDev) != FALSE;
-    roTrial.Tell("may_be_driven", bSupported);
-    if (!bSupported)
-        roTrial.End(ExplainRefusal(oDevice.m_hDev));
-    roTrial.Hold(AS_EXPECTED);
+    const SFirmwareFinding oFinding = ExamineFpgaFirmware(oDevice.m_hDev);
+    if (oFinding.eFinding != EFirmwareFinding::Supported)
+        roTrial.Fail(ExplainRefusal(oFinding));
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryOutputs(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
+    const Device oDevice(roTrial, roInput);
     roTrial.BeginQuestion();
-    const KUINT32 uiCount = CountOutputs(roTrial, oDevice);
+    const KUINT32 uiCount = oDevice.CountOutputs();
     roTrial.Tell("outputs", uiCount);
     if (uiCount == 0 && roInput.roRequest.bDraw)
-        roTrial.End("no outputs to draw on");
-    roTrial.Hold(std::to_string(uiCount) + (uiCount == 1 ? " output" : " outputs"));
+        roTrial.Fail("no outputs to draw on");
+    roTrial.Pass(std::to_string(uiCount) + (uiCount == 1 ? " output" : " outputs"));
 }
 
 void TryRegisters(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
+    const Device oDevice(roTrial, roInput);
     roTrial.BeginQuestion();
-    KUINT32            uiRunning = 0;
-    RegPROGRESS_UPDATE oProgress = {};
-    roTrial.Check(TBoard_RegRead(oDevice.m_hDev, REG_PROGRESS_BAR_RUNNING, &uiRunning));
-    roTrial.Check(TBoard_RegRead(oDevice.m_hDev, REG_PROGRESS_UPDATE, &oProgress.dwValue));
+    const KUINT32            uiRunning = oDevice.ReadRegister(REG_PROGRESS_BAR_RUNNING);
+    const RegPROGRESS_UPDATE oProgress = {.dwValue = oDevice.ReadRegister(REG_PROGRESS_UPDATE)};
     roTrial.Tell("registers", {{std::to_string(REG_PROGRESS_BAR_RUNNING), uiRunning},
                                {std::to_string(REG_PROGRESS_UPDATE), oProgress.dwValue}});
     roTrial.Tell("progress", {{"percent", KUINT32{oProgress.f.uUpdatePct}},
@@ -168,32 +162,6 @@ void TryRegisters(Trial& roTrial, const STrialInput& roInput)
                               {"bar_display_completed", KUINT32{oProgress.f.uBarDisplayCompleted}},
                               {"trigger_new_bar_display", KUINT32{oProgress.f.uTriggerNewBarDisplay}},
                               {"update_status", KUINT32{oProgress.f.uUpdateStatus}}});
-    roTrial.Hold(std::to_string(uiRunning) + " and " + std::to_string(oProgress.f.uUpdatePct) + " %");
-}
-
-constexpr SCheck LIBRARY_CHECKS[] = {
-    {"library", "libTavrin.so.1 is found and opened", TryFile},
-    {"operations", "it exports the sixteen operations", TryOperations},
-    {"load", "it can be loaded and unloaded", TryLoad},
-    {"devices", "it has a device, and the one that was asked for", TryDevices},
-};
-
-constexpr SCheck DEVICE_CHECKS[] = {
-    {"device", "the device has a handle", TryDevice},
-    {"fpgas", "every FPGA is described", TryFpgas},
-    {"firmware", "QelProgressBarDisplay would drive the board", TryFirmware},
-    {"outputs", "the outputs are counted", TryOutputs},
-    {"registers", "registers 6908 and 7932 are read", TryRegisters},
-};
-}
-
-std::span<const SCheck> LibraryChecks()
-{
-    return LIBRARY_CHECKS;
-}
-
-std::span<const SCheck> DeviceChecks()
-{
-    return DEVICE_CHECKS;
+    roTrial.Pass(std::to_string(uiRunning) + " and " + std::to_string(oProgress.f.uUpdatePct) + " %");
 }
 }

@@ -1,138 +1,162 @@
 // Whether the outputs show a buffer, and belong to whoever shows it.
+#include <algorithm>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "DrawTries.h"
 #include "TestCard.h"
+#include "Tries.h"
 
 namespace BoardCheck
 {
 namespace
 {
+constexpr std::chrono::milliseconds BLINK_TIME(500);
+
 // The buffer of an output's card.
-std::unique_ptr<Buffer> MakeCard(Trial& roTrial, const Device& roDevice, KUINT32 uiOutput,
-                                 const tagTVideo_VidParam& roVidParam)
+std::unique_ptr<Buffer> MakeCard(const Device& roDevice, KUINT32 uiOutput)
 {
-    auto poBuffer = std::make_unique<Buffer>(roTrial, roDevice, roVidParam);
-    RequireRows(roTrial, poBuffer->GetPlaneInfo(), roVidParam);
-    Access oAccess(roTrial, *poBuffer);
-    roTrial.At("reading and writing the plane", PLANE_TIME_LIMIT);
+    auto   poBuffer = std::make_unique<Buffer>(roDevice);
+    Access oAccess(*poBuffer);
+    roDevice.m_roTrial.At("reading and writing the plane", PLANE_TIME_LIMIT);
     DrawTestCard(oAccess.m_oInfo, oAccess.m_auiPlanes, uiOutput);
     oAccess.End();
     return poBuffer;
+}
+
+// Draws as a run does: in accesses that stay open.
+void Blink(Trial& roTrial, const std::vector<std::unique_ptr<Buffer>>& roCards, std::chrono::seconds oTime)
+{
+    using Clock       = std::chrono::steady_clock;
+    const auto oUntil = Clock::now() + oTime;
+
+    std::vector<std::unique_ptr<Access>> aoAccesses;
+    for (const auto& poCard : roCards)
+        aoAccesses.push_back(std::make_unique<Access>(*poCard));
+    for (bool bLit = true; Clock::now() < oUntil; bLit = !bLit)
+    {
+        for (const auto& poAccess : aoAccesses)
+            DrawBlinkingSquare(poAccess->m_oInfo, poAccess->m_auiPlanes, bLit);
+        roTrial.Wait(std::min(BLINK_TIME, std::chrono::ceil<std::chrono::milliseconds>(oUntil - Clock::now())));
+    }
+    for (const auto& poAccess : aoAccesses)
+        poAccess->End();
 }
 }
 
 void TryEnable(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
-    const Buffer oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    if (CountOutputs(roTrial, oDevice) == 0)
-        roTrial.End("no outputs");
+    const Device oDevice(roTrial, roInput);
+    const Buffer oBuffer(oDevice);
+    oDevice.RequireOutputs();
     roTrial.BeginQuestion();
-    const Outputs aoOutputs = EnableEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
-    roTrial.Hold(std::to_string(aoOutputs.size()) + (aoOutputs.size() == 1 ? " output" : " outputs"));
+    const Outputs aoOutputs = EnableEveryOutput(oBuffer);
+    roTrial.Pass(std::to_string(aoOutputs.size()) + (aoOutputs.size() == 1 ? " output" : " outputs"));
 }
 
 void TryRelease(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const Outputs aoOutputs = EnableEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
-    if (aoOutputs.empty())
-        roTrial.End("no outputs");
+    const Device  oDevice(roTrial, roInput);
+    const Buffer  oBuffer(oDevice);
+    const Outputs aoOutputs = EnableEveryOutput(oBuffer);
     roTrial.BeginQuestion();
     for (const auto& poOutput : aoOutputs)
         poOutput->Release();
-    roTrial.Hold(AS_EXPECTED);
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryDrawing(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device oDevice(roTrial, roInput.uiDevice);
-    const Buffer oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    RequireRows(roTrial, oBuffer.GetPlaneInfo(), roInput.roRequest.oVidParam);
-    KUINTPTR uiPlane = 0;
-    CompareOnce(roTrial, oBuffer, false, DrawOnce(roTrial, oBuffer, false, uiPlane));
-    const Outputs aoOutputs = ShowOnEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
+    const Device oDevice(roTrial, roInput);
+    const Buffer oBuffer(oDevice);
+    CompareOnce(oBuffer, DrawOnce(oBuffer, false));
+    const Outputs aoOutputs = ShowOnEveryOutput(oBuffer);
     roTrial.BeginQuestion();
-    CompareOnce(roTrial, oBuffer, true, DrawOnce(roTrial, oBuffer, true, uiPlane));
-    roTrial.Hold(AS_EXPECTED);
+    CompareOnce(oBuffer, DrawOnce(oBuffer, true));
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void HoldOutputs(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const Outputs aoOutputs = ShowOnEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
+    const Device  oDevice(roTrial, roInput);
+    const Buffer  oBuffer(oDevice);
+    const Outputs aoOutputs = ShowOnEveryOutput(oBuffer);
     roTrial.WaitForOther();
 }
 
 void TryBusy(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const KUINT32 uiCount = CountOutputs(roTrial, oDevice);
+    const Device  oDevice(roTrial, roInput);
+    const Buffer  oBuffer(oDevice);
+    const KUINT32 uiCount = oDevice.RequireOutputs();
     roTrial.BeginQuestion();
     for (KUINT32 uiOutput = 0; uiOutput < uiCount; ++uiOutput)
     {
-        Output        oOutput(roTrial, oDevice, uiOutput);
-        const TStatus eStatus = oOutput.TryEnable(roInput.roRequest.oVidParam, oBuffer);
+        Output        oOutput(oDevice, uiOutput);
+        const TStatus eStatus = oOutput.TryEnable(oBuffer);
         if (eStatus != TStatus_RESOURCES_BUSY)
-            roTrial.End("output " + std::to_string(uiOutput) + ": " + roTrial.GetLastOperation() + " returned " +
-                        DescribeStatus(eStatus));
+            roTrial.Fail("output " + std::to_string(uiOutput) + ": " + roTrial.GetLastOperation() + " returned " +
+                         DescribeStatus(eStatus));
     }
-    roTrial.Hold(AS_EXPECTED);
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryDisable(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const Outputs aoOutputs = ShowOnEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
+    const Device  oDevice(roTrial, roInput);
+    const Buffer  oBuffer(oDevice);
+    const Outputs aoOutputs = ShowOnEveryOutput(oBuffer);
     roTrial.BeginQuestion();
     for (const auto& poOutput : aoOutputs)
         poOutput->Disable();
-    roTrial.Hold(AS_EXPECTED);
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryEnableAgain(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device  oDevice(roTrial, roInput.uiDevice);
-    const Buffer  oBuffer(roTrial, oDevice, roInput.roRequest.oVidParam);
-    const Outputs aoOutputs = ShowOnEveryOutput(roTrial, oDevice, roInput.roRequest.oVidParam, oBuffer);
+    const Device  oDevice(roTrial, roInput);
+    const Buffer  oBuffer(oDevice);
+    const Outputs aoOutputs = ShowOnEveryOutput(oBuffer);
     for (const auto& poOutput : aoOutputs)
         poOutput->Disable();
     roTrial.BeginQuestion();
     for (const auto& poOutput : aoOutputs)
-        poOutput->Enable(roInput.roRequest.oVidParam, oBuffer);
-    roTrial.Hold(AS_EXPECTED);
+        poOutput->Enable(oBuffer);
+    roTrial.Pass(AS_EXPECTED);
 }
 
 void TryCard(Trial& roTrial, const STrialInput& roInput)
 {
-    const Device              oDevice(roTrial, roInput.uiDevice);
-    const tagTVideo_VidParam& roVidParam = roInput.roRequest.oVidParam;
+    const Device oDevice(roTrial, roInput);
 
     std::vector<std::unique_ptr<Buffer>> aoCards;
-    aoCards.push_back(MakeCard(roTrial, oDevice, 0, roVidParam));
+    aoCards.push_back(MakeCard(oDevice, 0));
     // Whether the outputs can be enabled, and enabled again, is asked by other checks.
     size_t uiOutputs = 0;
     for (int i = 0; i < 2; ++i)
-        uiOutputs = ShowOnEveryOutput(roTrial, oDevice, roVidParam, *aoCards[0]).size();
+        uiOutputs = ShowOnEveryOutput(*aoCards[0]).size();
 
     roTrial.BeginQuestion();
     Outputs aoOutputs;
     for (KUINT32 uiOutput = 0; uiOutput < uiOutputs; ++uiOutput)
     {
         if (uiOutput > 0)
-            aoCards.push_back(MakeCard(roTrial, oDevice, uiOutput, roVidParam));
-        aoOutputs.push_back(std::make_unique<Output>(roTrial, oDevice, uiOutput));
-        aoOutputs.back()->Enable(roVidParam, *aoCards.back());
+            aoCards.push_back(MakeCard(oDevice, uiOutput));
+        aoOutputs.push_back(std::make_unique<Output>(oDevice, uiOutput));
+        aoOutputs.back()->Enable(*aoCards.back());
         aoOutputs.back()->Release();
     }
-    roTrial.Wait(std::chrono::seconds(roInput.roRequest.uiCardTimeS));
-    roTrial.Hold("look at the outputs: the card says what it shows");
+    Blink(roTrial, aoCards, std::chrono::seconds(roInput.roRequest.uiCardTimeS));
+    roTrial.Pass("look at the outputs: the card says what it shows");
+}
+
+void TakeBackOutput(Trial& roTrial, const STrialInput& roInput, KUINT32 uiOutput)
+{
+    roTrial.IgnoreStop();
+    const Device oDevice(roTrial, roInput);
+    Output       oOutput(oDevice, uiOutput);
+    oOutput.Disable();
+    roTrial.Pass(AS_EXPECTED);
 }
 }

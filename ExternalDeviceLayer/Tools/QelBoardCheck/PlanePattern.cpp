@@ -7,7 +7,8 @@ namespace BoardCheck
 {
 namespace
 {
-// No two rows or columns are the same, and no pixel is its own mirror image or has equal red and blue for long.
+// No two rows or columns are the same, so that a picture that is mirrored or upside down differs from the pattern. Red
+// equals blue in one column of 256 only.
 KUINT32 PatternAt(KUINT32 x, KUINT32 y, bool bInverted)
 {
     const KUINT32 uiBlue = ((x >> 8) * 16 + (y >> 8) + 0x55) & 0xff;

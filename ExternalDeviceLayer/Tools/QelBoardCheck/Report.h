@@ -10,7 +10,7 @@ namespace BoardCheck
 // Makes every trial that the request asks for.
 Json MakeReport(const SRequest& roRequest);
 
-// 0, or 1 if something fails or a board may not be driven, or 3 if there is no library or no board.
+// 0, or 1 if something fails or is left or a board may not be driven, or 3 if there is no library or no board.
 int GetExitStatus(const Json& roReport);
 
 void PrintText(const Json& roReport);

@@ -29,7 +29,7 @@ void PrintLibrary(const Json& roLibrary)
 {
     if (roLibrary["path"].is_null())
     {
-        std::printf("library: none\n");
+        std::printf("library: none that can be opened\n");
         return;
     }
     std::printf("library: %s\n", Printable(roLibrary["path"]).c_str());
@@ -45,12 +45,13 @@ void PrintLibrary(const Json& roLibrary)
 
 void PrintFpga(const Json& roFpga, size_t uiFpga)
 {
-    std::printf("  FPGA %zu: %s, device code 0x%04x (%s), vendor 0x%04x, bus %u, address 0x%02x\n", uiFpga,
-                Printable(roFpga["name"]).c_str(), roFpga["device_code"].get<unsigned>(),
+    std::printf("  FPGA %zu: %s, device code 0x%04x (%s), vendor 0x%04x, bus %u, address 0x%02x, record of %u bytes\n",
+                uiFpga, Printable(roFpga["name"]).c_str(), roFpga["device_code"].get<unsigned>(),
                 Printable(roFpga["device_name"]).c_str(), roFpga["vendor"].get<unsigned>(), roFpga["bus"].get<unsigned>(),
-                roFpga["address"].get<unsigned>());
-    std::printf("    version %s: known %s, supported %s\n", Printable(roFpga["version"]).c_str(), YesOrNo(roFpga["known"]),
-                YesOrNo(roFpga["supported"]));
+                roFpga["address"].get<unsigned>(), roFpga["size"].get<unsigned>());
+    std::printf("    version %s (%u.%u.%u): known %s, supported %s\n", Printable(roFpga["version"]).c_str(),
+                roFpga["major"].get<unsigned>(), roFpga["minor"].get<unsigned>(), roFpga["build"].get<unsigned>(),
+                YesOrNo(roFpga["known"]), YesOrNo(roFpga["supported"]));
     std::printf("    answers:");
     for (const auto& [strName, roAnswer] : roFpga["capabilities"].items())
     {
@@ -96,6 +97,17 @@ void PrintCheck(const Json& roCheck)
         strLine += " (" + strCame + ")";
     std::printf("%-9s  %-17s  %s\n", strResult.c_str(), roCheck["name"].get<std::string>().c_str(), strLine.c_str());
 }
+
+// What could not be given back.
+void PrintLeft(const Json& roLeft)
+{
+    if (roLeft.contains("output"))
+        std::printf("output %s may still be on: ", ToText(roLeft["output"]).c_str());
+    else
+        std::printf("register %s may not hold %s again: ", ToText(roLeft["register"]).c_str(),
+                    ToText(roLeft["held"]).c_str());
+    std::printf("%s\n", Printable(roLeft["came"]).c_str());
+}
 }
 
 void PrintText(const Json& roReport)
@@ -106,5 +118,7 @@ void PrintText(const Json& roReport)
     std::printf("\n");
     for (const Json& roCheck : roReport["checks"])
         PrintCheck(roCheck);
+    for (const Json& roLeft : roReport["left"])
+        PrintLeft(roLeft);
 }
 }

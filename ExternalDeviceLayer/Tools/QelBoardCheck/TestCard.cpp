@@ -48,6 +48,8 @@ constexpr SLine BARS[] = {
 constexpr KUINT32 COLUMNS = 50;  // of text in the width of the picture
 constexpr KUINT32 ROWS    = 30;  // of text in its height
 
+constexpr KINT32 LAST_ROW = 18;  // of the card, counted in its distance of lines; it holds the bar and the square
+
 // Draws in cells of text, so that the card looks alike in every size.
 class Card
 {
@@ -95,18 +97,26 @@ public:
 
     const KINT32 m_iWidth;
     const KINT32 m_iHeight;
-    const KINT32 m_iDot;  // pixels of a dot of text
+    const KINT32 m_iDot;                                                              // pixels of a dot of text
+    const KINT32 m_iRow    = static_cast<KINT32>(GLYPH_HEIGHT + 1) * m_iDot * 3 / 2;  // pixels from one line to the next
+    const KINT32 m_iSquare = m_iWidth * 4 / 5 - m_iRow / 2;  // the left edge of the square, as wide and high as a line
 
 private:
     Surface m_oSurface;
 };
 }
 
+void DrawBlinkingSquare(const tagTBuffer_PlaneInfo& roInfo, const KUINTPTR* puiPlanes, bool bLit)
+{
+    Card         oCard(roInfo, puiPlanes);
+    const KINT32 iRow = oCard.m_iRow, iLeft = oCard.m_iSquare, iTop = LAST_ROW * iRow;
+    oCard.Fill(bLit ? WHITE : BLACK, iLeft + 2, iTop + 2, iLeft + iRow - 2, iTop + iRow - 2);
+}
+
 void DrawTestCard(const tagTBuffer_PlaneInfo& roInfo, const KUINTPTR* puiPlanes, KUINT32 uiOutput)
 {
     Card         oCard(roInfo, puiPlanes);
-    const KINT32 iRow = static_cast<KINT32>(GLYPH_HEIGHT + 1) * oCard.m_iDot * 3 / 2;
-    const KINT32 w = oCard.m_iWidth, h = oCard.m_iHeight;
+    const KINT32 iRow = oCard.m_iRow, w = oCard.m_iWidth, h = oCard.m_iHeight;
 
     oCard.Fill(BLACK, 0, 0, w, h);
 
@@ -129,12 +139,14 @@ void DrawTestCard(const tagTBuffer_PlaneInfo& roInfo, const KUINTPTR* puiPlanes,
         iLeft += iBar;
     }
     oCard.Frame(WHITE, iBar, iTop + 2 * iRow, iLeft, iTop + 5 * iRow);
-    iTop += 6 * iRow;
 
-    oCard.Write("THIS BAR IS AT 50 %", WHITE, w / 2, iTop, oCard.m_iDot);
-    iTop += iRow;
-    oCard.Fill(WHITE, w / 4, iTop, w / 2, iTop + iRow);
-    oCard.Frame(WHITE, w / 4, iTop, w - w / 4, iTop + iRow);
+    iTop = LAST_ROW * iRow;
+    oCard.Write("THIS BAR IS AT 50 %", WHITE, iBar * 7 / 2, iTop - iRow, oCard.m_iDot);
+    oCard.Fill(WHITE, iBar, iTop, iBar * 7 / 2, iTop + iRow);
+    oCard.Frame(WHITE, iBar, iTop, iBar * 6, iTop + iRow);
+
+    oCard.Write("THIS SQUARE BLINKS", WHITE, w * 4 / 5, iTop - iRow, oCard.m_iDot);
+    oCard.Frame(WHITE, oCard.m_iSquare, iTop, oCard.m_iSquare + iRow, iTop + iRow);
 
     oCard.Frame(WHITE, 0, 0, w, h);
 }

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <utility>
 
 #include "TavrinLoader.h"
+#include "TavrinStatus.h"
 
 namespace BoardCheck
 {
@@ -16,31 +18,21 @@ namespace
 constexpr std::chrono::seconds WAIT_FOR_OTHER = std::chrono::hours(1);
 
 Trial* s_poTrial = nullptr;
-
-const char* FindStatusName(TStatus eStatus)
-{
-    switch (eStatus)
-    {
-    case TStatus_OK: return "TStatus_OK";
-    case TStatus_FAIL: return "TStatus_FAIL";
-    case TStatus_INVALID_PARAM: return "TStatus_INVALID_PARAM";
-    case TStatus_TIMEOUT: return "TStatus_TIMEOUT";
-    case TStatus_RESOURCES_BUSY: return "TStatus_RESOURCES_BUSY: another process holds it";
-    case TStatus_CANCELED: return "TStatus_CANCELED";
-    }
-    // A run ends with the low byte of the status.
-    return eStatus < 0 && (eStatus & 0xff) == 0 ? "which looks like success in an exit status" : nullptr;
-}
 }
 
 std::string DescribeStatus(TStatus eStatus)
 {
-    const char* const pszName = FindStatusName(eStatus);
-    return std::to_string(eStatus) + (pszName != nullptr ? " (" + std::string(pszName) + ")" : "");
+    const char* const pszName    = FindStatusName(eStatus);
+    std::string       strMeaning = pszName != nullptr ? "TStatus_" + std::string(pszName) : "";
+    if (eStatus == TStatus_RESOURCES_BUSY)
+        strMeaning += ": another process holds it";
+    if (eStatus < 0 && (eStatus & 0xff) == 0)  // a run ends with the low byte
+        strMeaning = "which looks like success in an exit status";
+    return std::to_string(eStatus) + (strMeaning.empty() ? "" : " (" + strMeaning + ")");
 }
 
-Trial::Trial(int iMessages, int iStop, const std::set<std::string>& roHanging)
-    : m_iMessages(iMessages), m_iStop(iStop), m_roHanging(roHanging)
+Trial::Trial(int iMessages, int iStop, const std::set<std::string>& roHanging, std::chrono::seconds oCallLimit)
+    : m_iMessages(iMessages), m_iStop(iStop), m_roHanging(roHanging), m_oCallLimit(oCallLimit)
 {
     s_poTrial               = this;
     g_pfnTavrinCallObserver = Observe;
@@ -61,34 +53,47 @@ void Trial::At(const char* pszWhat, std::chrono::seconds oLimit)
 
 void Trial::BeginQuestion()
 {
-    m_bQuestion = true;
+    m_ePhase = EPhase::Asking;
     Send({{"question", true}});
 }
 
-void Trial::Hold(const std::string& strCame)
+void Trial::Pass(const std::string& strCame)
 {
-    m_bEnded = true;
+    m_ePhase = EPhase::TakingBack;
     Send({{"result", HOLDS}, {"came", strCame}});
 }
 
-void Trial::End(const std::string& strCame)
+void Trial::Fail(const std::string& strCame)
 {
-    if (!m_bEnded)
-        Send({{"result", m_bQuestion ? FAILS : NOT_TRIED}, {"came", strCame}});
-    m_bEnded = true;
+    if (m_ePhase != EPhase::TakingBack)
+        Send({{"result", m_ePhase == EPhase::Asking ? FAILS : NOT_TRIED}, {"came", strCame}});
+    m_ePhase = EPhase::TakingBack;
     throw TrialEnded();
 }
 
 void Trial::Check(TStatus eStatus, const std::string& strWhere)
 {
     if (eStatus < TStatus_OK)
-        End(strWhere + m_strOperation + " returned " + DescribeStatus(eStatus));
+        Fail(strWhere + m_strOperation + " returned " + DescribeStatus(eStatus));
 }
 
 void Trial::GiveUp(const std::string& strWhy)
 {
-    m_bQuestion = false;
-    End(strWhy);
+    if (m_ePhase == EPhase::Asking)
+        m_ePhase = EPhase::Preparing;
+    Fail(strWhy);
+}
+
+void Trial::TakeBack(const std::function<void()>& fCall)
+{
+    const EPhase ePhase = std::exchange(m_ePhase, EPhase::TakingBack);
+    try
+    {
+        fCall();
+    }
+    catch (const TrialEnded&)
+    {}
+    m_ePhase = ePhase;
 }
 
 void Trial::Tell(const char* pszName, const Json& roValue)
@@ -101,12 +106,12 @@ void Trial::WaitForOther()
     At("waiting for the second process", WAIT_FOR_OTHER);
     Send({{"ready", true}});
     IsStopped(WAIT_FOR_OTHER);
-    m_bEnded = true;
+    m_ePhase = EPhase::TakingBack;
 }
 
-void Trial::Wait(std::chrono::seconds oTime)
+void Trial::Wait(std::chrono::milliseconds oTime)
 {
-    At("waiting", oTime + CALL_TIME_LIMIT);
+    At("waiting", std::chrono::ceil<std::chrono::seconds>(oTime) + m_oCallLimit);
     if (IsStopped(oTime))
         GiveUp(STOPPED);
 }
@@ -119,10 +124,10 @@ void Trial::Observe(const KCHAR8* pszOperation)
         return;
     }
     Trial& roTrial = *s_poTrial;
-    if (!roTrial.m_bEnded && roTrial.IsStopped(std::chrono::milliseconds(0)))
+    if (roTrial.m_ePhase != EPhase::TakingBack && roTrial.IsStopped(std::chrono::milliseconds(0)))
         roTrial.GiveUp(STOPPED);
-    if (roTrial.m_roHanging.contains(pszOperation) && (roTrial.m_bEnded || !roTrial.m_bQuestion))
-        roTrial.End(std::string(pszOperation) + " hangs");
+    if (roTrial.m_ePhase != EPhase::Asking && roTrial.m_roHanging.contains(pszOperation))
+        roTrial.Fail(std::string(pszOperation) + " hangs");
     roTrial.m_strOperation = pszOperation;
     roTrial.At(pszOperation);
 }

@@ -33,8 +33,9 @@ struct SPipe
 };
 }
 
-TrialProcess::TrialProcess(const TryFunction& fTry, std::set<std::string>& roHanging, const sigset_t& roMask)
-    : m_roHanging(roHanging), m_oMask(roMask)
+TrialProcess::TrialProcess(const TryFunction& fTry, std::set<std::string>& roHanging, std::chrono::seconds oCallLimit,
+                           const sigset_t& roMask)
+    : m_roHanging(roHanging), m_oCallLimit(oCallLimit), m_oMask(roMask), m_uiLimitS(static_cast<KUINT32>(oCallLimit.count()))
 {
     SPipe oMessages, oStop;
     m_iPid = fork();
@@ -44,7 +45,7 @@ TrialProcess::TrialProcess(const TryFunction& fTry, std::set<std::string>& roHan
     {
         oMessages.oRead.Close();
         oStop.oWrite.Close();
-        RunChild(fTry, oMessages.oWrite.Get(), oStop.oRead.Get(), roHanging, roMask);
+        RunChild(fTry, oMessages.oWrite.Get(), oStop.oRead.Get());
     }
     setpgid(m_iPid, m_iPid);
     m_oMessages = std::move(oMessages.oRead);
@@ -62,20 +63,19 @@ TrialProcess::~TrialProcess()
     {}
 }
 
-void TrialProcess::RunChild(const TryFunction& fTry, int iMessages, int iStop, const std::set<std::string>& roHanging,
-                            const sigset_t& roMask)
+void TrialProcess::RunChild(const TryFunction& fTry, int iMessages, int iStop) const
 {
     setpgid(0, 0);
     for (const int iSignal : STOP_SIGNALS)  // the parent stops its child through the pipe
         std::signal(iSignal, SIG_IGN);
-    sigprocmask(SIG_SETMASK, &roMask, nullptr);
+    sigprocmask(SIG_SETMASK, &m_oMask, nullptr);
     const rlimit oNoCore = {0, 0};
     setrlimit(RLIMIT_CORE, &oNoCore);
     dup2(STDERR_FILENO, STDOUT_FILENO);  // what the library prints does not mix with the report
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try
     {
-        Trial oTrial(iMessages, iStop, roHanging);
+        Trial oTrial(iMessages, iStop, m_roHanging, m_oCallLimit);
         try
         {
             fTry(oTrial);

@@ -51,7 +51,9 @@ private:
 class TrialProcess
 {
 public:
-    TrialProcess(const TryFunction& fTry, std::set<std::string>& roHanging, const sigset_t& roMask);
+    // Waits for its child with that signal mask. An operation in which the child hangs is added to the set.
+    TrialProcess(const TryFunction& fTry, std::set<std::string>& roHanging, std::chrono::seconds oCallLimit,
+                 const sigset_t& roMask);
     ~TrialProcess();
 
     // Reads on until the child is ready for the second process; false if it has ended instead.
@@ -63,21 +65,21 @@ public:
     STrialOutcome Finish();
 
 private:
-    [[noreturn]] static void RunChild(const TryFunction& fTry, int iMessages, int iStop,
-                                      const std::set<std::string>& roHanging, const sigset_t& roMask);
-    bool                     ReadMore();  // false when the child has ended
-    void                     Take(const Json& roMessage);
-    void                     Reap();
-    std::string              DescribeEnd() const;
+    [[noreturn]] void RunChild(const TryFunction& fTry, int iMessages, int iStop) const;
+    bool              ReadMore();  // false when the child has ended
+    void              Take(const Json& roMessage);
+    void              Reap();
+    std::string       DescribeEnd() const;
 
     std::set<std::string>& m_roHanging;
+    std::chrono::seconds   m_oCallLimit;
     sigset_t               m_oMask;
     pid_t                  m_iPid = -1;
     Descriptor             m_oMessages;
     Descriptor             m_oStop;
     std::string            m_strUnread;
     std::string            m_strAt;
-    KUINT32                m_uiLimitS  = CALL_TIME_LIMIT.count();
+    KUINT32                m_uiLimitS;
     bool                   m_bQuestion = false;
     bool                   m_bReady    = false;
     bool                   m_bHangs    = false;

@@ -7,19 +7,19 @@ STrialOutcome TrialRunner::Run(const TryFunction& fTry, const TryFunction& fSeco
     if (GetStopSignal() != 0)
         return {NOT_TRIED, STOPPED, {}};
 
-    TrialProcess oFirst(fTry, m_astrHanging, m_oSignals.GetWaitMask());
+    TrialProcess oFirst = Start(fTry, m_astrHanging);
     if (fSecond == nullptr || !oFirst.IsReady())
         return oFirst.Finish();
 
-    STrialOutcome oOutcome = TrialProcess(fSecond, m_astrHanging, m_oSignals.GetWaitMask()).Finish();
+    STrialOutcome oOutcome = Start(fSecond, m_astrHanging).Finish();
     oFirst.Stop();
     const STrialOutcome oEnd = oFirst.Finish();
     oOutcome.aoFacts.insert(oOutcome.aoFacts.end(), oEnd.aoFacts.begin(), oEnd.aoFacts.end());
     return oOutcome;
 }
 
-void TrialRunner::TakeBack(const TryFunction& fTry)
+STrialOutcome TrialRunner::TakeBack(const TryFunction& fTry)
 {
-    TrialProcess(fTry, m_astrHanging, m_oSignals.GetWaitMask()).Finish();
+    return Start(fTry, m_astrHangingTakeBacks).Finish();
 }
 }

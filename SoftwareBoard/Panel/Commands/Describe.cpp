@@ -11,6 +11,7 @@
 #include "Commands.h"
 #include "Printable.h"
 #include "RecordReader.h"
+#include "TavrinStatus.h"
 
 namespace SoftwareBoard::Panel
 {
@@ -30,23 +31,12 @@ double InMs(KUINT64 uiNs)
 
 std::string DescribeResult(const SCall& roCall)
 {
-    constexpr std::pair<TStatus, const char*> STATUSES[] = {
-        {TStatus_OK, "OK"},
-        {TStatus_FAIL, "FAIL"},
-        {TStatus_INVALID_PARAM, "INVALID_PARAM"},
-        {TStatus_TIMEOUT, "TIMEOUT"},
-        {TStatus_RESOURCES_BUSY, "RESOURCES_BUSY"},
-        {TStatus_CANCELED, "CANCELED"},
-    };
     if (roCall.oResult.is_string())
         return roCall.oResult.get<std::string>();
-    std::string strResult = roCall.oResult.dump();
+    const char* pszName = nullptr;
     if (roCall.Row().oResult.eKind == Recorder::EKind::Status)
-    {
-        for (const auto& [eStatus, pszName] : STATUSES)
-            strResult = roCall.oResult == KINT32{eStatus} ? pszName : strResult;
-    }
-    return strResult;
+        pszName = FindStatusName(static_cast<TStatus>(roCall.oResult.get<KINT32>()));
+    return pszName != nullptr ? pszName : roCall.oResult.dump();
 }
 
 // What the calls of a run come to.
