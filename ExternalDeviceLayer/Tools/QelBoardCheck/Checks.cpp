@@ -40,6 +40,7 @@ constexpr SCheck CHECKS[] = {
 
 std::span<const SCheck> GetChecks(EScope eScope)
 {
-    return std::ranges::equal_range(CHECKS, eScope, {}, &SCheck::eScope);
+    const auto iCount = std::ranges::count(CHECKS, eScope, &SCheck::eScope);
+    return {std::ranges::find(CHECKS, eScope, &SCheck::eScope), static_cast<size_t>(iCount)};
 }
 }
