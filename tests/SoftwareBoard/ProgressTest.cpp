@@ -132,7 +132,7 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
 {
     using namespace SoftwareBoard;
     const auto fIsMade     = [this] { return KUINT32{fs::exists(At("board.state"))}; };
-    const auto fProgress   = [] { return Board::Observe().m_oState.ReadRegister(0, PROGRESS_REGISTER); };
+    const auto fProgress   = [] { return Board::Observe().m_oState.ReadRegister(0, REG_PROGRESS_UPDATE); };
     const auto fGeneration = [] { return Board::Observe().m_oState.ReadGeneration(0, 0); };
     const auto fPanel      = [](const char* pszCommand) {
         return [=] { execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + std::string(pszCommand)).c_str(), nullptr); };
