@@ -79,11 +79,11 @@ struct WindowTest : PanelWorld
         for (std::string strNewest; std::chrono::steady_clock::now() < oEnd; usleep(5000))
         {
             for (const auto& ro : fs::directory_iterator(At("frames"))) strNewest = std::max(strNewest, ro.path().string());
-            if (strNewest > m_strLast && fIsIt(Frame(strNewest)))
-            {
-                m_strLast = strNewest;
-                return;
-            }
+            if (strNewest == m_strLast) continue;
+            const Frame oFrame(strNewest);
+            if (oFrame.iWidth == 0) continue;
+            m_strLast = strNewest;
+            if (fIsIt(oFrame)) return;
         }
         ADD_FAILURE() << strWhat << " is never shown; the last frame is of " << m_strLast;
     }
