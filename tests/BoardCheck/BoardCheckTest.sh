@@ -80,7 +80,7 @@ REFUSALS
 
 # A look changes nothing, and tells all that there is, also of a board that somebody else drives.
 board create --devices 2 --fpga 5:2.1.33 && board progress 40
-"$bin/QelProgressBarDisplay" -et 2 >/dev/null &
+"$bin/QelProgressBarDisplay" >/dev/null & # until it is killed below, however slow this build is
 wait_until '1024x768, 60 Hz, held;1024x768, 60 Hz, held;off;off;'
 find "$work/board" -type f -exec cksum {} + | sort >"$work/before"
 check --json >"$work/out"
@@ -97,6 +97,7 @@ check --draw --seconds 0 >"$work/out"
 expect 'status of the device that is driven' 1 "$?"
 grep -q '^fails *enable .*another process holds it' "$work/out" || expect 'row of a busy board' busy "$(grep ^fails "$work/out")"
 expect 'the outputs of the other' '1024x768, 60 Hz, held' "$(outputs | cut -d ';' -f 2)"
+kill "$!"
 wait
 
 # The card shows until the time is over, a signal comes or the check is killed. Then everything is taken back.
