@@ -2,7 +2,7 @@
 // counts.
 extern "C"
 {
-void __gcov_dump();
+void              __gcov_dump();
 [[noreturn]] void __real__exit(int iStatus);
 [[noreturn]] void __wrap__exit(int iStatus);
 }

@@ -19,9 +19,11 @@ bool AreSame(const drmModeModeInfo& a, const drmModeModeInfo& b)
 {
     constexpr uint32_t uiPositive = DRM_MODE_FLAG_PHSYNC | DRM_MODE_FLAG_PVSYNC | DRM_MODE_FLAG_INTERLACE;
     const auto         fEdges     = [](const drmModeModeInfo& o) {
-        return std::array{o.hdisplay, o.hsync_start, o.hsync_end, o.htotal, o.vdisplay, o.vsync_start, o.vsync_end, o.vtotal};
+        return std::array{o.hdisplay, o.hsync_start, o.hsync_end, o.htotal,
+                          o.vdisplay, o.vsync_start, o.vsync_end, o.vtotal};
     };
-    return fEdges(a) == fEdges(b) && a.clock == b.clock && a.vrefresh == b.vrefresh && ((a.flags ^ b.flags) & uiPositive) == 0;
+    return fEdges(a) == fEdges(b) && a.clock == b.clock && a.vrefresh == b.vrefresh &&
+           ((a.flags ^ b.flags) & uiPositive) == 0;
 }
 }
 
