@@ -32,6 +32,7 @@ bool PrintLine(const std::string& strLine, const Panel::Signals& roSignals)
         return true;
     if (errno != EPIPE)
         ThrowSystemError("standard output", "write");
+    std::clearerr(stdout);  // no failure: nobody reads any more
     return false;
 }
 

@@ -185,6 +185,7 @@ TEST_F(RecordTest, TheCommandRunsAsWithoutTheRecord)
 
     fs::create_directory(At("other"));
     fs::copy(TAVRIN_LIBRARY, At("other/libTavrin.so.1"));
+    setenv("BAD_BOARD_LIBRARY", TAVRIN_LIBRARY, 1);
     Expect("record --library " BAD_LIBRARY " " + m_strRecord + TOOL + " -d 7", 255, "");
     Expect("describe " + m_strRecord, 0, "library: " BAD_LIBRARY);
     setenv("LD_LIBRARY_PATH", At("other").c_str(), 1);
