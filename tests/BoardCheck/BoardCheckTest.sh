@@ -46,6 +46,7 @@ fault|-256 TVideoOut_Enable|enable|returned -256 (which looks like success in an
 fault|-256 TBuffer_Destroy|buffer|TBuffer_Destroy returned -256 (which looks like success in an exit status)
 fault|-1 TVideoOut_ReleaseHandle 2|release|output 1: TVideoOut_ReleaseHandle returned -1
 fault|-1 TVideoOut_Disable|disable|output 1 may still be on: output 1: TVideoOut_Disable returned -1||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody;
+fault|-1 TBoard_RegWrite|running-register|register 6908 may not hold 0 again: TBoard_RegWrite returned -1
 fault|-1 TBoard_RegRead|registers|TBoard_RegRead returned -1
 fault|crash TBuffer_CreateVideo|buffer|TBuffer_CreateVideo crashes (SIGSEGV)
 fault|crash TVideoOut_Enable 2|enable|TVideoOut_Enable crashes (SIGSEGV)
@@ -115,7 +116,8 @@ fault() { # FAULT ROW SAID STATUS OUTPUTS
   says "the report with '$1'" "$3"
   case $1 in crash*) expect "what the library says before '$1'" 'last words' "$(grep -om 1 'last words' "$work/err")" ;; esac
   expect "outputs and register after '$1'" "${5:-off;off;} 0x00000000" "$(outputs) $(register)"
-  expect "what is said to be left after '$1'" "$([ -n "$5" ] && echo 2 || echo 0)" "$(grep -c 'may still be on\|may not hold' "$work/out")"
+  case "$3 $5" in register*may*) left=1 ;; *held*) left=2 ;; *) left=0 ;; esac
+  expect "what is said to be left after '$1'" "$left" "$(grep -c 'may still be on\|may not hold' "$work/out")"
 }
 
 refusal() { # ARGUMENTS REASON: what may not be driven is not drawn on, and the reason is said
