@@ -18,7 +18,7 @@ OPERATORS = {
     '&&': '||', '||': '&&', '&': '|', '|': '&', '^': '|', '<<': '>>', '>>': '<<', '+=': '-=', '-=': '+=', '|=': '&=', '&=': '|=',
 }
 # A table of more values than this is data, and a draw of faults would find little else.
-LONGEST_LIST = 64
+LONGEST_LIST = 32
 
 EXPRESSIONS_AROUND = {Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR}
 CALLS = {Kind.CALL_EXPR, Kind.CXX_DELETE_EXPR}
@@ -143,6 +143,8 @@ class Finder:
         return condition
 
     def _arguments(self, cursor):
+        if cursor.spelling in ('max', 'min'):
+            return  # the order means nothing
         arguments = list(cursor.get_arguments())
         for one, other in zip(arguments, arguments[1:]):
             if one is None or other is None or one.type.get_canonical().spelling != other.type.get_canonical().spelling:

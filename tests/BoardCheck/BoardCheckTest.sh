@@ -253,8 +253,9 @@ ROWS
 
 libraries() { # none, one that lacks operations, one that cannot be opened, one that has a load and an unload of its own
   mkdir "$work/alone" && cp "$bin/QelBoardCheck" "$work/alone"
-  LD_LIBRARY_PATH='' "$work/alone/QelBoardCheck" --json >"$work/out"
+  LD_LIBRARY_PATH='' "$work/alone/QelBoardCheck" --json >"$work/out" 2>"$work/err"
   expect 'status and path without a library' '3 "path":null' "$? $(grep -o '"path":null' "$work/out")"
+  expect 'what is said besides the report' 0 "$(sed '/^{/d' "$work/out" "$work/err" | wc -l)"
   while IFS='|' read -r code wanted texts; do
     printf '%s' "$code" | cc -shared -x c - -o "$work/alone/libTavrin.so.1" && "$work/alone/QelBoardCheck" >"$work/out"
     expect "status with the library '$code'" "$wanted" "$?"

@@ -118,6 +118,7 @@ constexpr std::pair<const char*, void (*)(SStep&)> ACTIONS[] = {
     ACT(s.MakeLower(), m.ChangeInPlace(Mapped(t, std::tolower), true)),
     ACT(s.MakeReverse(), m.ChangeInPlace({t.rbegin(), t.rend()}, true)),
     ACT(*s.GetBuffer(iAt + 1) = ch; s.ReleaseBuffer(1), m.GetBuffer(uiAt + 1); m.oText = ch),
+    ACT(*s.GetBuffer(static_cast<KUINT32>(uiAt) + 1) = ch; s.ReleaseBuffer(1), m.GetBuffer(uiAt + 1); m.oText = ch),
     ACT(s.ReleaseBuffer(iAt / 2), m.GetBuffer(0); m.oText.resize(uiAt / 2)),
     ACT(s.GetBufferSetLength(iAt / 2), m.GetBuffer(uiAt / 2); m.oText.resize(uiAt / 2)),
     ACT(s.FreeExtra(), if (m.Capacity() != t.size()) m.Reallocate(t.size())),
