@@ -74,7 +74,7 @@ FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) con
     if (!oFile)
     {
         // ENOENT with O_CREAT is a failure: the folder itself is gone.
-        if ((errno == ENOENT && (iFlags & O_CREAT) == 0) || (errno == EEXIST && (iFlags & O_EXCL) != 0))
+        if ((errno == ENOENT && (iFlags & O_CREAT) == 0) || errno == EEXIST)
             return {};
         ThrowSystemError(PathOf(strName), errno == ELOOP ? "open (a symbolic link is refused)" : "open");
     }

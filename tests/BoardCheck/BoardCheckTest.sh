@@ -186,11 +186,12 @@ card() { # is on each output, with a number of its own, and blinks: two pictures
       for output in 0 1 2; do "$bin/tavrin-board" snapshot "$output" "$work/card-$output-$picture" 2>"$work/err"; done
       sleep 0.1
     done
-    [ "$held" != "$(holder)" ] || break
+    pictures=$(for card in "$work"/card-*; do cksum <"$card"; done | sort -u | wc -l)
+    [ "$held $pictures" != "$(holder) 6" ] || break
   done
   kill -KILL "$checker"
   wait "$checker" 2>/dev/null
-  expect 'different pictures of three cards' 6 "$(for card in "$work"/card-*; do cksum <"$card"; done | sort -u | wc -l)"
+  expect 'different pictures of three cards' 6 "$pictures"
   [ "$(wc -c <"$work/card-0-1")" -gt 4000 ] || expect 'the card' 'a picture' 'nearly nothing'
 }
 

@@ -68,6 +68,19 @@ bool FindText(const Card& roCard, const char* pszText, KUINT32 uiColour, KUINT32
     return false;
 }
 
+// Of the pictures that somebody has looked at. If one changes on purpose, look at it (QelBoardCheck --draw, tavrin-board
+// snapshot) and take the new number.
+TEST(TestCard, IsTheOneThatWasLookedAt)
+{
+    for (const auto& [uiWidth, uiHeight, uiHash] : {std::tuple(1024u, 768u, 3580833310u), {200, 150, 1479584077u}})
+    {
+        const Card oCard(uiWidth, uiHeight);
+        KUINT32    uiSum = 2166136261u;  // FNV-1a, by words
+        for (const KUINT32 uiWord : oCard.auiMemory) uiSum = (uiSum ^ uiWord) * 16777619u;
+        EXPECT_EQ(uiSum, uiHash) << uiWidth << ' ' << uiHeight;
+    }
+}
+
 TEST(TestCard, SaysInWordsWhatItShows)
 {
     const Card oCard(1024, 768);

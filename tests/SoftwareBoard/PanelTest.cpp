@@ -349,6 +349,7 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         EXPECT_EQ(oMode.c_lflag & (ECHO | ICANON), 0u);
         EXPECT_EQ(write(oWatch.aiFds[0], "xq", iSignal == 0 ? 2 : 1), iSignal == 0 ? 2 : 1);
         oWatch.ooProcess->Kill(iSignal, iStatus);
+        if (iSignal == SIGINT) oWatch.Await("\x1b_Ga=d,q=2\x1b\\");  // removes the images
         oWatch.Await("\x1b[?25h\x1b[?1049l");
         tcgetattr(oWatch.aiFds[1], &oMode);
         EXPECT_EQ(std::tuple(oMode.c_lflag, oMode.c_iflag, oMode.c_cc[VMIN]),
