@@ -1,0 +1,54 @@
+// Command lines of the panel, an argument a line: each is refused, or the command that it names first would be carried out.
+#include <algorithm>
+#include <deque>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "Fuzz.h"
+
+using namespace SoftwareBoard::Panel;
+
+namespace
+{
+std::string g_strChosen;
+
+// Adds a command. Its action, which owns what its options set, is kept but not run: it only says which command it is.
+template <Action (*PFN_ADD)(CLI::App&, const PassedOn&)>
+Action AddOnly(CLI::App& roCommand, const PassedOn& roPassedOn)
+{
+    return [fAction = PFN_ADD(roCommand, roPassedOn), &roCommand] { g_strChosen = roCommand.get_name(); };
+}
+
+constexpr SCommand COMMANDS[] = {
+    {{"create", "", ""}, AddOnly<AddCreate>},
+    {{"describe", "", ""}, AddOnly<AddDescribe>},
+    {{"display", "", ""}, AddOnly<AddDisplay>},
+    {{"progress", "", ""}, AddOnly<AddProgress>},
+    {{"record", "", "", true}, AddOnly<AddRecord>},
+    {{"replay", "", "", true}, AddOnly<AddReplay>},
+    {{"run", "", "", true}, AddOnly<AddRun>},
+    {{"snapshot", "", ""}, AddOnly<AddSnapshot>},
+    {{"status", "", ""}, AddOnly<AddStatus>},
+    {{"wait", "", ""}, AddOnly<AddWait>},
+};
+}
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
+{
+    std::istringstream      oLines(std::string(reinterpret_cast<const char*>(puiData), uiSize));
+    std::deque<std::string> asArguments   = {"tavrin-board"};
+    std::vector<char*>      apszArguments = {asArguments[0].data()};
+    for (std::string sLine; std::getline(oLines, sLine);) apszArguments.push_back(asArguments.emplace_back(sLine).data());
+    apszArguments.push_back(nullptr);
+
+    g_strChosen.clear();
+    const int iStatus = RunProgram(static_cast<int>(asArguments.size()), apszArguments.data(), COMMANDS);
+    Must(iStatus == 0 || iStatus == 2);  // 1 would be that a command was tried and failed
+    if (g_strChosen.empty()) return 0;   // a help, or a refusal
+    Must(iStatus == 0 && asArguments[1] == g_strChosen);
+    const bool bPassesOn = g_strChosen == "record" || g_strChosen == "replay" || g_strChosen == "run";
+    Must(bPassesOn || std::find(asArguments.begin(), asArguments.end(), "--") == asArguments.end());
+    return 0;
+}
