@@ -99,6 +99,7 @@ ChafaCanvas* TerminalPictures::FindCanvas(int iColumns, int iRows, const STermin
     chafa_canvas_config_set_canvas_mode(poConfig.get(), m_eCanvasMode);
     chafa_canvas_config_set_pixel_mode(poConfig.get(), m_ePixelMode);
     chafa_canvas_config_set_work_factor(poConfig.get(), WORK_FACTOR);
+    chafa_canvas_config_set_preprocessing_enabled(poConfig.get(), FALSE);  // it made dark blue cyan where colours are few
     chafa_canvas_config_set_symbol_map(poConfig.get(), m_poSymbols.get());
     return (m_oCanvases[oKey] = Owned<ChafaCanvas>(chafa_canvas_new(poConfig.get()))).get();
 }

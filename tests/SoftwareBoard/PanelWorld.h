@@ -8,6 +8,10 @@
 
 namespace fs = std::filesystem;
 
+using Colour           = std::array<KUINT8, 3>;
+constexpr Colour GREEN = {0, 200, 0}, BLUE = {0, 0, 200};
+constexpr int    LONGEST_SEC = 20;  // after which what is waited for will not come
+
 struct PanelWorld : BoardWorld
 {
     // What it prints: results on standard output, errors on standard error. 128 and more is a signal, as shells count.
@@ -39,6 +43,7 @@ struct Live
             close(aiFds[0]);
             close(aiFds[1]);
             setenv("TERM", pszTerm, 1);
+            unsetenv("COLORTERM");
             execl("/bin/sh", "sh", "-c", (strBefore + "exec " BOARD_PANEL " " + strArguments).c_str(), nullptr);
         });
         if (!bTerminal) close(aiFds[1]);
@@ -58,6 +63,31 @@ struct Live
     termios                oMode    = {};
     std::string            strText;
     std::optional<Process> ooProcess;
+};
+
+// A process that shows a green picture on both outputs. When it is resumed, it draws a blue quarter and then ends.
+struct Drawing : Process
+{
+    Drawing(KUINT32 uiWidth, KUINT32 uiHeight)
+        : Process([=] {
+              TestClient           o;
+              tagTBuffer_PlaneInfo oInfo = {};
+              o.MakeBuffer(uiWidth, uiHeight);
+              EXPECT_EQ(o.TBuffer_GetPlaneInfo(o.hBuffer, &oInfo), TStatus_OK);
+              KUINT32* const pui   = reinterpret_cast<KUINT32*>(o.Access());
+              const auto     fFill = [&](KUINT32 uiColumns, KUINT32 uiRows, Colour c) {
+                  for (KUINT32 uiY = 0; uiY < uiRows; ++uiY)
+                      std::fill_n(pui + uiY * oInfo.auiPitch[0], uiColumns, c[0] | KUINT32{c[1]} << 8 | KUINT32{c[2]} << 16);
+              };
+              fFill(uiWidth, uiHeight, GREEN);
+              for (KUINT32 uiOutput : {0u, 1u}) EXPECT_EQ(o.Show(o.Output(uiOutput), uiWidth, uiHeight), TStatus_OK);
+              Process::Pause();
+              fFill(uiWidth / 2, uiHeight / 2, BLUE);
+              Process::Pause();
+          })
+    {
+        Await();
+    }
 };
 
 #endif

@@ -8,10 +8,7 @@
 
 namespace
 {
-using Colour           = std::array<Uint8, 3>;
-constexpr Colour GREEN = {0, 200, 0}, BLUE = {0, 0, 200};
-constexpr Colour BAR         = {62, 96, 140};
-constexpr int    LONGEST_SEC = 20;
+constexpr Colour BAR = {62, 96, 140};
 
 struct SBox
 {
@@ -156,31 +153,6 @@ TEST_F(WindowTest, KeysTheButtonAndSignalsCloseItAndNothingElseDoes)
     setenv("SDL_VIDEODRIVER", "none", 1);
     Expect("watch --window", 1, "set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
 }
-
-// A process that shows a green picture on both outputs. When it is resumed, it draws a blue quarter and then ends.
-struct Drawing : Process
-{
-    Drawing(KUINT32 uiWidth, KUINT32 uiHeight)
-        : Process([=] {
-              TestClient           o;
-              tagTBuffer_PlaneInfo oInfo = {};
-              o.MakeBuffer(uiWidth, uiHeight);
-              EXPECT_EQ(o.TBuffer_GetPlaneInfo(o.hBuffer, &oInfo), TStatus_OK);
-              KUINT32* const pui   = reinterpret_cast<KUINT32*>(o.Access());
-              const auto     fFill = [&](KUINT32 uiColumns, KUINT32 uiRows, Colour c) {
-                  for (KUINT32 uiY = 0; uiY < uiRows; ++uiY)
-                      std::fill_n(pui + uiY * oInfo.auiPitch[0], uiColumns, c[0] | KUINT32{c[1]} << 8 | KUINT32{c[2]} << 16);
-              };
-              fFill(uiWidth, uiHeight, GREEN);
-              for (KUINT32 uiOutput : {0u, 1u}) EXPECT_EQ(o.Show(o.Output(uiOutput), uiWidth, uiHeight), TStatus_OK);
-              Process::Pause();
-              fFill(uiWidth / 2, uiHeight / 2, BLUE);
-              Process::Pause();
-          })
-    {
-        Await();
-    }
-};
 
 // Whether each half of a window has the picture as large as it fits above its caption, with a blue quarter or without one.
 bool HasPictures(const Frame& roFrame, int iWidth, int iHeight, bool bBlue)

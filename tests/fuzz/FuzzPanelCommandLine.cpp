@@ -15,23 +15,17 @@ namespace
 std::string g_strChosen;
 
 // Adds a command. Its action, which owns what its options set, is kept but not run: it only says which command it is.
-template <Action (*PFN_ADD)(CLI::App&, const PassedOn&)>
-Action AddOnly(CLI::App& roCommand, const PassedOn& roPassedOn)
+template <Action (*PFN_ADD)(CLI::App&, const PassedOn&)> Action AddOnly(CLI::App& roCommand, const PassedOn& roPassedOn)
 {
     return [fAction = PFN_ADD(roCommand, roPassedOn), &roCommand] { g_strChosen = roCommand.get_name(); };
 }
 
 constexpr SCommand COMMANDS[] = {
-    {{"create", "", ""}, AddOnly<AddCreate>},
-    {{"describe", "", ""}, AddOnly<AddDescribe>},
-    {{"display", "", ""}, AddOnly<AddDisplay>},
-    {{"progress", "", ""}, AddOnly<AddProgress>},
-    {{"record", "", "", true}, AddOnly<AddRecord>},
-    {{"replay", "", "", true}, AddOnly<AddReplay>},
-    {{"run", "", "", true}, AddOnly<AddRun>},
-    {{"snapshot", "", ""}, AddOnly<AddSnapshot>},
-    {{"status", "", ""}, AddOnly<AddStatus>},
-    {{"wait", "", ""}, AddOnly<AddWait>},
+    {{"create", "", ""}, AddOnly<AddCreate>},       {{"describe", "", ""}, AddOnly<AddDescribe>},
+    {{"display", "", ""}, AddOnly<AddDisplay>},     {{"progress", "", ""}, AddOnly<AddProgress>},
+    {{"record", "", "", true}, AddOnly<AddRecord>}, {{"replay", "", "", true}, AddOnly<AddReplay>},
+    {{"run", "", "", true}, AddOnly<AddRun>},       {{"snapshot", "", ""}, AddOnly<AddSnapshot>},
+    {{"status", "", ""}, AddOnly<AddStatus>},       {{"wait", "", ""}, AddOnly<AddWait>},
 };
 }
 
