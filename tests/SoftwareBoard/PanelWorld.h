@@ -9,7 +9,7 @@
 namespace fs = std::filesystem;
 
 using Colour           = std::array<KUINT8, 3>;
-constexpr Colour GREEN = {0, 200, 0}, BLUE = {0, 0, 200};
+constexpr Colour GREEN = {0, 200, 0}, BLUE = {0, 0, 110};
 constexpr int    LONGEST_SEC = 20;  // after which what is waited for will not come
 
 struct PanelWorld : BoardWorld
@@ -65,7 +65,8 @@ struct Live
     std::optional<Process> ooProcess;
 };
 
-// A process that shows a green picture on both outputs. When it is resumed, it draws a blue quarter and then ends.
+// A process that shows a green picture on both outputs. When it is resumed, it draws the middle half of both
+// directions blue. Resumed again, it ends.
 struct Drawing : Process
 {
     Drawing(KUINT32 uiWidth, KUINT32 uiHeight)
@@ -75,14 +76,15 @@ struct Drawing : Process
               o.MakeBuffer(uiWidth, uiHeight);
               EXPECT_EQ(o.TBuffer_GetPlaneInfo(o.hBuffer, &oInfo), TStatus_OK);
               KUINT32* const pui   = reinterpret_cast<KUINT32*>(o.Access());
-              const auto     fFill = [&](KUINT32 uiColumns, KUINT32 uiRows, Colour c) {
-                  for (KUINT32 uiY = 0; uiY < uiRows; ++uiY)
-                      std::fill_n(pui + uiY * oInfo.auiPitch[0], uiColumns, c[0] | KUINT32{c[1]} << 8 | KUINT32{c[2]} << 16);
+              const auto     fFill = [&](KUINT32 uiLeft, KUINT32 uiTop, KUINT32 uiRight, KUINT32 uiBottom, Colour c) {
+                  for (KUINT32 uiY = uiTop; uiY < uiBottom; ++uiY)
+                      std::fill_n(pui + uiY * oInfo.auiPitch[0] + uiLeft, uiRight - uiLeft,
+                                      c[0] | KUINT32{c[1]} << 8 | KUINT32{c[2]} << 16);
               };
-              fFill(uiWidth, uiHeight, GREEN);
+              fFill(0, 0, uiWidth, uiHeight, GREEN);
               for (KUINT32 uiOutput : {0u, 1u}) EXPECT_EQ(o.Show(o.Output(uiOutput), uiWidth, uiHeight), TStatus_OK);
               Process::Pause();
-              fFill(uiWidth / 2, uiHeight / 2, BLUE);
+              fFill(uiWidth / 4, uiHeight / 4, uiWidth * 3 / 4, uiHeight * 3 / 4, BLUE);
               Process::Pause();
           })
     {

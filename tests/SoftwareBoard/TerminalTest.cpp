@@ -6,17 +6,20 @@
 
 namespace
 {
+constexpr char BLOCK = '#';  // any letter that is not ASCII
+
 struct SCells
 {
     int  iLeft, iTop, iRight, iBottom;  // the last two are outside
     bool Has(int iColumn, int iRow) const { return iColumn >= iLeft && iColumn < iRight && iRow >= iTop && iRow < iBottom; }
 };
 
-// The cells of a picture's upper left quarter: those that are wholly in it, or those that some of it touches.
-SCells Quarter(const SCells& ro, bool bTouched)
+// The middle half of the cells in both directions: those that are wholly in it, or those that some of it touches.
+SCells Middle(const SCells& ro, bool bTouched)
 {
-    const int iMore = bTouched ? 1 : 0;
-    return {ro.iLeft, ro.iTop, ro.iLeft + (ro.iRight - ro.iLeft + iMore) / 2, ro.iTop + (ro.iBottom - ro.iTop + iMore) / 2};
+    const int iWidth = ro.iRight - ro.iLeft, iHeight = ro.iBottom - ro.iTop, iMore = bTouched ? 0 : 3;
+    const int iAcross = (iWidth + iMore) / 4, iDown = (iHeight + iMore) / 4;
+    return {ro.iLeft + iAcross, ro.iTop + iDown, ro.iRight - iAcross, ro.iBottom - iDown};
 }
 
 // A terminal in which watch runs.
@@ -36,6 +39,8 @@ public:
         vterm_set_size(m_poTerm.get(), oSize.ws_row, oSize.ws_col);
         ioctl(m_oWatch.aiFds[0], TIOCSWINSZ, &oSize);
     }
+    // Loses what it shows, as if another program had written over it.
+    void Lose() { vterm_screen_reset(m_poScreen, 1); }
     // Reads on until the screen passes the test.
     void Await(const std::string& strWhat, const std::function<bool()>& fIsIt)
     {
@@ -69,9 +74,23 @@ public:
         for (int iColumn = 0; iColumn < m_oSize.ws_col; ++iColumn)
         {
             const uint32_t uiChar = At(iColumn, iRow).chars[0];
-            strText += uiChar == 0 ? ' ' : uiChar < 0x80 ? static_cast<char>(uiChar) : '?';
+            strText += uiChar == 0 ? ' ' : uiChar < 0x80 ? static_cast<char>(uiChar) : BLOCK;
         }
         return strText;
+    }
+    // Whether a caption begins below the picture, no further right than it.
+    bool IsCaptioned(int iOutput, const SCells& roPicture) const
+    {
+        const std::string strCaption = "output " + std::to_string(iOutput) + ": ";
+        int               iRow       = roPicture.iBottom;
+        while (iRow < m_oSize.ws_row && TextOf(iRow).find(strCaption) > static_cast<size_t>(roPicture.iLeft)) ++iRow;
+        return iRow < m_oSize.ws_row;
+    }
+    bool HasBlocks() const
+    {
+        int iRow = 0;
+        while (iRow < m_oSize.ws_row && TextOf(iRow).find(BLOCK) == std::string::npos) ++iRow;
+        return iRow < m_oSize.ws_row;
     }
     int CountReversed(int iRow) const
     {
@@ -79,7 +98,7 @@ public:
         while (iColumn < m_oSize.ws_col && At(iColumn, iRow).attrs.reverse != 0) ++iColumn;
         return iColumn;
     }
-    // Whether the picture is in each of these cells, with a blue quarter or without one, and nowhere else.
+    // Whether the picture is in each of these cells, with a blue middle or without one, and nowhere else.
     bool Shows(std::initializer_list<SCells> aoPlaces, bool bBlue) const
     {
         for (int iAt = 0; iAt < m_oSize.ws_row * m_oSize.ws_col; ++iAt)
@@ -87,11 +106,9 @@ public:
             const int  iColumn = iAt % m_oSize.ws_col, iRow = iAt / m_oSize.ws_col;
             const char cIs = ColourAt(iColumn, iRow);
             const auto i   = std::find_if(aoPlaces.begin(), aoPlaces.end(), [&](auto& ro) { return ro.Has(iColumn, iRow); });
-            if (i != aoPlaces.end() && bBlue && Quarter(*i, true).Has(iColumn, iRow) &&
-                !Quarter(*i, false).Has(iColumn, iRow))
+            if (i != aoPlaces.end() && bBlue && Middle(*i, true).Has(iColumn, iRow) && !Middle(*i, false).Has(iColumn, iRow))
                 continue;  // blue meets green in here
-            if (cIs != (i == aoPlaces.end() ? ' ' : bBlue && Quarter(*i, false).Has(iColumn, iRow) ? 'b' : 'g'))
-                return false;
+            if (cIs != (i == aoPlaces.end() ? ' ' : bBlue && Middle(*i, false).Has(iColumn, iRow) ? 'b' : 'g')) return false;
         }
         return true;
     }
@@ -151,10 +168,10 @@ TEST_F(TerminalTest, ShowsPicturesCaptionsAndProgressWhereTheyBelong)
     } aoCases[] = {
         {"xterm-256color",
          "LC_ALL=C.UTF-8 COLORTERM=truecolor",
-         {24, 80, 0, 0},
+         {50, 200, 0, 0},
          1024,
          768,
-         {{0, 3, 39, 18}, {40, 3, 79, 18}},
+         {{0, 6, 99, 43}, {100, 6, 199, 43}},
          {12, 61, 0, 0},
          {{4, 1, 25, 9}, {35, 1, 56, 9}}},
         {"linux",
@@ -168,8 +185,8 @@ TEST_F(TerminalTest, ShowsPicturesCaptionsAndProgressWhereTheyBelong)
         {"xterm-256color",
          "LC_ALL=C",
          {5, 130, 0, 0},
-         40,
-         30,
+         80,
+         60,
          {{28, 0, 36, 3}, {93, 0, 101, 3}},
          {40, 130, 0, 0},
          {{0, 7, 64, 31}, {65, 7, 129, 31}}},
@@ -180,20 +197,27 @@ TEST_F(TerminalTest, ShowsPicturesCaptionsAndProgressWhereTheyBelong)
         Expect("create", 0, "");
         Drawing    oDrawing(ro.uiWidth, ro.uiHeight);
         Terminal   oTerminal(ro.pszTerm, ro.pszEnvironment, ro.oSize);
-        const auto fShows = [&](const SCells(&ao)[2], bool bBlue) {
-            const int iLast = oTerminal.m_oSize.ws_row - 1;
-            return oTerminal.Shows({ao[0], ao[1]}, bBlue) && oTerminal.TextOf(iLast).starts_with(" progress 0 %") &&
+        const bool bUtf8  = std::string_view(ro.pszEnvironment).find("UTF-8") != std::string_view::npos;
+        const auto fShows = [&](const SCells(&ao)[2], bool bBlue, int iPercent) {
+            const winsize& roSize = oTerminal.m_oSize;
+            const int      iLast  = roSize.ws_row - 1;
+            return oTerminal.Shows({ao[0], ao[1]}, bBlue) && (!bBlue || oTerminal.HasBlocks() == bUtf8) &&
+                   oTerminal.IsCaptioned(0, ao[0]) && oTerminal.IsCaptioned(1, ao[1]) &&
+                   oTerminal.TextOf(iLast).starts_with(" progress " + std::to_string(iPercent) + " %") &&
+                   oTerminal.CountReversed(iLast) == roSize.ws_col * iPercent / 100 &&
                    oTerminal.TextOf(0).starts_with("board " + m_oFolder.string()) == (iLast >= 5);
         };
-        oTerminal.Await("the picture", [&] { return fShows(ro.aoAt, false); });
+        oTerminal.Await("the picture", [&] { return fShows(ro.aoAt, false, 0); });
         oDrawing.Resume();
         oDrawing.Await();
-        oTerminal.Await("what is drawn", [&] { return fShows(ro.aoAt, true); });
-        oTerminal.Resize(ro.oOther);
-        oTerminal.Await("the picture in another size", [&] { return fShows(ro.aoThen, true); });
+        oTerminal.Await("what is drawn", [&] { return fShows(ro.aoAt, true, 0); });
         Expect("progress 50", 0, "");
-        const int iLast = ro.oOther.ws_row - 1;
-        oTerminal.Await("the bar", [&] { return oTerminal.CountReversed(iLast) == ro.oOther.ws_col / 2; });
+        oTerminal.Await("the bar", [&] { return fShows(ro.aoAt, true, 50); });
+        oTerminal.Lose();
+        EXPECT_EQ(write(oTerminal.m_oWatch.aiFds[0], "\f", 1), 1);
+        oTerminal.Await("all of it anew", [&] { return fShows(ro.aoAt, true, 50); });
+        oTerminal.Resize(ro.oOther);
+        oTerminal.Await("the picture in another size", [&] { return fShows(ro.aoThen, true, 50); });
         fs::remove(At("board.state"));
         oTerminal.Await("no board", [&] {
             return oTerminal.TextOf(ro.oOther.ws_row / 2).find("waiting for a board") != std::string::npos;

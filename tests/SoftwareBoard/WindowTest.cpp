@@ -154,7 +154,7 @@ TEST_F(WindowTest, KeysTheButtonAndSignalsCloseItAndNothingElseDoes)
     Expect("watch --window", 1, "set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
 }
 
-// Whether each half of a window has the picture as large as it fits above its caption, with a blue quarter or without one.
+// Whether each half of a window has the picture as large as it fits above its caption, with a blue middle or without one.
 bool HasPictures(const Frame& roFrame, int iWidth, int iHeight, bool bBlue)
 {
     const int    iTileWidth = (roFrame.iWidth - 24) / 2, iTileHeight = roFrame.iHeight - 40;
@@ -170,9 +170,11 @@ bool HasPictures(const Frame& roFrame, int iWidth, int iHeight, bool bBlue)
         {
             const double fPixels = fScale * fScale * iWidth * iHeight * fShare * fShare;
             if (std::abs(oBox.iPixels - fPixels) > fPixels / 8) return false;
-            if (fShare > 0 && !(fIsNear(oBox.iLeft, fLeft) && fIsNear(oBox.iTop, fTop) &&
-                                fIsNear(oBox.iRight + 1, fLeft + fScale * iWidth * fShare) &&
-                                fIsNear(oBox.iBottom + 1, fTop + fScale * iHeight * fShare)))
+            const double fBefore = (1 - fShare) / 2, fAfter = (1 + fShare) / 2;
+            if (fShare > 0 && !(fIsNear(oBox.iLeft, fLeft + fScale * iWidth * fBefore) &&
+                                fIsNear(oBox.iTop, fTop + fScale * iHeight * fBefore) &&
+                                fIsNear(oBox.iRight + 1, fLeft + fScale * iWidth * fAfter) &&
+                                fIsNear(oBox.iBottom + 1, fTop + fScale * iHeight * fAfter)))
                 return false;
         }
     }
