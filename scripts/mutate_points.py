@@ -1,6 +1,5 @@
 """Finds the places in the product's sources where a small fault can be planted, in the tree that clang makes of them."""
 
-import bisect
 import json
 import shlex
 from collections import namedtuple
@@ -29,6 +28,10 @@ PLAIN_RESULTS = {TypeKind.BOOL, TypeKind.INT, TypeKind.UINT, TypeKind.LONG, Type
                  TypeKind.ENUM, TypeKind.POINTER}
 
 
+class Unreadable(Exception):
+    """A source that clang does not understand as it is compiled here. Places in it would be missing."""
+
+
 class Finder:
     """The points of one translation unit, in those of its files that are wanted."""
 
@@ -40,6 +43,9 @@ class Finder:
 
     def read(self, source, arguments):
         unit = cindex.Index.create().parse(str(source), args=arguments)
+        errors = [str(one) for one in unit.diagnostics if one.severity >= cindex.Diagnostic.Error]
+        if errors:
+            raise Unreadable(errors[0])
         self._visit_children(unit.cursor)
 
     def _visit_children(self, cursor):
@@ -73,13 +79,11 @@ class Finder:
 
     def _text(self, path):
         if path not in self._texts:
-            text = (self._root / path).read_bytes()
-            self._texts[path] = text, [i for i, byte in enumerate(text) if byte == ord('\n')]
-        return self._texts[path][0]
+            self._texts[path] = (self._root / path).read_bytes()
+        return self._texts[path]
 
     def _add(self, path, start, end, text, fault):
-        self._text(path)
-        line = bisect.bisect_left(self._texts[path][1], start) + 1
+        line = self._text(path).count(b'\n', 0, start) + 1
         self.points.add(Point(path, line, start, end, text, fault))
 
     def _look_at(self, cursor):
@@ -94,6 +98,8 @@ class Finder:
             self._arguments(cursor)
         if kind == Kind.COMPOUND_STMT or kind in BODIES:
             self._removed_calls(cursor)
+        if kind == Kind.COMPOUND_STMT:
+            self._removed_guards(cursor)
         if kind in FUNCTIONS:
             self._early_return(cursor)
 
@@ -160,8 +166,8 @@ class Finder:
 
     def _removed_calls(self, cursor):
         children = list(cursor.get_children())
-        if cursor.kind in BODIES:
-            children = children[1:]  # the condition is not the body
+        if cursor.kind in BODIES:  # the condition is not the body
+            children = children[1:] if cursor.kind == Kind.IF_STMT else children[-1:]
         for child in children:
             inner = child
             while inner.kind in EXPRESSIONS_AROUND or inner.kind == Kind.CSTYLE_CAST_EXPR:
@@ -173,6 +179,19 @@ class Finder:
             if inner.kind in CALLS and path is not None and self._text(path)[end:end + 1] == b';':
                 text = self._text(path)[start:end].decode()
                 self._add(path, start, end, '', f'{shortened(text)} removed')
+
+    def _removed_guards(self, cursor):
+        """Objects that nobody names again: they hold something as long as they live."""
+        children = list(cursor.get_children())
+        for i, child in enumerate(children):
+            declared = list(child.get_children()) if child.kind == Kind.DECL_STMT else []
+            if len(declared) != 1 or declared[0].type.get_canonical().kind != TypeKind.RECORD:
+                continue
+            name = declared[0].spelling
+            later = (below for sibling in children[i + 1:] for below in sibling.walk_preorder())
+            path, start, end = self._span(child)
+            if path is not None and not any(below.spelling == name for below in later):
+                self._add(path, start, end, '', f'{shortened(self._text(path)[start:end].decode())} removed')
 
     def _early_return(self, cursor):
         body = [child for child in cursor.get_children() if child.kind == Kind.COMPOUND_STMT]

@@ -58,16 +58,14 @@ std::optional<KUINT32> ParsePercent(std::string_view svText)
 
 std::optional<KUINT32> FindPercent(std::string_view svLine)
 {
+    const auto             fAt = [&](size_t uiAt) { return uiAt < svLine.size() ? svLine[uiAt] : ' '; };
     std::optional<KUINT32> ouiFound;
     for (size_t uiBegin = svLine.find_first_of(DIGITS); uiBegin != std::string_view::npos;)
     {
         // The digits, and the points and commas between them.
         size_t uiEnd = uiBegin + 1;
-        while (uiEnd < svLine.size() &&
-               (IsDigit(svLine[uiEnd]) ||
-                ((svLine[uiEnd] == '.' || svLine[uiEnd] == ',') && uiEnd + 1 < svLine.size() && IsDigit(svLine[uiEnd + 1]))))
+        while (IsDigit(fAt(uiEnd)) || ((fAt(uiEnd) == '.' || fAt(uiEnd) == ',') && IsDigit(fAt(uiEnd + 1))))
             ++uiEnd;
-        const auto fAt     = [&](size_t uiAt) { return uiAt < svLine.size() ? svLine[uiAt] : ' '; };
         const bool bJoined = IsOfWord(fAt(uiBegin - 1)) || fAt(uiBegin - 1) == '-' ||
                              (IsJoint(fAt(uiBegin - 1)) && IsOfWord(fAt(uiBegin - 2))) || IsOfWord(fAt(uiEnd)) ||
                              (IsJoint(fAt(uiEnd)) && IsOfWord(fAt(uiEnd + 1)));

@@ -171,12 +171,11 @@ void TrialProcess::Reap()
         kill(m_iPid, SIGKILL);
     }
     // What the library has started in the child's group ends before the child is reaped: until then the number is its own.
+    // Nothing interrupts the waiting, as the signals that have a handler are blocked.
     siginfo_t oInfo = {};
-    while (waitid(P_PID, static_cast<id_t>(m_iPid), &oInfo, WEXITED | WNOWAIT) != 0 && errno == EINTR)
-        ;
+    waitid(P_PID, static_cast<id_t>(m_iPid), &oInfo, WEXITED | WNOWAIT);
     kill(-m_iPid, SIGKILL);
-    while (waitpid(m_iPid, &m_iStatus, 0) < 0 && errno == EINTR)
-        ;
+    waitpid(m_iPid, &m_iStatus, 0);
     m_iPid = -1;
 }
 
