@@ -79,9 +79,7 @@ FileDescriptor BoardFolder::OpenFile(const std::string& strName, int iFlags) con
         ThrowSystemError(PathOf(strName), errno == ELOOP ? "open (a symbolic link is refused)" : "open");
     }
     struct stat oStat = {};
-    if (fstat(oFile.Get(), &oStat) != 0)
-        ThrowSystemError(PathOf(strName), "fstat");
-    if (!S_ISREG(oStat.st_mode) || oStat.st_uid != geteuid())
+    if (fstat(oFile.Get(), &oStat) != 0 || !S_ISREG(oStat.st_mode) || oStat.st_uid != geteuid())
         throw BoardError(PathOf(strName) + ": not a plain file of this user; it is left alone");
     return oFile;
 }
