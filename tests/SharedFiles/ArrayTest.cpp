@@ -38,6 +38,7 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
         ACT(if (uiSize > 0) a.SetAt(iOwn, oNew), if (uiSize > 0) m[uiOwn] = oNew),
         ACT(a.InsertAt(iAt, oNew, 2), m.insert(m.begin() + iAt, 2, oNew)),
         ACT(if (uiSize > 0) a.InsertAt(iAt, a[0u]), if (uiSize > 0) m.insert(m.begin() + iAt, T(m[0]))),
+        ACT(if (iAt < a.GetSize()) a.RemoveAt(iAt), if (uiAt < uiSize) m.erase(m.begin() + iAt)),
         ACT(a.RemoveAt(iAt, 3), m.erase(m.begin() + iAt, uiSize - uiAt > 3 ? m.begin() + iAt + 3 : m.end())),
         ACT(a.FreeExtra(), EXPECT_EQ(a.GetAllocCount(), uiSize)),
         ACT(a |= oOther, m.insert(m.end(), oOther.Begin(), oOther.End()); Unique()),

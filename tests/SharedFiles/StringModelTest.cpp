@@ -111,6 +111,8 @@ constexpr std::pair<const char*, void (*)(SStep&)> ACTIONS[] = {
     ACT(s.Insert(iAt, oNew.c_str()), m.ChangeInPlace(std::string(t).insert(uiInside, oNew))),
     ACT(s.Insert(iAt, pszOwn), m.ChangeInPlace(std::string(t).insert(uiInside, oOwn))),
     ACT(s.Delete(iAt, 3), m.ChangeInPlace(std::string(t).erase(uiInside, 3))),
+    ACT(s.Delete(iAt), m.ChangeInPlace(std::string(t).erase(uiInside, 1))),
+    ACT(s.Delete(static_cast<KUINT32>(uiAt)), m.ChangeInPlace(std::string(t).erase(uiInside, 1))),
     ACT(if (uiAt < t.size()) s.SetAt(iAt, ch), if (uiAt < t.size()) { m.ChangeInPlace(t, true); m.oText[uiAt] = ch; }),
     ACT(s.TrimLeft(" ,"), m.ChangeInPlace(t.substr(std::min(t.find_first_not_of(" ,"), t.size())))),
     ACT(s.TrimRight(" ,"), m.ChangeInPlace(t.substr(0, t.find_last_not_of(" ,") + 1))),
@@ -143,6 +145,8 @@ void ExpectSearches(const CKString& s, const std::string& t, const std::string& 
     ASSERT_EQ(s.FindNoCase(oFor.c_str(), iFrom), Index(oUpper.find(oUpperFor, uiFrom)));
     ASSERT_EQ(s.Find(ch, iFrom), Index(t.find(ch, uiFrom)));
     ASSERT_EQ(s.FindNoCase(ch, iFrom), Index(oUpper.find(chUpper, uiFrom)));
+    ASSERT_EQ(std::tuple(s.Find(oFor.c_str()), s.FindNoCase(oFor.c_str()), s.Find(ch), s.FindNoCase(ch)),
+              std::tuple(s.Find(oFor.c_str(), 0), s.FindNoCase(oFor.c_str(), 0), s.Find(ch, 0), s.FindNoCase(ch, 0)));
     ASSERT_TRUE(s.ReverseFind(ch) == Index(t.rfind(ch)) && s.ReverseFindNoCase(ch) == Index(oUpper.rfind(chUpper)));
     ASSERT_TRUE(s.CountOf(ch) == std::ranges::count(t, ch) && s.CountOfNoCase(ch) == std::ranges::count(oUpper, chUpper));
 }
