@@ -52,6 +52,7 @@ TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
          "5\n",
          40},
         {"progress=40\nnone\n", 40},
+        {"at 40, and 2/5\n", 40},
         {"Writing\xE2\x80\xA6"
          "40%",
          40},
