@@ -33,11 +33,11 @@ SFirmwareFinding ExamineFpgaFirmware(TDEVICE_OBJECT* hDev)
     KUINT32       uiFpgaCnt    = 0;
     const TStatus eCountStatus = TBoard_GetFpgaCount(hDev, &uiFpgaCnt);
     if (eCountStatus < TStatus_OK)
-        return {EFirmwareFinding::NoFpgaCount, 0, eCountStatus};
+        return {.eFinding = EFirmwareFinding::NoFpgaCount, .eStatus = eCountStatus};
     if (uiFpgaCnt == 0)
-        return {EFirmwareFinding::NoFpga};
+        return {.eFinding = EFirmwareFinding::NoFpga};
 
-    SFirmwareFinding oFinding = {EFirmwareFinding::NoneExamined};
+    SFirmwareFinding oFinding = {.eFinding = EFirmwareFinding::NoneExamined};
     for (KUINT32 uiFpgaIdx = 0; uiFpgaIdx < uiFpgaCnt; ++uiFpgaIdx)
     {
         tagTBoard_FpgaInfo oFpgaInfo = {};

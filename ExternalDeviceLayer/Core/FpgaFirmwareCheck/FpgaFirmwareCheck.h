@@ -23,7 +23,7 @@ enum class EFirmwareFinding
 struct SFirmwareFinding
 {
     EFirmwareFinding   eFinding;
-    KUINT32            uiFpgaIdx = 0;             // the FPGA that decided; for NoFpgaInfo and NotKnown
+    KUINT32            uiFpgaIdx = {};            // the FPGA that decided; for NoFpgaInfo and NotKnown
     TStatus            eStatus   = TStatus_FAIL;  // what the board's call returned; for NoFpgaCount and NoFpgaInfo
     tagTBoard_FpgaInfo oFpgaInfo = {};            // of the FPGA that decided; for NotKnown
 };
