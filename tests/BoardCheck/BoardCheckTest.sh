@@ -26,6 +26,8 @@ signal|QUIT
 signal|KILL
 lines
 fault|||look at the outputs
+fault|babble TBuffer_CreateVideo||look at the outputs
+fault|babble TBoard_RegRead||look at the outputs
 fault|pitch|pitch|a pitch equal to the width
 fault|pitch-in-bytes|planes|a pitch of 208 pixels and of 200 bytes
 fault|size|planes|a size of 200 x 151 instead of 200 x 150
