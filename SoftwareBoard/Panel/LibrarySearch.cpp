@@ -1,7 +1,6 @@
 #include "LibrarySearch.h"
 
 #include <dlfcn.h>
-#include <elf.h>
 #include <fcntl.h>
 #include <link.h>
 #include <sys/wait.h>
@@ -9,7 +8,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -18,6 +16,7 @@
 #include "BoardError.h"
 #include "FileDescriptor.h"
 #include "Operations.h"
+#include "RunPath.h"
 
 namespace SoftwareBoard::Panel
 {
@@ -49,48 +48,6 @@ fs::path FindInPath(const std::string& strCommand)
         const fs::path oProgram = fs::path(strFolder) / strCommand;
         if (access(oProgram.c_str(), X_OK) == 0 && !fs::is_directory(oProgram))
             return oProgram;
-    }
-    return {};
-}
-
-template <class T> T ReadAt(const std::string& strFile, size_t uiOffset)
-{
-    T tRead = {};
-    if (uiOffset <= strFile.size() && strFile.size() - uiOffset >= sizeof(T))
-        std::memcpy(&tRead, strFile.data() + uiOffset, sizeof(T));
-    return tRead;
-}
-
-// The RUNPATH in the bytes of a program; empty if it has none or is no program of this machine's kind.
-std::string FindRunPath(const std::string& strFile)
-{
-    const auto oHeader = ReadAt<ElfW(Ehdr)>(strFile, 0);
-    if (std::memcmp(oHeader.e_ident, ELFMAG, SELFMAG) != 0 || oHeader.e_ident[EI_CLASS] != ELFCLASS64)
-        return {};
-    std::vector<ElfW(Phdr)> aoSegments;
-    for (size_t ui = 0; ui < oHeader.e_phnum; ++ui)
-        aoSegments.push_back(ReadAt<ElfW(Phdr)>(strFile, oHeader.e_phoff + ui * sizeof(ElfW(Phdr))));
-
-    size_t uiRunPath = 0, uiTexts = 0;
-    bool   bFound = false;
-    for (const auto& roSegment : aoSegments)
-    {
-        if (roSegment.p_type != PT_DYNAMIC)
-            continue;
-        for (size_t uiAt = 0; uiAt < std::min<size_t>(roSegment.p_filesz, strFile.size()); uiAt += sizeof(ElfW(Dyn)))
-        {
-            const auto oEntry = ReadAt<ElfW(Dyn)>(strFile, roSegment.p_offset + uiAt);
-            bFound            = bFound || oEntry.d_tag == DT_RUNPATH;
-            uiRunPath         = oEntry.d_tag == DT_RUNPATH ? oEntry.d_un.d_val : uiRunPath;
-            uiTexts           = oEntry.d_tag == DT_STRTAB ? oEntry.d_un.d_ptr : uiTexts;
-        }
-    }
-    for (const auto& roSegment : aoSegments)
-    {
-        const size_t uiText = uiTexts - roSegment.p_vaddr + roSegment.p_offset + uiRunPath;
-        if (bFound && roSegment.p_type == PT_LOAD && uiTexts - roSegment.p_vaddr < roSegment.p_filesz &&
-            uiText < strFile.size())
-            return strFile.c_str() + uiText;
     }
     return {};
 }

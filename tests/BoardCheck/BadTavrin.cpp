@@ -1,6 +1,6 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
-// That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash" or a status, an
-// operation, and from which of its calls on: "-256 TBuffer_Destroy 1".
+// That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash", "babble" (lines
+// to the parent) or a status, an operation, and from which of its calls on: "-256 TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -46,6 +46,15 @@ TStatus Commit(const char* pszOperation)
     if (Is("hang"))
         for (;;) pause();
     if (Is("exit")) _exit(0);
+    // On the first pipe that can be written. A file of the board, unlike a pipe, has a place in it.
+    constexpr char LINES[] = R"({"at":5}
+{"at":""}
+{"result":"holds"}
+{"fact":[7]}
+{"result":[],"came":0}
+)";
+    for (int iFd = 3; Is("babble") && iFd < 64; ++iFd)
+        if (lseek(iFd, 0, SEEK_CUR) < 0 && write(iFd, LINES, sizeof(LINES) - 1) > 0) break;
     if (Is("stop") || Is("stop-crash")) kill(getppid(), SIGTERM);
     if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
     std::puts("last words");

@@ -26,6 +26,8 @@ signal|QUIT
 signal|KILL
 lines
 fault|||look at the outputs
+fault|babble TBuffer_CreateVideo||look at the outputs
+fault|babble TBoard_RegRead||look at the outputs
 fault|pitch|pitch|a pitch equal to the width
 fault|pitch-in-bytes|planes|a pitch of 208 pixels and of 200 bytes
 fault|size|planes|a size of 200 x 151 instead of 200 x 150
@@ -90,18 +92,19 @@ check() { timeout -k 5 100 env --ignore-signal=CHLD "$bin/QelBoardCheck" "$@"; }
 board() { "$bin/tavrin-board" "$@" >/dev/null; }
 outputs() { "$bin/tavrin-board" status | sed -n 's/ *output [0-9]*: //p' | sed 's/held by [0-9].*/held/' | tr '\n' ';'; }
 register() { "$bin/tavrin-board" status | sed -n 's/.*6908.*: //p'; }
-wait_until() { # OUTPUTS
-  for _ in $(seq 200); do
-    [ "$(outputs)" = "$1" ] && return
+holder() { "$bin/tavrin-board" status | grep held; }
+held() { holder | grep -om 1 held; }
+wait_until() { # FUNCTION VALUE: that the function prints the value
+  for _ in $(seq 400); do
+    [ "$("$1")" = "$2" ] && return
     sleep 0.05
   done
-  expect 'the outputs at last' "$1" "$(outputs)"
+  expect "$1 at last" "$2" "$("$1")"
 }
-holder() { "$bin/tavrin-board" status | grep held; }
 start() { # leaves the process in $checker, and returns when it has taken an output
   "$bin/QelBoardCheck" --draw --seconds 60 >"$work/out" 2>&1 &
   checker=$!
-  until [ -n "$(holder)" ]; do sleep 0.05; done
+  wait_until held held
 }
 
 fault() { # FAULT ROW SAID STATUS OUTPUTS
@@ -132,7 +135,7 @@ refusal() { # ARGUMENTS REASON: what may not be driven is not drawn on, and the 
 look() { # changes nothing, and tells all that there is, also of a board that somebody else drives
   board create --devices 2 --fpga 5:2.1.33 --fpga 4001:1.2.259@e4 && board progress 40
   "$bin/QelProgressBarDisplay" >/dev/null &
-  wait_until '1024x768, 60 Hz, held;1024x768, 60 Hz, held;off;off;'
+  wait_until outputs '1024x768, 60 Hz, held;1024x768, 60 Hz, held;off;off;'
   find "$work/board" -type f -exec cksum {} + | sort >"$work/before"
   check --json >"$work/out"
   expect 'status of a look' 0 "$?"
@@ -205,13 +208,13 @@ signal() { # NAME: comes while outputs are on, or the check is killed; then ever
   kill "-$1" "$checker"
   wait "$checker" 2>/dev/null
   expect 'status after a signal' "$1" "$(kill -l "$?")"
-  wait_until 'off;off;'
+  wait_until outputs 'off;off;'
 }
 
 default() { # shows the card for five seconds; register 6908 gets back what a killed run has left in it
   board create
   "$bin/QelProgressBarDisplay" >/dev/null &
-  until [ "$(register)" = 0x00000001 ]; do sleep 0.05; done
+  wait_until register 0x00000001
   kill -KILL $!
   begin=$(date +%s%N)
   check --draw >/dev/null

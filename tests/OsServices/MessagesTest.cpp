@@ -27,7 +27,7 @@ TEST(Messages, LinesFollowTheState)
     KBOOL32 bError = 9, bUser = 9, bInfo = 9;
     OsServices::GetMsgLevel(&bError, nullptr, nullptr), OsServices::GetMsgLevel(nullptr, &bUser, nullptr);
     OsServices::GetMsgLevel(nullptr, nullptr, &bInfo);
-    EXPECT_TRUE(bError && !bUser && !bInfo);
+    EXPECT_EQ(std::tuple(bError, bUser, bInfo), std::tuple(3, 0, 0));
     OsServices::SetMsgLevel(TRUE, TRUE, FALSE), OsServices::SetMsgReferenceId(0), OsServices::SetMsgPrefix("vesk");
 }
 
@@ -44,7 +44,7 @@ TEST(Messages, FailedChecksAreReportedAndOnlyTheAbortFormEndsTheFunction)
         return;
     });
     const std::string sLine = "vesk(#.#.#.#)[#]: (Error) MessagesTest.cpp(#) Assertion failed\n";
-    EXPECT_TRUE(WithoutNumbers(sText) == sLine + sLine && iSteps == 3) << sText << iSteps;
+    EXPECT_EQ(std::pair(WithoutNumbers(sText), iSteps), std::pair(sLine + sLine, 3));
     EXPECT_EQ(WithoutNumbers(s_sAssertCalls), WithoutNumbers("0" __FILE__ "1" __FILE__ "1")) << "a line, the next condition";
 
     const std::pair<const char*, const char*> aoNames[] = {
@@ -92,10 +92,10 @@ TEST(QelTools, TextsAreComparedReadAndChangedWithinTheirBounds)
                                                                     {"", "a", -97},    {"[", "a", -6}, {"\xE9", "a", -120}};
     for (const auto& [pszA, pszB, iResult] : aoPairs)
         EXPECT_EQ(QelTools_stricmp(pszA, pszB), iResult) << pszA << " and " << pszB;
-    EXPECT_TRUE(QelTools_atoi(" \t-7x") == -7 && QelTools_atoi("+3") == 3 && QelTools_atoi("0x10") == 0);
+    EXPECT_EQ(std::tuple(QelTools_atoi(" \t-7x"), QelTools_atoi("+3"), QelTools_atoi("0x10")), std::tuple(-7, 3, 0));
     EXPECT_TRUE(QelTools_memcmp("ab", "aB", 1) == 0 && QelTools_strncmp("ab", "aB", 2) > 0 && QelTools_wcslen(L"ab") == 2);
     EXPECT_STREQ(QelTools_strstr("abacad", "ac"), QelTools_strrchr("abac_acad", '_') + 1);
-    EXPECT_TRUE(QelTools_atoi("4294967298") == 2 && QelTools_atoi("99999999999999999999") == -1);
+    EXPECT_EQ(std::pair(QelTools_atoi("4294967298"), QelTools_atoi("99999999999999999999")), std::pair(2, -1));
     for (KINT32 ch = -1; ch < 256; ++ch) EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);
     for (KUINT32 uiSize = 0; uiSize < 7; ++uiSize)
     {

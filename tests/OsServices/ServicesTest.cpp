@@ -119,7 +119,7 @@ TEST(Services, SpinLockKeepsTheOthersOut)
     };
     for (const std::jthread& roThread : {std::jthread(fnCount), std::jthread(fnCount), std::jthread(fnCount)})
         EXPECT_TRUE(roThread.joinable());
-    EXPECT_TRUE(iCount == 600 && g_oOsServices.SpinLock_Destroy(hSpinLock)) << iCount;
+    EXPECT_EQ(std::pair(int{iCount}, g_oOsServices.SpinLock_Destroy(hSpinLock)), std::pair(600, TRUE));
 }
 
 TEST(Services, FourOperationsGoToTheServicesFromOutside)
@@ -135,8 +135,8 @@ TEST(Services, FourOperationsGoToTheServicesFromOutside)
     OsServices oServices(static_cast<IOsServices*>(&oOutside));
     auto       hEvent  = reinterpret_cast<HEvent>(0x20);
     auto       hSignal = reinterpret_cast<HSignal>(0x20);
-    EXPECT_TRUE(oServices.Event_Create(hEvent) == 2 && oServices.Event_Trigger(hEvent) == 3);
-    EXPECT_TRUE(oServices.Signal_Create(hSignal) == 4 && oServices.Signal_Trigger(hSignal) == 5);
+    EXPECT_EQ((std::tuple{oServices.Event_Create(hEvent), oServices.Event_Trigger(hEvent)}), std::tuple(2, 3));
+    EXPECT_EQ((std::tuple{oServices.Signal_Create(hSignal), oServices.Signal_Trigger(hSignal)}), std::tuple(4, 5));
     EXPECT_TRUE(g_oOsServices.Event_Create(hEvent) && oServices.Event_Cancel(hEvent) && oServices.Event_Destroy(hEvent));
 }
 
@@ -144,7 +144,7 @@ TEST(Services, CopiesTakeTheSourceFirstAndRandomNumbersFollowOneAnother)
 {
     char acFrom[] = "from", acTo[] = "to##";
     EXPECT_TRUE(OsServices::CopyFromUser(acFrom, acTo, 2) && OsServices::CopyToUser(acTo, acFrom + 2, 1));
-    EXPECT_TRUE(std::string("fr##") == acTo && std::string("frfm") == acFrom);
+    EXPECT_EQ(std::pair(std::string(acTo), std::string(acFrom)), (std::pair<std::string, std::string>("fr##", "frfm")));
     for (KUINT32 i = 0, uiOld = OsServices::GetRandomNonZero(), uiNew; i < 1'000; ++i, uiOld = uiNew)
         EXPECT_TRUE(((uiNew = OsServices::GetRandom()) == ((uiOld >> 1 | uiOld << 31) ^ uiOld) + uiOld) || uiOld == 0);
     KUINT32 uiZeroIsNext = 0xFFFFFFFD;
@@ -172,10 +172,11 @@ TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << pszName;
         ExpectCut(sWhole, [=](char* pch, KUINT32 uiSize) { OsServices_GetProcessName(iPid, pch, uiSize); });
 
-        EXPECT_EQ(close(aiEnds[0]) + close(aiEnds[1]), 0) << "it ends";
+        EXPECT_EQ(std::pair(close(aiEnds[0]), close(aiEnds[1])), std::pair(0, 0)) << "it ends";
         while (NameOf(iPid) != "") EXPECT_EQ(OsServices_GetParentPid(iPid), iParent);
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << "dead, and not yet buried";
-        EXPECT_TRUE(waitpid(iPid, nullptr, 0) == iPid && NameOf(iPid) == "" && OsServices_GetParentPid(iPid) == 0);
+        EXPECT_EQ(waitpid(iPid, nullptr, 0), iPid);
+        EXPECT_EQ(std::tuple(NameOf(iPid), OsServices_GetParentPid(iPid)), std::tuple("", 0));
     }
     EXPECT_EQ(Held(), oBefore);
 }
@@ -190,6 +191,7 @@ TEST(Diagnostics, ProcessStackIsCutToEveryBuffer)
     KCHAR8 acLarge[0x8000];
     EXPECT_TRUE(OsServices_GetProcessStack(acLarge, sizeof(acLarge)) == TStatus_OK && acLarge == sWhole)
         << "process 1 is last";
-    EXPECT_TRUE(OsServices_GetProcessStack(nullptr, 10) == TStatus_INVALID_PARAM && Held() == oBefore);
+    EXPECT_EQ(OsServices_GetProcessStack(nullptr, 10), TStatus_INVALID_PARAM);
+    EXPECT_EQ(Held(), oBefore);
 }
 }

@@ -106,7 +106,8 @@ TYPED_TEST(Waits, WakeUpWithoutReasonEndsNoWait)
     const KUINT64 uiStart = g_oOsServices.GetRawTimeInNs();
     g_iSpuriousWakeUps    = 3;
     EXPECT_EQ(Wait(this->m_h, 20), TStatus_TIMEOUT);
-    EXPECT_TRUE(g_oOsServices.GetRawTimeInNs() - uiStart >= 20'000'000 && g_iSpuriousWakeUps == 0);
+    EXPECT_GE(g_oOsServices.GetRawTimeInNs() - uiStart, 20'000'000u);
+    EXPECT_EQ(g_iSpuriousWakeUps, 0);
     g_iSpuriousWakeUps = 3;
     this->ExpectWaits(1, 3'600'000, {TStatus_OK}, [&] { Trigger(this->m_h); });
 }
@@ -132,7 +133,7 @@ TYPED_TEST(Waits, StormOfAllOperationsLosesNoWaitAndLeavesNoCountBehind)
                 i % 7 != 0 ? Trigger(this->m_h) : (Cancel(this->m_h), Activate(this->m_h));
         });
     aoThreads.clear();
-    EXPECT_TRUE(Activate(this->m_h) && Reset(this->m_h) && Trigger(this->m_h));
+    EXPECT_EQ((std::tuple{Activate(this->m_h), Reset(this->m_h), Trigger(this->m_h)}), std::tuple(TRUE, TRUE, TRUE));
     EXPECT_EQ(Wait(this->m_h, 0), this->IS_EVENT ? TStatus_OK : TStatus_TIMEOUT) << "nobody was counted as waiting";
 }
 
@@ -171,7 +172,7 @@ TEST(Time, DelaysLastAndReportWhatTheySay)
 {
     OsServices::SetMsgLevel(TRUE, TRUE, TRUE);
     KUINT64 uiHz = 0;
-    EXPECT_TRUE(tmInit() == 1 && tmFrequency(&uiHz) == 1 && uiHz == 1'000'000);
+    EXPECT_EQ((std::tuple{tmInit(), tmFrequency(&uiHz), KUINT64{uiHz}}), std::tuple(1, 1, 1'000'000));
     const std::string sAdvice = "vesk(4.12.0.16)[0]: (Debug) OsServices::WaitMicroSeconds(102000) with delay greater than "
                                 "100000 us isn't reliable, using SleepMilliSeconds(102) command instead)\n";
     for (const KUINT32 uiMicroSeconds : {0u, 1'500u, 100'000u, 102'000u})

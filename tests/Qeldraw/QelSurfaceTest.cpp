@@ -151,16 +151,17 @@ TEST(QelSurface, ThreePlanesAreCopiedAndWithoutAnAddressNothingIsDrawn)
     const KUINTPTR                auiData[]  = {0x10, 0x20, 0x30, 0x40, 0x50};
     const KUINT32                 auiPitch[] = {1, 2, 3, 4, 5};
     const QelSurfaceTyped<Colour> oFive(auiData, nullptr, auiPitch, 6, 7, 5), oTwo(auiData, auiPitch, nullptr, 6, 7, 2);
-    EXPECT_TRUE(oFive.GetSurfaceData(2) == 0x30 && oFive.GetSurfaceData(3) == 0 && oFive.GetPitchPixels(2) == 0);
-    EXPECT_TRUE(oFive.m_uiPitchInBytes[2] == 3 && oFive.GetHeight() == 7 && oTwo.m_uiPitchInBytes[0] == 0);
-    EXPECT_TRUE(oTwo.m_apuiSurfaceData[1] == 0x20 && oTwo.m_apuiSurfaceData[2] == 0 && oTwo.GetPitchPixels(1) == 2);
+    EXPECT_EQ(std::tuple(oFive.GetSurfaceData(2), oFive.GetSurfaceData(3), oFive.GetPitchPixels(2)), std::tuple(0x30, 0, 0));
+    EXPECT_EQ(std::tuple(oFive.m_uiPitchInBytes[2], oFive.GetHeight(), oTwo.m_uiPitchInBytes[0]), std::tuple(3, 7, 0));
+    EXPECT_EQ(std::pair(oTwo.m_apuiSurfaceData[1], oTwo.m_apuiSurfaceData[2]), std::pair(KUINTPTR{0x20}, KUINTPTR{0}));
+    EXPECT_EQ(oTwo.GetPitchPixels(1), 2u);
     for (const KUINT32 uiNbPlanes : {1u, 0u})
     {
         Picture oPicture(uiNbPlanes);
         KUINT16 a = 9, r = 9, g = 9, b = 9;
         oPicture.SetFgColorFromARGB(4, 1, 2, 3), oPicture.SetBgColourFromARGB(4, 1, 2, 3);
         oPicture.Clr(), oPicture.Rectangle(1, 1, 9, 9), oPicture.Dot(3, 2), oPicture.ReadColorToARGB(39, 29, a, r, g, b);
-        EXPECT_TRUE(a == 4 * uiNbPlanes && r == 1 * uiNbPlanes && g == 2 * uiNbPlanes && b == 3 * uiNbPlanes);
+        EXPECT_EQ(std::tuple(a, r, g, b), std::tuple(4 * uiNbPlanes, 1 * uiNbPlanes, 2 * uiNbPlanes, 3 * uiNbPlanes));
         EXPECT_EQ(std::count(oPicture.oMemory.begin(), oPicture.oMemory.end(), INK), uiNbPlanes * WIDTH * HEIGHT);
     }
     QelSurfaceTyped<QelColor<TPixelFormat_B5G6R5, KUINT16>> o(nullptr, nullptr, nullptr, 1, 1, 0);

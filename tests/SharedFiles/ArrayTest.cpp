@@ -107,7 +107,7 @@ TEST(Array, ADerivedArrayReplacesTheGrowth)
     EXPECT_EQ(oArray.Add("more"), -1);
     oArray.InsertAt(3, "more");
     oArray.SetCount(33, -1);
-    EXPECT_TRUE(oArray.GetAllocSize() == 32 && oArray.GetSize() == 32 && !oArray.IsPresent("more"));
+    EXPECT_EQ(std::tuple(oArray.GetAllocSize(), oArray.GetSize(), oArray.IsPresent("more")), std::tuple(32, 32, FALSE));
 }
 
 TEST(Array, ReportsBrokenContractsAndStaysInside)

@@ -44,11 +44,11 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
     EXPECT_EQ(CKString("\xe4z[").MakeUpper(), "\xe4Z[") << "ASCII letters only";
 
     CKString s("abcde");
-    EXPECT_TRUE(s.Delete(1, 2) == 5 && s == "ade" && s.Delete(7) == 3 && s == "ade");
-    EXPECT_TRUE(s.Delete(-1, 5) == 3 && s == "ade") << "five from before the start is more than there is";
-    EXPECT_TRUE(s.Delete(-1, 2) == 3 && s == "e") << "the negative index does not cut the count";
-    EXPECT_TRUE(s.Insert(-5, "<") == 2 && s.Insert(99, s.c_str()) == 4 && s.Insert(0, NO_TEXT) == 4);
-    EXPECT_TRUE(s.Insert(99, '>') == 5 && s == "<e<e>") << s.c_str();
+    EXPECT_EQ((std::tuple{s.Delete(1, 2), CKString(s), s.Delete(7), CKString(s)}), std::tuple(5, "ade", 3, "ade"));
+    EXPECT_EQ((std::tuple{s.Delete(-1, 5), CKString(s)}), std::tuple(3, "ade")) << "five from before the start are too many";
+    EXPECT_EQ((std::tuple{s.Delete(-1, 2), CKString(s)}), std::tuple(3, "e")) << "the negative index does not cut the count";
+    EXPECT_EQ((std::tuple{s.Insert(-5, "<"), s.Insert(99, s.c_str()), s.Insert(0, NO_TEXT)}), std::tuple(2, 4, 4));
+    EXPECT_EQ((std::tuple{s.Insert(99, '>'), CKString(s)}), std::tuple(5, "<e<e>"));
     CKString     oTrimmed("--ab-");
     const size_t uiBlocks = m_oAllocator.GetTaken();
     EXPECT_EQ(oTrimmed.Trim("-").Trim(NO_TEXT).Trim("").Trim("-"), "ab");

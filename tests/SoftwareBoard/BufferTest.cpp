@@ -14,10 +14,10 @@ TEST_F(BufferTest, RowsArePadded)
             tagTBuffer_PlaneInfo o = {};
             EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat{uiFormat}, 1920, 3, &ro.hBuffer), TStatus_OK);
             EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &o), TStatus_OK);
-            EXPECT_TRUE(o.uiPlaneCount == 1 && o.aePlaneFormat[0] == uiFormat && o.auiWidth[0] == 1920 &&
-                        o.auiHeight[0] == 3 && o.auiWidthInBytes[0] == 1920 * uiBytes && o.auiPitch[0] > 1920 &&
-                        o.auiPitchInBytes[0] == o.auiPitch[0] * uiBytes)
-                << uiFormat;
+            EXPECT_EQ(std::tuple(o.uiPlaneCount, o.aePlaneFormat[0], o.auiWidth[0], o.auiHeight[0], o.auiWidthInBytes[0]),
+                      std::tuple(1u, uiFormat, 1920u, 3u, 1920 * uiBytes));
+            EXPECT_GT(o.auiPitch[0], 1920u) << uiFormat;
+            EXPECT_EQ(o.auiPitchInBytes[0], o.auiPitch[0] * uiBytes) << uiFormat;
         }
     });
 }

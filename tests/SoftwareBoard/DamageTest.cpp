@@ -48,6 +48,7 @@ struct DamageTest : BoardWorld
     static void ExpectDevices(KUINT32 uiCount, bool bHandle, const char* pszWhen)
     {
         InClient([&](TestClient& ro) {
+            alarm(20);  // nobody writes to a pipe
             EXPECT_EQ(std::pair(ro.Tavrin_GetDeviceCount(), ro.hDev != nullptr), std::pair(uiCount, bHandle)) << pszWhen;
         });
     }
@@ -138,7 +139,7 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
     setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1);
     mkfifo((m_oFolder / "board.pixels-new").c_str(), 0600);
     InClient([](TestClient& ro) {
-        alarm(20);  // nobody writes to the pipe
+        alarm(20);
         EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 8, 8, &ro.hBuffer), TStatus_FAIL);
     });
 }

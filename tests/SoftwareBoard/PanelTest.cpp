@@ -356,12 +356,15 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
                   std::tuple(oWatch.oMode.c_lflag, oWatch.oMode.c_iflag, oWatch.oMode.c_cc[VMIN]));
     }
     Live oStuck("watch", true);  // nobody reads it, nor lets go of what is held up
-    while (tcgetattr(oStuck.aiFds[1], &oStuck.oMode) == 0 && (oStuck.oMode.c_lflag & ECHO) != 0) usleep(1000);
-    tcflow(oStuck.aiFds[1], TCOOFF);
     fcntl(oStuck.aiFds[1], F_SETFL, O_RDWR | O_NONBLOCK);
-    const winsize oLarge = {60, 200, 0, 0};
-    ioctl(oStuck.aiFds[0], TIOCSWINSZ, &oLarge);
-    usleep(100'000);  // it draws, and is behind
+    winsize oSize   = {60, 200, 0, 0};
+    pollfd  oTaking = {oStuck.aiFds[1], POLLOUT, 0};
+    EXPECT_TRUE(Becomes([&] {
+        oSize.ws_row ^= 1;  // it draws anew, until it is behind
+        ioctl(oStuck.aiFds[0], TIOCSWINSZ, &oSize);
+        return poll(&oTaking, 1, 1) == 0;
+    }));
+    tcflow(oStuck.aiFds[1], TCOOFF);
     oStuck.ooProcess->Kill(SIGTERM, 0);
     oStuck.Await("\x1b[?1049l");
 
@@ -423,7 +426,7 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     for (const int iSignal : {SIGTERM, SIGKILL})
     {
         Live oEnded("preview " + At("sheet.png") + strSmall + " -l 10000 -i " + At("none") + " 2>/dev/null");
-        while (std::none_of(fs::recursive_directory_iterator(At("tmp")), {}, fHasPixels)) usleep(1000);  // the tool runs
+        EXPECT_TRUE(Becomes([&] { return std::any_of(fs::recursive_directory_iterator(At("tmp")), {}, fHasPixels); }));
         const pid_t iGroup = oEnded.ooProcess->GetPid();
         oEnded.ooProcess->Kill(iSignal, iSignal);
         pollfd     oPipe  = {oEnded.aiFds[0], POLLIN, 0};

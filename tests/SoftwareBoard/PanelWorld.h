@@ -2,6 +2,7 @@
 #ifndef PANEL_WORLD_H
 #define PANEL_WORLD_H
 
+#include <poll.h>
 #include <pty.h>
 
 #include "BoardWorld.h"
@@ -11,6 +12,15 @@ namespace fs = std::filesystem;
 using Colour           = std::array<KUINT8, 3>;
 constexpr Colour GREEN = {0, 200, 0}, BLUE = {0, 0, 110};
 constexpr int    LONGEST_SEC = 20;  // after which what is waited for will not come
+
+// Waits until it is so. Returns false if that takes too long.
+inline bool Becomes(const std::function<bool()>& fIsSo)
+{
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
+    for (; !fIsSo(); usleep(500))
+        if (std::chrono::steady_clock::now() > oEnd) return false;
+    return true;
+}
 
 struct PanelWorld : BoardWorld
 {
@@ -52,10 +62,14 @@ struct Live
     // Reads on until that is printed, and forgets what came before.
     void Await(const std::string& strExpected)
     {
-        char acRead[4096];
+        char   acRead[4096];
+        pollfd oFile = {aiFds[0], POLLIN, 0};
         for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos;
              strText.append(acRead, static_cast<size_t>(iRead)))
-            ASSERT_GT(iRead = read(aiFds[0], acRead, sizeof(acRead)), 0) << "no '" << strExpected << "' after:\n" << strText;
+        {
+            iRead = poll(&oFile, 1, LONGEST_SEC * 1000) == 1 ? read(aiFds[0], acRead, sizeof(acRead)) : 0;
+            ASSERT_GT(iRead, 0) << "no '" << strExpected << "' after:\n" << strText;
+        }
         EXPECT_TRUE(isatty(aiFds[0]) == 1 || strText.find('\x1b') == std::string::npos) << strText;
         strText.erase(0, strText.find(strExpected) + strExpected.size());
     }

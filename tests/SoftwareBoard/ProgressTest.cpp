@@ -91,7 +91,8 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
 {
     using Clock = std::chrono::steady_clock;
     InClient([](TestClient& ro) {
-        KUINT32 uiValue = 0;
+        KUINT32    uiValue = 0;
+        const auto fRead   = [&] { return ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue; };
         for (const auto& [strHow, uiFrom, uiTo] : {std::tuple{" --linear", 100u, 100u}, {" --to 61", 20u, 61u}})
         {
             EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF00 + uiFrom), TStatus_OK);
@@ -100,15 +101,13 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
             std::optional<Live>     ooSecond;
             if (uiFrom < uiTo) ooSecond.emplace("progress --ramp 0.7 --to 61");
             KUINT32 uiLast = uiFrom % 100, uiSeen = 0;
-            while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue == 0xABCDEF64)
-                usleep(500);  // what is reached already starts anew
-            for (; uiLast < uiTo; ro.TBoard_RegRead(ro.hDev, 7932, &uiValue))
-            {
+            EXPECT_TRUE(Becomes([&] { return fRead() != 0xABCDEF64; }));  // what is reached already starts anew
+            EXPECT_TRUE(Becomes([&, uiEnd = uiTo] {
                 EXPECT_TRUE((uiValue & 0xFF) >= uiLast && uiValue >> 8 == 0xABCDEF) << uiValue;
                 uiSeen += (uiValue & 0xFF) != uiLast;
                 uiLast = uiValue & 0xFF;
-                usleep(500);
-            }
+                return uiLast >= uiEnd || (fRead(), false);
+            }));
             EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
             EXPECT_GE(Clock::now() - oStart, std::chrono::milliseconds(500));
         }
@@ -119,7 +118,7 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
         kill(oStopped.ooProcess->GetPid(), SIGHUP);
         oStopped.ooProcess->Kill(SIGINT, SIGINT);
         Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
-        while (ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), (uiValue & 0xFF) < 63) usleep(500);
+        EXPECT_TRUE(Becomes([&] { return (fRead() & 0xFF) >= 63; }));
         pollfd oTerminal = {oOverrun.aiFds[0], POLLIN, 0};
         EXPECT_EQ(poll(&oTerminal, 1, 1000), 1) << "the line of 62 % was not shown before that of 63 %";
         EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 255), TStatus_OK);
@@ -146,10 +145,8 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
         const KUINT32     uiBefore = fState();
         if (fBody) ooProcess.emplace(fBody);
         const std::string strCall = "/proc/" + std::to_string(ooProcess->GetPid()) + "/syscall";
-        const auto        oEnd    = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-        while (fState() == uiBefore && !ReadFile(strCall).starts_with(std::to_string(SYS_clock_nanosleep) + " ") &&
-               std::chrono::steady_clock::now() < oEnd)
-            usleep(500);
+        EXPECT_TRUE(Becomes([&] { return ReadFile(strCall).starts_with(std::to_string(SYS_clock_nanosleep) + " "); }))
+            << pszFile << ": the process does not wait";
         EXPECT_EQ(fState(), uiBefore) << pszFile;
     };
     fHold("board.new", fIsMade, fPanel("create"));
@@ -157,7 +154,7 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
     EXPECT_EQ(fIsMade(), 1u);
     Expect("progress 50", 0, "");
     fHold("board.state", fProgress, fPanel("progress --ramp 10 --linear --to 50"));  // begins at 0 again
-    while (fProgress() != 1) usleep(500);
+    EXPECT_TRUE(Becomes([&] { return fProgress() == 1; }));
     fHold("board.state", fProgress, nullptr);  // its next step
     ooProcess->Kill(SIGTERM, SIGTERM);
     InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_OK); });

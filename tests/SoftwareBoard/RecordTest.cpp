@@ -285,7 +285,7 @@ TEST_F(RecordTest, AReplayAnswersAsALibraryThatIsNotOurs)
         tagTBoard_FpgaInfo oFpga = {.uiSize = sizeof(oFpga), .uiI2cAddress = 5};
         EXPECT_EQ(o.TBoard_GetFpgaInfo(o.hDev, 0, &oFpga), TStatus_FAIL);
         EXPECT_STREQ(oFpga.szName, "\xff\xe9x");
-        EXPECT_EQ(oFpga.ui16DevID + oFpga.uiI2cAddress, 12u);
+        EXPECT_EQ(std::tuple(oFpga.ui16DevID, oFpga.uiI2cAddress), std::tuple(7, 5));
         o.MakeBuffer(20, 4);
         o.Output(1);
         KUINTPTR             auiPlanes[3] = {0, 1, 1};

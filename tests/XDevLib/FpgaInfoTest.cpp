@@ -93,8 +93,8 @@ TEST(FpgaInfo, CapabilitiesChangeAtTheirVersions)
     const auto CableLock = [](KUINT32 uiCode, KUINT32 uiVersion, int iValue) {
         return Fpga(uiCode, uiVersion).IsCableLockDriveValueSupported(iValue);
     };
-    EXPECT_TRUE(CableLock(0x11, 0x10100, 5) == FALSE && CableLock(0x11, 0x10100, 0) == TRUE);
-    EXPECT_TRUE(CableLock(0x11, 0x10101, 5) == TRUE && CableLock(0x10, 0x10101, 5) == 5);
+    EXPECT_EQ(std::pair(CableLock(0x11, 0x10100, 5), CableLock(0x11, 0x10100, 0)), std::pair(FALSE, TRUE));
+    EXPECT_EQ(std::tuple(CableLock(0x11, 0x10101, 5), CableLock(0x10, 0x10101, 5)), std::tuple(TRUE, 5));
 }
 
 TEST(FpgaInfo, TellsDevicesApart)
@@ -136,7 +136,8 @@ TEST(FpgaInfo, TellsDevicesApart)
                     << "row " << &roRow - aoRows;
             EXPECT_EQ(RegistrySum(oFpga), roDevice.uiRegistrySum);
             EXPECT_TRUE(oFpga.IsMultiBoardsSyncSupported() == (uiCode == 0xf));
-            EXPECT_TRUE(oFpga.IsProto1() == (&roDevice < aoRows + 2) && oFpga.GetPortBandwidth() == roDevice.uiBandwidth);
+            EXPECT_EQ(oFpga.IsProto1(), &roDevice < aoRows + 2);
+            EXPECT_EQ(oFpga.GetPortBandwidth(), roDevice.uiBandwidth);
             EXPECT_EQ(Fpga(uiCode, 0x10529).GetPortBandwidth(), 0x5dc00000u);
             X::AddressArray aui16Found;
             aui16Found.Add(1);
@@ -151,7 +152,7 @@ TEST(FpgaInfo, TellsDevicesApart)
     EXPECT_EQ(RegistrySum(Fpga(2, 0x1093d)), aoRows[0].uiRegistrySum) << "once";
     EXPECT_EQ(RegistrySum(Fpga(8, 0x1093d)), 0xefba3ed9) << "behind its own";
     EXPECT_EQ(RegistrySum(Fpga(3, 0x10529)), 0xc8bcba18) << "before its own";
-    EXPECT_EQ(Fpga(UNKNOWN, 0x10528).GetFpgaVersionData().GetSize() + X().GetFpgaVersionData().GetSize(), 0);
+    for (const X& roEmpty : {Fpga(UNKNOWN, 0x10528), X()}) EXPECT_EQ(roEmpty.GetFpgaVersionData().GetSize(), 0);
 }
 
 TEST(FpgaInfo, ReturnsWhatItWasMadeOf)

@@ -9,8 +9,10 @@
 
 #include "Board.h"
 #include "BoardError.h"
+#include "DisplayStatus.h"
 #include "Fuzz.h"
 #include "PixelFiles.h"
+#include "Printable.h"
 
 using namespace SoftwareBoard;
 
@@ -25,6 +27,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
     const std::string strState = std::string(s_oMade.acPath) + "/board.state";
     Board             oBoard   = (std::filesystem::remove(strState), Board::Create(DefaultPlan()));
     BoardState&       oState   = oBoard.m_oState;
+    Board             oDisplay = Board::Observe();
     std::fstream      oFile(strState, std::ios::in | std::ios::out | std::ios::binary);
     while (uiSize >= 4)
     {
@@ -46,6 +49,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
     fTry([&] { SweepPixelFiles(oTransaction, oBoard.m_oFolder, oState); });
     for (KUINT32 uiDevice = 0; uiDevice <= MAX_DEVICES; ++uiDevice)
     {
+        oDisplay.m_oLocks.TryServeDevice(uiDevice);
         fTry([&] {
             const SDeviceRecord oDevice = oState.ReadDevice(uiDevice);
             Must(uiDevice < oState.GetDeviceCount() && oDevice.uiOutputCount <= MAX_OUTPUTS &&
@@ -54,6 +58,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
                 fTry([&] {
                     Must(oState.ReadOutput(oTransaction, uiDevice, uiOutput).bEnabled <= TRUE &&
                          uiOutput < oDevice.uiOutputCount);
+                    const SVerdict oVerdict = oState.ReadVerdict(oTransaction, uiDevice, uiOutput);
+                    Must(oVerdict.acConnector.back() == '\0' && oVerdict.acReason.back() == '\0');
+                    const auto ooDisplay = Panel::ReadDisplayStatus(oTransaction, oBoard, uiDevice, uiOutput);
+                    Must(ooDisplay.has_value());
+                    const std::string strDisplay = Panel::DescribeDisplay(*ooDisplay);
+                    Must(strDisplay == MakePrintable(strDisplay));
                 });
         });
         fTry([&] {

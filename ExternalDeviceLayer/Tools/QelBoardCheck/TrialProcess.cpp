@@ -136,9 +136,13 @@ bool TrialProcess::ReadMore()
     m_strUnread.append(acRead, static_cast<size_t>(iRead));
     for (size_t uiEnd; (uiEnd = m_strUnread.find('\n')) != std::string::npos; m_strUnread.erase(0, uiEnd + 1))
     {
-        const Json oMessage = Json::parse(m_strUnread.substr(0, uiEnd), nullptr, false);
-        if (oMessage.is_object())
-            Take(oMessage);
+        // The library has the pipe too. A line that the trial has not sent counts as not written.
+        try
+        {
+            Take(Json::parse(m_strUnread.substr(0, uiEnd)));
+        }
+        catch (const Json::exception&)
+        {}
     }
     return true;
 }
@@ -147,19 +151,21 @@ void TrialProcess::Take(const Json& roMessage)
 {
     if (roMessage.contains("at"))
     {
-        m_strAt    = roMessage["at"];
-        m_uiLimitS = roMessage["limit"];
+        const auto uiLimitS = roMessage.at("limit").get<KUINT32>();
+        m_strAt             = roMessage["at"];
+        m_uiLimitS          = uiLimitS;
     }
     else if (roMessage.contains("question"))
         m_bQuestion = true;
     else if (roMessage.contains("ready"))
         m_bReady = true;
-    else if (roMessage.contains("fact"))
+    else if (roMessage.contains("fact") && roMessage["fact"].is_object())
         m_oOutcome.aoFacts.push_back(roMessage["fact"]);
     else if (roMessage.contains("result"))
     {
-        m_oOutcome.strResult = roMessage["result"];
-        m_oOutcome.strCame   = roMessage["came"];
+        const auto strResult = roMessage["result"].get<std::string>();
+        m_oOutcome.strCame   = roMessage.at("came");
+        m_oOutcome.strResult = strResult;
     }
 }
 
