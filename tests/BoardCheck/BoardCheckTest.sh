@@ -102,7 +102,9 @@ wait_until() { # FUNCTION VALUE: that the function prints the value
   expect "$1 at last" "$2" "$("$1")"
 }
 start() { # leaves the process in $checker, and returns when it has taken an output
-  "$bin/QelBoardCheck" --draw --seconds 60 >"$work/out" 2>&1 &
+  # Its caller may have blocked signals. A small card is quick.
+  # shellcheck disable=SC2086 # values
+  env --block-signal=INT,HUP "$bin/QelBoardCheck" --draw --seconds 60 -v 640 480 $timing 8 >"$work/out" 2>&1 &
   checker=$!
   wait_until held held
 }
