@@ -1,6 +1,7 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
 // That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash", "babble" (lines
-// to the parent) or a status, an operation, and from which of its calls on: "-256 TBuffer_Destroy 1".
+// to the parent), "child" (a process that stays, whose number is written to $BAD_BOARD_CHILD) or a status, an operation, and
+// from which of its calls on: "-256 TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -55,6 +57,11 @@ TStatus Commit(const char* pszOperation)
 )";
     for (int iFd = 3; Is("babble") && iFd < 64; ++iFd)
         if (lseek(iFd, 0, SEEK_CUR) < 0 && write(iFd, LINES, sizeof(LINES) - 1) > 0) break;
+    if (Is("child") && fork() == 0)
+    {
+        std::ofstream(std::getenv("BAD_BOARD_CHILD")) << getpid() << std::flush;
+        for (;;) pause();
+    }
     if (Is("stop") || Is("stop-crash")) kill(getppid(), SIGTERM);
     if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
     std::puts("last words");

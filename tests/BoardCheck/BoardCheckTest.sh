@@ -61,6 +61,7 @@ fault|stop TVideoOut_Enable 2||the handle of an enabled output is released (stop
 fault|stop-crash TVideoOut_Enable 2|enable|TVideoOut_Enable crashes (SIGSEGV)|143
 fault|stop TVideoOut_Disable 2||the outputs show a test card (stopped by a signal)|143
 fault|stop TBoard_RegWrite 2||register 7932 is read without side effect (stopped by a signal)|143
+fault|child TBoard_GetFpgaCount||look at the outputs
 refusal|--fpga 3:1.33.7|the firmware of FPGA 0 is not known: TARN_IN 001-033-007
 refusal|--fpga 3:1.33.0 --fpga fff0:1.2.3|the firmware of FPGA 1 is not known: device c3e7fff0 001-002-003
 refusal|--fpga 3:1.33.0@d2|no FPGA has I2C address 0xd0 and vendor 0xc3e7
@@ -75,7 +76,7 @@ bin=$1 bad=$2 source=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
-export TAVRIN_BOARD="$work/board" BAD_BOARD_LIBRARY="$bin/libTavrin.so.1"
+export TAVRIN_BOARD="$work/board" BAD_BOARD_CHILD="$work/child" BAD_BOARD_LIBRARY="$bin/libTavrin.so.1"
 timing='60 31 25175 16 96 48 10 2 33 no no - + no RGB_FULL 444' # without the size and the depth
 failures=0
 
@@ -101,6 +102,7 @@ wait_until() { # FUNCTION VALUE: that the function prints the value
   done
   expect "$1 at last" "$2" "$("$1")"
 }
+child_state() { sed 's/.*) \(.\).*/\1/; s/Z//' "/proc/$(cat "$work/child")/stat" 2>/dev/null; }
 start() { # leaves the process in $checker, and returns when it has taken an output
   # Its caller may have blocked signals. A small card is quick.
   # shellcheck disable=SC2086 # values
@@ -119,7 +121,10 @@ fault() { # FAULT ROW SAID STATUS OUTPUTS
   expect "status with '$1'" "$wanted" "$status"
   expect "rows that fail with '$1'" "$2" "$(sed -n 's/^fails *\([^ ]*\) .*/\1/p' "$work/out" | tr '\n' ' ' | sed 's/ $//')"
   says "the report with '$1'" "$3"
-  case $1 in crash*) expect "what the library says before '$1'" 'last words' "$(grep -om 1 'last words' "$work/err")" ;; esac
+  case $1 in
+    crash*) expect "what the library says before '$1'" 'last words' "$(grep -om 1 'last words' "$work/err")" ;;
+    child*) [ -s "$work/child" ] && wait_until child_state '' || expect 'a process that the library leaves' 'an end' none ;;
+  esac
   expect "outputs and register after '$1'" "${5:-off;off;} 0x00000000" "$(outputs) $(register)"
   case "$3 $5" in register*may*) left=1 ;; *held*) left=2 ;; *) left=0 ;; esac
   expect "what is said to be left after '$1'" "$left" "$(grep -c 'may still be on\|may not hold' "$work/out")"
