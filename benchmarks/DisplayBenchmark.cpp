@@ -26,7 +26,8 @@ constexpr KUINT32 WIDTH = 1920, HEIGHT = 1080, PITCH = 1936;
 constexpr KUINT32 ANIM_SIZE = 256, ANIM_LEFT = 832, ANIM_TOP = 300, FRAMES = 24;
 constexpr size_t  ROWS_AT_ONCE = (256 << 10) / (PITCH * 4);
 
-// The size of a row is an argument, as in a copy of changes: of one that it knows the compiler makes instructions of its own.
+// The size of a row is an argument, as in a copy of changes: of one that it knows the compiler makes instructions of its
+// own.
 [[gnu::noipa]] void CopyRows(KUINT32* puiTo, const KUINT32* puiFrom, size_t uiFromPitch, KUINT32 uiRows, size_t uiRowPixels)
 {
     for (KUINT32 y = 0; y < uiRows; ++y)
@@ -57,10 +58,7 @@ public:
             std::fill(m_aauiFrames[i].begin(), m_aauiFrames[i].end(), 0x01020304 * i);
     }
 
-    void Draw()
-    {
-        CopyRows(At(m_puiDrawn), m_aauiFrames[++m_uiFrame % FRAMES].data(), ANIM_SIZE, ANIM_SIZE, ANIM_SIZE);
-    }
+    void Draw() { CopyRows(At(m_puiDrawn), m_aauiFrames[++m_uiFrame % FRAMES].data(), ANIM_SIZE, ANIM_SIZE, ANIM_SIZE); }
     // A look, and the card's buffer brought up to date.
     void Follow()
     {
