@@ -13,7 +13,7 @@
 namespace
 {
 using namespace SoftwareBoard::Display;
-using SoftwareBoard::DrawingProcess, SoftwareBoard::Screen;
+using SoftwareBoard::DrawingProcess, SoftwareBoard::PixelMapping, SoftwareBoard::Screen;
 
 TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
 {
