@@ -216,7 +216,7 @@ void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPerce
     for (const KUINT32 uiPercent : roPercents)
         oSheet.Add(oPreview.Show(uiPercent, oSheet), std::to_string(uiPercent) + " %");
     oPreview.End();
-    Panel::WritePngFile(oSheet.Draw(), strFile, Panel::EPacking::FAST);
+    Panel::WritePngFile(oSheet.Draw(), strFile, Panel::EPacking::REPEATING);
 }
 }
 
