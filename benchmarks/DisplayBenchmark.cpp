@@ -3,8 +3,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 #include <vector>
 
 #include <drm_fourcc.h>
@@ -23,6 +25,14 @@ using namespace SoftwareBoard::Display;
 constexpr KUINT32 WIDTH = 1920, HEIGHT = 1080, PITCH = 1936;
 constexpr KUINT32 ANIM_SIZE = 256, ANIM_LEFT = 832, ANIM_TOP = 300, FRAMES = 24;
 constexpr size_t  ROWS_AT_ONCE = (256 << 10) / (PITCH * 4);
+
+// The size of a row is an argument, as in a copy of changes: of one that it knows the compiler makes instructions of its
+// own.
+[[gnu::noipa]] void CopyRows(KUINT32* puiTo, const KUINT32* puiFrom, size_t uiFromPitch, KUINT32 uiRows, size_t uiRowPixels)
+{
+    for (KUINT32 y = 0; y < uiRows; ++y)
+        std::memcpy(puiTo + y * size_t{PITCH}, puiFrom + y * uiFromPitch, uiRowPixels * 4);
+}
 
 // A picture of the board that is drawn through a mapping, and a buffer as that of a card.
 class Picture
@@ -48,25 +58,16 @@ public:
             std::fill(m_aauiFrames[i].begin(), m_aauiFrames[i].end(), 0x01020304 * i);
     }
 
-    void Draw()
-    {
-        const auto& roFrame = m_aauiFrames[++m_uiFrame % FRAMES];
-        for (KUINT32 y = 0; y < ANIM_SIZE; ++y)
-            std::memcpy(At(m_puiDrawn, y), roFrame.data() + size_t{y} * ANIM_SIZE, ANIM_SIZE * 4);
-    }
+    void Draw() { CopyRows(At(m_puiDrawn), m_aauiFrames[++m_uiFrame % FRAMES].data(), ANIM_SIZE, ANIM_SIZE, ANIM_SIZE); }
     // A look, and the card's buffer brought up to date.
     void Follow()
     {
         m_oCopy.Update();
         if (m_oCopy.GetTime() != m_uiTime)
-            m_oCopy.CopyChanges(std::exchange(m_uiTime, m_oCopy.GetTime()), CommonFormat(),
+            m_oCopy.CopyChanges(std::exchange(m_uiTime, m_oCopy.GetTime()), *m_poFormat,
                                 reinterpret_cast<KUINT8*>(m_auiCard.data()), PITCH * 4);
     }
-    void CopyAnimation()
-    {
-        for (KUINT32 y = 0; y < ANIM_SIZE; ++y)
-            std::memcpy(At(m_auiCard.data(), y), At(m_puiDrawn, y), ANIM_SIZE * 4);
-    }
+    void CopyAnimation() { CopyRows(At(m_auiCard.data()), At(m_puiDrawn), PITCH, ANIM_SIZE, ANIM_SIZE); }
     // As it was before the file was mapped: every row is read and compared with the one before.
     void ReadAndCompare()
     {
@@ -83,7 +84,7 @@ public:
     }
 
 private:
-    static KUINT32* At(KUINT32* puiPlane, KUINT32 uiRow) { return puiPlane + size_t{ANIM_TOP + uiRow} * PITCH + ANIM_LEFT; }
+    static KUINT32* At(KUINT32* puiPlane) { return puiPlane + size_t{ANIM_TOP} * PITCH + ANIM_LEFT; }
 
     Board                             m_oBoard;
     Transaction                       m_oTransaction;
@@ -91,6 +92,7 @@ private:
     ScreenCopy                        m_oCopy;
     std::vector<KUINT32>              m_auiCard, m_auiBefore, m_auiBlock;
     std::vector<std::vector<KUINT32>> m_aauiFrames;
+    const SScanFormat*                m_poFormat = ChooseFormat({DRM_FORMAT_XBGR8888});  // the board's: as memcpy copies
     KUINT32*                          m_puiDrawn = nullptr;
     KUINT32                           m_uiFrame  = 0;
     KUINT64                           m_uiTime   = 0;
@@ -110,6 +112,10 @@ int main(int iArguments, char** ppszArguments)
         [&] { oPicture.ReadAndCompare(); });
     oTable.Compare(
         "look and copy, 256x256 animation", "memcpy of the changed bytes", CostAtMost(2), [&] { oPicture.Follow(); },
-        [&] { oPicture.CopyAnimation(); }, [&] { oPicture.Draw(); });
+        [&] { oPicture.CopyAnimation(); },
+        [&] {
+            oPicture.Draw();
+            std::this_thread::sleep_for(std::chrono::milliseconds(16));  // as at 60 Hz: neither side finds its caches warm
+        });
     return 0;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "BoardError.h"
+
 namespace SoftwareBoard::Display
 {
 namespace
@@ -71,7 +73,8 @@ void ScreenCopy::LookAtAll(const KUINT32* puiShown, size_t uiPitch)
     }
 }
 
-void ScreenCopy::LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPitch)
+// Returns whether the tile differed from the copy.
+bool ScreenCopy::ReplaceTile(size_t uiTile, const KUINT32* puiShown, size_t uiPitch)
 {
     const size_t uiX      = uiTile % m_uiTilesInBand * TILE_PIXELS;
     const size_t uiTop    = uiTile / m_uiTilesInBand * BAND_ROWS;
@@ -79,9 +82,20 @@ void ScreenCopy::LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPit
     for (size_t uiRow = uiTop; uiRow < std::min(uiTop + BAND_ROWS, m_uiHeight); ++uiRow)
         bChanged |=
             Replace(m_auiPixels.data() + uiRow * m_uiWidth + uiX, puiShown + uiRow * uiPitch + uiX, GetTilePixels(uiX));
-    if (!bChanged)
-        return;
-    STile& roTile = m_aoTiles[uiTile];
+    return bChanged;
+}
+
+void ScreenCopy::LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPitch)
+{
+    STile&     roTile = m_aoTiles[uiTile];
+    const bool bBusy  = roTile.IsBusy();
+    if (!bBusy || (uiTile + m_uiLook) % BUSY_LOOKS == 0)
+    {
+        roTile.uiInARow = ReplaceTile(uiTile, puiShown, uiPitch) ? roTile.uiInARow + 1 : 0;
+        // A busy one may show an older picture than the copy now has.
+        if (roTile.uiInARow == 0 && !bBusy)
+            return;
+    }
     if (!IsLately(roTile.uiChanged))
     {
         roTile.uiBegan = m_uiLook;
@@ -91,6 +105,20 @@ void ScreenCopy::LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPit
 }
 
 void ScreenCopy::CopyChanges(KUINT64 uiTime, const SScanFormat& roFormat, KUINT8* puiTo, size_t uiPitchInBytes) const
+try
+{
+    m_oMapping.Read([&](const KUINT32* puiShown, size_t uiPitch) {
+        CopyTiles(uiTime, roFormat, puiTo, uiPitchInBytes, puiShown, uiPitch);
+    });
+}
+catch (const BoardError&)
+{
+    CopyTiles(uiTime, roFormat, puiTo, uiPitchInBytes, m_auiPixels.data(), m_uiWidth);
+}
+
+// Busy tiles are copied from puiBusy.
+void ScreenCopy::CopyTiles(KUINT64 uiTime, const SScanFormat& roFormat, KUINT8* puiTo, size_t uiPitchInBytes,
+                           const KUINT32* puiBusy, size_t uiBusyPitch) const
 {
     const auto fIsNewer = [=](const STile& ro) { return ro.uiChanged > uiTime; };
     for (size_t uiTop = 0; uiTop < m_uiHeight; uiTop += BAND_ROWS)
@@ -101,11 +129,15 @@ void ScreenCopy::CopyChanges(KUINT64 uiTime, const SScanFormat& roFormat, KUINT8
         const auto oEnd  = oBand + static_cast<std::ptrdiff_t>(m_uiTilesInBand);
         for (auto oFirst = std::find_if(oBand, oEnd, fIsNewer); oFirst != oEnd;)
         {
-            const auto   oLast    = std::find_if_not(oFirst, oEnd, fIsNewer);
-            const size_t uiX      = static_cast<size_t>(oFirst - oBand) * TILE_PIXELS;
-            const size_t uiPixels = std::min(static_cast<size_t>(oLast - oBand) * TILE_PIXELS, m_uiWidth) - uiX;
+            const bool bBusy = oFirst->IsBusy();
+            const auto oLast =
+                std::find_if_not(oFirst, oEnd, [&](const STile& ro) { return fIsNewer(ro) && ro.IsBusy() == bBusy; });
+            const KUINT32* const puiFrom  = bBusy ? puiBusy : m_auiPixels.data();
+            const size_t         uiPitch  = bBusy ? uiBusyPitch : m_uiWidth;
+            const size_t         uiX      = static_cast<size_t>(oFirst - oBand) * TILE_PIXELS;
+            const size_t         uiPixels = std::min(static_cast<size_t>(oLast - oBand) * TILE_PIXELS, m_uiWidth) - uiX;
             for (size_t uiRow = uiTop; uiRow < std::min(uiTop + BAND_ROWS, m_uiHeight); ++uiRow)
-                CopyRow(roFormat, m_auiPixels.data() + uiRow * m_uiWidth + uiX,
+                CopyRow(roFormat, puiFrom + uiRow * uiPitch + uiX,
                         reinterpret_cast<KUINT32*>(puiTo + uiRow * uiPitchInBytes) + uiX, uiPixels);
             oFirst = std::find_if(oLast, oEnd, fIsNewer);
         }

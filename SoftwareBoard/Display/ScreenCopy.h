@@ -3,6 +3,8 @@
 //
 // A look compares one row of every fourth band of rows, another one each time, and what changed lately or lies beside a
 // change. So it costs little. It finds at once what covers four bands, what covers one in four looks, and anything in LOOKS.
+//
+// What changes at every look is compared at some looks only. Meanwhile it counts as changed and is copied from the screen.
 #ifndef SCREEN_COPY_H
 #define SCREEN_COPY_H
 
@@ -32,7 +34,8 @@ public:
     // The number of the last look that found a change. A buffer that was filled at this time is up to date.
     KUINT64 GetTime() const { return m_uiTime; }
 
-    // Copies what changed after uiTime to puiTo, which must have room for the whole screen at that pitch.
+    // Copies what changed after uiTime to puiTo, which must have room for the whole screen at that pitch. If the file was
+    // cut, what the looks have found is copied, and the next Update throws.
     void CopyChanges(KUINT64 uiTime, const SScanFormat& roFormat, KUINT8* puiTo, size_t uiPitchInBytes) const;
 
 private:
@@ -42,12 +45,20 @@ private:
     {
         KUINT64 uiChanged = 1;  // the number of the look that last found a change
         KUINT64 uiBegan   = 1;  // the number of the one that found a change after a time without any
-    };
+        KUINT32 uiInARow  = 0;  // how many comparisons, one after the other, found a change
 
-    void   LookAtAll(const KUINT32* puiShown, size_t uiPitch);
-    void   LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPitch);
-    bool   IsLately(KUINT64 uiChanged) const { return m_uiLook - uiChanged <= LOOKS; }
-    bool   BeginsNow(size_t uiTile) const { return uiTile < m_aoTiles.size() && m_aoTiles[uiTile].uiBegan == m_uiLook; }
+        bool IsBusy() const { return uiInARow >= BUSY_COMPARISONS; }
+    };
+    static constexpr KUINT32 BUSY_COMPARISONS = 4;
+    static constexpr size_t  BUSY_LOOKS       = 16;  // of which one compares a busy tile
+
+    void LookAtAll(const KUINT32* puiShown, size_t uiPitch);
+    void LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPitch);
+    bool ReplaceTile(size_t uiTile, const KUINT32* puiShown, size_t uiPitch);
+    void CopyTiles(KUINT64 uiTime, const SScanFormat& roFormat, KUINT8* puiTo, size_t uiPitchInBytes, const KUINT32* puiBusy,
+                   size_t uiBusyPitch) const;
+    bool IsLately(KUINT64 uiChanged) const { return m_uiLook - uiChanged <= LOOKS; }
+    bool BeginsNow(size_t uiTile) const { return uiTile < m_aoTiles.size() && m_aoTiles[uiTile].uiBegan == m_uiLook; }
     size_t GetTilePixels(size_t uiColumn) const { return std::min(TILE_PIXELS, m_uiWidth - uiColumn); }
 
     KUINT64              m_uiTime = 1;

@@ -39,13 +39,13 @@ bool WriteRows(png_structp poPng, png_infop poInfo, const SPicture& roPicture, s
     png_init_io(poPng, poFile);
     png_set_IHDR(poPng, poInfo, roPicture.uiWidth, roPicture.uiHeight, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (ePacking == EPacking::FAST)
+    if (ePacking != EPacking::SMALL)
     {
-        // What a pixel differs from the one above has few values, and where nothing changes it is a run of zeros. Finding
-        // more than runs takes longer than all the rest.
+        // What a pixel differs from the one above has few values, and where nothing changes it is a run of zeros. In one
+        // picture, finding more than runs takes longer than all the rest.
         png_set_filter(poPng, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
         png_set_compression_level(poPng, 1);
-        png_set_compression_strategy(poPng, Z_RLE);
+        png_set_compression_strategy(poPng, ePacking == EPacking::FAST ? Z_RLE : Z_DEFAULT_STRATEGY);
     }
     png_write_info(poPng, poInfo);
     png_set_filler(poPng, 0, PNG_FILLER_AFTER);  // leaves the alpha out

@@ -11,8 +11,9 @@ namespace SoftwareBoard::Panel
 {
 enum class EPacking
 {
-    FAST,   // a tenth of the time
-    SMALL,  // as small as libpng makes it by default
+    FAST,       // a tenth of the time
+    REPEATING,  // as fast, and much smaller, where pictures much like each other stand side by side
+    SMALL,      // as small as libpng makes it by default
 };
 
 // Throws BoardError on failure.

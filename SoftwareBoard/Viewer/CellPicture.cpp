@@ -28,7 +28,7 @@ void CellPicture::Update(const WatchedPicture& roPicture, const TerminalPictures
     {
         const bool bNext = m_bDrawn && m_uiVersion + 1 == roPicture.GetVersion();
         if (!m_bDrawn)
-            m_oScaled = MakeBlack(uiWidth, uiHeight);
+            m_oScaled = MakePlain(uiWidth, uiHeight);
         DrawPart(ScaleDown(roPixels, bNext ? roPicture.GetChanged() : WholeOf(roPixels), m_oScaled), roDrawer);
     }
     m_bDrawn    = true;

@@ -34,7 +34,7 @@ Panel::SPicture ContactSheet::MakeTile(KUINT32 uiWidth, KUINT32 uiHeight)
                                   .fGetCaptionHeight = [](int, int) { return LABEL_ROW; }});
     const int iHeight                        = std::max(m_oTiling.iTileHeight - LABEL_ROW, MIN_PICTURE);
     const auto [iFittedWidth, iFittedHeight] = FitPicture(uiWidth, uiHeight, m_oTiling.iTileWidth, iHeight);
-    return MakeBlack(std::min(uiWidth, static_cast<KUINT32>(iFittedWidth)),
+    return MakePlain(std::min(uiWidth, static_cast<KUINT32>(iFittedWidth)),
                      std::min(uiHeight, static_cast<KUINT32>(iFittedHeight)));
 }
 
@@ -49,14 +49,11 @@ Panel::SPicture ContactSheet::Draw() const
     }
     const auto      uiAcross = static_cast<KUINT32>(m_oTiling.iAcross);
     const auto      uiDown   = (static_cast<KUINT32>(m_aoTiles.size()) + uiAcross - 1) / uiAcross;
-    Panel::SPicture oSheet{uiGap + uiAcross * uiColumn, uiGap + uiDown * uiRow, {}};
-    const auto&     roPaper = COLOURS.auiPaper;
-    for (size_t uiPixel = 0; uiPixel < size_t{oSheet.uiWidth} * oSheet.uiHeight; ++uiPixel)
-        oSheet.auiRgba.insert(oSheet.auiRgba.end(), {roPaper[0], roPaper[1], roPaper[2], 255});
-    const auto fPaste = [&](const Panel::SPicture& roPicture, size_t uiX, size_t uiY) {
+    Panel::SPicture oSheet   = MakePlain(uiGap + uiAcross * uiColumn, uiGap + uiDown * uiRow, COLOURS.auiPaper);
+    const auto      fPaste   = [&](const Panel::SPicture& roPicture, size_t uiX, size_t uiY) {
         for (size_t uiLine = 0; uiLine < roPicture.uiHeight; ++uiLine)
             std::copy_n(roPicture.auiRgba.data() + uiLine * roPicture.GetPitchInBytes(), roPicture.GetPitchInBytes(),
-                        oSheet.auiRgba.data() + (uiY + uiLine) * oSheet.GetPitchInBytes() + uiX * 4);
+                               oSheet.auiRgba.data() + (uiY + uiLine) * oSheet.GetPitchInBytes() + uiX * 4);
     };
 
     for (size_t uiTile = 0; uiTile < m_aoTiles.size(); ++uiTile)

@@ -12,6 +12,7 @@
 #include "DrawingProcess.h"
 #include "Installation.h"
 #include "Options.h"
+#include "PixelMapping.h"
 #include "PngFile.h"
 #include "PreviewBoard.h"
 #include "PreviewPictures.h"
@@ -26,6 +27,7 @@ namespace
 {
 constexpr char                      TOOL[] = "QelProgressBarDisplay";
 constexpr std::chrono::milliseconds TICK(1);
+constexpr std::chrono::milliseconds NEWS_TICK(100);    // where a descriptor tells
 constexpr std::chrono::seconds      LONGEST_STEP(10);  // of the tool
 constexpr std::chrono::seconds      LONGEST_LOOK(1);   // until the tool sleeps
 constexpr int                       MOST_RUNS = 10;    // that may end before they show a percentage
@@ -49,7 +51,8 @@ void ThrowIfFailed(const ToolProcess& roTool)
 class Preview
 {
 public:
-    explicit Preview(const Panel::PassedOn& roPassedOn) : m_oArguments(roPassedOn)
+    explicit Preview(const Panel::PassedOn& roPassedOn)
+        : m_oArguments(roPassedOn), m_ooRowsDrawnOn(FindRowsDrawnOn(roPassedOn))
     {
         m_oArguments.insert(m_oArguments.begin(), m_strName.data());
         m_bReadsProgress = std::any_of(m_oArguments.begin(), m_oArguments.end() - 1, [](const char* psz) {
@@ -86,10 +89,15 @@ private:
     {
         m_oBoard.SetProgress(0);  // a run that begins at 100 % may end too soon
         m_poTool = std::make_unique<ToolProcess>(m_strTool, m_oArguments, m_oSignals);
-        m_bWasOn = WaitUntil([this] { return m_oBoard.TakeWrites() && m_oBoard.IsRunning(); }, std::nullopt);
+        m_bWasOn =
+            WaitUntil([this] { return m_oBoard.TakeWrites() && m_oBoard.IsRunning(); }, std::nullopt, m_oBoard.GetWrites());
+        m_ooTile.reset();
+        m_ooMapping.reset();
         m_ooScreen.reset();
         if (m_bWasOn)
             m_ooScreen = m_oBoard.OpenScreen();
+        if (m_ooScreen)
+            m_ooMapping.emplace(*m_ooScreen);
         return m_ooScreen.has_value();
     }
 
@@ -104,10 +112,11 @@ private:
         WaitUntil([&] { return oDrawing.SleptWhile([&] { m_oBoard.SetProgress(uiPercent); }); }, LONGEST_LOOK);
         if (m_bReadsProgress)
         {
-            const bool bRead = WaitUntil([this] { return m_oBoard.TakeReads(); }, LONGEST_STEP + LONGEST_STEP / 2);
+            const bool bRead =
+                WaitUntil([this] { return m_oBoard.TakeReads(); }, LONGEST_STEP + LONGEST_STEP / 2, m_oBoard.GetReads());
             if (!oDrawing.CanDraw())
             {
-                WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
+                WaitUntilEnd();
                 return std::nullopt;
             }
             // An argument may only look like the option. A tool that does not read the progress within its longest step
@@ -117,23 +126,31 @@ private:
         Panel::SPicture oTile = DrawTile(oDrawing, roSheet);
         // At 100 % the tool ends by itself. What it reads while it ends is not the progress.
         if (uiPercent == 100 && m_bReadsProgress)
-            WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt);
+            WaitUntilEnd();
         return oTile;
     }
 
     // A look may take longer than the tool sleeps. So the tool is stopped meanwhile, if the system tells whether it sleeps.
     Panel::SPicture DrawTile(const DrawingProcess& roDrawing, ContactSheet& roSheet)
     {
-        const tagTVideo_VidParam& roVidParam = m_ooScreen->GetOutput().oVidParam;
-        Panel::SPicture           oTile;
-        std::string               strCall;
-        const auto                fLook = [&] {
-            oTile = roSheet.MakeTile(roVidParam.uiHActive, roVidParam.uiVActive);
-            RowScaler oScaler(roVidParam.uiHActive, roVidParam.uiVActive, oTile, WholeOf(oTile));
-            m_ooScreen->ReadRows([&](size_t, const KUINT32* puiPixels) {
-                oScaler.AddRow({puiPixels, m_ooScreen->GetWidth()});
-                return true;
+        const KUINT32   uiWidth  = m_ooScreen->GetOutput().oVidParam.uiHActive;
+        const KUINT32   uiHeight = m_ooScreen->GetOutput().oVidParam.uiVActive;
+        Panel::SPicture oTile;
+        std::string     strCall;
+        const auto      fDrawRows = [&](KUINT32 uiFirst, KUINT32 uiEnd) {
+            const SArea oRows = {0, uiFirst, uiWidth, uiEnd};
+            RowScaler oScaler(uiWidth, uiHeight, oTile, ScaleArea(oRows, uiWidth, uiHeight, oTile.uiWidth, oTile.uiHeight));
+            m_ooMapping->Read([&](const KUINT32* puiShown, size_t uiPitch) {
+                const KUINT32 uiEndRow = std::min(oScaler.GetEndRow(), m_ooScreen->GetHeight());
+                for (KUINT32 uiRow = oScaler.GetFirstRow(); uiRow < uiEndRow; ++uiRow)
+                    oScaler.AddRow({puiShown + uiRow * uiPitch, m_ooScreen->GetWidth()});
             });
+        };
+        const bool bOnlyDrawnOn = m_ooTile && m_ooRowsDrawnOn;
+        const auto fLook        = [&] {
+            oTile = bOnlyDrawnOn ? *m_ooTile : roSheet.MakeTile(uiWidth, uiHeight);
+            for (const auto& [uiFirst, uiEnd] : bOnlyDrawnOn ? *m_ooRowsDrawnOn : Rows{{0, uiHeight}})
+                fDrawRows(uiFirst, uiEnd);
         };
         const auto fStop = [&] {
             return roDrawing.SleptWhile([&] { strCall = m_poTool->FindCall(); }) && m_poTool->TryStop(strCall);
@@ -145,32 +162,46 @@ private:
         }
         else
             Panel::LookUntilWhole(*m_ooScreen, fLook);
+        m_ooTile = oTile;
         return oTile;
     }
 
-    // Returns false if the tool has ended, or after the time.
-    template <class TDone> bool WaitUntil(TDone fDone, std::optional<std::chrono::seconds> ooTime)
+    void WaitUntilEnd()
     {
-        const auto oStart = std::chrono::steady_clock::now();
+        WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt, m_oSignals.GetDescriptor());
+    }
+
+    // Returns false if the tool has ended, or after the time. iNews is a descriptor that has something to read when it may
+    // be done; -1 if nothing tells.
+    template <class TDone> bool WaitUntil(TDone fDone, std::optional<std::chrono::seconds> ooTime, int iNews = -1)
+    {
+        const auto oStart   = std::chrono::steady_clock::now();
+        pollfd     aoNews[] = {{iNews, POLLIN, 0}};
         while (!fDone())
         {
             if (m_poTool->HasEnded() || (ooTime && std::chrono::steady_clock::now() - oStart > *ooTime))
                 return false;
-            if (const int iSignal = m_oSignals.Wait(TICK); iSignal != 0 && iSignal != SIGCHLD)
+            if (const int iSignal = m_oSignals.Wait(iNews < 0 ? TICK : NEWS_TICK, aoNews);
+                iSignal != 0 && iSignal != SIGCHLD)
                 throw Panel::EndedBySignal{iSignal};
         }
         return true;
     }
 
-    const Panel::Signals         m_oSignals{SIGCHLD};
-    PreviewBoard                 m_oBoard;
-    std::string                  m_strName = TOOL;
-    std::string                  m_strTool = Panel::FindProgram(TOOL);
-    Panel::PassedOn              m_oArguments;
-    bool                         m_bReadsProgress = false;
-    bool                         m_bWasOn         = false;
-    std::optional<Screen>        m_ooScreen;  // of the present run
-    std::unique_ptr<ToolProcess> m_poTool;    // after the board, so that it is destroyed first
+    const Panel::Signals m_oSignals{SIGCHLD};
+    PreviewBoard         m_oBoard;
+    std::string          m_strName = TOOL;
+    std::string          m_strTool = Panel::FindProgram(TOOL);
+    Panel::PassedOn      m_oArguments;
+    bool                 m_bReadsProgress = false;
+    bool                 m_bWasOn         = false;
+    std::optional<Rows>  m_ooRowsDrawnOn;  // after the first picture of a run
+
+    // Of the present run.
+    std::optional<Screen>          m_ooScreen;
+    std::optional<PixelMapping>    m_ooMapping;
+    std::optional<Panel::SPicture> m_ooTile;  // the last one
+    std::unique_ptr<ToolProcess>   m_poTool;  // after the board, so that it is destroyed first
 };
 
 void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPercents, const Panel::PassedOn& roPassedOn)
@@ -185,7 +216,7 @@ void MakePreview(const std::string& strFile, const std::vector<KUINT32>& roPerce
     for (const KUINT32 uiPercent : roPercents)
         oSheet.Add(oPreview.Show(uiPercent, oSheet), std::to_string(uiPercent) + " %");
     oPreview.End();
-    Panel::WritePngFile(oSheet.Draw(), strFile, Panel::EPacking::FAST);
+    Panel::WritePngFile(oSheet.Draw(), strFile, Panel::EPacking::REPEATING);
 }
 }
 

@@ -1,5 +1,8 @@
 #include "PreviewBoard.h"
 
+#include <unistd.h>
+
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 
@@ -10,11 +13,21 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
+// In memory, if there is much of it: a disk would be told of each picture.
+std::string ChooseParent()
+{
+    constexpr std::uintmax_t uiRoomInBytes = std::uintmax_t{1} << 30;  // more than any picture takes
+    constexpr char           MEMORY[]      = "/dev/shm";
+    std::error_code          oIgnored;
+    if (const char* const pszTemporary = std::getenv("TMPDIR"); pszTemporary != nullptr && *pszTemporary != '\0')
+        return pszTemporary;
+    const auto oSpace = std::filesystem::space(MEMORY, oIgnored);
+    return !oIgnored && oSpace.available >= uiRoomInBytes && access(MEMORY, W_OK | X_OK) == 0 ? MEMORY : "/tmp";
+}
+
 std::string MakeFolder()
 {
-    const char* const pszTemporary = std::getenv("TMPDIR");
-    std::string       strFolder    = pszTemporary != nullptr && *pszTemporary != '\0' ? pszTemporary : "/tmp";
-    strFolder += "/tavrin-preview-XXXXXX";
+    std::string strFolder = ChooseParent() + "/tavrin-preview-XXXXXX";
     if (mkdtemp(strFolder.data()) == nullptr)
         ThrowSystemError(strFolder, "mkdtemp (TMPDIR is to name a folder that can be written to)");
     return strFolder;

@@ -23,8 +23,10 @@ public:
 
     // Whether a process has read the board's state since the last call.
     bool TakeReads() const { return m_ooReads->Take(); }
+    int  GetReads() const { return m_ooReads->GetDescriptor(); }  // has something to read when there are some
     // Whether a process has written to it since the last call.
     bool TakeWrites() const { return m_ooWrites->Take(); }
+    int  GetWrites() const { return m_ooWrites->GetDescriptor(); }
 
     // The screen of output 0 of the first device on which that output is on; nothing if there is none.
     std::optional<Screen> OpenScreen() const;

@@ -29,9 +29,10 @@ struct SArguments
 {
     KINT64      iWidth = 1024, iHeight = 768;  // of the output
     KINT64      iLeft = 256, iTop = 100, iRight = 512, iBottom = 200;
-    bool        bAnimation = false;
-    const char* pszImage   = nullptr;
-    const char* pszBase    = nullptr;
+    KINT64      iBarTop = 0, iBarBottom = 0;
+    bool        bAnimation = false, bBar = false;
+    const char* pszImage = nullptr;
+    const char* pszBase  = nullptr;
 };
 
 using Values = std::span<char* const>;
@@ -55,7 +56,9 @@ constexpr SOption OPTIONS[] = {
     {"-d",  "--DevIdx",             1, nullptr},
     {"-v",  "--VideoParam",        19, [](SArguments& ro, Values o) { ro.iWidth = NumberOf(o[0]); ro.iHeight = NumberOf(o[1]); }},
     {"-i",  "--Image",              1, [](SArguments& ro, Values o) { ro.pszImage = o[0]; }},
-    {"-p",  "--ProgressRect",       4, nullptr},
+    {"-p",  "--ProgressRect",       4, [](SArguments& ro, Values o) {
+        ro.bBar = true;
+        ro.iBarTop = NumberOf(o[1]); ro.iBarBottom = NumberOf(o[3]); }},
     {"-a",  "--AnimRect",           4, [](SArguments& ro, Values o) {
         ro.bAnimation = true;
         ro.iLeft = NumberOf(o[0]); ro.iTop = NumberOf(o[1]); ro.iRight = NumberOf(o[2]); ro.iBottom = NumberOf(o[3]); }},
@@ -158,6 +161,26 @@ void CheckFrames(const char* pszBase, const SPlace& roPlace)
         strBefore = strFault;
     }
 }
+}
+
+std::optional<Rows> FindRowsDrawnOn(const std::vector<char*>& roArguments)
+{
+    const auto ooArguments = Read(Values(roArguments).first(roArguments.size() - 1));
+    if (!ooArguments)
+        return std::nullopt;
+    Rows       aoRows;
+    const auto fAdd = [&](KINT64 iTop, KINT64 iEnd) {
+        const auto fInside = [&](KINT64 i) {
+            return static_cast<KUINT32>(std::max<KINT64>(std::min(i, ooArguments->iHeight), 0));
+        };
+        if (fInside(iTop) < fInside(iEnd))
+            aoRows.emplace_back(fInside(iTop), fInside(iEnd));
+    };
+    if (ooArguments->bAnimation)
+        fAdd(ooArguments->iTop, ooArguments->iBottom);
+    if (ooArguments->bBar)
+        fAdd(ooArguments->iBarTop, ooArguments->iBarBottom + 1);
+    return aoRows;
 }
 
 void WarnOfPictures(const std::vector<char*>& roArguments)

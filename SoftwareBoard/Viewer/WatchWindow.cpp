@@ -172,7 +172,7 @@ const Window::SDrawn& Window::FindDrawn(const std::shared_ptr<const WatchedPictu
     SDrawn&                roDrawn  = m_oDrawn.emplace_back(SDrawn{rpoPicture, oSize, rpoPicture->GetVersion(), {}, {}});
     if (static_cast<KUINT32>(oSize.first) < roPixels.uiWidth && static_cast<KUINT32>(oSize.second) < roPixels.uiHeight)
     {
-        roDrawn.oScaled = MakeBlack(static_cast<KUINT32>(oSize.first), static_cast<KUINT32>(oSize.second));
+        roDrawn.oScaled = MakePlain(static_cast<KUINT32>(oSize.first), static_cast<KUINT32>(oSize.second));
         ScaleDown(roPixels, WholeOf(roPixels), roDrawn.oScaled);
     }
     return roDrawn;

@@ -1,12 +1,13 @@
-// The picture of an output while it is watched. Only what has changed is read again, because much more does not change.
+// The picture of an output while it is watched. A look compares a part of it with the screen where that is, and copies only
+// what has changed, because much more does not change.
 #ifndef WATCHED_PICTURE_H
 #define WATCHED_PICTURE_H
 
 #include <vector>
 
 #include "DrawingProcess.h"
+#include "PixelMapping.h"
 #include "Scaling.h"
-#include "Screen.h"
 
 namespace SoftwareBoard::Viewer
 {
@@ -19,7 +20,7 @@ public:
     // Whether roScreen shows this picture.
     bool IsOf(const Screen& roScreen) const;
 
-    // Reads what may have changed since the last look. A change that is lower than 8 rows may be found a few looks later.
+    // Compares what may have changed since the last look. A change that is lower than 8 rows may be found a few looks later.
     void Look();
 
     // True until Look finds that nobody can draw any more.
@@ -32,18 +33,23 @@ public:
     const SArea& GetChanged() const { return m_oChanged; }
 
 private:
-    void ReadRows(size_t uiFirst, size_t uiRows);
-    bool TakeRow(size_t uiRow, const KUINT32* puiPixels);
+    enum class ERow : KUINT8
+    {
+        SKIPPED,
+        PENDING,
+        COMPARED
+    };
+    void LookAtRows(std::vector<ERow>& roRows, const KUINT32* puiShown, size_t uiPitch);
+    bool TakeRow(size_t uiRow, const KUINT32* puiShown);
 
-    Screen               m_oScreen;
-    size_t               m_uiPitch;  // of the buffer, in pixels
-    DrawingProcess       m_oDrawing;
-    Panel::SPicture      m_oPicture;
-    std::vector<KUINT32> m_auiRead;
-    std::vector<KUINT8>  m_auiLooksLeft;  // for each row: how many more looks read it, because it changed
-    size_t               m_uiLooks   = 0;
-    KUINT32              m_uiVersion = 0;
-    SArea                m_oChanged;
+    Screen              m_oScreen;
+    PixelMapping        m_oMapping;
+    DrawingProcess      m_oDrawing;
+    Panel::SPicture     m_oPicture;
+    std::vector<KUINT8> m_auiLooksLeft;  // for each row: how many more looks compare it, because it changed
+    size_t              m_uiLooks   = 0;
+    KUINT32             m_uiVersion = 0;
+    SArea               m_oChanged;
 };
 }
 

@@ -5,6 +5,8 @@
 # shellcheck disable=SC2317 # a job is a function that is called by its name
 set -u
 if [ $# -eq 3 ]; then
+  "$1/QelBoardCheck" --help >/dev/null
+  [ $? -ne 126 ] || exit 126 # this machine cannot run it
   # A row of "fault": what the board does | the row that fails | what is said, in part | the exit status, if it is not 1, or 0
   # without a row | the outputs afterwards, if they are not off. Each fault is found in its row alone, and named. Everything
   # is given back, unless the library does not let it.

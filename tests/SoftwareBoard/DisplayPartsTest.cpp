@@ -13,7 +13,7 @@
 namespace
 {
 using namespace SoftwareBoard::Display;
-using SoftwareBoard::DrawingProcess, SoftwareBoard::Screen;
+using SoftwareBoard::DrawingProcess, SoftwareBoard::PixelMapping, SoftwareBoard::Screen;
 
 TEST(DisplayMode, HasTheTimingsOfTheOutputOrIsNone)
 {
@@ -183,6 +183,45 @@ TEST_F(ScreenCopyTest, FindsLargeShapesAtOnceAndSpecksInTime)
                 [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * uiPitch + x]; }))
                 << uiLeft << ' ' << uiTop;
         }
+    });
+}
+
+TEST_F(ScreenCopyTest, WhatChangesAtEveryLookIsShownAndAlsoItsEnd)
+{
+    InClient([this](TestClient& ro) {
+        constexpr KUINT32 uiX = 100, uiY = 40, uiPitch = 112;
+        ro.MakeBuffer(uiX, uiY);
+        KUINT32* const       puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
+        ScreenCopy           oPicture(Observe({.oVidParam = {uiX, uiY}, .uiBufferWidth = uiX, .uiBufferHeight = uiY}));
+        std::vector<KUINT32> aauiShown[] = {std::vector(uiX * uiY, 0u), std::vector(uiX * uiY, 0u)};
+        KUINT64              auiTimes[2] = {};
+        const auto           fLook       = [&](int iBuffer) {
+            oPicture.Update();
+            oPicture.CopyChanges(std::exchange(auiTimes[iBuffer], oPicture.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
+                                                 reinterpret_cast<KUINT8*>(aauiShown[iBuffer].data()), uiX * 4);
+            return IsPicture(
+                                uiX, uiY, [&](KUINT32 x, KUINT32 y) { return aauiShown[iBuffer][y * uiX + x]; },
+                                [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * uiPitch + x]; });
+        };
+        // How many frames follow each other, and after how many they repeat.
+        for (const auto& [iFrames, iPeriod] : {std::pair(40, 1000), {41, 16}, {51, 8}, {4, 1000}})
+        {
+            for (int iFrame = 0; iFrame < iFrames; ++iFrame)
+            {
+                std::fill_n(puiDrawn, uiPitch * uiY, static_cast<KUINT32>(iFrame % iPeriod) + 1);
+                EXPECT_TRUE(fLook(iFrame % 2)) << iFrame << " of " << iFrames;
+            }
+            for (size_t uiLook = 0; uiLook < ScreenCopy::LOOKS; ++uiLook) oPicture.Update();
+            EXPECT_TRUE(fLook(0) && fLook(1)) << iFrames;
+            const KUINT64 uiTime = oPicture.GetTime();
+            EXPECT_TRUE(fLook(0) && uiTime == oPicture.GetTime()) << "nothing changes any more: " << iFrames;
+        }
+        for (KUINT32 ui = 100; ui < 120; ++ui) std::fill_n(puiDrawn, uiPitch * uiY, ui), fLook(0);
+        std::filesystem::resize_file(m_oFolder / "board.pixels-0", 0);
+        oPicture.CopyChanges(0, *ChooseFormat({DRM_FORMAT_XBGR8888}), reinterpret_cast<KUINT8*>(aauiShown[1].data()),
+                             uiX * 4);
+        EXPECT_TRUE(aauiShown[1][0] > 100 && aauiShown[1][0] < 120) << "a picture that was drawn: " << aauiShown[1][0];
+        EXPECT_THROW(oPicture.Update(), SoftwareBoard::BoardError);
     });
 }
 

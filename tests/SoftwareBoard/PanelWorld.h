@@ -24,6 +24,11 @@ inline bool Becomes(const std::function<bool()>& fIsSo)
 
 struct PanelWorld : BoardWorld
 {
+    void SetUp() override
+    {
+        static const int s_iWait = std::system(BOARD_PANEL " --version >/dev/null 2>&1");
+        if (WEXITSTATUS(s_iWait) == 126) GTEST_SKIP() << "this machine cannot run the built programs";
+    }
     // What it prints: results on standard output, errors on standard error. 128 and more is a signal, as shells count.
     static void Expect(const std::string& strArguments, int iStatus, const std::string& strContained)
     {

@@ -62,7 +62,7 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
     };
     for (const auto& [uiWidth, uiHeight, uiToWidth, uiToHeight, oChanged] : aoCases)
     {
-        SoftwareBoard::Panel::SPicture oFrom = MakeBlack(uiWidth, uiHeight), oPart = MakeBlack(uiToWidth, uiToHeight);
+        SoftwareBoard::Panel::SPicture oFrom = MakePlain(uiWidth, uiHeight), oPart = MakePlain(uiToWidth, uiToHeight);
         ScaleDown(oFrom, WholeOf(oFrom), oPart);
         for (size_t uiY = oChanged.uiTop; uiY < oChanged.uiBottom; ++uiY)
         {

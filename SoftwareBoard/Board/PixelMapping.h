@@ -5,7 +5,7 @@
 
 #include "Screen.h"
 
-namespace SoftwareBoard::Display
+namespace SoftwareBoard
 {
 class PixelMapping
 {

@@ -6,7 +6,7 @@
 
 #include "BoardError.h"
 
-namespace SoftwareBoard::Display
+namespace SoftwareBoard
 {
 namespace
 {
