@@ -295,11 +295,11 @@ void DisplayServer::ServeUntilReadable(int iEnd)
     for (;;)
     {
         SetTimer();
-        pollfd aoWaits[] = {{iEnd, POLLIN, 0},
-                            {m_oCard.GetFd(), POLLIN, 0},
-                            {m_oHotPlug.GetFd(), POLLIN, 0},
-                            {m_ooChanges->GetDescriptor(), POLLIN, 0},
-                            {m_oTimer.Get(), POLLIN, 0}};
+        pollfd aoWaits[] = {{.fd = iEnd, .events = POLLIN},
+                            {.fd = m_oCard.GetFd(), .events = POLLIN},
+                            {.fd = m_oHotPlug.GetFd(), .events = POLLIN},
+                            {.fd = m_ooChanges->GetDescriptor(), .events = POLLIN},
+                            {.fd = m_oTimer.Get(), .events = POLLIN}};
         if (poll(aoWaits, std::size(aoWaits), -1) < 0 && errno != EINTR)
             ThrowSystemError("waiting", "poll");
         if (aoWaits[0].revents != 0)

@@ -51,7 +51,7 @@ Signals::~Signals()
 
 int Signals::Wait(std::chrono::milliseconds oTimeout, std::span<pollfd> aoOthers) const
 {
-    std::vector<pollfd> aoFiles{{m_oFile.Get(), POLLIN, 0}};
+    std::vector<pollfd> aoFiles{{.fd = m_oFile.Get(), .events = POLLIN}};
     aoFiles.insert(aoFiles.end(), aoOthers.begin(), aoOthers.end());
     if (poll(aoFiles.data(), aoFiles.size(), static_cast<int>(oTimeout.count())) < 0 && errno != EINTR)
         ThrowSystemError("signals", "poll");

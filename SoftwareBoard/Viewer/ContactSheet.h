@@ -30,7 +30,7 @@ private:
     };
 
     size_t             m_uiPictures;
-    STiling            m_oTiling;  // valid from the first picture on
+    STiling            m_oTiling = {};  // valid from the first picture on
     std::vector<STile> m_aoTiles;
 };
 }

@@ -176,7 +176,7 @@ private:
     template <class TDone> bool WaitUntil(TDone fDone, std::optional<std::chrono::seconds> ooTime, int iNews = -1)
     {
         const auto oStart   = std::chrono::steady_clock::now();
-        pollfd     aoNews[] = {{iNews, POLLIN, 0}};
+        pollfd     aoNews[] = {{.fd = iNews, .events = POLLIN}};
         while (!fDone())
         {
             if (m_poTool->HasEnded() || (ooTime && std::chrono::steady_clock::now() - oStart > *ooTime))

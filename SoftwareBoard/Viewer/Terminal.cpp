@@ -176,7 +176,7 @@ bool Terminal::WriteWithin(std::string strText, std::chrono::milliseconds oTime)
     for (Write(std::move(strText)); IsBehind(); WriteOn())
     {
         const auto oLeft  = std::chrono::ceil<std::chrono::milliseconds>(oEnd - std::chrono::steady_clock::now());
-        pollfd     oReady = {m_oFile.Get(), POLLOUT, 0};
+        pollfd     oReady = {.fd = m_oFile.Get(), .events = POLLOUT};
         if (oLeft.count() <= 0 || poll(&oReady, 1, static_cast<int>(oLeft.count())) == 0)
             break;
     }

@@ -8,13 +8,13 @@ STiling ChooseTiling(const STilingTask& ro)
 {
     constexpr double          fWorst = -std::numeric_limits<double>::infinity();
     std::pair<double, double> oMost{fWorst, fWorst};  // the scale of the pictures, and how much the whole could still grow
-    STiling                   oChosen;
+    STiling                   oChosen = {};
     for (int iAcross = 1; iAcross <= std::max(ro.iTiles, 1); ++iAcross)
     {
         const int iDown   = (ro.iTiles + iAcross - 1) / iAcross;
         const int iGapsX  = (iAcross - 1) * ro.iGapAcross;
         const int iGapsY  = (iDown - 1) * ro.iGapDown;
-        STiling   oTiling = {iAcross, (ro.iWidth - iGapsX) / iAcross, (ro.iHeight - iGapsY) / std::max(iDown, 1), 0};
+        STiling   oTiling = {iAcross, (ro.iWidth - iGapsX) / iAcross, (ro.iHeight - iGapsY) / std::max(iDown, 1), {}};
         if (iAcross > 1 && oTiling.iTileWidth < ro.iMinTileWidth)
             break;
         oTiling.iTileWidth     = std::max(oTiling.iTileWidth, 1);

@@ -13,10 +13,10 @@ namespace SoftwareBoard::Viewer
 {
 struct STilingTask
 {
-    int    iTiles = 0;
-    int    iWidth = 0, iHeight = 0;  // of the room
+    int    iTiles;
+    int    iWidth, iHeight;  // of the room
     int    iGapAcross = 0, iGapDown = 0;
-    double fPictureWidth = 4, fPictureHeight = 3;
+    double fPictureWidth, fPictureHeight;
     double fMaxScale     = std::numeric_limits<double>::infinity();  // of a picture
     int    iMinTileWidth = 1;
 
@@ -25,9 +25,9 @@ struct STilingTask
 
 struct STiling
 {
-    int iAcross    = 1;
-    int iTileWidth = 1, iTileHeight = 1;
-    int iCaptionHeight = 0;  // part of the tile's height
+    int iAcross;
+    int iTileWidth, iTileHeight;
+    int iCaptionHeight;  // part of the tile's height
 };
 
 // Chooses how many tiles stand side by side. Of tilings that show the pictures equally large, it takes the one that fills

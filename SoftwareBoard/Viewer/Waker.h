@@ -27,7 +27,9 @@ public:
         m_oThread = std::thread([iCommands = m_aiPipe[0]] {
             for (SDescriptors o = {}; read(iCommands, &o, sizeof(o)) == ssize_t{sizeof(o)};)
             {
-                pollfd aoFiles[] = {{iCommands, POLLIN, 0}, {o.iFirst, POLLIN, 0}, {o.iSecond, POLLIN, 0}};
+                pollfd aoFiles[] = {{.fd = iCommands, .events = POLLIN},
+                                    {.fd = o.iFirst, .events = POLLIN},
+                                    {.fd = o.iSecond, .events = POLLIN}};
                 poll(aoFiles, std::size(aoFiles), -1);
                 SDL_Event oWake = {};
                 oWake.type      = SDL_USEREVENT;

@@ -22,7 +22,7 @@ bool IsEnd(int iSignal)
 // Returns false if nobody reads any more, or if a signal ends watch while it waits for a slow reader.
 bool PrintLine(const std::string& strLine, const Panel::Signals& roSignals)
 {
-    pollfd oOutput = {STDOUT_FILENO, POLLOUT, 0};
+    pollfd oOutput = {.fd = STDOUT_FILENO, .events = POLLOUT};
     while (oOutput.revents == 0)
     {
         if (IsEnd(roSignals.Wait(std::chrono::hours(1), {&oOutput, 1})))
@@ -75,7 +75,7 @@ void WatchInLines(WatchedBoard& roBoard)
             astrBefore = astrLines;
         }
         // Notices at once, not only at the next line, that the reader of a pipe is gone.
-        pollfd    aoFiles[] = {{STDOUT_FILENO, 0, 0}, {roBoard.GetChanges(), POLLIN, 0}};
+        pollfd    aoFiles[] = {{.fd = STDOUT_FILENO}, {.fd = roBoard.GetChanges(), .events = POLLIN}};
         const int iSignal   = oSignals.Wait(roBoard.GetPause(oUpdateBegan), aoFiles);
         if (IsEnd(iSignal) || (aoFiles[0].revents & POLLERR) != 0)
             return;

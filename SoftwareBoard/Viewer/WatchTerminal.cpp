@@ -49,7 +49,7 @@ public:
     void WriteOn() { m_oTerminal.WriteOn(); }
 
     // What to wait for before WriteOn; the descriptor is -1 if everything is written.
-    pollfd AwaitWriting() const { return {IsBehind() ? m_oTerminal.GetDescriptor() : -1, POLLOUT, 0}; }
+    pollfd AwaitWriting() const { return {.fd = IsBehind() ? m_oTerminal.GetDescriptor() : -1, .events = POLLOUT}; }
 
 private:
     STiling LayOut(int iRows) const;
@@ -220,9 +220,9 @@ void WatchInTerminal(WatchedBoard& roBoard)
         }
 
         // A terminal that is behind shows nothing new until it has caught up.
-        pollfd            aoFiles[] = {{bKeys ? STDIN_FILENO : -1, POLLIN, 0},
+        pollfd            aoFiles[] = {{.fd = bKeys ? STDIN_FILENO : -1, .events = POLLIN},
                                        oView.AwaitWriting(),
-                                       {oView.IsBehind() ? -1 : roBoard.GetChanges(), POLLIN, 0}};
+                                       {.fd = oView.IsBehind() ? -1 : roBoard.GetChanges(), .events = POLLIN}};
         const int         iSignal   = oSignals.Wait(roBoard.GetPause(oUpdateBegan), aoFiles);
         const std::string strKeys   = (aoFiles[0].revents & POLLIN) != 0 ? ReadKeys() : "";
         if (strKeys.find('q') != std::string::npos)

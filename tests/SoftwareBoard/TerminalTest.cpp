@@ -222,6 +222,12 @@ TEST_F(TerminalTest, ShowsPicturesCaptionsAndProgressWhereTheyBelong)
         oTerminal.Await("no board", [&] {
             return oTerminal.TextOf(ro.oOther.ws_row / 2).find("waiting for a board") != std::string::npos;
         });
+        fs::remove_all(m_oFolder);
+        Expect("create", 0, "");
+        oTerminal.Await("the new board", [&] {
+            return oTerminal.Shows({}, false) && oTerminal.IsCaptioned(0, {0, 0, 0, 0}) &&
+                   oTerminal.TextOf(ro.oOther.ws_row - 1).starts_with(" progress 0 %");
+        });
         EXPECT_EQ(write(oTerminal.m_oWatch.aiFds[0], "q", 1), 1);
         oTerminal.m_oWatch.ooProcess.reset();
     }

@@ -125,7 +125,7 @@ void FollowUpdater(const SProgressOptions& roOptions)
     ssize_t       iRead = 0;
     do
     {
-        pollfd oInput = {STDIN_FILENO, POLLIN, 0};
+        pollfd oInput = {.fd = STDIN_FILENO, .events = POLLIN};
         poll(&oInput, 1, -1);  // others may have made it one that a read does not wait for
         iRead = read(STDIN_FILENO, acRead, sizeof(acRead));
         if (iRead < 0 && (errno == EINTR || errno == EAGAIN))
