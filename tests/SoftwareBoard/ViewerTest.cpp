@@ -58,7 +58,7 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
         // the picture, what it is scaled to, and what changes
         {64, 48, 10, 7, {0, 0, 1, 1}},    {64, 48, 10, 7, {63, 47, 64, 48}}, {64, 48, 10, 7, {13, 6, 14, 7}},
         {50, 9, 49, 9, {7, 3, 31, 5}},    {30, 30, 30, 30, {4, 5, 6, 7}},    {9, 300, 1, 1, {2, 299, 9, 300}},
-        {64, 48, 10, 7, {12, 5, 12, 48}},
+        {64, 48, 10, 7, {12, 5, 12, 48}}, {64, 48, 10, 7, {12, 5, 48, 5}},
     };
     for (const auto& [uiWidth, uiHeight, uiToWidth, uiToHeight, oChanged] : aoCases)
     {
