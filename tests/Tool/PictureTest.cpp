@@ -240,7 +240,7 @@ TEST_F(Picture, SequencesThatCannotPlayAreRefused)
     std::ofstream(m_oFolder / "rotten02.png") << "no picture";
     WritePng(m_oFolder / "late02.png", 4, 3, {}, Bytes(48));
 
-    EXPECT_TRUE(fInit(m_oFolder / "good", {4, 3, 8, 6}));
+    for (const TRECT& roRegion : {TRECT{4, 3, 8, 6}, {0, 0, 4, 3}}) EXPECT_TRUE(fInit(m_oFolder / "good", roRegion));
     ASSERT_TRUE(fInit(m_oFolder / "low", {4, 3, 8, 6}));
     for (size_t i = 0; i < 4 * 3 * 4; ++i)
         EXPECT_EQ(oData.ppuiAnimationSurface[0][i], i < 4 * 2 * 4 || i % 4 == 3 ? 255 : 40) << "byte " << i;
