@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -55,8 +56,8 @@ public:
           m_uiStart(std::strtoull(Variable(RECORD_START_VARIABLE), nullptr, 10)),
           m_oInFlight(Variable(RECORD_CALLS_VARIABLE)), m_oFile(Variable(RECORD_FILE_VARIABLE))
     {
-        for (size_t ui = 0; m_pLibrary != nullptr && ui < OPERATIONS.size(); ++ui)
-            m_apAddresses[ui] = Find(OPERATIONS[ui].svName.data());
+        std::ranges::transform(OPERATIONS, m_apAddresses.begin(),
+                               [this](const SOperation& ro) { return Find(ro.svName.data()); });
         pthread_atfork([] { s_oRecording.m_oMutex.lock(); }, [] { s_oRecording.m_oMutex.unlock(); },
                        [] {
                            s_uiThread = 0;
