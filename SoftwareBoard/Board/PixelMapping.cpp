@@ -12,19 +12,22 @@ namespace
 {
 thread_local sigjmp_buf* g_poLeave = nullptr;  // set while pixels are read
 
+struct sigaction g_oActionBefore = {};
+
 void OnBusError(int)
 {
     if (g_poLeave != nullptr)
         siglongjmp(*g_poLeave, 1);
-    signal(SIGBUS, SIG_DFL);  // not of these pixels: ends the process when the instruction runs again
+    sigaction(SIGBUS, &g_oActionBefore, nullptr);  // not of these pixels: taken when the instruction runs again
 }
 
+// As long as the process lives.
 void CatchBusErrors()
 {
     struct sigaction oAction = {};
     oAction.sa_handler       = OnBusError;
     oAction.sa_flags         = SA_NODEFER;  // the handler is left by a jump, which does not unblock the signal
-    sigaction(SIGBUS, &oAction, nullptr);
+    [[maybe_unused]] static const int s_iOnce = sigaction(SIGBUS, &oAction, &g_oActionBefore);
 }
 
 // Apart, so that no variable of the caller lives in a register across the jump.

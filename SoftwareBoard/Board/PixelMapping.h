@@ -10,7 +10,7 @@ namespace SoftwareBoard
 class PixelMapping
 {
 public:
-    // Maps the rows that the screen shows. Throws BoardError if the file is too short.
+    // Maps the rows that the screen shows. Throws BoardError if that fails.
     explicit PixelMapping(const Screen& roScreen);
     ~PixelMapping();
     PixelMapping(const PixelMapping&)            = delete;

@@ -74,12 +74,13 @@ std::optional<std::string> ConnectorOutput::Follow()
     if (m_poScanout == nullptr)
         return std::nullopt;
     m_poScreen->Update();
-    std::string strProblem = m_poScreen->GetProblem();
-    if (!strProblem.empty())
-        strProblem = "keeps its last picture: " + strProblem;
+    std::string strProblem;
     try
     {
-        m_poScanout->Show(m_poScreen->GetCopy());
+        if (m_poScreen->GetProblem().empty())
+            m_poScanout->Show(m_poScreen->GetCopy());
+        else
+            strProblem = "keeps its last picture: " + m_poScreen->GetProblem();
     }
     catch (const Refusal& roRefusal)
     {
@@ -92,7 +93,10 @@ std::optional<std::string> ConnectorOutput::Follow()
 
 std::optional<uint64_t> ConnectorOutput::GetPeriodNs() const
 {
-    if (m_poScanout == nullptr || (m_poScreen->IsFinished() && !m_poScanout->IsBehind(m_poScreen->GetCopy())))
+    const bool bMayShowMore =
+        m_poScanout != nullptr &&
+        (!m_poScreen->IsFinished() || (m_poScreen->GetProblem().empty() && m_poScanout->IsBehind(m_poScreen->GetCopy())));
+    if (!bMayShowMore)
         return std::nullopt;
     return m_poScanout->GetRefreshNs();
 }

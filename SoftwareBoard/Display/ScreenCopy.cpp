@@ -91,9 +91,9 @@ void ScreenCopy::LookAtTile(size_t uiTile, const KUINT32* puiShown, size_t uiPit
     const bool bBusy  = roTile.IsBusy();
     if (!bBusy || (uiTile + m_uiLook) % BUSY_LOOKS == 0)
     {
-        roTile.uiInARow = ReplaceTile(uiTile, puiShown, uiPitch) ? roTile.uiInARow + 1 : 0;
-        // A busy one may show an older picture than the copy now has.
-        if (roTile.uiInARow == 0 && !bBusy)
+        roTile.uiChangesInARow = ReplaceTile(uiTile, puiShown, uiPitch) ? roTile.uiChangesInARow + 1 : 0;
+        // A tile that stops being busy counts as changed once more: a buffer may hold older pixels than the copy.
+        if (roTile.uiChangesInARow == 0 && !bBusy)
             return;
     }
     if (!IsLately(roTile.uiChanged))

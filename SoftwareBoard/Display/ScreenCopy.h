@@ -1,4 +1,4 @@
-// A copy of what a screen of the board showed when it was last looked at. It knows when each part last changed. So each
+// A copy of what a screen of the board showed when it was last compared. It knows when each part last changed. So each
 // buffer is brought up to date with just the parts that it lacks, however old it is.
 //
 // A look compares one row of every fourth band of rows, another one each time, and what changed lately or lies beside a
@@ -43,11 +43,11 @@ private:
     static constexpr size_t TILE_PIXELS = 64;
     struct STile
     {
-        KUINT64 uiChanged = 1;  // the number of the look that last found a change
-        KUINT64 uiBegan   = 1;  // the number of the one that found a change after a time without any
-        KUINT32 uiInARow  = 0;  // how many comparisons, one after the other, found a change
+        KUINT64 uiChanged       = 1;  // the number of the look that last found a change, or took it for granted
+        KUINT64 uiBegan         = 1;  // the number of the one that found a change after a time without any
+        KUINT32 uiChangesInARow = 0;  // how many comparisons, one after the other, found a change
 
-        bool IsBusy() const { return uiInARow >= BUSY_COMPARISONS; }
+        bool IsBusy() const { return uiChangesInARow >= BUSY_COMPARISONS; }
     };
     static constexpr KUINT32 BUSY_COMPARISONS = 4;
     static constexpr size_t  BUSY_LOOKS       = 16;  // of which one compares a busy tile

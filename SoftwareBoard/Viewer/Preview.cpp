@@ -27,7 +27,7 @@ namespace
 {
 constexpr char                      TOOL[] = "QelProgressBarDisplay";
 constexpr std::chrono::milliseconds TICK(1);
-constexpr std::chrono::milliseconds NEWS_TICK(100);    // where a descriptor tells
+constexpr std::chrono::milliseconds NEWS_TICK(100);    // where a descriptor wakes it before
 constexpr std::chrono::seconds      LONGEST_STEP(10);  // of the tool
 constexpr std::chrono::seconds      LONGEST_LOOK(1);   // until the tool sleeps
 constexpr int                       MOST_RUNS = 10;    // that may end before they show a percentage
@@ -195,7 +195,7 @@ private:
     Panel::PassedOn      m_oArguments;
     bool                 m_bReadsProgress = false;
     bool                 m_bWasOn         = false;
-    std::optional<Rows>  m_ooRowsDrawnOn;  // after the first picture of a run
+    std::optional<Rows>  m_ooRowsDrawnOn;  // to scale anew after the first picture of a run; nothing: all
 
     // Of the present run.
     std::optional<Screen>          m_ooScreen;

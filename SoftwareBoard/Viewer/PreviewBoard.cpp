@@ -13,16 +13,16 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-// In memory, if there is much of it: a disk would be told of each picture.
+// In memory if there is room, so that the pictures need not reach a disk.
 std::string ChooseParent()
 {
-    constexpr std::uintmax_t uiRoomInBytes = std::uintmax_t{1} << 30;  // more than any picture takes
+    constexpr std::uintmax_t uiRoomInBytes = std::uintmax_t{1} << 30;  // eight times an output of 8K
     constexpr char           MEMORY[]      = "/dev/shm";
-    std::error_code          oIgnored;
+    std::error_code          oError;
     if (const char* const pszTemporary = std::getenv("TMPDIR"); pszTemporary != nullptr && *pszTemporary != '\0')
         return pszTemporary;
-    const auto oSpace = std::filesystem::space(MEMORY, oIgnored);
-    return !oIgnored && oSpace.available >= uiRoomInBytes && access(MEMORY, W_OK | X_OK) == 0 ? MEMORY : "/tmp";
+    const auto oSpace = std::filesystem::space(MEMORY, oError);
+    return !oError && oSpace.available >= uiRoomInBytes && access(MEMORY, W_OK | X_OK) == 0 ? MEMORY : "/tmp";
 }
 
 std::string MakeFolder()
@@ -52,16 +52,16 @@ PreviewBoard::PreviewBoard() : m_strFolder(MakeFolder())
     }
     catch (...)
     {
-        std::error_code oIgnored;
-        std::filesystem::remove_all(m_strFolder, oIgnored);
+        std::error_code oError;
+        std::filesystem::remove_all(m_strFolder, oError);
         throw;
     }
 }
 
 PreviewBoard::~PreviewBoard()
 {
-    std::error_code oIgnored;
-    std::filesystem::remove_all(m_strFolder, oIgnored);
+    std::error_code oError;
+    std::filesystem::remove_all(m_strFolder, oError);
 }
 
 void PreviewBoard::SetProgress(KUINT32 uiPercent)

@@ -37,9 +37,10 @@ struct SArguments
 
 using Values = std::span<char* const>;
 
+// Of the digits as many bits as the tool takes.
 KINT64 NumberOf(const char* psz)
 {
-    return std::strtol(psz, nullptr, 10);
+    return static_cast<KINT32>(std::strtol(psz, nullptr, 10));
 }
 
 // The options of the tool. Those without an action do not matter to the pictures.

@@ -1,5 +1,5 @@
-// What a preview learns from the tool's arguments. It checks whether the pictures that the tool will show exist and have the
-// right size. The tool ignores a picture that is
+// What a preview learns from the tool's arguments: which rows change, and whether the pictures that the tool will show exist
+// and have the right size. The tool ignores a picture that is
 // missing or damaged. It does not scale one of another size, but shows what fits.
 #ifndef PREVIEW_PICTURES_H
 #define PREVIEW_PICTURES_H

@@ -6,7 +6,7 @@ namespace SoftwareBoard::Viewer
 {
 namespace
 {
-constexpr KUINT32 MOST_SUMMED = 257;  // rows of bytes whose sum is one of 16 bits
+constexpr KUINT32 MOST_SUMMED = 257;  // rows: 257 x 255 = 65535, and one row more would not fit into 16 bits
 }
 
 SArea WholeOf(const Panel::SPicture& roPicture)
@@ -42,7 +42,7 @@ void RowScaler::AddRow(std::span<const KUINT32> oPixels)
     KUINT16* const    puiSums  = m_auiSums.data();
     for (size_t uiByte = 0; uiByte < uiBytes; ++uiByte)
         puiSums[uiByte] = static_cast<KUINT16>(puiSums[uiByte] + puiBytes[uiByte]);
-    if (++m_uiSummed == MOST_SUMMED || m_uiFromRow + 1 == m_uiEndOfRow)
+    if (++m_uiSummed == MOST_SUMMED)
         SumColumns();
     if (++m_uiFromRow == m_uiEndOfRow)
         EndRow();
@@ -70,6 +70,7 @@ void RowScaler::SumColumns()
 
 void RowScaler::EndRow()
 {
+    SumColumns();
     const KUINT32 uiRows    = m_uiEndOfRow - StartOfRow(m_uiRow);
     KUINT64*      puiColour = m_auiColourSums.data();
     KUINT8*       puiTo     = m_roTo.auiRgba.data() + m_roTo.GetPitchInBytes() * m_uiRow + size_t{m_oTo.uiLeft} * 4;

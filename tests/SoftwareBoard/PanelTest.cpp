@@ -6,6 +6,7 @@
 
 #include "Board.h"
 #include "PanelWorld.h"
+#include "RunPath.h"
 
 namespace
 {
@@ -29,6 +30,12 @@ struct Png
     KUINT32              uiWidth;
     std::vector<KUINT32> auiPixels;
 };
+
+TEST(RunPath, IsFoundInAProgram)
+{
+    std::ifstream oFile(CORPUS "/RunPath/program", std::ios::binary);
+    EXPECT_EQ(SoftwareBoard::Panel::FindRunPath({std::istreambuf_iterator<char>(oFile), {}}), "$ORIGIN/lib:/opt/lib");
+}
 
 TEST_F(PanelTest, CommandLines)
 {

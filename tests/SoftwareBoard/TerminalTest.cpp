@@ -45,10 +45,10 @@ public:
     void Await(const std::string& strWhat, const std::function<bool()>& fIsIt)
     {
         const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
-        while (!fIsIt())
+        while (!testing::Test::HasFailure() && !fIsIt())
         {
             char   acRead[4096];
-            pollfd oFile = {m_oWatch.aiFds[0], POLLIN, 0};
+            pollfd oFile = {.fd = m_oWatch.aiFds[0], .events = POLLIN};
             if (std::chrono::steady_clock::now() > oEnd)
             {
                 ADD_FAILURE() << strWhat << " is never shown:\n" << Describe();

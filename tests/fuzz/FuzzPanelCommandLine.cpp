@@ -42,7 +42,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
     Must(iStatus == 0 || iStatus == 2);  // 1 would be that a command was tried and failed
     if (g_strChosen.empty()) return 0;   // a help, or a refusal
     Must(iStatus == 0 && asArguments[1] == g_strChosen);
-    const bool bPassesOn = g_strChosen == "record" || g_strChosen == "replay" || g_strChosen == "run";
-    Must(bPassesOn || std::find(asArguments.begin(), asArguments.end(), "--") == asArguments.end());
+    const auto iCommand = std::ranges::find(COMMANDS, g_strChosen, [](const SCommand& ro) { return ro.oText.pszName; });
+    Must(iCommand->oText.bPassesOn || std::find(asArguments.begin(), asArguments.end(), "--") == asArguments.end());
     return 0;
 }

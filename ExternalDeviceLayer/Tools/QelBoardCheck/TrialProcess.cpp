@@ -136,7 +136,7 @@ bool TrialProcess::ReadMore()
     m_strUnread.append(acRead, static_cast<size_t>(iRead));
     for (size_t uiEnd; (uiEnd = m_strUnread.find('\n')) != std::string::npos; m_strUnread.erase(0, uiEnd + 1))
     {
-        // The library has the pipe too. A line that the trial has not sent counts as not written.
+        // The library has the pipe too. A line of a shape that no trial sends counts as not written.
         try
         {
             Take(Json::parse(m_strUnread.substr(0, uiEnd)));
