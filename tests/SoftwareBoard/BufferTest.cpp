@@ -79,12 +79,18 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         fExpect(2, "the picture of the killed process is still shown, its other buffer went with the making of this one");
         EXPECT_EQ(ro.Enable(0), TStatus_OK);
         fExpect(1, "and is not shown any more");
-        const rlimit oNoRoom = {1 << 20, 1 << 20};
-        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oNoRoom), 0);
+        const auto fIsPixels = [](const auto& roEntry) {
+            return roEntry.path().filename().string().starts_with("board.pixels");
+        };
+        const rlim_t uiRoom = std::find_if(std::filesystem::directory_iterator(m_oFolder), {}, fIsPixels)->file_size();
+        const rlimit oRoom = {uiRoom, RLIM_INFINITY}, oMuchRoom = {RLIM_INFINITY, RLIM_INFINITY};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oRoom), 0);
+        EXPECT_EQ(ro.TBuffer_Destroy(ro.MakeBuffer()), TStatus_OK) << "one has just enough room";
         for (const auto& [uiWidth, uiHeight, eStatus] :  // the largest that 32 bits can hold, and the next
              {std::tuple{1024u, 1024u, TStatus_FAIL}, {0x3FFFFFEF, 1, TStatus_FAIL}, {0x3FFFFFF0, 1, TStatus_INVALID_PARAM}})
             EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, uiWidth, uiHeight, &ro.hBuffer), eStatus);
         fExpect(1, "one that has no room leaves nothing");
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oMuchRoom), 0);
         std::filesystem::remove(m_oFolder / "board.state");
         InClient([](TestClient& roOther) { EXPECT_EQ((roOther.MakeBuffer(), roOther.Enable(1)), TStatus_OK); });
         EXPECT_EQ(ro.Disable(0), TStatus_OK);

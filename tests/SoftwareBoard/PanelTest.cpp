@@ -428,6 +428,16 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     };
     for (const auto& [strArguments, strSays] : aoWarnings)
         Expect("preview " + At("sheet.png") + " --at 50 -- -l 16 " + strArguments + " 2>&1 | cat", 0, strSays);
+    for (const auto& [pszFrame, uiSide] : {std::pair{"frame01.png", 4u}, {"frame02.png", 4u}, {"frame03.png", 8u}})
+    {
+        png_image                  oFrame = {.version = PNG_IMAGE_VERSION, .width = uiSide, .height = uiSide};
+        const std::vector<KUINT32> auiPixels(size_t{uiSide} * uiSide);
+        oFrame.format = PNG_FORMAT_RGBA;
+        EXPECT_NE(png_image_write_to_file(&oFrame, At(pszFrame).c_str(), 0, auiPixels.data(), 0, nullptr), 0);
+    }
+    const std::string strFrames = "preview " + At("sheet.png") + " --at 50 -- -l 16 -a 1 1 9 9 -f " + At("frame");
+    Expect(strFrames + " 2>&1 | sed 's/.*frame/<frame/; s/$/>/'", 0,
+           "<frame01.png: 4x4, where the animation has 8x8: it is not scaled, and covers only a part>\nSupplied");
     fs::remove(At("sheet.png"));
     const auto fHasPixels = [](const auto& ro) { return ro.path().filename() == "board.pixels-0"; };
     for (const int iSignal : {SIGTERM, SIGKILL})
