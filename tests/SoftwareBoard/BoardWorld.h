@@ -7,6 +7,8 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include "Board.h"
+#include "Screen.h"
 #include "TavrinOperations.h"
 #include "TestSupport.h"
 
@@ -131,6 +133,12 @@ struct BoardWorld : testing::Test
     {
         Holder() : Process(HoldOutput) { Await(); }
     };
+    static SoftwareBoard::Screen Observe(const SoftwareBoard::SOutputRecord& roOutput)
+    {
+        const auto                       oBoard = SoftwareBoard::Board::Observe();
+        const SoftwareBoard::Transaction oTransaction(oBoard.m_oLocks);
+        return {oTransaction, oBoard.m_oFolder, roOutput};
+    }
     long CountFiles(const std::string& strPrefix) const
     {
         const auto fCounts = [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); };

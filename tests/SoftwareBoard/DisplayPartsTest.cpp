@@ -111,12 +111,6 @@ TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
 
 struct ScreenCopyTest : BoardWorld
 {
-    static Screen Observe(const SoftwareBoard::SOutputRecord& roOutput)
-    {
-        const auto                       oBoard = SoftwareBoard::Board::Observe();
-        const SoftwareBoard::Transaction oTransaction(oBoard.m_oLocks);
-        return {oTransaction, oBoard.m_oFolder, roOutput};
-    }
     static constexpr KUINT32 uiWidth = 33, uiHeight = 700;  // more rows than are read at once
     auto Open() const { return SoftwareBoard::FileDescriptor(open((m_oFolder / "board.pixels-0").c_str(), O_RDONLY)); }
 };

@@ -1,10 +1,12 @@
-// What watch and preview share: how tiles stand in a room, and how captions are cut.
-#include <gtest/gtest.h>
+// What watch and preview share: how a picture is followed, how tiles stand in a room, and how captions are cut.
+#include <random>
 
+#include "BoardWorld.h"
 #include "ContactSheet.h"
 #include "Scaling.h"
 #include "Text.h"
 #include "Tiling.h"
+#include "WatchedPicture.h"
 
 namespace
 {
@@ -83,6 +85,49 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
             ASSERT_EQ(oPart.auiRgba[ui], (uiSum + uiPixels / 2) / uiPixels) << uiWidth << "x" << uiHeight << ", byte " << ui;
         }
     }
+}
+
+struct WatchedPictureTest : BoardWorld
+{
+};
+
+TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
+{
+    InClient([](TestClient& ro) {
+        constexpr KUINT32    uiWidth = 100, uiHeight = 40, uiLooks = 8;  // after which nothing is missed
+        tagTBuffer_PlaneInfo oInfo = {};
+        ro.MakeBuffer(uiWidth, uiHeight);
+        EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo), TStatus_OK);
+        KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
+        WatchedPicture oPicture(
+            Observe({.oVidParam = {uiWidth, uiHeight}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
+        const auto* const puiPicture = reinterpret_cast<const KUINT32*>(oPicture.GetPixels().auiRgba.data());
+        std::vector       auiFollowed(puiPicture, puiPicture + size_t{uiWidth} * uiHeight);  // by what is said to change
+        std::mt19937      oRandom(1);
+        const auto        Below = [&](KUINT32 uiLimit) { return static_cast<KUINT32>(oRandom()) % uiLimit; };
+        for (int iStep = 0; iStep < 300; ++iStep)
+        {
+            const KUINT32 uiLeft = Below(uiWidth), uiRight = std::min(uiLeft + 1 + Below(2) * Below(50), uiWidth);
+            const KUINT32 uiTop = Below(uiHeight), uiBottom = std::min(uiTop + 1 + Below(20), uiHeight);
+            const KUINT32 uiColour = Below(0xFFFFFFFF);
+            for (KUINT32 uiY = uiTop; uiY < uiBottom; ++uiY)
+                std::fill(puiDrawn + uiY * oInfo.auiPitch[0] + uiLeft, puiDrawn + uiY * oInfo.auiPitch[0] + uiRight,
+                          uiColour);
+            for (KUINT32 uiLook = 0; uiLook < uiLooks; ++uiLook)
+            {
+                const KUINT32 uiBefore = oPicture.GetVersion();
+                oPicture.Look();
+                const SArea& roChanged = oPicture.GetChanged();
+                for (KUINT32 uiY = roChanged.uiTop; oPicture.GetVersion() != uiBefore && uiY < roChanged.uiBottom; ++uiY)
+                    std::copy(puiPicture + uiY * uiWidth + roChanged.uiLeft, puiPicture + uiY * uiWidth + roChanged.uiRight,
+                              auiFollowed.begin() + uiY * uiWidth + roChanged.uiLeft);
+            }
+            ASSERT_TRUE(IsPicture(
+                uiWidth, uiHeight, [&](KUINT32 x, KUINT32 y) { return auiFollowed[y * uiWidth + x]; },
+                [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * oInfo.auiPitch[0] + x] | 0xFF000000; }))
+                << "step " << iStep;
+        }
+    });
 }
 
 TEST(Text, CutsBetweenLettersOnly)
