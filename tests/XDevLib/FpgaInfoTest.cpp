@@ -152,6 +152,11 @@ TEST(FpgaInfo, TellsDevicesApart)
     EXPECT_EQ(RegistrySum(Fpga(2, 0x1093d)), aoRows[0].uiRegistrySum) << "once";
     EXPECT_EQ(RegistrySum(Fpga(8, 0x1093d)), 0xefba3ed9) << "behind its own";
     EXPECT_EQ(RegistrySum(Fpga(3, 0x10529)), 0xc8bcba18) << "before its own";
+    const X oNone;
+    EXPECT_EQ(std::tuple(oNone.GetVersion(), oNone.GetBridgeVersion(), oNone.GetBusIndex(), oNone.GetI2cAddress()),
+              std::tuple(0u, 0u, 0u, 0u));
+    EXPECT_EQ(std::tuple(oNone.GetFpgaDeviceId(), oNone.GetFpgaVendorId(), oNone.IsTimeConversionSupported()),
+              std::tuple(0, 0, FALSE));
     for (const X& roEmpty : {Fpga(UNKNOWN, 0x10528), X()}) EXPECT_EQ(roEmpty.GetFpgaVersionData().GetSize(), 0);
 }
 
