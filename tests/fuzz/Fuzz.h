@@ -4,6 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <sstream>
+#include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize);
 
@@ -11,5 +15,21 @@ inline void Must(bool bHolds)
 {
     if (!bHolds) __builtin_trap();
 }
+
+// A command line: the program's name, and an argument for each line of the bytes.
+struct SCommandLine
+{
+    SCommandLine(const char* pszProgram, const std::uint8_t* puiData, size_t uiSize) : asArguments{pszProgram}
+    {
+        std::istringstream oLines(std::string(reinterpret_cast<const char*>(puiData), uiSize));
+        for (std::string sLine; std::getline(oLines, sLine);) asArguments.push_back(sLine);
+        for (std::string& rs : asArguments) apszArguments.push_back(rs.data());
+        apszArguments.push_back(nullptr);
+    }
+    int GetCount() const { return static_cast<int>(asArguments.size()); }
+
+    std::deque<std::string> asArguments;
+    std::vector<char*>      apszArguments;  // of those, and null
+};
 
 #endif

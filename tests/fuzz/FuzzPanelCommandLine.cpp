@@ -1,9 +1,5 @@
 // Command lines of the panel, an argument a line: each is refused, or the command that it names first would be carried out.
 #include <algorithm>
-#include <deque>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "Commands.h"
 #include "Fuzz.h"
@@ -31,18 +27,13 @@ constexpr SCommand COMMANDS[] = {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
 {
-    std::istringstream      oLines(std::string(reinterpret_cast<const char*>(puiData), uiSize));
-    std::deque<std::string> asArguments   = {"tavrin-board"};
-    std::vector<char*>      apszArguments = {asArguments[0].data()};
-    for (std::string sLine; std::getline(oLines, sLine);) apszArguments.push_back(asArguments.emplace_back(sLine).data());
-    apszArguments.push_back(nullptr);
-
+    SCommandLine oLine("tavrin-board", puiData, uiSize);
     g_strChosen.clear();
-    const int iStatus = RunProgram(static_cast<int>(asArguments.size()), apszArguments.data(), COMMANDS);
+    const int iStatus = RunProgram(oLine.GetCount(), oLine.apszArguments.data(), COMMANDS);
     Must(iStatus == 0 || iStatus == 2);  // 1 would be that a command was tried and failed
     if (g_strChosen.empty()) return 0;   // a help, or a refusal
-    Must(iStatus == 0 && asArguments[1] == g_strChosen);
+    Must(iStatus == 0 && oLine.asArguments[1] == g_strChosen);
     const auto iCommand = std::ranges::find(COMMANDS, g_strChosen, [](const SCommand& ro) { return ro.oText.pszName; });
-    Must(iCommand->oText.bPassesOn || std::find(asArguments.begin(), asArguments.end(), "--") == asArguments.end());
+    Must(iCommand->oText.bPassesOn || std::ranges::find(oLine.asArguments, "--") == oLine.asArguments.end());
     return 0;
 }
