@@ -133,24 +133,14 @@ private:
     // A look may take longer than the tool sleeps. So the tool is stopped meanwhile, if the system tells whether it sleeps.
     Panel::SPicture DrawTile(const DrawingProcess& roDrawing, ContactSheet& roSheet)
     {
-        const KUINT32   uiWidth  = m_ooScreen->GetOutput().oVidParam.uiHActive;
-        const KUINT32   uiHeight = m_ooScreen->GetOutput().oVidParam.uiVActive;
-        Panel::SPicture oTile;
-        std::string     strCall;
-        const auto      fDrawRows = [&](KUINT32 uiFirst, KUINT32 uiEnd) {
-            const SArea oRows = {0, uiFirst, uiWidth, uiEnd};
-            RowScaler oScaler(uiWidth, uiHeight, oTile, ScaleArea(oRows, uiWidth, uiHeight, oTile.uiWidth, oTile.uiHeight));
-            m_ooMapping->Read([&](const KUINT32* puiShown, size_t uiPitch) {
-                const KUINT32 uiEndRow = std::min(oScaler.GetEndRow(), m_ooScreen->GetHeight());
-                for (KUINT32 uiRow = oScaler.GetFirstRow(); uiRow < uiEndRow; ++uiRow)
-                    oScaler.AddRow({puiShown + uiRow * uiPitch, m_ooScreen->GetWidth()});
-            });
-        };
-        const bool bOnlyDrawnOn = m_ooTile && m_ooRowsDrawnOn;
-        const auto fLook        = [&] {
-            oTile = bOnlyDrawnOn ? *m_ooTile : roSheet.MakeTile(uiWidth, uiHeight);
-            for (const auto& [uiFirst, uiEnd] : bOnlyDrawnOn ? *m_ooRowsDrawnOn : Rows{{0, uiHeight}})
-                fDrawRows(uiFirst, uiEnd);
+        const tagTVideo_VidParam& roVidParam   = m_ooScreen->GetOutput().oVidParam;
+        const bool                bOnlyDrawnOn = m_ooTile && m_ooRowsDrawnOn;
+        Panel::SPicture           oTile;
+        std::string               strCall;
+        const auto                fLook = [&] {
+            oTile = bOnlyDrawnOn ? *m_ooTile : roSheet.MakeTile(roVidParam.uiHActive, roVidParam.uiVActive);
+            for (const auto& [uiFirst, uiEnd] : bOnlyDrawnOn ? *m_ooRowsDrawnOn : Rows{{0, roVidParam.uiVActive}})
+                DrawRows(uiFirst, uiEnd, oTile);
         };
         const auto fStop = [&] {
             return roDrawing.SleptWhile([&] { strCall = m_poTool->FindCall(); }) && m_poTool->TryStop(strCall);
@@ -166,6 +156,21 @@ private:
         return oTile;
     }
 
+    // Scales these rows of the screen into the tile.
+    void DrawRows(KUINT32 uiFirst, KUINT32 uiEnd, Panel::SPicture& roTile) const
+    {
+        const KUINT32 uiWidth  = m_ooScreen->GetOutput().oVidParam.uiHActive;
+        const KUINT32 uiHeight = m_ooScreen->GetOutput().oVidParam.uiVActive;
+        const SArea   oTo      = ScaleArea({0, uiFirst, uiWidth, uiEnd}, uiWidth, uiHeight, roTile.uiWidth, roTile.uiHeight);
+        RowScaler     oScaler(uiWidth, uiHeight, roTile, oTo);
+        m_ooMapping->Read([&](const KUINT32* puiShown, size_t uiPitch) {
+            const KUINT32 uiEndRow = std::min(oScaler.GetEndRow(), m_ooScreen->GetHeight());
+            for (KUINT32 uiRow = oScaler.GetFirstRow(); uiRow < uiEndRow; ++uiRow)
+                oScaler.AddRow({puiShown + uiRow * uiPitch, m_ooScreen->GetWidth()});
+        });
+    }
+
+    // Its end is a signal, so the signals' descriptor wakes this.
     void WaitUntilEnd()
     {
         WaitUntil([this] { return m_poTool->HasEnded(); }, std::nullopt, m_oSignals.GetDescriptor());

@@ -6,7 +6,8 @@
 
 namespace
 {
-constexpr char BLOCK = '#';  // any letter that is not ASCII
+constexpr char     BLOCK      = '#';  // any letter that is not ASCII
+constexpr uint32_t FULL_BLOCK = 0x2588;
 
 struct SCells
 {
@@ -65,8 +66,8 @@ public:
         const VTermScreenCell oCell = At(iColumn, iRow);
         char                  cBack = NameOf(oCell.bg), cFore = NameOf(oCell.fg);
         if (oCell.attrs.reverse != 0) std::swap(cBack, cFore);
-        if (oCell.chars[0] == 0 || oCell.chars[0] == ' ') return cBack;  // 0x2588 is the full block
-        return oCell.chars[0] == 0x2588 || cBack == cFore ? cFore : ' ';
+        if (oCell.chars[0] == 0 || oCell.chars[0] == ' ') return cBack;
+        return oCell.chars[0] == FULL_BLOCK || cBack == cFore ? cFore : ' ';
     }
     std::string TextOf(int iRow) const
     {
@@ -81,18 +82,10 @@ public:
     // Whether a caption begins below the picture, no further right than it.
     bool IsCaptioned(int iOutput, const SCells& roPicture) const
     {
-        const std::string strCaption = "output " + std::to_string(iOutput) + ": ";
-        int               iRow       = roPicture.iBottom;
-        while (iRow < m_oSize.ws_row && TextOf(iRow).find(strCaption) > static_cast<size_t>(roPicture.iLeft)) ++iRow;
-        return iRow < m_oSize.ws_row;
+        return HasText("output " + std::to_string(iOutput) + ": ", roPicture.iBottom, roPicture.iLeft);
     }
-    bool HasBlocks() const
-    {
-        int iRow = 0;
-        while (iRow < m_oSize.ws_row && TextOf(iRow).find(BLOCK) == std::string::npos) ++iRow;
-        return iRow < m_oSize.ws_row;
-    }
-    int CountReversed(int iRow) const
+    bool HasBlocks() const { return HasText({BLOCK}, 0, m_oSize.ws_col); }
+    int  CountReversed(int iRow) const
     {
         int iColumn = 0;
         while (iColumn < m_oSize.ws_col && At(iColumn, iRow).attrs.reverse != 0) ++iColumn;
@@ -121,6 +114,13 @@ private:
     {
         void operator()(VTerm* po) const { vterm_free(po); }
     };
+    // Whether the text begins in one of the rows from iFirst on, at iColumn or before it.
+    bool HasText(const std::string& strText, int iFirst, int iColumn) const
+    {
+        int iRow = iFirst;
+        while (iRow < m_oSize.ws_row && TextOf(iRow).find(strText) > static_cast<size_t>(iColumn)) ++iRow;
+        return iRow < m_oSize.ws_row;
+    }
     VTermScreenCell At(int iColumn, int iRow) const
     {
         VTermScreenCell oCell = {};
