@@ -4,7 +4,8 @@ add_library(QelBuildOptions INTERFACE)
 target_compile_features(QelBuildOptions INTERFACE cxx_std_20)
 target_compile_options(QelBuildOptions INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wold-style-cast -Wcast-qual
-  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Wno-missing-field-initializers -Werror
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override -Wundef -Wzero-as-null-pointer-constant
+  -Wno-missing-field-initializers -Werror
   $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op>
   $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -76,4 +77,13 @@ function(qel_program NAME)
   target_link_libraries(${NAME} PRIVATE QelBuildOptions)
   target_link_options(${NAME} PRIVATE ${QEL_SANITIZE_PROGRAM_OPTIONS} -Wl,--enable-new-dtags)
   set_target_properties(${NAME} PROPERTIES BUILD_RPATH "$ORIGIN" INSTALL_RPATH "")
+endfunction()
+
+# qel_compile_as_one(<library>...)
+# Compiles all files of a library at once. That is for headers that take longer to compile than the files that include them.
+# A tool that asks for the command line of each file gets each file on its own.
+function(qel_compile_as_one)
+  if(NOT CMAKE_EXPORT_COMPILE_COMMANDS)
+    set_target_properties(${ARGN} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 32)
+  endif()
 endfunction()
