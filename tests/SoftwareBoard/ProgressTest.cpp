@@ -62,7 +62,7 @@ TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
         {"nothing\n\n", 7},
         {"", 7},
         {"100%\n", 99},
-        {std::string(9000, '5') + " 40\n", 40},
+        {std::string(9000, '5').append(" 40\n"), 40},
     };
     for (const auto& [strLines, iPercent] : aoCases)
     {
