@@ -206,7 +206,7 @@ void RunBesideTheModel(unsigned int uiSeed)
 
 TEST(StringModel, SharesLocksAllocatesAndFindsAsTheModel)
 {
-    for (unsigned int uiSeed = 1; uiSeed <= 300 && !HasFailure(); ++uiSeed)
+    for (unsigned int uiSeed = 1; uiSeed <= 150 && !HasFailure(); ++uiSeed)
     {
         SCOPED_TRACE(testing::Message() << "seed " << uiSeed);
         RunBesideTheModel(uiSeed);

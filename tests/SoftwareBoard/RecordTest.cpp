@@ -325,6 +325,7 @@ TEST_F(RecordTest, ADamagedRecordIsReadUpToTheDamage)
     const std::string strText = Record();
     for (size_t ui = 0; ui < strText.size(); ++ui)
     {
+        if (ui % 5 != 0 && strText[ui] != '\n') continue;
         const std::string_view svCut(strText.data(), ui);
         RecordReader           oCut(svCut, m_strRecord);
         std::ptrdiff_t         iCalls = 0;
