@@ -1,9 +1,12 @@
-// Command lines of the panel, an argument a line: each is refused, or the command that it names first would be carried out.
+// Command lines of the panel and its viewer, an argument a line: each is refused, or the command that it names first would
+// be carried out.
 #include <algorithm>
 
 #include "Commands.h"
 #include "Fuzz.h"
+#include "Viewer.h"
 
+using namespace SoftwareBoard;
 using namespace SoftwareBoard::Panel;
 
 namespace
@@ -22,6 +25,7 @@ constexpr SCommand COMMANDS[] = {
     {{"record", "", "", true}, AddOnly<AddRecord>}, {{"replay", "", "", true}, AddOnly<AddReplay>},
     {{"run", "", "", true}, AddOnly<AddRun>},       {{"snapshot", "", ""}, AddOnly<AddSnapshot>},
     {{"status", "", ""}, AddOnly<AddStatus>},       {{"wait", "", ""}, AddOnly<AddWait>},
+    {WATCH_TEXT, AddOnly<Viewer::AddWatch>},        {PREVIEW_TEXT, AddOnly<Viewer::AddPreview>},
 };
 }
 
