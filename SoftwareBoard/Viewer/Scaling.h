@@ -15,7 +15,7 @@ struct SArea
 {
     KUINT32 uiLeft = 0, uiTop = 0, uiRight = 0, uiBottom = 0;
 
-    bool IsEmpty() const { return uiLeft >= uiRight || uiTop >= uiBottom; }
+    bool IsEmpty() const { return uiLeft >= uiRight; }  // an area without a column has no row either
 };
 
 SArea WholeOf(const Panel::SPicture& roPicture);

@@ -250,7 +250,7 @@ void Window::DrawTile(size_t uiOutput, const SDL_Rect& roTile, int iCaptionHeigh
 void Window::DrawProgress(int iWidth, int iY)
 {
     const SBoardView& roView = m_roBoard.GetView();
-    const int         iBar   = iWidth * static_cast<int>(std::min(roView.uiProgressPct, 100u)) / 100;
+    const int         iBar   = iWidth * static_cast<int>(roView.uiProgressPct) / 100;  // SDL cuts what is above 100 %
     const SDL_Rect    oBar = {0, iY, iBar, TEXT_ROW}, oRest = {iBar, iY, iWidth - iBar, TEXT_ROW};
     const SDL_Rect    oWords = {MARGIN, iY, iWidth - MARGIN, TEXT_ROW};
     Fill(oBar, BAR_COLOURS.auiPaper);

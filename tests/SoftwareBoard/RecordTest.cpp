@@ -205,9 +205,10 @@ TEST_F(RecordTest, EveryCallOfEveryThreadAndProcessHasItsLine)
     };
     // A command may close what it does not know, and another file gets the number. Returns it.
     const auto fReplace = [&] {
-        int iReplaced = -1;
+        int iReplaced = -1, iOpen = 0;
         for (const auto& roFd : fs::directory_iterator("/proc/self/fd"))
-            if (fs::read_symlink(roFd) == m_strRecord) iReplaced = std::stoi(roFd.path().filename());
+            if (fs::read_symlink(roFd) == m_strRecord) ++iOpen, iReplaced = std::stoi(roFd.path().filename());
+        EXPECT_LE(iOpen, 2) << "more than its own and that of the process that it was forked from";
         if (iReplaced >= 0) dup2(STDERR_FILENO, iReplaced);
         return iReplaced;
     };
