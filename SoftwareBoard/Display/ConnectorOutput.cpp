@@ -73,7 +73,6 @@ std::optional<std::string> ConnectorOutput::Follow()
 {
     if (m_poScanout == nullptr)
         return std::nullopt;
-    m_poScreen->Update();
     std::string strProblem;
     try
     {

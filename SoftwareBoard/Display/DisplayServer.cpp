@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 
 #include "Printable.h"
 #include "Refusal.h"
@@ -261,6 +262,12 @@ void DisplayServer::FollowBoard()
 
 void DisplayServer::FollowScreens()
 {
+    std::set<FollowedScreen*> oScreens;  // each once, however many outputs show it
+    for (const ConnectorOutput& roOutput : m_aoOutputs)
+        oScreens.insert(roOutput.GetScreen().get());
+    oScreens.erase(nullptr);
+    for (FollowedScreen* const poScreen : oScreens)
+        poScreen->Update();
     for (KUINT32 uiOutput = 0; uiOutput < m_aoOutputs.size(); ++uiOutput)
     {
         const std::optional<std::string> ostrProblem = m_aoOutputs[uiOutput].Follow();
