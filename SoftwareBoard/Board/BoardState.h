@@ -95,7 +95,7 @@ public:
     // Opens the state in the folder; nothing if there is no such file. Throws BoardError if the file is not a board's state.
     // The calls that read it throw BoardError if it is damaged.
     static std::optional<BoardState> Find(const BoardFolder& roFolder);
-    // Whether the file begins like the state of a board.
+    // Whether the file ends like the state of a board.
     static bool IsOurs(const FileDescriptor& roFile);
     // Overwrites oFile with the state of a new board. Allocates all its blocks, so that a full disk cannot keep a register
     // or an output from being written later.
