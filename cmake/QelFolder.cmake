@@ -84,6 +84,6 @@ endfunction()
 # A tool that asks for the command line of each file gets each file on its own.
 function(qel_compile_as_one)
   if(NOT CMAKE_EXPORT_COMPILE_COMMANDS)
-    set_target_properties(${ARGN} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 32)
+    set_target_properties(${ARGN} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
   endif()
 endfunction()
