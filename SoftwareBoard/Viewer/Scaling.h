@@ -15,7 +15,7 @@ struct SArea
 {
     KUINT32 uiLeft = 0, uiTop = 0, uiRight = 0, uiBottom = 0;
 
-    bool IsEmpty() const { return uiLeft >= uiRight; }  // an area without a column has no row either
+    bool IsEmpty() const { return uiTop >= uiBottom; }  // an area with a row has a column
 };
 
 SArea WholeOf(const Panel::SPicture& roPicture);

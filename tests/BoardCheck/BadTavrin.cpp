@@ -129,6 +129,7 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
     if (Is("pitch")) po->auiPitch[0] = po->auiWidth[0];
     if (Is("size")) po->auiHeight[0] += 1;
     if (Is("planes")) po->uiPlaneCount = 2;
+    if (Is("many-planes")) po->uiPlaneCount = 4;
     if (Is("format")) po->aePlaneFormat[0] = TPixelFormat_B8G8R8A8;
     return eStatus;
 }

@@ -32,6 +32,7 @@ fault|pitch|pitch|a pitch equal to the width
 fault|pitch-in-bytes|planes|a pitch of 208 pixels and of 200 bytes
 fault|size|planes|a size of 200 x 151 instead of 200 x 150
 fault|planes|planes|came: 2 planes
+fault|many-planes|planes|came: 4 planes
 fault|format|planes|came: a plane of format 54
 fault|upside-down|second-access|came: upside down
 fault|exchanged|second-access|came: red and blue exchanged
@@ -52,6 +53,7 @@ fault|-1 TBoard_RegWrite|running-register|register 6908 may not hold 0 again: TB
 fault|-1 TBoard_RegRead|registers|TBoard_RegRead returned -1
 fault|crash TBuffer_CreateVideo|buffer|TBuffer_CreateVideo crashes (SIGSEGV)
 fault|crash TBoard_RegWrite 3|running-register|TBoard_RegWrite crashes (SIGSEGV)
+fault|stop-crash TBoard_RegWrite 2|running-register|TBoard_RegWrite crashes (SIGSEGV)|143
 fault|exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit status 0)
 fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount||it can be loaded and unloaded|143
@@ -251,6 +253,7 @@ lines() {
 2|--draw -v 640 480 $timing 9
 2|--draw -v 640 480 $timing
 2|--seconds 1
+2|-v 640 480 $timing 8
 2|--draw --seconds 3601
 ROWS
   for arguments in '' --json --help --version; do

@@ -153,7 +153,7 @@ TEST_F(PanelTest, SnapshotIsNeverTorn)
     });
     oDrawing.Await();
     oDrawing.Resume();
-    for (int iTry = 0; iTry < 6; ++iTry)
+    for (int iTry = 0; iTry < 12; ++iTry)
     {
         Expect("snapshot 0 " + At("screen.png"), 0, "");
         const Png oPng(At("screen.png"), uiWidth, uiHeight);
