@@ -422,7 +422,7 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         EXPECT_EQ(oSheet.Red(uiX, 416), uiRed) << uiX;
     const std::pair<std::string, std::string> aoWarnings[] = {
         {"-i " + At("sheet.png"), "1920x762, where the output has 1024x768: it is cut, not scaled, and covers only a part"},
-        {"-i " + At("none.png"), "none.png: No such file"},
+        {"-d 0 -et 1 -p 0 0 9 9 -a 1 1 9 9 -i " + At("none.png"), "none.png: No such file"},
         {"-i " BOARD_PANEL, "no PNG that can be read"},
         {"-a 1 1 9 9 -f " + At("frame"), "frame01.png: No such file"},
     };

@@ -111,6 +111,20 @@ TEST_F(RecordTest, TheOrderOfTheCallsIsAsInTheRecords)
     Expect("replay --fast " + m_strRecord + TOOL + " -p 1 2 300 40 -l 16", 0, "");
 }
 
+TEST(RecordedFields, EachBitOfTheTimingsBelongsToOne)
+{
+    for (KUINT32 uiBit = 0; uiBit < 32; ++uiBit)
+    {
+        tagTVideo_VidParam oTimings = {};
+        const KUINT32      uiFlags  = 1u << uiBit;
+        std::memcpy(&oTimings.uiVBPorch + 1, &uiFlags, sizeof(uiFlags));
+        HandleNames oNames;
+        const Json  oFields = Json::parse(
+             ReadArguments(TableRow(EOperation::TVideoOut_Enable), {0, 0, ToWord(&oTimings), 0, 0}, oNames))["poVidParam"];
+        EXPECT_EQ(std::count_if(oFields.begin(), oFields.end(), [](const Json& ro) { return ro != 0; }), 1) << oFields;
+    }
+}
+
 // What is in no line of its own: a call that did not return, a signal, what could not be written.
 TEST_F(RecordTest, TheEndOfARecordTellsHowTheRunEnded)
 {

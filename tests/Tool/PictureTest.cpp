@@ -107,9 +107,9 @@ TEST_F(Picture, AnotherSizeIsReportedAndCut)
     }
 }
 
-// A damaged file is refused and leaves the target untouched. The test cuts the file at every byte, and damages every byte. It
-// does that once with the checksums as they are, when the picture must be right if it is accepted, and once with checksums
-// that match the damage.
+// A damaged file is refused and leaves the target untouched. The test cuts the file at every byte, and damages every byte.
+// It does that once with the checksums as they are, when the picture must be right if it is accepted, and once with
+// checksums that match the damage.
 TEST_F(Picture, DamageCostsAFalseAndNothingElse)
 {
     EXPECT_FALSE(Captured([] { return LoadImage(nullptr, 6, 24, 5, nullptr); }));
