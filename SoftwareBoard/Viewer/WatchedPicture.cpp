@@ -28,7 +28,6 @@ WatchedPicture::WatchedPicture(Screen oScreen)
     : m_oScreen(std::move(oScreen)), m_oMapping(m_oScreen),
       m_oDrawing(m_oScreen.GetPixels().Get(), m_oScreen.GetOutput().iHolderPid), m_auiLooksLeft(m_oScreen.GetHeight())
 {
-    m_oDrawing.MayHaveDrawn();  // before the picture is read: what is drawn from here on counts at the next look
     m_oPicture = Panel::ReadPicture(m_oScreen);
 }
 

@@ -84,6 +84,7 @@ template <auto pfOperation, class... TArguments> auto Pass(const char* pszName, 
 
 tagTBuffer_PlaneInfo s_oInfo;
 KUINTPTR             s_uiPlane = 0;
+int                  s_iTaken  = 0;  // buffers, accesses and outputs that are not given back
 std::vector<KUINT32> s_auiBefore;
 bool                 s_bWasDisabled = false;
 
@@ -108,7 +109,11 @@ void Spoil()
 extern "C"
 {
 TStatus Tavrin_Load(void)   { return Commit("Tavrin_Load"); }
-TStatus Tavrin_UnLoad(void) { return Commit("Tavrin_UnLoad"); }
+TStatus Tavrin_UnLoad(void)
+{
+    if (s_iTaken != 0) std::fprintf(stderr, "not given back: %d\n", s_iTaken);
+    return Commit("Tavrin_UnLoad");
+}
 KUINT32 Tavrin_GetDeviceCount(void)
 {
     const TStatus eStatus = Commit("Tavrin_GetDeviceCount");
@@ -120,7 +125,7 @@ TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
     return eStatus < 0 ? nullptr : PASS(Tavrin_GetDevice, ui);
 }
 TStatus TBuffer_CreateVideo(TDevice_Handle h, TPixelFormat e, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* ph)
-    { return PASS(TBuffer_CreateVideo, h, e, uiWidth, uiHeight, ph); }
+    { return ++s_iTaken, PASS(TBuffer_CreateVideo, h, e, uiWidth, uiHeight, ph); }
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
 {
     const TStatus eStatus = PASS(TBuffer_GetPlaneInfo, h, po);
@@ -135,17 +140,18 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
 }
 TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, KUINTPTR* pui)
 {
+    ++s_iTaken;
     const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, Is("planes") ? 1 : uiPlanes, pui);
     s_uiPlane = *pui;
     const auto* const puiFirst = reinterpret_cast<const KUINT32*>(s_uiPlane);
     if (Is("forgotten")) s_auiBefore.assign(puiFirst, puiFirst + size_t{s_oInfo.auiPitch[0]} * s_oInfo.auiHeight[0]);
     return eStatus;
 }
-TStatus TBuffer_EndAccess(TBuffer_Handle h) { return Spoil(), PASS(TBuffer_EndAccess, h); }
-TStatus TBuffer_Destroy(TBuffer_Handle h) { return PASS(TBuffer_Destroy, h); }
+TStatus TBuffer_EndAccess(TBuffer_Handle h) { return --s_iTaken, Spoil(), PASS(TBuffer_EndAccess, h); }
+TStatus TBuffer_Destroy(TBuffer_Handle h) { return --s_iTaken, PASS(TBuffer_Destroy, h); }
 TStatus TVideoOut_GetCount(TDevice_Handle h, KUINT32* pui) { return PASS(TVideoOut_GetCount, h, pui); }
 TStatus TVideoOut_GetHandle(TDevice_Handle h, KUINT32 ui, TAccessMode e, TVideoOut_Handle* ph)
-    { return PASS(TVideoOut_GetHandle, h, ui, e, ph); }
+    { return ++s_iTaken, PASS(TVideoOut_GetHandle, h, ui, e, ph); }
 TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const tagTVideo_VidParam* po, TBuffer_Handle hBuffer,
                          TVideoOut_PowerState ePower)
 {
@@ -157,7 +163,7 @@ TStatus TVideoOut_Disable(TVideoOut_Handle h) { return s_bWasDisabled = true, PA
 TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h)
 {
     if (Is("released")) PASS(TVideoOut_Disable, h);
-    return PASS(TVideoOut_ReleaseHandle, h);
+    return --s_iTaken, PASS(TVideoOut_ReleaseHandle, h);
 }
 TStatus TBoard_RegWrite(TDevice_Handle h, KUINT32 ui, KUINT32 uiValue)
     { return Is("deaf") ? TStatus_OK : PASS(TBoard_RegWrite, h, ui, uiValue); }

@@ -126,6 +126,7 @@ fault() { # FAULT ROW SAID STATUS OUTPUTS
   expect "rows that fail with '$1'" "$2" "$(awk '$1 == "fails" { printf "%s%s", gap, $2; gap = " " }' "$work/out")"
   says "the report with '$1'" "$3"
   case $1 in
+    '') expect 'what the library has to say of a sound run' '' "$(cat "$work/err")" ;;
     crash*) expect "what the library says before '$1'" 'last words' "$(grep -om 1 'last words' "$work/err")" ;;
     child*) [ -s "$work/child" ] && wait_until child_state '' || expect 'a process that the library leaves' 'an end' none ;;
   esac

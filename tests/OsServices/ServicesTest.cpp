@@ -32,6 +32,7 @@ KBOOL32 Thread()
     };
     const auto fnStop = [&](HCpuThread h) {
         EXPECT_TRUE(g_oOsServices.CpuThread_Join(h) == (h != nullptr) && !h == !hRan);
+        EXPECT_TRUE(g_oOsServices.IsThreadIdEqual(hRan, hRan));
         return !g_oOsServices.IsThreadIdEqual(hRan, pthread_self()) && g_oOsServices.CpuThread_Destroy(h);
     };
     return MakeAndUnmake<HCpuThread>([&](auto& rh) { return g_oOsServices.CpuThread_Create(pfnRun, &hRan, rh); }, fnStop);

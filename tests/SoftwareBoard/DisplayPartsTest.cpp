@@ -223,7 +223,16 @@ TEST_F(ScreenCopyTest, FileThatIsCutWhileItIsReadIsAFailureAndNoSignal)
 {
     InClient([this](TestClient& ro) {
         ro.MakeBuffer(uiWidth, uiHeight);
-        const Screen       oScreen = Observe({.oVidParam = {20, 700}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight});
+        const auto fObserve = [](KUINT32 uiFile, KUINT32 uiShown) {
+            SoftwareBoard::SOutputRecord oOutput = {
+                .oVidParam = {20, uiShown}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight};
+            oOutput.uiPixelFile = uiFile;
+            return Observe(oOutput);
+        };
+        const Screen oScreen = fObserve(0, 700);
+        ro.MakeBuffer(uiWidth, uiHeight);
+        EXPECT_TRUE(oScreen == fObserve(0, 700)) << "its outputs would not share it";
+        EXPECT_FALSE(oScreen == fObserve(1, 700) || oScreen == fObserve(0, 600));
         const PixelMapping oMapping(oScreen);
         volatile KUINT32   uiLast  = 0;
         const std::string  strFile = m_oFolder / "board.pixels-0";

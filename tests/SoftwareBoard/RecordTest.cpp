@@ -109,6 +109,10 @@ TEST_F(RecordTest, TheOrderOfTheCallsIsAsInTheRecords)
     fUnpack("teardown");
     ASSERT_EQ(std::system(strAge.c_str()), 0);
     Expect("replay --fast " + m_strRecord + TOOL + " -p 1 2 300 40 -l 16", 0, "");
+    // The board of a replay has each FPGA once, however often it was asked about.
+    Expect("create --fpga 3:1.33.0 --fpga 5:2.13.45@11", 0, "");
+    Expect("record " + m_strRecord + " -- " + (fs::path(BOARD_PANEL).parent_path() / "QelBoardCheck").string(), 0, "");
+    Expect("replay --fast " + m_strRecord + " -- " BOARD_PANEL " status 2>&1 | grep -c FPGA", 0, "2\n");
 }
 
 TEST(RecordedFields, EachBitOfTheTimingsBelongsToOne)

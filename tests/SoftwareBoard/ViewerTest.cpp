@@ -71,7 +71,9 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
             for (size_t uiX = oChanged.uiLeft; uiX < oChanged.uiRight; ++uiX)
                 oFrom.auiRgba[uiY * oFrom.GetPitchInBytes() + uiX * 4 + uiX % 3] = 255;
         }
-        ScaleDown(oFrom, oChanged, oPart);
+        const SArea oDrawn = ScaleDown(oFrom, oChanged, oPart);
+        EXPECT_LE(oDrawn.uiRight, oChanged.uiRight * uiToWidth / uiWidth + 1) << "more than what changed";
+        EXPECT_LE(oDrawn.uiBottom, oChanged.uiBottom * uiToHeight / uiHeight + 1);
         // A pixel is the mean of the pixels that it replaces, rounded.
         for (size_t ui = 0; ui < oPart.auiRgba.size(); ++ui)
         {
