@@ -65,8 +65,8 @@ public:
                std::shared_ptr<FollowedScreen> poScreen);
     void Darken();
 
-    // Brings the display up to date with the copy of its screen. Returns a value only if something changed: why it cannot follow the screen any more, as
-    // a text to follow the connector's name, or an empty text if it can again.
+    // Brings the display up to date with the copy of its screen. Returns a value only if something changed: why it cannot
+    // follow the screen any more, as a text to follow the connector's name, or an empty text if it can again.
     std::optional<std::string> Follow();
 
     // How often Follow should be called, in nanoseconds; nothing if the picture cannot change.
