@@ -34,7 +34,7 @@ timespec DeadlineAfter(KUINT32 uiMs)
 // An event as one would write it down: a flag, its mutex and its condition.
 struct BareEvent
 {
-    pthread_mutex_t oMutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_t oMutex = {};  // as PTHREAD_MUTEX_INITIALIZER has it, but for warnings
     pthread_cond_t  oCond  = PTHREAD_COND_INITIALIZER;
     bool            bIsSet = false;
 

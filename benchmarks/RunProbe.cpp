@@ -100,7 +100,7 @@ private:
         pthread_mutex_unlock(&m_oMutex);
     }
 
-    pthread_mutex_t                  m_oMutex     = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_t                  m_oMutex     = {};  // as PTHREAD_MUTEX_INITIALIZER has it, but for warnings
     pthread_cond_t                   m_oCond      = PTHREAD_COND_INITIALIZER;
     std::vector<KUINT8>              m_auiBarRow  = std::vector<KUINT8>(PROBE_BAR_WIDTH * 4, 0xFF);
     KUINT8*                          m_puiPlane   = MapPlane();
