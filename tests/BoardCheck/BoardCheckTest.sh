@@ -17,6 +17,7 @@ fault|hang TVideoOut_Disable|disable|output 1 may still be on: TVideoOut_Disable
 default
 fault|hang TVideoOut_Disable 2|disable|TVideoOut_Disable hangs
 fault|hang TVideoOut_Enable 2|enable|TVideoOut_Enable hangs: it does not return within 2 s
+fault|hang TBuffer_BeginAccess|rows|TBuffer_BeginAccess hangs
 fault|hang TBoard_RegWrite 2|running-register|TBoard_RegWrite hangs
 look
 card
@@ -57,6 +58,7 @@ fault|stop-crash TBoard_RegWrite 2|running-register|TBoard_RegWrite crashes (SIG
 fault|exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit status 0)
 fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount||it can be loaded and unloaded|143
+fault|stop TBuffer_BeginAccess||a second access shows what the first drew (stopped by a signal)|143
 fault|stop TVideoOut_Enable 2||the handle of an enabled output is released (stopped by a signal)|143
 fault|stop-crash TVideoOut_Enable 2|enable|TVideoOut_Enable crashes (SIGSEGV)|143
 fault|stop TVideoOut_Disable 2||the outputs show a test card (stopped by a signal)|143
