@@ -23,7 +23,8 @@ EXPRESSIONS_AROUND = {Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR}
 CALLS = {Kind.CALL_EXPR, Kind.CXX_DELETE_EXPR}
 CONDITIONS = {Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR}
 BODIES = {Kind.IF_STMT, Kind.WHILE_STMT, Kind.FOR_STMT, Kind.CXX_FOR_RANGE_STMT}
-FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.DESTRUCTOR, Kind.FUNCTION_TEMPLATE}
+FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR, Kind.FUNCTION_TEMPLATE, Kind.LAMBDA_EXPR}
+WITHOUT_RESULT = {Kind.CONSTRUCTOR, Kind.DESTRUCTOR}
 PLAIN_RESULTS = {TypeKind.BOOL, TypeKind.INT, TypeKind.UINT, TypeKind.LONG, TypeKind.ULONG, TypeKind.USHORT, TypeKind.SHORT,
                  TypeKind.ENUM, TypeKind.POINTER}
 
@@ -195,14 +196,22 @@ class Finder:
 
     def _early_return(self, cursor):
         body = [child for child in cursor.get_children() if child.kind == Kind.COMPOUND_STMT]
-        result = cursor.result_type.get_canonical().kind
-        if not body or (cursor.kind != Kind.DESTRUCTOR and result != TypeKind.VOID and result not in PLAIN_RESULTS):
+        value = self._plain_result(cursor)
+        path, start, end = self._span(body[0]) if body else (None, 0, 0)
+        if value is None or path is None or not self._text(path)[start + 1:end - 1].strip():
             return
-        path, start, end = self._span(body[0])
-        if path is None or not self._text(path)[start + 1:end - 1].strip():
-            return
-        value = '' if cursor.kind == Kind.DESTRUCTOR or result == TypeKind.VOID else ' {}'
-        self._add(path, start + 1, start + 1, f' return{value}; ', f'{cursor.spelling} returns at once')
+        self._add(path, start + 1, start + 1, f' return{value}; ', f"{cursor.spelling or 'lambda'} returns at once")
+
+    def _plain_result(self, function):
+        """What stands behind "return" where nothing is done, or None if that is not known."""
+        if function.kind in WITHOUT_RESULT:
+            return ''
+        if function.kind == Kind.LAMBDA_EXPR:  # its type is the one of what it returns
+            returns = [below for below in function.walk_preorder() if below.kind == Kind.RETURN_STMT and list(below.get_children())]
+            is_bool = all(next(one.get_children()).type.get_canonical().kind == TypeKind.BOOL for one in returns)
+            return '' if not returns else ' false' if is_bool else None
+        result = function.result_type.get_canonical().kind
+        return '' if result == TypeKind.VOID else ' {}' if result in PLAIN_RESULTS else None
 
 
 def shortened(text):
