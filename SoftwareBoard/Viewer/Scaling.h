@@ -13,7 +13,7 @@ namespace SoftwareBoard::Viewer
 // A part of a picture, in pixels. The right column and the bottom row are not part of it.
 struct SArea
 {
-    KUINT32 uiLeft = 0, uiTop = 0, uiRight = 0, uiBottom = 0;
+    KUINT32 uiLeft, uiTop, uiRight, uiBottom;
 
     bool IsEmpty() const { return uiTop >= uiBottom; }  // an area with a row has a column
 };

@@ -49,7 +49,7 @@ private:
     std::vector<KUINT8> m_auiLooksLeft;  // for each row: how many more looks compare it, because it changed
     size_t              m_uiLooks   = 0;
     KUINT32             m_uiVersion = 0;
-    SArea               m_oChanged;
+    SArea               m_oChanged  = {};
 };
 }
 

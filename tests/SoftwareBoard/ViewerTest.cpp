@@ -11,6 +11,7 @@
 namespace
 {
 using namespace SoftwareBoard::Viewer;
+using SoftwareBoard::Panel::SPicture;
 
 TEST(Tiling, PicturesBecomeLargestInRoomsOfAnyShape)
 {
@@ -25,32 +26,62 @@ TEST(Tiling, PicturesBecomeLargestInRoomsOfAnyShape)
     };
     for (const auto& [iTiles, iWidth, iHeight, fWidth, fHeight, fScale, iAcross] : aoCases)
     {
-        const STiling oTiling = ChooseTiling({iTiles, iWidth, iHeight, 8, 8, fWidth, fHeight, fScale, 1,
+        const STiling oTiling = ChooseTiling({iTiles, iWidth, iHeight, 8, 4, fWidth, fHeight, fScale, 1,
                                               [](int, int iTall) { return iTall < 100 ? 20 : 40; }});
         EXPECT_EQ(oTiling.iAcross, iAcross)
             << iTiles << " of " << fWidth << "x" << fHeight << " in " << iWidth << "x" << iHeight;
+        const int iDown = (iTiles + iAcross - 1) / iAcross;
+        EXPECT_EQ(oTiling.iTileWidth, std::max((iWidth - 8 * (iAcross - 1)) / iAcross, 1));
+        EXPECT_EQ(oTiling.iTileHeight, std::max((iHeight - 4 * (iDown - 1)) / std::max(iDown, 1), 1));
         EXPECT_EQ(oTiling.iCaptionHeight, oTiling.iTileHeight < 100 ? 20 : 40);
-        EXPECT_LE(iAcross * (oTiling.iTileWidth + 8) - 8, std::max(iWidth, 1));
     }
     EXPECT_EQ(FitPicture(1024, 768, 936, 5000), std::pair(936, 702));
     EXPECT_EQ(FitPicture(1080, 1920, 936, 960), std::pair(540, 960));
     EXPECT_EQ(FitPicture(0xFFFFFFFF, 1, 100, 0), std::pair(100, 1));
 }
 
+KUINT32 At(const SPicture& ro, size_t uiX, size_t uiY)
+{
+    return reinterpret_cast<const KUINT32*>(ro.auiRgba.data())[uiY * ro.uiWidth + uiX];
+}
+
 TEST(ContactSheet, FitsAScreenAndEnlargesNothing)
 {
-    const std::tuple<size_t, KUINT32, KUINT32, KUINT32, KUINT32> aoCases[] = {
-        // pictures, their size, the sheet's
-        {1, 640, 480, 672, 540},    {2, 300, 700, 648, 760}, {3, 1024, 768, 1348, 1080}, {5, 1920, 1080, 1918, 798},
-        {5, 1080, 1920, 1916, 707}, {3, 10, 10, 160, 124},   {600, 10, 10, 1816, 1312},
+    const std::tuple<size_t, KUINT32, KUINT32, KUINT32, KUINT32, KUINT32> aoCases[] = {
+        // pictures, their size, what it becomes, side by side
+        {1, 64, 48, 64, 48, 1}, {3, 1024, 768, 650, 488, 2}, {5, 1080, 1920, 364, 647, 5},
+        {3, 10, 10, 10, 10, 2}, {600, 10, 10, 10, 10, 25},
     };
-    for (const auto& [uiPictures, uiWidth, uiHeight, uiSheetWidth, uiSheetHeight] : aoCases)
+    for (const auto& [uiPictures, uiWidth, uiHeight, uiTileWidth, uiTileHeight, uiAcross] : aoCases)
     {
-        ContactSheet oSheet(uiPictures);
+        ContactSheet      oSheet(uiPictures);
+        const KUINT32     uiRoom = std::max(uiTileWidth, 56u), uiAcrossEach = uiRoom + 16, uiDownEach = uiTileHeight + 44;
+        const std::string astrLabels[] = {"25 %", "a label that is much too long for any tile " + std::string(200, '.')};
+        SPicture          aoLabels[2];
         for (size_t ui = 0; ui < uiPictures; ++ui)
-            oSheet.Add(oSheet.MakeTile(uiWidth, uiHeight), "a label that is much too long");
-        const auto oDrawn = oSheet.Draw();
-        EXPECT_EQ(std::pair(oDrawn.uiWidth, oDrawn.uiHeight), std::pair(uiSheetWidth, uiSheetHeight)) << uiPictures;
+        {
+            SPicture oTile = oSheet.MakeTile(uiWidth, uiHeight);
+            EXPECT_EQ(std::pair(oTile.uiWidth, oTile.uiHeight), std::pair(uiTileWidth, uiTileHeight));
+            for (KUINT8 uiByte = 0; KUINT8 & rui : oTile.auiRgba) rui = uiByte++;
+            oSheet.Add(std::move(oTile), astrLabels[ui % 2]);
+            aoLabels[ui % 2] = DrawText(CutText(astrLabels[ui % 2], FitsPixels(static_cast<int>(uiRoom))), uiRoom, 28,
+                                        {{226, 230, 236}, {44, 48, 56}}, true);
+        }
+        const SPicture oDrawn = oSheet.Draw();
+        const KUINT32  uiDown = (static_cast<KUINT32>(uiPictures) + uiAcross - 1) / uiAcross;
+        ASSERT_EQ(std::pair(oDrawn.uiWidth, oDrawn.uiHeight),
+                  std::pair(16 + uiAcross * uiAcrossEach, 16 + uiDown * uiDownEach));
+        const auto fExpected = [&](KUINT32 x, KUINT32 y) {
+            const KUINT32 uiTile = (y - 16) / uiDownEach * uiAcross + (x - 16) / uiAcrossEach;
+            const KUINT32 uiX = (x - 16) % uiAcrossEach, uiY = (y - 16) % uiDownEach, uiLeft = (uiRoom - uiTileWidth) / 2;
+            if (x < 16 || y < 16 || uiTile >= uiPictures || uiX >= uiRoom || uiY >= uiTileHeight + 28) return 0xFF38302C;
+            if (uiY >= uiTileHeight) return At(aoLabels[uiTile % 2], uiX, uiY - uiTileHeight);
+            const KUINT32 uiAt = uiY * uiTileWidth + uiX - uiLeft;
+            return uiX - uiLeft < uiTileWidth ? uiAt % 64 * 0x04040404 + 0x03020100 : 0xFF38302C;
+        };
+        EXPECT_TRUE(IsPicture(
+            oDrawn.uiWidth, oDrawn.uiHeight, [&](KUINT32 x, KUINT32 y) { return At(oDrawn, x, y); }, fExpected))
+            << uiPictures;
     }
 }
 
@@ -60,31 +91,47 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
         // the picture, what it is scaled to, and what changes
         {64, 48, 10, 7, {0, 0, 1, 1}},    {64, 48, 10, 7, {63, 47, 64, 48}}, {64, 48, 10, 7, {13, 6, 14, 7}},
         {50, 9, 49, 9, {7, 3, 31, 5}},    {30, 30, 30, 30, {4, 5, 6, 7}},    {9, 300, 1, 1, {2, 299, 9, 300}},
-        {64, 48, 10, 7, {12, 5, 12, 48}}, {64, 48, 10, 7, {12, 5, 48, 5}},
+        {64, 48, 10, 7, {12, 5, 12, 48}}, {64, 48, 10, 7, {0, 0, 48, 0}},
     };
+    std::mt19937 oRandom(1);
     for (const auto& [uiWidth, uiHeight, uiToWidth, uiToHeight, oChanged] : aoCases)
     {
-        SoftwareBoard::Panel::SPicture oFrom = MakePlain(uiWidth, uiHeight), oPart = MakePlain(uiToWidth, uiToHeight);
+        // Light, as sums overflow there first: the green is always 255.
+        SPicture oFrom = MakePlain(uiWidth, uiHeight, {255, 255, 255}), oPart = MakePlain(uiToWidth, uiToHeight);
+        for (size_t ui = 0; ui < oFrom.auiRgba.size(); ui += 2) oFrom.auiRgba[ui] = static_cast<KUINT8>(oRandom());
         ScaleDown(oFrom, WholeOf(oFrom), oPart);
         for (size_t uiY = oChanged.uiTop; uiY < oChanged.uiBottom; ++uiY)
         {
             for (size_t uiX = oChanged.uiLeft; uiX < oChanged.uiRight; ++uiX)
-                oFrom.auiRgba[uiY * oFrom.GetPitchInBytes() + uiX * 4 + uiX % 3] = 255;
+                oFrom.auiRgba[uiY * oFrom.GetPitchInBytes() + uiX * 4 + uiX % 3] ^= 0xFF;
         }
         const SArea oDrawn = ScaleDown(oFrom, oChanged, oPart);
-        EXPECT_LE(oDrawn.uiRight, oChanged.uiRight * uiToWidth / uiWidth + 1) << "more than what changed";
-        EXPECT_LE(oDrawn.uiBottom, oChanged.uiBottom * uiToHeight / uiHeight + 1);
-        // A pixel is the mean of the pixels that it replaces, rounded.
+        EXPECT_EQ(oDrawn.uiLeft, oChanged.uiLeft * uiToWidth / uiWidth) << "more than what changed";
+        EXPECT_EQ(oDrawn.uiTop, oChanged.uiTop * uiToHeight / uiHeight);
+        EXPECT_LE(oDrawn.uiRight, oChanged.uiRight * uiToWidth / uiWidth + 1);
+        EXPECT_LE(oDrawn.uiBottom, oChanged.uiTop == oChanged.uiBottom ? 0 : oChanged.uiBottom * uiToHeight / uiHeight + 1);
+        // A pixel is the mean of the pixels that it replaces, rounded. What rows that are too short lack is black.
+        auto          oShort = MakePlain(uiToWidth, uiToHeight);
+        const KUINT32 uiFrom = uiToWidth / 3;
+        RowScaler     oScaler(uiWidth, uiHeight, oShort, {uiFrom, 0, uiToWidth, uiToHeight});
+        for (KUINT32 uiRow = oScaler.GetFirstRow(); uiRow < oScaler.GetEndRow(); ++uiRow)
+            oScaler.AddRow({reinterpret_cast<const KUINT32*>(oFrom.auiRgba.data()) + uiRow * uiWidth, uiWidth / 2});
         for (size_t ui = 0; ui < oPart.auiRgba.size(); ++ui)
         {
             const size_t uiX = ui / 4 % uiToWidth, uiY = ui / 4 / uiToWidth;
-            size_t       uiSum = 0, uiPixels = 0;
+            size_t       uiSum = 0, uiShort = 0, uiPixels = 0;
             for (size_t y = uiY * uiHeight / uiToHeight; y < (uiY + 1) * uiHeight / uiToHeight; ++y)
             {
                 for (size_t x = uiX * uiWidth / uiToWidth; x < (uiX + 1) * uiWidth / uiToWidth; ++x, ++uiPixels)
-                    uiSum += oFrom.auiRgba[y * oFrom.GetPitchInBytes() + x * 4 + ui % 4];
+                {
+                    const KUINT8 ui8 = oFrom.auiRgba[y * oFrom.GetPitchInBytes() + x * 4 + ui % 4];
+                    uiSum += ui8;
+                    uiShort += (uiX >= uiFrom && x < uiWidth / 2) || ui % 4 == 3 ? ui8 : 0;
+                }
             }
-            ASSERT_EQ(oPart.auiRgba[ui], (uiSum + uiPixels / 2) / uiPixels) << uiWidth << "x" << uiHeight << ", byte " << ui;
+            ASSERT_EQ(std::pair(size_t{oPart.auiRgba[ui]}, size_t{oShort.auiRgba[ui]}),
+                      std::pair((uiSum + uiPixels / 2) / uiPixels, (uiShort + uiPixels / 2) / uiPixels))
+                << uiWidth << "x" << uiHeight << ", byte " << ui;
         }
     }
 }
@@ -101,12 +148,20 @@ TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
         ro.MakeBuffer(uiWidth, uiHeight);
         EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo), TStatus_OK);
         KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        WatchedPicture oPicture(
-            Observe({.oVidParam = {uiWidth, uiHeight}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
-        const auto* const puiPicture = reinterpret_cast<const KUINT32*>(oPicture.GetPixels().auiRgba.data());
-        std::vector       auiFollowed(puiPicture, puiPicture + size_t{uiWidth} * uiHeight);  // by what is said to change
-        std::mt19937      oRandom(1);
-        const auto        Below = [&](KUINT32 uiLimit) { return static_cast<KUINT32>(oRandom()) % uiLimit; };
+        const auto     fObserve = [](KUINT32 uiActiveWidth, KUINT32 uiActiveHeight, KINT32 iHolder) {
+            return Observe({0, iHolder, {uiActiveWidth, uiActiveHeight}, 0, uiWidth, uiHeight});
+        };
+        WatchedPicture oPicture(fObserve(uiWidth, uiHeight, 0));
+        for (const auto& [uiLessWide, uiLessHigh, iHolder] : {std::tuple(0u, 0u, 0), {1, 0, 0}, {0, 1, 0}, {0, 0, 1}})
+            EXPECT_EQ(oPicture.IsOf(fObserve(uiWidth - uiLessWide, uiHeight - uiLessHigh, iHolder)),
+                      uiLessWide + uiLessHigh == 0 && iHolder == 0);
+        std::mt19937 oRandom(1);
+        const auto   Below = [&](KUINT32 uiLimit) { return static_cast<KUINT32>(oRandom()) % uiLimit; };
+        const auto   fLook = [&](KUINT32 uiTimes) {  // how many times it finds something
+            const KUINT32 uiBefore = oPicture.GetVersion();
+            for (KUINT32 uiLook = 0; uiLook < uiTimes; ++uiLook) oPicture.Look();
+            return oPicture.GetVersion() - uiBefore;
+        };
         for (int iStep = 0; iStep < 300; ++iStep)
         {
             const KUINT32 uiLeft = Below(uiWidth), uiRight = std::min(uiLeft + 1 + Below(2) * Below(50), uiWidth);
@@ -115,21 +170,78 @@ TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
             for (KUINT32 uiY = uiTop; uiY < uiBottom; ++uiY)
                 std::fill(puiDrawn + uiY * oInfo.auiPitch[0] + uiLeft, puiDrawn + uiY * oInfo.auiPitch[0] + uiRight,
                           uiColour);
-            for (KUINT32 uiLook = 0; uiLook < uiLooks; ++uiLook)
-            {
-                const KUINT32 uiBefore = oPicture.GetVersion();
-                oPicture.Look();
-                const SArea& roChanged = oPicture.GetChanged();
-                for (KUINT32 uiY = roChanged.uiTop; oPicture.GetVersion() != uiBefore && uiY < roChanged.uiBottom; ++uiY)
-                    std::copy(puiPicture + uiY * uiWidth + roChanged.uiLeft, puiPicture + uiY * uiWidth + roChanged.uiRight,
-                              auiFollowed.begin() + uiY * uiWidth + roChanged.uiLeft);
-            }
+            // One look finds all of it; the first one if it is high.
+            const KUINT32 uiFound = fLook(uiBottom - uiTop < uiLooks ? 0 : 1);
+            ASSERT_EQ(std::pair(uiFound, uiFound + fLook(uiLooks)), std::pair(uiBottom - uiTop < uiLooks ? 0u : 1u, 1u))
+                << iStep;
+            const auto& [uiFromColumn, uiFromRow, uiToColumn, uiToRow] = oPicture.GetChanged();
+            ASSERT_EQ(std::tuple(uiFromRow, uiToRow, uiFromColumn), std::tuple(uiTop, uiBottom, uiLeft / 32 * 32));
+            ASSERT_LT(uiToColumn - uiRight, 32u);
             ASSERT_TRUE(IsPicture(
-                uiWidth, uiHeight, [&](KUINT32 x, KUINT32 y) { return auiFollowed[y * uiWidth + x]; },
+                uiWidth, uiHeight, [&](KUINT32 x, KUINT32 y) { return At(oPicture.GetPixels(), x, y); },
                 [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * oInfo.auiPitch[0] + x] | 0xFF000000; }))
                 << "step " << iStep;
+            // Where something has changed before, the next change is found at once.
+            puiDrawn[uiTop * oInfo.auiPitch[0] + uiLeft] ^= 1;
+            ASSERT_EQ(fLook(1), 1u) << iStep;
         }
+        // A row that has not changed for long is left out of most looks.
+        EXPECT_EQ(fLook(60), 0u);
+        KUINT32 uiNeeded = 0;
+        for (KUINT32 uiRow = 0; uiRow < uiLooks; ++uiRow)
+            for (puiDrawn[uiRow * oInfo.auiPitch[0]] ^= 1; fLook(1) == 0;) ++uiNeeded;
+        EXPECT_TRUE(uiNeeded > 4 * uiLooks && uiNeeded < uiLooks * uiLooks) << uiNeeded;
     });
+}
+
+TEST_F(WatchedPictureTest, WhatTheLastDrawerLeavesIsFoundAtOnce)
+{
+    std::optional<Process> ooDrawer([] {
+        TestClient    o;
+        KUINT8* const pui = (o.MakeBuffer(), o.Access());
+        Process::Pause();
+        *pui = 200;
+    });
+    ooDrawer->Await();
+    WatchedPicture oPicture(Observe({0, ooDrawer->GetPid(), {32, 8}, 0, 32, 8}));
+    for (const bool bGone : {false, true})
+    {
+        if (bGone) ooDrawer.reset();
+        oPicture.Look();
+        EXPECT_EQ(std::pair(oPicture.CanChange(), oPicture.GetVersion() == 1), std::pair(!bGone, bGone));
+    }
+}
+
+TEST(Text, IsInkOnPaperInTheMiddle)
+{
+    constexpr STextColours oColours = {{250, 40, 190}, {10, 240, 70}};
+    constexpr KUINT32      PAPER = 0xFF46F00A, uiHeight = 28;
+    const std::string      strText = "HnH";
+    const int              iText   = TextWidth(strText);
+    const auto             oText   = DrawText(strText, static_cast<KUINT32>(iText), uiHeight, oColours, false);
+    for (const int iWidth : {iText, iText + 31, iText - 9})
+    {
+        const auto uiWidth = static_cast<KUINT32>(iWidth), uiLeft = static_cast<KUINT32>((iWidth - iText) >> 1);
+        const auto oCentred = DrawText(strText, uiWidth, uiHeight, oColours, true);
+        EXPECT_TRUE(IsPicture(
+            uiWidth, uiHeight, [&](KUINT32 x, KUINT32 y) { return At(oCentred, x, y); },
+            [&](KUINT32 x, KUINT32 y) { return x - uiLeft < oText.uiWidth ? At(oText, x - uiLeft, y) : PAPER; }));
+    }
+    SArea oInk = {uiHeight, uiHeight, 0, 0};
+    for (KUINT32 ui = 0; ui < uiHeight * oText.uiWidth; ++ui)
+    {
+        const KUINT32       uiX = ui % oText.uiWidth, uiY = ui / oText.uiWidth;
+        const KUINT8* const pui  = &oText.auiRgba[size_t{ui} * 4];
+        const double        fInk = (pui[0] - 10) / 240.0;
+        EXPECT_NEAR(pui[1], 240 - 200 * fInk, 2);
+        EXPECT_NEAR(pui[2], 70 + 120 * fInk, 2);
+        if (fInk > 0.5)
+            oInk = {std::min(oInk.uiLeft, uiX), std::min(oInk.uiTop, uiY), std::max(oInk.uiRight, uiX + 1),
+                    std::max(oInk.uiBottom, uiY + 1)};
+    }
+    EXPECT_NEAR(oInk.uiLeft + oInk.uiRight, oText.uiWidth, 3);
+    EXPECT_NEAR(oInk.uiTop + oInk.uiBottom, uiHeight, 4);
+    EXPECT_NEAR(oInk.uiBottom - oInk.uiTop, 11, 2);
 }
 
 TEST(Text, CutsBetweenLettersOnly)
@@ -151,10 +263,15 @@ TEST(Text, CutsBetweenLettersOnly)
     for (int iRoom = 0; iRoom <= iWhole; ++iRoom)
         EXPECT_EQ(CutText(strText, FitsColumns(iRoom)), iRoom < iWhole ? astrCuts[static_cast<size_t>(iRoom)] : strText);
     for (const int iWidth : {0, 9, 30, 60}) EXPECT_LE(TextWidth(CutText(strText, FitsPixels(iWidth))), iWidth);
-    using Rows = std::vector<std::string>;
-    EXPECT_EQ(WrapText("größe 日本 on", 2, FitsColumns(10)), (Rows{"größe 日本", "on"}));
-    EXPECT_EQ(WrapText("größe 日本 on", 3, FitsColumns(9)), (Rows{"größe", "日本 on"}));
-    EXPECT_EQ(WrapText("größe", 2, FitsColumns(2)), Rows{"größe"});
-    EXPECT_EQ(WrapText("on", 0, FitsColumns(9)), Rows{});
+    EXPECT_EQ(CutText("on", FitsPixels(TextWidth("on"))), "on");
+    EXPECT_EQ(CutText("\u0308\u0323", FitsColumns(-1)), "");
+    const std::tuple<const char*, size_t, int, std::vector<std::string>> aoWrapped[] = {
+        // clang-format off
+        {"größe 日本 on", 2, 10, {"größe 日本", "on"}}, {"größe 日本 on", 3, 9, {"größe", "日本 on"}}, {"größe", 2, 2, {"größe"}},
+        {"größe 日本 on", 2, 5, {"größe", "日本 on"}},  {"größe 日本 on", 1, 5, {"größe 日本 on"}}, {" größe", 2, 2, {" größe"}},
+        {"größe on", 3, 2, {"größe on"}}, {"größe 日本 on", 3, 5, {"größe", "日本", "on"}}, {"on", 0, 9, {}},
+    };  // clang-format on
+    for (const auto& [pszText, uiRows, iColumns, astrRows] : aoWrapped)
+        EXPECT_EQ(WrapText(pszText, uiRows, FitsColumns(iColumns)), astrRows);
 }
 }
