@@ -180,11 +180,9 @@ std::vector<std::string> Compose(const SBoardView& roView, const std::string& st
     if (ro.oSize.ws_row >= 6) fPut(0, 0, "board " + strTitle, ro.oSize.ws_col);
     if (!roView.strProblem.empty()) return fPut(0, ro.oSize.ws_row / 2, roView.strProblem, ro.oSize.ws_col), astrRows;
     for (const size_t ui : {0u, 1u})
-    {
         for (auto [iColumn, iRow] = ro.aoCaptions[ui];
              const auto& roText : CaptionOutput(ui, roView.aoOutputs[ui], ro.uiCaptionRows, FitsColumns(ro.iCaptionColumns)))
             fPut(iColumn, iRow++, roText, ro.iCaptionColumns);
-    }
     fPut(0, ro.oSize.ws_row - 1, " " + DescribeProgress(roView), ro.oSize.ws_col);
     return astrRows;
 }

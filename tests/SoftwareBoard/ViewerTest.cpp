@@ -103,10 +103,8 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
         for (size_t ui = 0; ui < oFrom.auiRgba.size(); ui += 2) oFrom.auiRgba[ui] = static_cast<KUINT8>(oRandom());
         ScaleDown(oFrom, WholeOf(oFrom), oPart);
         for (size_t uiY = oChanged.uiTop; uiY < oChanged.uiBottom; ++uiY)
-        {
             for (size_t uiX = oChanged.uiLeft; uiX < oChanged.uiRight; ++uiX)
                 oFrom.auiRgba[uiY * oFrom.GetPitchInBytes() + uiX * 4 + uiX % 3] ^= 0xFF;
-        }
         const SArea oDrawn = ScaleDown(oFrom, oChanged, oPart);
         EXPECT_EQ(oDrawn.uiLeft, oChanged.uiLeft * uiToWidth / uiWidth) << "more than what changed";
         EXPECT_EQ(oDrawn.uiTop, oChanged.uiTop * uiToHeight / uiHeight);
@@ -123,14 +121,12 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
             const size_t uiX = ui / 4 % uiToWidth, uiY = ui / 4 / uiToWidth;
             size_t       uiSum = 0, uiShort = 0, uiPixels = 0;
             for (size_t y = uiY * uiHeight / uiToHeight; y < (uiY + 1) * uiHeight / uiToHeight; ++y)
-            {
                 for (size_t x = uiX * uiWidth / uiToWidth; x < (uiX + 1) * uiWidth / uiToWidth; ++x, ++uiPixels)
                 {
                     const KUINT8 ui8 = oFrom.auiRgba[y * oFrom.GetPitchInBytes() + x * 4 + ui % 4];
                     uiSum += ui8;
                     uiShort += (uiX >= uiFrom && x < uiWidth / 2) || ui % 4 == 3 ? ui8 : 0;
                 }
-            }
             ASSERT_EQ(std::pair(size_t{oPart.auiRgba[ui]}, size_t{oShort.auiRgba[ui]}),
                       std::pair((uiSum + uiPixels / 2) / uiPixels, (uiShort + uiPixels / 2) / uiPixels))
                 << uiWidth << "x" << uiHeight << ", byte " << ui;
@@ -170,12 +166,10 @@ TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
             const KUINT32 uiTop = Below(uiHeight), uiBottom = std::min(uiTop + 1 + Below(20), uiHeight);
             const KUINT32 uiColour = Below(0xFFFFFFFF);
             for (KUINT32 uiY = uiTop; uiY < uiBottom; ++uiY)
-                std::fill(puiDrawn + uiY * oInfo.auiPitch[0] + uiLeft, puiDrawn + uiY * oInfo.auiPitch[0] + uiRight,
-                          uiColour);
+                std::fill_n(puiDrawn + uiY * oInfo.auiPitch[0] + uiLeft, uiRight - uiLeft, uiColour);
             // One look finds all of it; the first one if it is high.
-            const KUINT32 uiFound = fLook(uiBottom - uiTop < uiLooks ? 0 : 1);
-            ASSERT_EQ(std::pair(uiFound, uiFound + fLook(uiLooks)), std::pair(uiBottom - uiTop < uiLooks ? 0u : 1u, 1u))
-                << iStep;
+            const KUINT32 uiHigh = uiBottom - uiTop >= uiLooks ? 1 : 0, uiFound = fLook(uiHigh);
+            ASSERT_EQ(std::pair(uiFound, uiFound + fLook(uiLooks)), std::pair(uiHigh, 1u)) << iStep;
             const auto& [uiFromColumn, uiFromRow, uiToColumn, uiToRow] = oPicture.GetChanged();
             ASSERT_EQ(std::tuple(uiFromRow, uiToRow, uiFromColumn), std::tuple(uiTop, uiBottom, uiLeft / 32 * 32));
             ASSERT_LT(uiToColumn - uiRight, 32u);
