@@ -45,16 +45,16 @@ bool IsOption(const std::string& strWord)
 
 std::string SuggestNearest(const std::string& strWord, const std::vector<std::string>& roCandidates, bool bHoweverFar)
 {
-    const std::string* poNearest  = nullptr;
-    size_t             uiMistakes = 0;
+    const std::string* poNearest = nullptr;
+    size_t             uiFewest  = std::string::npos;
     for (const std::string& strCandidate : roCandidates)
     {
         const bool   bBegun = strWord.size() > 2 && strCandidate.starts_with(strWord);
         const size_t uiHere = bBegun ? 0 : CountMistakes(strWord, strCandidate);
-        if ((bHoweverFar || uiHere * 3 <= strCandidate.size()) && (poNearest == nullptr || uiHere < uiMistakes))
+        if ((bHoweverFar || uiHere * 3 <= strCandidate.size()) && uiHere < uiFewest)
         {
-            poNearest  = &strCandidate;
-            uiMistakes = uiHere;
+            poNearest = &strCandidate;
+            uiFewest  = uiHere;
         }
     }
     return poNearest == nullptr ? "" : "; the nearest is '" + *poNearest + "'";
