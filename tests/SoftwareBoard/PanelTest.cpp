@@ -10,6 +10,7 @@
 
 namespace
 {
+using namespace SoftwareBoard::Panel;
 using PanelTest = PanelWorld;
 
 // The red, green, blue and alpha of each pixel of a file.
@@ -34,78 +35,99 @@ struct Png
 TEST(RunPath, IsFoundInAProgram)
 {
     std::ifstream oFile(CORPUS "/RunPath/program", std::ios::binary);
-    EXPECT_EQ(SoftwareBoard::Panel::FindRunPath({std::istreambuf_iterator<char>(oFile), {}}), "$ORIGIN/lib:/opt/lib");
+    EXPECT_EQ(FindRunPath({std::istreambuf_iterator<char>(oFile), {}}), "$ORIGIN/lib:/opt/lib");
 }
 
 TEST_F(PanelTest, CommandLines)
 {
     InClient([](TestClient& ro) { EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF01), TStatus_OK); });
     Expect("progress 100", 0, "");  // the low byte and no more
+    Expect("progress 40.9%", 0, "");
+    Expect("status", 0, "0xabcdef28 (40 %)");
+    Expect("progress 100", 0, "");
     for (const std::string strWrong :
-         {"40%%", "1e1", "+5", "-5", "101", "100.5", "4294967297", "0x5", "''", ".5", "5.", "%"})
-        Expect("progress " + strWrong, 2, "0 to 100");
-    for (const std::string strTaken : {"40", "40.5", "40%", "40.9%"})
-    {
-        Expect("progress " + strTaken, 0, "");
-        Expect("status", 0, "0xabcdef28 (40 %)");
-    }
-    Expect("progress 100.0", 0, "");
-    for (const std::string strWrong :
-         {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.33.0@", "3:1.33.0/c3e7x"})
-        Expect("create --fpga " + strWrong, 2, "'" + strWrong + "'");
-    for (const std::string strName : {"create", "status", "progress", "run", "snapshot", "watch", "preview", "wait"})
+         {"3", "3:1.33", "3:1.33.0.0", "10000:1.33.0", "3:256.33.0", "3:1.256.0", "3:1.33.65536", "3:1.33.0@", ":1.33.0",
+          "3:1.33.0@100000000", "3:1.33.0/10000", "3:1.33.0/c3e7x", "3:1.33.0/c3e7@d0", "3:.33.0", "3:1..0"})
+        Expect("create --fpga " + strWrong, 2,
+               ": --fpga: '" + strWrong + "' is not DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR];");
+    for (const std::string strName : {"create", "status", "progress", "snapshot", "watch", "preview"})
         Expect(strName + " --help", 0, "Example:\n  tavrin-board " + strName);
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
+    const std::string strSh = "run -- sh -c 'exec \"$@\" ", strIt = "' - " BOARD_PANEL " ";
+    fs::create_directory(At("lib"));
+    fs::copy_file(BOARD_PANEL, At("lib/moved"));
     const std::tuple<std::string, int, std::string> aoCases[] = {
-        {"", 2, "subcommand"},
-        {"--version", 0, "tavrin-board 1."},
-        {"stauts", 2, "no command 'stauts'; the nearest is 'status'"},
-        {"nonsense", 2, "no command 'nonsense'; the nearest is '"},
+        // clang-format off
+        {"", 2, "subcommand"}, {"--version", 0, "tavrin-board 1."}, {"--help", 0, "watch and wait only look.\n"},
+        {"run --help", 0, "watch and wait only look.\n\nExample:\n  tavrin-board run"},
+        {"wait --help", 0, "\n\nA board that is not there yet is waited for too.\n\nExample:\n  tavrin-board wait"},
+        {"display --help", 0, "the format that is used with *.\n\nExample:\n  tavrin-board display"},
+        {"replay --help", 0, "if the command's calls depart from the record.\n\nExample:\n  tavrin-board replay"},
+        {"--verzion", 2, ": there is no option '--verzion' here; the nearest is '--version';"},
+        {"stauts", 2, ": there is no command 'stauts'; the nearest is 'status';"},
+        {"nonsense", 2, ": there is no command 'nonsense'; the nearest is '"},
         {"\"$(printf '\\033[2J\\377')\"", 2, "'?[2J?'"},
-        {"snapshot --devise=0 0 x.png", 2, "no option '--devise' here; the nearest is '--device'"},
-        {"status x", 2, "'x'"},
-        {"run QelProgressBarDisplay -p 1 2 3 4", 2, "put \"--\" before 'QelProgressBarDisplay'"},
+        {"snapshot --devise=0 0 x.png", 2, ": there is no option '--devise' here; the nearest is '--device';"},
+        {"snapshot 16 x.png", 2, ": OUTPUT: '16' is not a number from 0 to 15;"},
+        {"status x -y", 2, ": there is no option '-y' here;"}, {"status - x", 2, ": '-' is one word too many;"},
+        {"run QelProgressBarDisplay -p 1 2 3 4", 2,
+         ": put \"--\" before 'QelProgressBarDisplay', as in \"tavrin-board run -- QelProgressBarDisplay -p 100 300 900 340\";"},
+        {"replay --fas x", 2, ": there is no option '--fas' here; the nearest is '--fast';"},
         {"preview x.png -a 1 2 3 4", 2, "put \"--\" before '-a'"},
-        {"snapshot 0 x.JPG", 2, "'x.JPG' names a JPEG"},
-        {"progress", 2, "PERCENT"},
-        {"progress 5 --ramp 1", 2, "--ramp"},
-        {"progress --ramp 1s", 2, "'1s'"},
-        {"progress 5 --to 5", 2, "--ramp"},
-        {"wait --timeout 1", 2, "One of --displayed"},
+        {"snapshot 0 x.JPG", 2, ": FILE: 'x.JPG' names a JPEG, and what is written is a PNG;"},
+        {"snapshot 0 .jpeg", 2, ": FILE: '.jpeg' names a JPEG, and what is written is a PNG;"},
+        {"snapshot 0 jpg", 1, ": output 0 is off: there is nothing to take\n"},
+        {"progress", 2, ": PERCENT or --ramp is required;"},
+        {"progress 101", 2, ": PERCENT: '101' is not a number from 0 to 100;"}, {"progress 5 --ramp 1", 2, "--ramp"},
+        {"progress --ramp 1s", 2, ": --ramp: '1s' is not a number of seconds from 0 to 86400;"},
+        {"progress --ramp 86400.1", 2, "'86400.1'"}, {"progress --ramp -1", 2, "'-1'"},
+        {"progress 5 --to 5", 2, ": --to requires --ramp or -;"}, {"progress 5 --linear", 2, "--ramp"},
+        {"progress --to 101", 2, ": --to: '101' is not a number from 0 to 100;"},
+        {"wait --timeout 1", 2, ": One of --displayed, --shown, --ended and --percent is required;"},
         {"wait --shown --percent 5", 2, "One of --displayed"},
-        {"wait --ended --timeout 1s", 2, "'1s'"},
-        {"wait --ended --device 1", 1, "no device 1"},
-        {"preview x.png --at 101", 2, "0 to 100"},
-        {"watch --device 1", 1, "no device 1"},
-        {"progress 5 --device 1", 1, "no device 1"},
-        {"status -- x", 2, "--"},
-        {"run", 2, "COMMAND"},
-        {"run -- no-such-command", 1, "no-such-command"},
+        {"wait --percent 101", 2, ": --percent: '101' is not a number from 0 to 100;"}, {"wait --percent 0", 0, ""},
+        {"wait --ended --timeout 1s", 2, ": --timeout: '1s' is not a number of seconds"},
+        {"wait --ended --device 1 --timeout 86400", 1, ": there is no device 1, the board has 1"},
+        {"wait --ended --device 8", 2, ": --device: '8' is not a number from 0 to 7;"}, {"wait --ended --device 0", 0, ""},
+        {"preview x.png --at 101", 2, "0 to 100"}, {"watch --device 1", 1, "no device 1"},
+        {"progress 5 --device 1", 1, "no device 1"}, {"status -- x", 2, ": nothing is to follow \"--\" here;"},
+        {"run", 2, ": COMMAND after \"--\" is required;"},
+        {"run -- no-such-command", 1, ": no-such-command: exec: No such file or directory\n"},
         {"run -- printf '<%s>' -- '[a,b]' --help '' status", 0, "<--><[a,b]><--help><><status>"},
-        {strPath, 0, "=" + strBin + "="},
+        {strPath, 0, "=" + strBin + "=\n"},
+        {"run -- env LD_LIBRARY_PATH= " BOARD_PANEL " " + strPath, 0, "=" + strBin + "=\n"},
         {"run -- env LD_LIBRARY_PATH=/nowhere " BOARD_PANEL " " + strPath, 0, "=" + strBin + ":/nowhere="},
-        {"run -- sh -c 'exit 7'", 7, ""},
-        {"run -- sh -c 'kill -TERM $$'", 128 + SIGTERM, ""},
-        {"snapshot 2 x.png", 1, "no output 2"},
-        {"create --devices 0", 2, "--devices"},
-        {"create --outputs 17", 2, "--outputs"},
+        {"run -- " + At("lib/moved") + " run -- true", 1,
+         ": libTavrin.so.1: neither in " + At("lib") + " nor in " + At("lib/tavrin-board") + "\n"},
+        {"run -- env PATH=/none " + At("lib/moved") + " watch", 1,
+         ": watch needs the program tavrin-board-viewer: No such file or directory; is it installed?\n"},
+        {"run -- sh -c 'exit 7'", 7, ""}, {"run -- sh -c 'kill -TERM $$'", 128 + SIGTERM, ""},
+        {"snapshot 2 x.png", 1, ": device 0 has no output 2, it has 2"},
+        {strSh + "2>&-" + strIt + "snapshot 2 x.png", 1, ""},
+        {strSh + ">/dev/full" + strIt + "--help", 1, ": standard output: cannot be written\n"},
+        {"create --devices 0", 2, ": --devices: '0' is not a number from 1 to 8;"},
+        {"create --outputs 17", 2, ": --outputs: '17' is not a number from 0 to 16;"},
         {"create --no-fpga --fpga 3:1.33.0", 2, "--no-fpga"},
-        {"create $(printf '%.0s--fpga 3:1.33.0 ' $(seq 17))", 2, "at most 16"},
+        {"create $(printf '%.0s--fpga 3:1.33.0 ' $(seq 17))", 2, ": --fpga: at most 16 of them;"},
         {"preview " + At("none/x.png"), 1, "none: access"},
         {"run -- env TMPDIR=" + At("none") + " " BOARD_PANEL " preview x.png", 1, "TMPDIR"},
         {"run -- env -u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 1,
-         At("") + "/tavrin-board: there is no board"},
+         ": " + At("") + "/tavrin-board: there is no board here"},
         {"status", 0, "register 7932 (progress): 0xabcdef64 (100 %)"},  // none of them has made another board
-        {"create --devices 9", 2, "--devices"},
+        {"create --devices 9", 2, ": --devices: '9' is not a number from 1 to 8;"},
         {"create --devices 8 --outputs 16 $(printf '%.0s--fpga 3:1.33.0 ' $(seq 16))", 0,
-         "8, outputs of each 16, FPGAs of each 16"},
-        {"status | grep -c vendor", 0, "128\n"},
-        {"create --devices 2 --outputs 0 --fpga 3:1.33.0 --fpga 0X4000:255.2.65535@0xe4/1234", 0, "devices 2"},
+         "8, outputs of each 16, FPGAs of each 16\n"},
+        {"status | grep -c vendor", 0, "128\n"}, {"wait --ended --device 7", 0, ""},
+        {"create --devices 2 --outputs 0 --fpga ffff:255.255.65535@ffffffff/FFFF --fpga 3:1.33.0 --fpga 0X4000:0.2.0@0xe4/0", 0,
+         "board " + m_oFolder.string() + ": devices 2, outputs of each 0, FPGAs of each 3\n"},
         {"status", 0,
-         "device 1\n  FPGA 0: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
-         "  FPGA 1: device code 0x4000, version 255.2.65535, address 0xe4, vendor 0x1234\n  register 6908"},
-        {"create --no-fpga --outputs 1", 0, "FPGAs of each 0"},
-        {"status", 0, "device 0\n  register 6908"},
+         "device 1\n  FPGA 0: device code 0xffff, version 255.255.65535, address 0xffffffff, vendor 0xffff\n"
+         "  FPGA 1: device code 0x0003, version 1.33.0, address 0xd0, vendor 0xc3e7\n"
+         "  FPGA 2: device code 0x4000, version 0.2.0, address 0xe4, vendor 0x0000\n"
+         "  register 6908 (progress bar running): 0x00000000\n  register 7932 (progress): 0x00000000 (0 %)\n"},
+        {"wait --shown --timeout 0", 1, ": the time is over: no run shows a picture on every output\n"},
+        {"create --no-fpga --outputs 1", 0, "FPGAs of each 0"}, {"status", 0, "device 0\n  register 6908"},
+        // clang-format on
     };
     for (const auto& [strArguments, iStatus, strContained] : aoCases) Expect(strArguments, iStatus, strContained);
 }
@@ -228,6 +250,11 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     Expect("status", 0, "device 2");
     EXPECT_EQ(CountFiles(""), 4) << "state, notes, the folder and the user's pixels; the picture of the old board is gone";
 
+    std::fstream(At("board.state"), std::ios::in | std::ios::out).seekp(73728).write("\x11", 1);  // outputs of device 1
+    Expect("status 2>/dev/null | grep -A1 -B1 problem", 0,
+           "device 1\n  problem: " + At("board.state") + ": damaged (record of device 1); make the board anew\ndevice 2\n");
+    Expect("status --json 2>/dev/null | cat", 0, "{\"device\":1,\"problem\":\"" + At("board.state"));
+    Expect("status", 1, ": " + At("board.state") + ": damaged (record of device 1); make the board anew\n");
     std::ofstream(At("board.state")) << "somebody's notes, longer than the header of a board";
     for (const char* pszCommand : {"create", "status"}) Expect(pszCommand, 1, "board.state: not the state of a board");
     EXPECT_EQ(std::filesystem::file_size(At("board.state")), 51u);
