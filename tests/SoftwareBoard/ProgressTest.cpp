@@ -6,15 +6,17 @@
 
 #include "Board.h"
 #include "PanelWorld.h"
+#include "Percent.h"
 
 namespace
 {
+using namespace SoftwareBoard::Panel;
 using ProgressTest = PanelWorld;
 
 TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
 {
     Expect("wait --ended --timeout 0", 1, "the time is over: " + m_oFolder.string() + ": there is no board here");
-    Live oBoard("wait --percent 40 --timeout 20");
+    Live oRaised("wait --percent 40 --timeout 20");
     Expect("create", 0, "");
     Expect("wait --displayed --timeout 0.1", 1, "no display process");
     Expect("wait --percent 1 --timeout 0.1", 1, "the progress is 0 %");
@@ -32,59 +34,86 @@ TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
     oRun.Resume();
     Expect("progress 41", 0, "");
     oShown.ooProcess.reset();  // both have returned with 0
-    oBoard.ooProcess.reset();
+    oRaised.ooProcess.reset();
     oRun.Kill();
     Expect("wait --shown --timeout 0", 1, "no run shows a picture on every output");  // the outputs are still on
     Expect("wait --ended", 0, "");
 }
 
+TEST(Percent, IsTheLastNumberOfALineThatIsNoPartOfAnother)
+{
+    for (int i = 1; i < 256; ++i)
+    {
+        const std::string strC(1, static_cast<char>(i));
+        const bool        bWord = i >= 0x80 || std::isalnum(i) != 0 || i == '_', bJoint = std::strchr(".,-/", i) != nullptr;
+        const auto        fIs = [&](const std::string& strLine, bool bNone) {
+            EXPECT_EQ(FindPercent(strLine).value_or(99), bNone ? 99u : 40u) << strLine << ", byte " << i;
+        };
+        EXPECT_EQ(PercentReader().Take("7" + strC).has_value(), i == '\n' || i == '\r') << "byte " << i;
+        if (std::isdigit(i) != 0) continue;
+        fIs(strC + "40", bWord || i == '-');
+        fIs("40" + strC, bWord);
+        fIs("a" + strC + "40", bWord || bJoint);
+        fIs("40" + strC + "a", bWord || bJoint);
+        fIs("a40 " + strC, i != '%');
+    }
+    const std::string                      strSpaces(2048, ' ');
+    const std::pair<std::string, unsigned> aoCases[] = {
+        // what an updater prints, and the progress then; 99 if there is none
+        // clang-format off
+        {"40", 40}, {"x40\xC2\xA0%", 40}, {"0.4\n", 0}, {"nothing\n\n", 99}, {"", 99}, {"progress=40\nnone\n", 40},
+        {" 40% Checking slot rootfs.0\n", 40}, {"Writing: 40.9%\nWaiting for the device\n", 40}, {"at 40, and 2/5\n", 40},
+        {"[===   ] 1 of 2 12% (root.ext4)\r[==== ] 2 of 2 40% (root.ext4)\r", 40}, {"39%\n4 of 5: 40,0 %.\n7", 7},
+        {"40% of 3/4, in /run/5.bin\n", 40}, {"40 101 100.1 -5 v1.2 1.2.3 2MB mmcblk0 0x50 \303\2445\n", 40}, {"5%\n\n", 5},
+        {"Writing\342\200\24640%", 40}, {"[----40%----]\n", 40}, {"\033[32m40\xE2\x80\xAF%\033[0m\n", 40},
+        {"40" + strSpaces + strSpaces.substr(2), 40}, {"40" + strSpaces + strSpaces.substr(1), 99},  // the longest line, and
+        {strSpaces.substr(1) + "40" + strSpaces, 0},  // longer ones, which lose the first half
+        // clang-format on
+    };
+    for (const auto& [strLines, uiPercent] : aoCases)
+    {
+        PercentReader oReader;
+        const auto    ouiFound = oReader.Take(strLines), ouiEnd = oReader.TakeEnd();
+        EXPECT_EQ((ouiEnd ? ouiEnd : ouiFound).value_or(99), uiPercent) << strLines;
+        EXPECT_EQ(oReader.TakeEnd(), std::nullopt) << strLines;
+    }
+    for (const char* psz :
+         {"40%%", "1e1", "+5", "-5", "101", "100.5", "100,01%", "4294967297", "0x5", "", ".5", "5.", "%", "5.%"})
+        EXPECT_EQ(ParsePercent(psz), std::nullopt) << psz;
+    for (const char* psz : {"40", "40.5", "40%", "40,9%", "040", "40.05"}) EXPECT_EQ(ParsePercent(psz), 40u) << psz;
+    EXPECT_EQ(std::pair(ParsePercent("100.00%"), FindPercent({"40x", 2})),
+              std::pair(std::optional(100u), std::optional(40u)));
+}
+
 TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
 {
-    const std::pair<std::string, int> aoCases[] = {
-        // what it prints, and the progress then; each begins at 7
-        {"40", 40},
-        {" 40% Checking slot rootfs.0\n", 40},
-        {"Writing: 40.9%\nWaiting for the device\n", 40},
-        {"[===   ] 1 of 2 12% (root.ext4)\r[==== ] 2 of 2 40% (root.ext4)\r", 40},
-        {"39%\n4 of 5: 40,0 %.\n", 40},
-        {"40% of 3/4, in /run/5.bin\n", 40},
-        {"40 101 100.1 -5 v1.2 1.2.3 2MB mmcblk0 0x50 \xC3\xA4"
-         "5\n",
-         40},
-        {"progress=40\nnone\n", 40},
-        {"at 40, and 2/5\n", 40},
-        {"Writing\xE2\x80\xA6"
-         "40%",
-         40},
-        {"[----40%----]\n", 40},
-        {"\033[32m40\xE2\x80\xAF%\033[0m\n", 40},
-        {"0.4\n", 0},
-        {"nothing\n\n", 7},
-        {"", 7},
-        {"100%\n", 99},
-        {std::string(9000, '5').append(" 40\n"), 40},
-    };
-    for (const auto& [strLines, iPercent] : aoCases)
-    {
-        Expect("progress 7", 0, "");
-        std::ofstream(At("lines")) << strLines;
-        Expect("progress - --to 99 <" + At("lines"), 0, "");
-        Expect("status", 0, " (" + std::to_string(iPercent) + " %)");
-    }
+    Expect("progress 7", 0, "");
+    Expect("progress - </dev/null", 0, "");
+    Expect("status", 0, " (7 %)");
+    std::ofstream(At("lines")) << std::string(9000, '5').append(" 100%\n");
+    Expect("progress - --to 99 <" + At("lines"), 0, "");
+    Expect("status", 0, " (99 %)");
     const std::string strFifo = At("fifo");
     EXPECT_EQ(mkfifo(strFifo.c_str(), 0600), 0);
-    Live      oFifo("progress - <" + strFifo);
-    const int iFifo = open(strFifo.c_str(), O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(write(iFifo, "55\n", 3), 3);
-    Expect("wait --percent 55 --timeout 10", 0, "");
-    close(iFifo);
-    oFifo.ooProcess.reset();
-    Expect("status", 0, " (55 %)");
+    Live       oFifo("progress - --device 1 2>&1 <" + strFifo);
+    const int  iFifo  = open(strFifo.c_str(), O_WRONLY | O_CLOEXEC);
+    int        iLeft  = 0;
+    const auto fWrite = [&](const char* pszLine) {
+        EXPECT_EQ(write(iFifo, pszLine, 3), 3);
+        EXPECT_TRUE(Becomes([&] { return ioctl(iFifo, FIONREAD, &iLeft) == 0 && iLeft == 0; })) << "it does not read on";
+    };
     // A board that cannot be written costs the updater nothing, and is said once.
-    Expect("run -- sh -c '(for i in 1 2 3; do echo $i; sleep 0.05; done && echo >" + At("all") +
-               ") | " BOARD_PANEL " progress - --device 1' 2>&1 | grep -c 'no device 1'",
-           0, "1\n");
-    EXPECT_TRUE(fs::exists(At("all")));
+    for (const char* pszLine : {"11\n", "12\n", "13\n"}) fWrite(pszLine);
+    oFifo.Await(": there is no device 1, the board has 1, numbered from 0\n");
+    Expect("create --devices 2", 0, "");
+    fWrite("55\n");
+    Expect("wait --percent 55 --device 1 --timeout 10", 0, "");
+    EXPECT_EQ(ioctl(oFifo.aiFds[0], FIONREAD, &iLeft) + iLeft, 0) << "said again";
+    Expect("create", 0, "");
+    fWrite("14\n");
+    oFifo.Await("no device 1, ");
+    close(iFifo);
+    oFifo.ooProcess->Kill(0, W_EXITCODE(1, 0));
 }
 
 TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
@@ -113,10 +142,11 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
         }
         // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
         Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
-        oStopped.Await("100");
-        oStopped.Await("[");
+        for (const char* psz : {"]   0 %  1000 s left  ", "]   0 %  "}) oStopped.Await(psz);
         kill(oStopped.ooProcess->GetPid(), SIGHUP);
         oStopped.ooProcess->Kill(SIGINT, SIGINT);
+        oStopped.Await("\r\n");
+        EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 61), TStatus_OK);
         Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
         EXPECT_TRUE(Becomes([&] { return (fRead() & 0xFF) >= 63; }));
         pollfd oTerminal = {oOverrun.aiFds[0], POLLIN, 0};
