@@ -35,6 +35,21 @@ TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
     Expect("progress 41", 0, "");
     oShown.ooProcess.reset();  // both have returned with 0
     oRaised.ooProcess.reset();
+    Process oDisplay([] {
+        SoftwareBoard::Board oServed = SoftwareBoard::Board::Observe();
+        if (oServed.m_oLocks.TryServeDevice(0)) Process::Pause();
+    });
+    oDisplay.Await();
+    for (const auto& [uiVerdict, iDecided, iShown] : {std::tuple{0u, 1, 1}, {1u, 0, 0}, {2u, 0, 1}, {3u, 0, 0}})
+    {
+        SoftwareBoard::Board oBoard = SoftwareBoard::Board::Observe();
+        for (const KUINT32 ui : {0u, 1u})
+            oBoard.m_oState.WriteVerdict(SoftwareBoard::Transaction(oBoard.m_oLocks), 0, ui, 1,
+                                         SoftwareBoard::EVerdict{ui == 0 ? 1 : uiVerdict}, "DP-1");
+        Expect("wait --displayed --timeout 0", iDecided,
+               iDecided == 0 ? "" : ": the time is over: the display process has not");
+        Expect("wait --shown --timeout 0", iShown, iShown == 0 ? "" : ": the time is over: no run shows a picture");
+    }
     oRun.Kill();
     Expect("wait --shown --timeout 0", 1, "no run shows a picture on every output");  // the outputs are still on
     Expect("wait --ended", 0, "");
