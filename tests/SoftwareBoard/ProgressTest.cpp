@@ -155,6 +155,22 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
             EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
             EXPECT_GE(Clock::now() - oStart, std::chrono::milliseconds(500));
         }
+        // The line of each percentage, on terminals of several widths. At 100 % already, it begins at 0.
+        for (const auto& [uiColumns, uiBar] : {std::pair{80u, 50u}, {40u, 20u}, {21u, 1u}, {20u, 0u}, {0u, 0u}})
+        {
+            EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 100), TStatus_OK);
+            Live        oLines("progress --ramp 0", true, {24, static_cast<unsigned short>(uiColumns), 0, 0});
+            std::string strLines;
+            for (unsigned uiPercent = 0; uiPercent <= 100; ++uiPercent)
+            {
+                const std::string strDone(uiBar * uiPercent / 100, '#'),
+                    strFigures = std::to_string(uiPercent) + " %  0 s left  ";
+                strLines += uiBar > 0 ? "\r[" + strDone + std::string(uiBar - strDone.size(), '-') + "] " : "\r";
+                strLines += std::string(17 - strFigures.size(), ' ') + strFigures;
+            }
+            oLines.Await(strLines + "\r\n");
+            oLines.ooProcess.reset();  // before its terminal goes
+        }
         // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
         Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
         for (const char* psz : {"]   0 %  1000 s left  ", "]   0 %  "}) oStopped.Await(psz);
