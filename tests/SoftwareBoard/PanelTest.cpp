@@ -7,6 +7,7 @@
 #include "Board.h"
 #include "PanelWorld.h"
 #include "RunPath.h"
+#include "Usage.h"
 
 namespace
 {
@@ -36,6 +37,41 @@ TEST(RunPath, IsFoundInAProgram)
 {
     std::ifstream oFile(CORPUS "/RunPath/program", std::ios::binary);
     EXPECT_EQ(FindRunPath({std::istreambuf_iterator<char>(oFile), {}}), "$ORIGIN/lib:/opt/lib");
+}
+
+// The letters to change, add, remove or swap, from each place on.
+size_t Mistakes(std::string_view svWord, std::string_view svMeant)
+{
+    if (svWord.empty() || svMeant.empty()) return svWord.size() + svMeant.size();
+    const bool   bSwapped  = svWord.size() > 1 && svMeant.size() > 1 && svWord[0] == svMeant[1] && svWord[1] == svMeant[0];
+    const size_t uiSwapped = bSwapped ? Mistakes(svWord.substr(2), svMeant.substr(2)) + 1 : 99;
+    return std::min({uiSwapped, Mistakes(svWord.substr(1), svMeant.substr(1)) + (svWord[0] != svMeant[0]),
+                     Mistakes(svWord.substr(1), svMeant) + 1, Mistakes(svWord, svMeant.substr(1)) + 1});
+}
+
+TEST(Suggestion, IsTheFirstOfThoseWithTheFewestMistakes)
+{
+    std::minstd_rand oRandom;
+    const auto       fWord = [&](size_t uiMost) {
+        std::string strWord(oRandom() / 8 % uiMost + 1, 'a');
+        for (char& rc : strWord) rc = static_cast<char>('a' + oRandom() / 8 % 3);
+        return strWord;
+    };
+    for (int iTry = 0; iTry < 2000; ++iTry)
+    {
+        const std::string strWord = fWord(4), astrMeant[] = {fWord(5), fWord(5), fWord(6)};
+        std::string       strNearest;
+        size_t            uiFewest = 99;
+        for (const std::string& strMeant : astrMeant)
+        {
+            const size_t ui = strWord.size() > 2 && strMeant.starts_with(strWord) ? 0 : Mistakes(strWord, strMeant);
+            if (ui >= uiFewest || (iTry % 2 == 0 && ui * 3 > strMeant.size())) continue;
+            uiFewest   = ui;
+            strNearest = "; the nearest is '" + strMeant + "'";
+        }
+        EXPECT_EQ(SuggestNearest(strWord, {std::begin(astrMeant), std::end(astrMeant)}, iTry % 2 != 0), strNearest)
+            << strWord;
+    }
 }
 
 TEST_F(PanelTest, CommandLines)
