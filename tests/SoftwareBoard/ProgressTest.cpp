@@ -7,6 +7,7 @@
 #include "Board.h"
 #include "PanelWorld.h"
 #include "Percent.h"
+#include "Ramp.h"
 
 namespace
 {
@@ -98,6 +99,18 @@ TEST(Percent, IsTheLastNumberOfALineThatIsNoPartOfAnother)
     for (const char* psz : {"40", "40.5", "40%", "40,9%", "040", "40.05"}) EXPECT_EQ(ParsePercent(psz), 40u) << psz;
     EXPECT_EQ(std::pair(ParsePercent("100.00%"), FindPercent({"40x", 2})),
               std::pair(std::optional(100u), std::optional(40u)));
+}
+
+TEST(Ramp, HaltsTwiceAndNeverFalls)
+{
+    for (int i = 0, iHalts = 0; i < 1000; ++i)
+    {
+        const double fWork = i / 1000.0, fTime = RampTimeOf(fWork, false), fStep = RampTimeOf(fWork + 0.001, false) - fTime;
+        EXPECT_TRUE(fStep > 0 && fTime >= fWork * (i > 30 ? 0 : 3)) << fWork;
+        iHalts += fStep > 0.09;
+        EXPECT_EQ(std::tuple(iHalts, RampTimeOf(fWork, true)), std::tuple((i >= 200) + (i >= 520), fWork));
+    }
+    EXPECT_EQ(std::pair(RampTimeOf(0, false), RampTimeOf(1, false)), std::pair(0.0, 1.0));
 }
 
 TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
