@@ -11,6 +11,7 @@ constexpr Four BYTES = {255, 255, 255, 255}, DEEP = {3, 1023, 1023, 1023};
 template <typename Colour>
 void Expect(Four auiMax, std::vector<std::pair<Four, KUINT32>> oToWord, std::vector<std::pair<KUINT32, Four>> oFromWord)
 {
+    EXPECT_EQ(Colour().GetPixelSize(), sizeof(Colour));
     EXPECT_EQ(auiMax, (Four{Colour::GetMaxAlpha(), Colour::GetMaxRed(), Colour::GetMaxGreen(), Colour::GetMaxBlue()}));
     for (const auto& [aui, uiWord] : oToWord)
         EXPECT_EQ(Colour::FromARGB(aui[0], aui[1], aui[2], aui[3]).m_uiColorValue, uiWord) << Colour().GetPixelFormat();
@@ -46,7 +47,7 @@ TEST(QelColor, YuvFormatsConvertLikeTheirFormulas)
         BYTES,
         {{{0x9A, 0x378, 254, 250}, 0x9AC79246}, {{0x9A, 17, 0x22D, 68}, 0x9A328E72}, {{0x29A, 240, 73, 0x16B}, 0x9A7D76C7}},
         {{0x9AB8468F, {0x9A, 220, 206, 79}}, {0x9AB221C4, {0x9A, 255, 170, 0}}, {0x9AF30FEC, {0x9A, 255, 221, 36}},
-         {0, {0, 0, 135, 0}}, {~0u, {255, 255, 125, 255}}});
+         {0x110BBCF9, {0x11, 187, 0, 115}}, {0, {0, 0, 135, 0}}, {~0u, {255, 255, 125, 255}}});
     const auto Expect444 = [](auto o) {
         Expect<decltype(o)>(
             {0, 255, 255, 255},

@@ -123,7 +123,7 @@ template <typename FillColour, typename Word> void CheckFill(std::mt19937& roRan
     const bool        bUpwards = Below(4) == 0, bClr = !bUpwards && Below(3) == 0;
     const KUINT32     uiPitch = bUpwards ? ZERO - 900 : KUINT32(Below(2700));
     const KINT32      iLeft = bClr ? 0 : Below(30), iRight = Below(Below(3) == 0 ? 50 : 2600);
-    const KINT32      iTop = bUpwards ? -4 : bClr ? 0 : Below(2), iBottom = bUpwards ? 1 : Below(4);
+    const KINT32      iTop = bUpwards ? -1 - Below(4) : bClr ? 0 : Below(2), iBottom = bUpwards ? 1 : Below(4);
     std::vector<Word> oMemory(12000), oWant(12000);
     const KUINTPTR    uiData  = reinterpret_cast<KUINTPTR>(oMemory.data());
     const FillColour  oColour = static_cast<Word>(Below(5) == 0 ? 0x01010101 * Below(128) : Below(0x7FFFFFFF));
@@ -152,18 +152,20 @@ TEST(QelSurface, ThreePlanesAreCopiedAndWithoutAnAddressNothingIsDrawn)
     const KUINT32                 auiPitch[] = {1, 2, 3, 4, 5};
     const QelSurfaceTyped<Colour> oFive(auiData, nullptr, auiPitch, 6, 7, 5), oTwo(auiData, auiPitch, nullptr, 6, 7, 2);
     EXPECT_EQ(std::tuple(oFive.GetSurfaceData(2), oFive.GetSurfaceData(3), oFive.GetPitchPixels(2)), std::tuple(0x30, 0, 0));
-    EXPECT_EQ(std::tuple(oFive.m_uiPitchInBytes[2], oFive.GetHeight(), oTwo.m_uiPitchInBytes[0]), std::tuple(3, 7, 0));
+    EXPECT_EQ(std::tuple(oFive.m_uiPitchInBytes[2], oFive.GetWidth(), oFive.GetHeight()), std::tuple(3, 6, 7));
     EXPECT_EQ(std::pair(oTwo.m_apuiSurfaceData[1], oTwo.m_apuiSurfaceData[2]), std::pair(KUINTPTR{0x20}, KUINTPTR{0}));
-    EXPECT_EQ(oTwo.GetPitchPixels(1), 2u);
-    for (const KUINT32 uiNbPlanes : {1u, 0u})
+    EXPECT_EQ(std::pair(oTwo.GetPitchPixels(1), oTwo.m_uiPitchInBytes[0]), std::pair(2u, 0u));
+    for (const KUINT32 n : {1u, 0u})  // planes
     {
-        Picture oPicture(uiNbPlanes);
+        Picture oPicture(n);
         KUINT16 a = 9, r = 9, g = 9, b = 9;
-        oPicture.SetFgColorFromARGB(4, 1, 2, 3), oPicture.SetBgColourFromARGB(4, 1, 2, 3);
-        oPicture.Clr(), oPicture.Rectangle(1, 1, 9, 9), oPicture.Dot(3, 2), oPicture.ReadColorToARGB(39, 29, a, r, g, b);
-        EXPECT_EQ(std::tuple(a, r, g, b), std::tuple(4 * uiNbPlanes, 1 * uiNbPlanes, 2 * uiNbPlanes, 3 * uiNbPlanes));
-        EXPECT_EQ(std::count(oPicture.oMemory.begin(), oPicture.oMemory.end(), INK), uiNbPlanes * WIDTH * HEIGHT);
+        oPicture.SetFgColorFromARGB(8, 5, 6, 7), oPicture.SetBgColourFromARGB(4, 1, 2, 3);
+        oPicture.Clr(), oPicture.Rectangle(1, 1, 9, 9), oPicture.Dot(39, 2), oPicture.ReadColorToARGB(39, 2, a, r, g, b);
+        EXPECT_EQ(std::tuple(a, r, g, b, oPicture.GetMaxAlpha(9)), std::tuple(8 * n, 5 * n, 6 * n, 7 * n, 9));
+        EXPECT_EQ(std::ranges::count(oPicture.oMemory, INK), n * (WIDTH * HEIGHT - 65));
+        EXPECT_EQ(std::ranges::count(oPicture.oMemory, 0x08070605u), n * 65);
     }
     QelSurfaceTyped<QelColor<TPixelFormat_B5G6R5, KUINT16>> o(nullptr, nullptr, nullptr, 1, 1, 0);
     EXPECT_TRUE(o.GetMaxAlpha(9) == 0 && o.GetMaxRed(31) == 31 && o.GetMaxGreen(300) == 63 && o.GetMaxBlue(17) == 17);
+    EXPECT_EQ(std::tuple(o.GetMaxAlpha(), o.GetMaxRed(), o.GetMaxGreen(), o.GetMaxBlue()), std::tuple(0, 31, 63, 31));
 }

@@ -88,9 +88,11 @@ constexpr void QelColor<ePixelFormat, T>::ToARGB(QelColor& oColor, KUINT16& ruiA
         const KINT32 iD = aiColour[1] - FACTS.oYuv.iChromaOffset;
         const KINT32 iE = aiColour[2] - FACTS.oYuv.iChromaOffset;
 
-        aiColour[0] = std::clamp<KINT32>((iC + 409 * iE) >> 8, 0, GetMaxRed());
-        aiColour[1] = std::clamp<KINT32>((iC - 100 * iD - 208 * iE) >> 8, 0, GetMaxGreen());
-        aiColour[2] = std::clamp<KINT32>((iC + 516 * iD) >> 8, 0, GetMaxBlue());
+        const auto Cut = [](KINT32 iScaled, KINT32 iMax) { return std::clamp(iScaled >> 8, 0, iMax); };
+
+        aiColour[0] = Cut(iC + 409 * iE, GetMaxRed());
+        aiColour[1] = Cut(iC - 100 * iD - 208 * iE, GetMaxGreen());
+        aiColour[2] = Cut(iC + 516 * iD, GetMaxBlue());
     }
     ruiAlpha = static_cast<KUINT16>(FACTS.oAlpha.Unpack(uiWord));
     ruiRed   = static_cast<KUINT16>(aiColour[0]);

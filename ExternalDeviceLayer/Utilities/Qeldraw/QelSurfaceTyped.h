@@ -178,7 +178,7 @@ void QelSurfaceTyped<ColourType>::FilledCircle(KUINT32 uiXPos, KUINT32 uiYPos, K
     const KINT64  iDiameter = uiDiameter;
 
     KINT64 iRow    = 0;
-    KINT64 iColumn = (iDiameter + 1) / 2 - 1;  // the middle one, or the one left of the centre
+    KINT64 iColumn = iDiameter / 2 - 1;  // the one left of the middle
     KINT64 iRise   = iDiameter - 1;
     KINT64 iReach  = iDiameter - 1 - 2 * iColumn;
     KINT64 iSlack  = iDiameter * 2 - 1 - iReach * iReach;
@@ -254,7 +254,7 @@ void QelSurfaceTyped<ColourType>::FillRows(KUINT32 uiLeft, KUINT32 uiTop, KUINT3
 
     auto* const   pPixels = reinterpret_cast<PixelType*>(GetSurfaceData(0));
     const KUINT32 uiPitch = GetPitchPixels(0);
-    if (pPixels == nullptr || uiColumns == 0 || uiRows == 0)
+    if (pPixels == nullptr)
         return;
 
     KUINT32       uiIndex = uiTop * uiPitch + uiLeft;
