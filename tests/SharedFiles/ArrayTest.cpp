@@ -31,7 +31,7 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
     const std::pair<const char*, std::function<void()>> aoActions[] = {
         // what is done to the array, which is also the name, and the same for the vector
         ACT(a.SetSize(iOwn), m.resize(uiOwn)),
-        ACT(a.SetCount(a.GetCount() + 2), m.resize(uiSize + 2, oZero)),
+        ACT(a.SetCount(a.GetCount() + 1), m.resize(uiSize + 1, oZero)),
         ACT(a.Add(oNew), m.push_back(oNew)),
         ACT(if (uiSize > 0) a.Add(a[iOwn]), if (uiSize > 0) m.push_back(T(m[uiOwn]))),
         ACT(a.SetAtGrow(a.GetSize() + 3, oNew), m.resize(uiSize + 3, oZero); m.push_back(oNew)),
@@ -42,7 +42,7 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
         ACT(a.RemoveAt(iAt, 3), m.erase(m.begin() + iAt, uiSize - uiAt > 3 ? m.begin() + iAt + 3 : m.end())),
         ACT(a.FreeExtra(), EXPECT_EQ(a.GetAllocCount(), uiSize)),
         ACT(a |= oOther, m.insert(m.end(), oOther.Begin(), oOther.End()); Unique()),
-        ACT(a &= oOther, Unique(); std::erase_if(m, [&](const T& ro) { return !oOther.IsPresent(ro); })),
+        ACT(a &= oOther, Unique(); std::erase_if(m, [&](const T& ro) { return oOther.Find(ro) == -1; })),
         ACT(a.Append(a), m.reserve(2 * uiSize); std::copy_n(m.data(), uiSize, std::back_inserter(m))),
         ACT(a.SortElements(), std::sort(m.begin(), m.end())),
         ACT(const CKArray<T> c(a); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a), ),
@@ -60,7 +60,8 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
         EXPECT_TRUE(std::equal(m.begin(), m.end(), a.Begin()));
         const auto itFound = std::find(m.begin(), m.end(), oNew);
         EXPECT_EQ(a.Find(oNew), itFound == m.end() ? -1 : itFound - m.begin());
-        EXPECT_EQ(oAllocator.GetSize(a.GetData()), a.GetAllocCount() * sizeof(T));
+        EXPECT_EQ(std::tuple(oAllocator.GetSize(a.GetData()), a.GetData() == nullptr, a.IsEmpty()),
+                  std::tuple(a.GetAllocCount() * sizeof(T), a.GetAllocCount() == 0, m.empty()));
     }
 }
 }
@@ -85,12 +86,14 @@ TEST(Array, GrowsByTheStoredStep)
         {4, -1, 13},       {14, 2, 15},    {16, -1, 17},       {0, 0, 0},         {8, 100, 8},      {9, -1, 108},
         {100, 0, 108},     {109, -1, 120}, {0, 2147483647, 0}, {3, -1, 3},        {4, -1, 4},       {0, -1, 0},
         {3, -1, 3},        {2, -1, 3}};
-    CKArray<SRecord> oArray;
+    CKArray<SRecord> o;
     for (const auto& [iSize, iGrowBy, iCapacity] : aoRows)
     {
-        oArray.SetSize(iSize, iGrowBy);
-        EXPECT_EQ(oArray.GetAllocSize(), iCapacity) << "size " << iSize;
+        iGrowBy != -1 ? o.SetSize(iSize, iGrowBy) : o.SetCount(static_cast<KUINT32>(iSize));
+        EXPECT_EQ(o.GetAllocSize(), iCapacity) << "size " << iSize;
     }
+    o.SetSize(2, 10), o.RemoveAll(), o.Add({}), o.Add({}), o.InsertAt(11, {}), o.SetSize(13), o.Append(o);
+    EXPECT_EQ(std::pair(o.GetSize(), o.GetAllocSize()), std::pair(26, 31)) << "all grow by the step";
 }
 
 TEST(Array, ADerivedArrayReplacesTheGrowth)
@@ -99,11 +102,11 @@ TEST(Array, ADerivedArrayReplacesTheGrowth)
     {
         void SetSize(int nNewSize, int) override
         {
-            if (nNewSize <= 32)  // and no more
-                CKArray::SetSize(nNewSize, std::max(GetAllocSize(), 1));
+            CKArray::SetSize(std::min(nNewSize, 32), std::max(GetAllocSize(), 1));  // and no more
         }
     } oArray;
-    for (int i = 0; i < 40; ++i) oArray.SetAtGrow(oArray.GetCount(), "text");
+    for (int i = 0; i < 20; ++i) oArray.SetAtGrow(oArray.GetCount(), "text");
+    EXPECT_EQ((std::pair{oArray.Append(oArray), std::count(oArray.Begin(), oArray.End(), "text")}), std::pair(20, 32l));
     EXPECT_EQ(oArray.Add("more"), -1);
     oArray.InsertAt(3, "more");
     oArray.SetCount(33, -1);
@@ -116,14 +119,14 @@ TEST(Array, ReportsBrokenContractsAndStaysInside)
     CountingAllocator oAllocator;  // sees that nothing is left of what is written outside, either
     CKArray<CKString> oArray;
     oArray.Add("only");
-    ExpectReports({(oArray.SetSize(-1), oArray.GetSize() == 1), (oArray.SetSize(MAX), oArray.GetSize() == 1),
-                   (oArray.SetAtGrow(-1, "x"), oArray.GetSize() == 1), (oArray.SetAtGrow(MAX, "x"), oArray.GetSize() == 1),
-                   (oArray.InsertAt(-1, "x"), oArray.GetSize() == 1), (oArray.InsertAt(1, "x", MAX), oArray.GetSize() == 1),
-                   (oArray.RemoveAt(2), oArray.GetSize() == 1), (oArray.SetAt(1, "x"), oArray[0] == "only"),
-                   oArray[0xffffffffu] == "", (oArray[-1] = 'x') == "x", oArray[0xffffffffu] == "",
-                   (oArray[1] = "gone with the array", true)});
+    ExpectReports({(oArray.InsertAt(9, "x", 0), oArray.RemoveAt(1, 0), oArray.SetSize(-1), oArray.GetSize() == 1),
+                   (oArray.SetSize(MAX), oArray.GetSize() == 1), (oArray.SetAtGrow(-1, "x"), oArray.GetSize() == 1),
+                   (oArray.SetAtGrow(MAX, "x"), oArray.GetSize() == 1), (oArray.InsertAt(-1, "x"), oArray.GetSize() == 1),
+                   (oArray.InsertAt(1, "x", MAX), oArray.GetSize() == 1), (oArray.RemoveAt(2), oArray.GetSize() == 1),
+                   (oArray.SetAt(1, "x"), oArray[0] == "only"), oArray[0xffffffffu] == "", (oArray[-1] = 'x') == "x",
+                   oArray[0xffffffffu] == "", (oArray[1] = "gone with the array", true)});
     ExpectReports({(KConstructElements<CKString>(nullptr, 1), true), (KDestructElements<CKString>(nullptr, 1), true),
-                   (KConstructElements<SRecord>(nullptr, 1), true), (KDestructElements<SRecord>(nullptr, 1), true)});
+                   (KConstructElements<int>(nullptr, 1), true), (KDestructElements<int>(nullptr, 1), true)});
 }
 
 TEST(ArrayString, SplitsAndJoins)
@@ -143,7 +146,7 @@ TEST(Plex, ChainsBlocksAndReturnsThem)
     CKPlex*           poHead   = nullptr;
     CKPlex* const     poFirst  = CKPlex::Create(poHead, 3, 5);
     CKPlex* const     poSecond = CKPlex::Create(poHead, 1, 1);
-    EXPECT_TRUE(poHead == poSecond && poHead->m_poNext == poFirst && poFirst->m_poNext == nullptr);
+    EXPECT_TRUE(poHead == poSecond && poHead->m_poNext == poFirst && poFirst->m_poNext == nullptr && TakeReports() == 0);
     EXPECT_EQ(oAllocator.GetSize(poFirst), sizeof(CKPlex) + 15);
     std::memset(poFirst->GetData(), 'x', 15);
     ExpectReports({CKPlex::Create(poHead, 0, 5) == nullptr, CKPlex::Create(poHead, 5, 0) == nullptr});

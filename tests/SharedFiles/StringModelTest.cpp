@@ -79,10 +79,11 @@ struct SStep
     CKString &   s, &o;
     ModelString &m, &mo;
     std::string  t, oNew;
-    size_t       uiEnd, uiAt, uiInside;
-    KINT32       iAt;
+    size_t       uiAt;
     KCHAR8       ch;
 
+    size_t        uiEnd = mo.oText.size(), uiInside = std::min(uiAt, t.size());
+    KINT32        iAt    = static_cast<KINT32>(uiAt);
     const KCHAR8* pszOwn = s.c_str() + uiInside;
     std::string   oOwn   = t.substr(uiInside);
 };
@@ -90,7 +91,7 @@ struct SStep
 #define ACT(string, model)                                                             \
     {                                                                                  \
 #string, [](SStep& ro) {                                                             \
-            auto& [s, o, m, mo, t, oNew, uiEnd, uiAt, uiInside, iAt, ch, pszOwn, oOwn] = ro; \
+            auto& [s, o, m, mo, t, oNew, uiAt, ch, uiEnd, uiInside, iAt, pszOwn, oOwn] = ro; \
             string;                                                                          \
             model;                                                                           \
         } \
@@ -111,6 +112,7 @@ constexpr std::pair<const char*, void (*)(SStep&)> ACTIONS[] = {
     ACT(s.Insert(iAt, oNew.c_str()), m.ChangeInPlace(std::string(t).insert(uiInside, oNew))),
     ACT(s.Insert(iAt, pszOwn), m.ChangeInPlace(std::string(t).insert(uiInside, oOwn))),
     ACT(s.Delete(iAt, 3), m.ChangeInPlace(std::string(t).erase(uiInside, 3))),
+    ACT(s.Delete(iAt, 0), ),
     ACT(s.Delete(iAt), m.ChangeInPlace(std::string(t).erase(uiInside, 1))),
     ACT(s.Delete(static_cast<KUINT32>(uiAt)), m.ChangeInPlace(std::string(t).erase(uiInside, 1))),
     ACT(if (uiAt < t.size()) s.SetAt(iAt, ch), if (uiAt < t.size()) { m.ChangeInPlace(t, true); m.oText[uiAt] = ch; }),
@@ -169,17 +171,7 @@ void RunBesideTheModel(unsigned int uiSeed)
         const size_t      uiAt = Below(t.size() + 2), uiAction = Below(std::size(ACTIONS));
         std::string       oNew(Below(3) == 0 ? 0 : Below(24), ' ');
         std::ranges::generate(oNew, Character);
-        SStep oStep = {s,
-                       aoStrings[uiOther],
-                       m,
-                       aoModels[uiOther],
-                       t,
-                       oNew,
-                       aoModels[uiOther].oText.size(),
-                       uiAt,
-                       std::min(uiAt, t.size()),
-                       static_cast<KINT32>(uiAt),
-                       Character()};
+        SStep oStep = {s, aoStrings[uiOther], m, aoModels[uiOther], t, oNew, uiAt, Character()};
         ACTIONS[uiAction].second(oStep);
         SCOPED_TRACE(testing::Message() << "step " << iStep << ": " << ACTIONS[uiAction].first << ", s is " << uiTarget
                                         << ", o " << uiOther);
@@ -189,7 +181,8 @@ void RunBesideTheModel(unsigned int uiSeed)
         {
             const CKString&    si = aoStrings[i];
             const ModelString& mi = aoModels[i];
-            ASSERT_TRUE(std::string(si.c_str(), si.GetLengthU()) == mi.oText && si[si.GetLength()] == '\0') << mi.oText;
+            ASSERT_EQ(std::string(si.c_str(), si.GetLengthU()), mi.oText);
+            ASSERT_EQ(std::pair(si[0], si[si.GetLength()]), std::pair(*si.c_str(), '\0'));
             ASSERT_EQ(si.GetAllocLengthU(), mi.Capacity());
             ASSERT_EQ(si.GetMetaData()->iRefs, !mi.poBuffer || mi.IsLocked() ? -1 : mi.poBuffer.use_count());
             ASSERT_EQ(si.c_str() == CKString::m_poEmptyString->c_str(), mi.poBuffer == nullptr);

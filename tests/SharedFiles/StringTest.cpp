@@ -38,10 +38,12 @@ TEST_F(StringTest, ExtractsAndChangesAtTheEdges)
 {
     const CKString c("abcABCabc");
     EXPECT_TRUE(c.Left(9).c_str() == c.c_str() && c.Left(-1) == "" && c.Left(0xffffffffu) == c);
-    EXPECT_TRUE(c.CompareNoCase("ABCabcABC") == 0 && c < CKString("abcABCabca") && c[9] == '\0');
-    EXPECT_TRUE(c < "abcABCabca" && "abcABC" < c && c >= NO_TEXT && "b" > c && "abcABCabc" <= c && c != "abc" && "abc" != c);
-    EXPECT_EQ('<' + CKString('x', 3u) + '>' + NO_TEXT + c.Mid(7, 99) + c.Mid(-2, 2) + CKString('x', -1), "<xxx>bcab");
-    EXPECT_EQ(CKString("\xe4z[").MakeUpper(), "\xe4Z[") << "ASCII letters only";
+    EXPECT_TRUE(c.CompareNoCase("ABCabcABC") == 0 && c.CompareNoCase("abB") > 0 && c.Compare("b") < 0 && c[9] == '\0');
+    EXPECT_TRUE(c < CKString("abcABCabca") && "abcABC" < c && c >= NO_TEXT && "b" > c && "abcABCabc" <= c && c != "abc");
+    EXPECT_EQ('<' + ("x" + CKString('x', 2u)) + '>' + NO_TEXT + c.Mid(7) + c.Mid(-2, 2) + CKString('x', -1), "<xxx>bcab");
+    for (int i = -128; i < 128; ++i)  // the locale knows ASCII letters only
+        EXPECT_EQ(std::pair(CKString::ToUpper(KCHAR8(i)), CKString::ToLower(KCHAR8(i))),
+                  std::pair(KCHAR8(std::toupper(KUINT8(i))), KCHAR8(std::tolower(KUINT8(i)))));
 
     CKString s("abcde");
     EXPECT_EQ((std::tuple{s.Delete(1, 2), CKString(s), s.Delete(7), CKString(s)}), std::tuple(5, "ade", 3, "ade"));
@@ -78,7 +80,8 @@ TEST_F(StringTest, EstimatesByTable)
         {4 * 128, Estimate("%e%E%g%G%s", 1., 1., 1., 1., E)},                          {200, Estimate("%100.100e%s", 1., E)},
         {312 + 5 * 32, Estimate("%Lf%Nd%Fd%d%d%d%s", 1.L, 1, 1, 1, 1, 1, E)},           {314, Estimate("%.2f%s", 1., E)},
         {3 * 32, Estimate("%zu%jd%td%s", size_t{1}, intmax_t{1}, ptrdiff_t{1}, E)},     {312, Estimate("%500f%s", 1., E)},
-        {8, Estimate("%*.*s%s", 8, 2, "abcdef", E)},
+        {8, Estimate("%*.*s%s", 8, 2, "abcdef", E)},   {MAX - 3, Estimate("%2147483644c%s", 1, E)},
+        {68, Estimate("%dlx%dhx%s", 1, 1, E)},
         // clang-format on
     };
     for (const auto& [iExpected, iActual] : aaiRows)
@@ -98,6 +101,8 @@ TEST_F(StringTest, SurvivesAFormatterThatFails)
     EXPECT_EQ(s.GetAllocLength(), 20) << "doubled: more than the estimate needs";
     ExpectReports({(s.AppendFormat("%45lc", wint_t{0x20ac}), s == "0123456789")});
     EXPECT_EQ(s.GetAllocLength(), 56) << "more than doubled: the estimate and one";
+    ExpectReports({((s.*AppendFormatAnything)("%"), s == oShared)});  // only the conversion: nothing is tried again
+    ExpectReports({((s.*AppendFormatAnything)("a%"), s == oShared), s.GetAllocLength() == 112});
     s = oShared;
     ExpectReports({(s.Format("more %12ls", L"\x20ac"), s == "")});
     EXPECT_EQ(s.GetAllocLength(), 5 + 12 + 1) << "the estimate and one";
@@ -136,7 +141,7 @@ TEST_F(StringTest, SplitsAtRunsOfDelimiters)
     EXPECT_EQ(oText, "  a,,b ") << "the text itself stays whole";
 
     const CKString      oFour("a b c d");
-    CKString::CIterator itFirst = oFour.Begin(" "), itSecond = itFirst++;
+    CKString::CIterator itFirst = oText.Begin(","), itSecond = (itFirst = oFour.Begin(" "))++;
     EXPECT_TRUE(itSecond == oFour.Begin(" ") && itSecond != itFirst);
     EXPECT_EQ(Split(itFirst = std::as_const(itFirst)) + Split(itSecond), "b|c|d|a|b|c|d|") << "a copy goes on by itself";
     EXPECT_EQ(++itSecond, itFirst);

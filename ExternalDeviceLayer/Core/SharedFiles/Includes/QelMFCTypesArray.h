@@ -126,7 +126,7 @@ template <class T, class ARG> void CKArray<T, ARG>::SetSize(int nNewSize, int nG
         return;
     }
 
-    if (m_poData != nullptr && nNewSize < m_iSize)
+    if (nNewSize < m_iSize)
         KDestructElements<T>(m_poData + nNewSize, m_iSize - nNewSize);
 
     if (nNewSize > m_iMaxSize)
@@ -140,7 +140,6 @@ template <class T, class ARG> void CKArray<T, ARG>::SetSize(int nNewSize, int nG
             if (iStepped > iNewMaxSize && iStepped <= MAX_STORAGE)
                 iNewMaxSize = iStepped;
         }
-        QEL_ASSERT(iNewMaxSize >= m_iMaxSize);
         if (!IsStoragePossible(iNewMaxSize))
             return;
         MoveToStorage(static_cast<int>(iNewMaxSize));
@@ -336,7 +335,7 @@ template <class T, class ARG> bool CKArray<T, ARG>::IsInside(int iIndex) const
 template <class T, class ARG> int CKArray<T, ARG>::OwnIndexOf(const void* pvElement) const
 {
     const std::less<const void*> oIsBefore;
-    if (m_poData == nullptr || oIsBefore(pvElement, m_poData) || !oIsBefore(pvElement, m_poData + m_iSize))
+    if (oIsBefore(pvElement, m_poData) || !oIsBefore(pvElement, m_poData + m_iSize))
         return -1;
     return static_cast<int>(static_cast<const T*>(pvElement) - m_poData);
 }

@@ -167,7 +167,7 @@ private:
     static KINT32        LengthOf(const KCHAR8* pszText);
 
     bool             IsNil() const        { return m_pchData == m_pszNil; }
-    bool             IsLocked() const     { return !IsNil() && GetMetaData()->iRefs < 0; }
+    bool             IsLocked() const     { return !IsNil() && GetMetaData()->iRefs == -1; }
     bool             Holds(const KCHAR8* pszText) const;  // whether pszText lies in this buffer
     SMetaData*       GetWritableMetaData() { return reinterpret_cast<SMetaData*>(m_pchData) - 1; }
     std::string_view View() const         { return {m_pchData, GetLengthU()}; }
@@ -225,10 +225,10 @@ private:
 
 inline CKString::CKString(const CKString& rstrSource) : CKString()
 {
-    if (rstrSource.GetMetaData()->iRefs >= 0)
-        Share(rstrSource);
-    else
+    if (rstrSource.GetMetaData()->iRefs == -1)
         *this = rstrSource;
+    else
+        Share(rstrSource);
 }
 
 inline CKString::~CKString()

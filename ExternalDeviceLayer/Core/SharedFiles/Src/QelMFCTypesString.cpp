@@ -34,7 +34,7 @@ CKString& CKString::operator=(const CKString& rstrSource)
     if (m_pchData == rstrSource.m_pchData)
         return *this;
 
-    if (IsLocked() || rstrSource.GetMetaData()->iRefs < 0)
+    if (IsLocked() || rstrSource.GetMetaData()->iRefs == -1)
     {
         const bool bWasLocked = IsLocked();
         AssignCopy(rstrSource.GetLength(), rstrSource.m_pchData);
@@ -122,9 +122,6 @@ void CKString::Empty()
         SetLength(0);
     else
         Release();
-
-    QEL_ASSERT(GetLength() == 0);
-    QEL_ASSERT(IsLocked() || GetAllocLength() == 0);
 }
 
 KCHAR8* CKString::GetBuffer(KINT32 iMinAllocLength)
@@ -240,7 +237,6 @@ void CKString::CopyBeforeWrite()
 {
     if (GetMetaData()->iRefs > 1)
         Reallocate(GetLength());
-    QEL_ASSERT(GetMetaData()->iRefs <= 1);
 }
 
 // Makes the buffer private and large enough for iLength characters. May drop the text. Returns false and changes nothing
@@ -277,7 +273,7 @@ void CKString::AssignCopy(KINT32 iLength, const KCHAR8* pszText)
 // Sets an empty string to the concatenation of two texts.
 void CKString::ConcatCopy(KINT32 iLengthA, const KCHAR8* pszA, KINT32 iLengthB, const KCHAR8* pszB)
 {
-    if (AddLengths(iLengthA, iLengthB) == 0 || !AllocData(AddLengths(iLengthA, iLengthB)))
+    if (!AllocData(AddLengths(iLengthA, iLengthB)))
         return;
 
     QelTools_memcpy(m_pchData, OrEmpty(pszA), static_cast<KUINT32>(iLengthA));

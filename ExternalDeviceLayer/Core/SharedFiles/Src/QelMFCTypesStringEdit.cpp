@@ -115,13 +115,13 @@ CKString& CKString::TrimLeft(const KCHAR8* pszSet)
 
     const KINT32 iLength = GetLength();
     KINT32       iCount  = 0;
-    while (iCount < iLength && IsInSet(m_pchData[iCount], pszSet))
+    while (IsInSet(m_pchData[iCount], pszSet))  // the terminator is in no set
         ++iCount;
     if (iCount == 0)
         return *this;
 
     KCHAR8* pchBuffer = GetBuffer(iLength);
-    QelTools_memmove(pchBuffer, pchBuffer + iCount, static_cast<KUINT32>(iLength - iCount + 1));
+    QelTools_memmove(pchBuffer, pchBuffer + iCount, static_cast<KUINT32>(iLength - iCount));
     ReleaseBuffer(iLength - iCount);
     return *this;
 }
@@ -137,7 +137,6 @@ CKString& CKString::TrimRight(const KCHAR8* pszSet)
     if (iEnd == GetLength())
         return *this;
 
-    GetBuffer(iEnd);
     ReleaseBuffer(iEnd);
     return *this;
 }
@@ -187,7 +186,7 @@ KINT32 CKString::Delete(KINT32 iIndex, KINT32 iCount)
 
     // The count is limited with the index as given, so a negative index does not shorten the deleted part.
     iCount = static_cast<KINT32>(std::min<KINT64>(iCount, KINT64{iLength} - iIndex));
-    if (iCount <= 0 || iStart >= iLength || iCount > iLength - iStart)
+    if (iCount <= 0 || iCount > iLength)
         return iLength;
 
     CopyBeforeWrite();

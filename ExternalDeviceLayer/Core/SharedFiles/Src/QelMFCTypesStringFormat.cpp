@@ -85,7 +85,7 @@ KINT64 ConversionLength(KCHAR8 chConversion, const SModifiers& roModifiers, SArg
 
     case 'f':
         SkipFloat(roModifiers.chSize, roArguments);
-        return std::max<KINT64>(128, KINT64{iPrecision} + 312);  // the largest double has 309 digits
+        return KINT64{iPrecision} + 312;  // the largest double has 309 digits
 
     case 'c':
     case 'C':
@@ -205,7 +205,6 @@ void CKString::FormatInto(bool bIsAppended, const KCHAR8* pszFormat, va_list arg
         const KINT32 iDoubled = AddLengths(iFirstAlloc, iFirstAlloc);
         iAllocLength          = bIsAppended && iNeeded < iDoubled ? std::min(iDoubled, MAX_LENGTH) : AddLengths(iNeeded, 1);
 
-        ReleaseBuffer(iStart);
         iResult = FormatBehind(iStart, iAllocLength, pszFormat, argSecond);
         QEL_ASSERT(bIsEstimated ? iResult >= 0 : iResult < iAllocLength - iStart);
     }

@@ -1,19 +1,24 @@
 // The token iterator of a string.
 #include "QelMFCTypesString.h"
 
+#include <array>
 #include <new>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "QelMFCTypesAllocator.h"
 
 namespace
 {
-// Compares the contents. Null equals only null.
-bool IsSameText(const KCHAR8* pszA, const KCHAR8* pszB)
+// The contents of the four pointers. Null equals only null.
+auto TextsOf(const CKString::CIterator& roIterator)
 {
-    if (pszA == nullptr || pszB == nullptr)
-        return pszA == pszB;
-    return QelTools_strcmp(pszA, pszB) == 0;
+    const auto fText = [](const KCHAR8* psz) {
+        return psz != nullptr ? std::optional<std::string_view>(psz) : std::nullopt;
+    };
+    return std::array{fText(roIterator.m_poSource != nullptr ? roIterator.m_poSource->c_str() : nullptr),
+                      fText(roIterator.m_pszDelimiters), fText(roIterator.m_pszContext), fText(roIterator.m_pszToken)};
 }
 }
 
@@ -74,10 +79,7 @@ CKString::CIterator CKString::CIterator::operator++(int)
 
 bool CKString::CIterator::operator==(const CIterator& roOther) const
 {
-    const KCHAR8* pszMine   = m_poSource != nullptr ? m_poSource->c_str() : nullptr;
-    const KCHAR8* pszOthers = roOther.m_poSource != nullptr ? roOther.m_poSource->c_str() : nullptr;
-    return IsSameText(pszMine, pszOthers) && IsSameText(m_pszDelimiters, roOther.m_pszDelimiters) &&
-           IsSameText(m_pszContext, roOther.m_pszContext) && IsSameText(m_pszToken, roOther.m_pszToken);
+    return TextsOf(*this) == TextsOf(roOther);
 }
 
 void CKString::CIterator::Reset()
