@@ -1,6 +1,7 @@
 // Formats of up to eight conversions with arguments that fit them: a string formats as the C library does, and the length
 // that it estimates beforehand is enough but for a sign, a point and an exponent beside a precision.
 #include <cstdio>
+#include <functional>
 #include <string>
 
 #include "Fuzz.h"
@@ -49,17 +50,16 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
         sFormat += uiKind == 1 ? "*" : uiWidth > 150 ? std::to_string(uiWidth) : "";
         if (uiPrecision > 99 && uiKind != 6) (sFormat += '.') += std::to_string(uiPrecision);
         const long long iValue = static_cast<long long>(uiRest * 0x9E3779B97F4A7C15u);
-        switch (uiKind)
-        {
-        case 0: Compare(oString, sExpected, sFormat + "d", static_cast<int>(iValue)); break;
-        case 1: Compare(oString, sExpected, sFormat + "lld", static_cast<int>(uiWidth), iValue); break;
-        case 2: Compare(oString, sExpected, sFormat + "lx", static_cast<unsigned long>(iValue)); break;
-        case 3: Compare(oString, sExpected, sFormat + "hhu", uiRest); break;
-        case 4: Compare(oString, sExpected, sFormat + "f", static_cast<double>(iValue) * 1e250); break;
-        case 5: Compare(oString, sExpected, sFormat + "s", std::string(uiRest, 's').c_str()); break;
-        case 6: Compare(oString, sExpected, sFormat + "c", static_cast<int>(uiRest & 0x7F) | 1); break;
-        default: Compare(oString, sExpected, sFormat + "Lg", static_cast<long double>(iValue)); break;
-        }
+        const auto fCompare    = [&](const char* pszEnd, auto... o) { Compare(oString, sExpected, sFormat + pszEnd, o...); };
+        const std::function<void()> afKinds[] = {[&] { fCompare("d", static_cast<int>(iValue)); },
+                                                 [&] { fCompare("lld", static_cast<int>(uiWidth), iValue); },
+                                                 [&] { fCompare("lx", static_cast<unsigned long>(iValue)); },
+                                                 [&] { fCompare("hhu", uiRest); },
+                                                 [&] { fCompare("f", static_cast<double>(iValue) * 1e250); },
+                                                 [&] { fCompare("s", std::string(uiRest, 's').c_str()); },
+                                                 [&] { fCompare("c", static_cast<int>(uiRest & 0x7F) | 1); },
+                                                 [&] { fCompare("Lg", static_cast<long double>(iValue)); }};
+        afKinds[uiKind]();
     }
     return 0;
 }
