@@ -20,14 +20,15 @@ TEST(Messages, LinesFollowTheState)
         const std::string sArgument(uiLength, 'x');
         OsServices::SetMsgLevel(FALSE, FALSE, -2);
         EXPECT_EQ(fnWrite(sArgument), (sPrefix + sArgument + "\n").substr(0, 255));
-        OsServices::SetMsgPrefixEnable(FALSE), OsServices::SetMsgLevel(3, FALSE, FALSE);
-        EXPECT_EQ(fnWrite(sArgument), (sArgument + "\n").substr(0, 255));
+        OsServices::SetMsgPrefixEnable(FALSE), OsServices::SetMsgLevel(3, 4, 5);
+        const std::string sCut = (sArgument + "\n").substr(0, 255);
+        EXPECT_EQ(fnWrite(sArgument), sCut + sCut + sCut);
         OsServices::SetMsgPrefixEnable(TRUE);
     }
     KBOOL32 bError = 9, bUser = 9, bInfo = 9;
     OsServices::GetMsgLevel(&bError, nullptr, nullptr), OsServices::GetMsgLevel(nullptr, &bUser, nullptr);
     OsServices::GetMsgLevel(nullptr, nullptr, &bInfo);
-    EXPECT_EQ(std::tuple(bError, bUser, bInfo), std::tuple(3, 0, 0));
+    EXPECT_EQ(std::tuple(bError, bUser, bInfo), std::tuple(3, 4, 5));
     OsServices::SetMsgLevel(TRUE, TRUE, FALSE), OsServices::SetMsgReferenceId(0), OsServices::SetMsgPrefix("vesk");
 }
 

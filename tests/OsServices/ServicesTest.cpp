@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
@@ -50,7 +51,8 @@ KIND(Event) KIND(Signal) KIND(SpinLock) KIND(Mutex) KIND(StackTrace)
 
     TEST(Services, FailuresUnderneathLeaveNothingBehind)
 {
-    for (const auto pfnWork : {Event, Signal, SpinLock, Mutex, StackTrace, Thread}) EXPECT_TRUE(pfnWork());
+    const auto oBefore = Held();
+    for (const auto pfn : {Event, Signal, SpinLock, Mutex, StackTrace, Thread}) EXPECT_TRUE(pfn() && Held() == oBefore);
     ExpectFailures({"_ZnamRKSt9nothrow_t"}, {Event, Signal, SpinLock, Mutex, StackTrace, Thread});
     ExpectFailures({"pthread_mutex_init"}, {Event, Signal, Mutex});
     ExpectFailures({"pthread_cond_init"}, {Event, Signal});
@@ -74,9 +76,10 @@ TEST(Services, WhatDoesNotExistIsRefusedOrSaysSo)
     EXPECT_TRUE(!g_oOsServices.NonPagedMemory_Alloc(8, &hMemory) &&
                 !g_oOsServices.NonPagedMemory_GetPhysicalAddress(hMemory));
     EXPECT_FALSE(g_oOsServices.Mutex_Acquire(nullptr, 0) || g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT) ||
-                 g_oOsServices.SpinLock_Lock(nullptr) || OsServices_StackTrace_GetHandleSize() != 4 ||
-                 OsServices_Mutex_Create(nullptr) || OsServices_Event_Create(nullptr) || OsServices_Signal_Create(nullptr) ||
-                 OsServices_Event_Reset(nullptr));
+                 g_oOsServices.SpinLock_Lock(nullptr) || OsServices::StackTrace_Save(nullptr) ||
+                 OsServices_StackTrace_GetHandleSize() != 4 || OsServices_SpinLock_GetHandleSize() != 4 ||
+                 OsServices_CpuThread_GetHandleSize() != 8 || OsServices_Mutex_Create(nullptr) ||
+                 OsServices_Event_Create(nullptr) || OsServices_Signal_Create(nullptr) || OsServices_Event_Reset(nullptr));
 }
 
 TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)
@@ -138,6 +141,7 @@ TEST(Services, FourOperationsGoToTheServicesFromOutside)
     auto       hSignal = reinterpret_cast<HSignal>(0x20);
     EXPECT_EQ((std::tuple{oServices.Event_Create(hEvent), oServices.Event_Trigger(hEvent)}), std::tuple(2, 3));
     EXPECT_EQ((std::tuple{oServices.Signal_Create(hSignal), oServices.Signal_Trigger(hSignal)}), std::tuple(4, 5));
+    EXPECT_EQ(std::tuple(oServices.m_uiIrql, g_oOsServices.m_uiIrql), std::tuple(0x34, 0));
     EXPECT_TRUE(g_oOsServices.Event_Create(hEvent) && oServices.Event_Cancel(hEvent) && oServices.Event_Destroy(hEvent));
 }
 
@@ -148,8 +152,12 @@ TEST(Services, CopiesTakeTheSourceFirstAndRandomNumbersFollowOneAnother)
     EXPECT_EQ(std::pair(std::string(acTo), std::string(acFrom)), (std::pair<std::string, std::string>("fr##", "frfm")));
     for (KUINT32 i = 0, uiOld = OsServices::GetRandomNonZero(), uiNew; i < 1'000; ++i, uiOld = uiNew)
         EXPECT_TRUE(((uiNew = OsServices::GetRandom()) == ((uiOld >> 1 | uiOld << 31) ^ uiOld) + uiOld) || uiOld == 0);
-    KUINT32 uiZeroIsNext = 0xFFFFFFFD;
-    EXPECT_TRUE(OsServices_GetNextRandomNonZero(&uiZeroIsNext) != 0 && OsServices_GetRandomNonZero() != 0);
+    KUINT32 ui = 0xFFFFFFFD;  // 0 is next
+    EXPECT_TRUE(OsServices_GetNextRandomNonZero(&ui) && OsServices_GetRandomNonZero() && OsServices::GetRandomNonZero());
+    const auto uiBefore = mallinfo2().hblkhd + mallinfo2().uordblks;
+    OsServices::PagedMemory_Free(std::memset(OsServices::PagedMemory_Alloc(1 << 26), 0, 8));
+    for (KUINT32 i = 0, uiSeed = 0; i < 20; ++i, uiSeed = 0) OsServices_GetNextRandom(&uiSeed);
+    EXPECT_EQ(mallinfo2().hblkhd + mallinfo2().uordblks, uiBefore) << "given back to the heap";
 }
 
 TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)

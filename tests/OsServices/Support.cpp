@@ -64,6 +64,6 @@ extern "C" int __wrap_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mut
     s_oSpuriousEnd = bWakes ? *poEnd : timespec{};
     ++g_iWaitsBegun;
     if (const auto fInstead = std::exchange(g_fInsteadOfWait, nullptr))
-        return pthread_mutex_unlock(poMutex), fInstead(), pthread_mutex_lock(poMutex), ETIMEDOUT;
+        return pthread_mutex_unlock(poMutex), fInstead(), pthread_mutex_lock(poMutex), bWakes ? 0 : ETIMEDOUT;
     return bWakes ? 0 : bFails ? g_iError : __real_pthread_cond_timedwait(poCond, poMutex, poEnd);
 }

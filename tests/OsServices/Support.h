@@ -15,7 +15,7 @@ const std::string INVALID_DEADLINE = " returned # INVALID\nTimeOut occurs Req ti
 inline std::atomic<int> g_iWaitsBegun{0};       // on conditions, counted with the mutex held, so all before the next lock
 inline std::atomic<int> g_iSpuriousWakeUps{0};  // so many of the next timed waits end at once, without a reason
 
-inline std::function<void()> g_fInsteadOfWait;  // the next timed wait runs it, with the mutex free, and times out
+inline std::function<void()> g_fInsteadOfWait;  // the next timed wait runs it, with the mutex free, and ends
 
 // The next call of that name fails, once, with iError where it reports one; null: none.
 inline std::atomic<const char*> g_pszFailing{nullptr};

@@ -1,3 +1,4 @@
+#include "OsServicesClient_Wait.h"
 #include "QelVxd.h"
 #include "Support.h"
 
@@ -9,11 +10,8 @@ namespace
     KBOOL32 Operation(HEvent h) { return g_oOsServices.Event_##Operation(h); } \
     KBOOL32 Operation(HSignal h) { return g_oOsServices.Signal_##Operation(h); }
 BOTH(Trigger) BOTH(Cancel) BOTH(Activate) BOTH(Destroy)
-    // clang-format on
-    KBOOL32 Create(HEvent& rh)
-{
-    return g_oOsServices.Event_Create(rh);
-}
+KBOOL32 Create(HEvent& rh) { return g_oOsServices.Event_Create(rh); }
+// clang-format on
 KBOOL32 Create(HSignal& rh) { return g_oOsServices.Signal_Create(rh); }
 KBOOL32 Reset(HEvent h) { return g_oOsServices.Event_Reset(h); }
 KBOOL32 Reset(HSignal) { return TRUE; }
@@ -53,17 +51,14 @@ TYPED_TEST(Waits, SingleThreadedStatesFollowTheModel)
 {
     const TypeParam hNull = nullptr;
     EXPECT_TRUE(Wait(hNull, 0) == TStatus_FAIL && !Trigger(hNull) && !Cancel(hNull) && !Activate(hNull) && !Destroy(hNull));
+    using PfnDo               = KINT32 (*)(TypeParam);
+    const PfnDo      apfnDo[] = {[](TypeParam h) -> KINT32 { return Wait(h, 0); }, Trigger, Cancel, Reset, Activate};
     std::minstd_rand oRandom(1);
     bool             bIsActive = true, bIsPending = false;
     for (int i = 0; i < 20'000; ++i)
     {
-        const auto   uiDo     = oRandom() % 5;
-        const auto   h        = this->m_h;
-        const KINT32 iResult  = uiDo == 0   ? Wait(h, 0)
-                                : uiDo == 1 ? Trigger(h)
-                                : uiDo == 2 ? Cancel(h)
-                                : uiDo == 3 ? Reset(h)
-                                            : Activate(h);
+        const auto   uiDo     = oRandom() % std::size(apfnDo);
+        const KINT32 iResult  = apfnDo[uiDo](this->m_h);
         const KINT32 iWaiting = !bIsActive ? TStatus_CANCELED : bIsPending ? TStatus_OK : TStatus_TIMEOUT;
         ASSERT_EQ(iResult, uiDo == 0 ? iWaiting : uiDo > 2 || bIsActive) << "operation " << uiDo << " in round " << i;
         bIsPending = uiDo != 0 && uiDo != 3 && (bIsPending || (this->IS_EVENT && bIsActive && uiDo < 3));
@@ -103,13 +98,12 @@ TYPED_TEST(Waits, EveryWaitThatIsBlockedGetsItsEnd)
 
 TYPED_TEST(Waits, WakeUpWithoutReasonEndsNoWait)
 {
-    const KUINT64 uiStart = g_oOsServices.GetRawTimeInNs();
-    g_iSpuriousWakeUps    = 3;
-    EXPECT_EQ(Wait(this->m_h, 20), TStatus_TIMEOUT);
-    EXPECT_GE(g_oOsServices.GetRawTimeInNs() - uiStart, 20'000'000u);
-    EXPECT_EQ(g_iSpuriousWakeUps, 0);
     g_iSpuriousWakeUps = 3;
     this->ExpectWaits(1, 3'600'000, {TStatus_OK}, [&] { Trigger(this->m_h); });
+    const KUINT64 uiStart = g_oOsServices.GetRawTimeInNs();
+    g_iSpuriousWakeUps    = 3;
+    EXPECT_EQ((std::pair{Wait(this->m_h, 20), int{g_iSpuriousWakeUps}}), std::pair(TStatus_TIMEOUT, 0));
+    EXPECT_GE(g_oOsServices.GetRawTimeInNs() - uiStart, 20'000'000u);
 }
 
 TYPED_TEST(Waits, StormOfAllOperationsLosesNoWaitAndLeavesNoCountBehind)
@@ -141,10 +135,14 @@ TYPED_TEST(Waits, WakeFailureIsReportedAndPutBack)
 {
     for (const bool bCancel : {false, true})
         this->ExpectWaits(1, NO_LIMIT, {TStatus_OK}, [&] {
-            FailNext(bCancel || !this->IS_EVENT ? "pthread_cond_broadcast" : "pthread_cond_signal", EINVAL);
-            EXPECT_TRUE(!(bCancel ? Cancel(this->m_h) : Trigger(this->m_h)) && HasFailed());
-            EXPECT_EQ(Wait(this->m_h, 0), bCancel ? TStatus_CANCELED : TStatus_TIMEOUT);
-            EXPECT_TRUE(Activate(this->m_h) && Trigger(this->m_h)) << "the blocked wait is still to be ended";
+            g_iSpuriousWakeUps = 1;
+            g_fInsteadOfWait   = [&] {
+                FailNext(bCancel || !this->IS_EVENT ? "pthread_cond_broadcast" : "pthread_cond_signal", EINVAL);
+                EXPECT_TRUE(!(bCancel ? Cancel(this->m_h) : Trigger(this->m_h)) && HasFailed());
+                EXPECT_TRUE(!(bCancel && Cancel(this->m_h)) && Activate(this->m_h)) << "cancelled all the same";
+            };
+            EXPECT_EQ(Wait(this->m_h, 5), TStatus_TIMEOUT) << "woken, but by nothing";
+            EXPECT_TRUE(Trigger(this->m_h)) << "the blocked wait is still to be ended";
         });
 }
 
@@ -184,8 +182,13 @@ TEST(Time, DelaysLastAndReportWhatTheySay)
         EXPECT_TRUE(tmCounter(&uiAfter) == 1 && uiAfter - uiBefore >= uiMicroSeconds);
     }
     OsServices::SetMsgLevel(TRUE, TRUE, FALSE);
-    const KUINT64 uiTime = g_oOsServices.GetTimeInMs() / 1'000, uiNow = static_cast<KUINT64>(std::time(nullptr));
-    EXPECT_TRUE(uiNow <= uiTime + 1 && uiTime <= uiNow + 1) << "one may be a tick behind the other";
+    constexpr KUINT64 MS = 1'000'000, LONG = 4'000'000'123;  // ns; ms
+    const auto     fNow = [] { return static_cast<KUINT64>(std::chrono::system_clock::now().time_since_epoch().count()); };
+    const KUINT64  uiBefore = fNow(), uiRaw = g_oOsServices.GetRawTimeInNs(), uiTime = g_oOsServices.GetTimeInMs();
+    const timespec o     = DeadlineAfter(LONG);
+    const KUINT64  uiEnd = static_cast<KUINT64>(o.tv_sec) * 1'000 * MS + static_cast<KUINT64>(o.tv_nsec), uiAfter = fNow();
+    EXPECT_TRUE(uiBefore <= uiRaw && uiRaw / MS <= uiTime && uiTime <= uiAfter / MS) << uiRaw << ' ' << uiTime;
+    EXPECT_TRUE(uiBefore + LONG * MS <= uiEnd && uiEnd <= uiAfter + LONG * MS) << uiEnd;
     ExpectFailures({"clock_gettime"}, {[] { return KBOOL32{g_oOsServices.GetRawTimeInNs() != 0}; },
                                        [] { return KBOOL32{tmDelay(4'000'000'000u) != 1}; },
                                        [] {

@@ -10,7 +10,7 @@ OsServices::OsServices(void* pvIOsServices)
     : m_bInitialized(FALSE), m_poIOsServices(static_cast<IOsServices*>(pvIOsServices)), m_uiIrql(0)
 {
     if (m_poIOsServices != nullptr)
-        m_uiIrql = static_cast<KUINT8>(m_poIOsServices->GetIrql() & 0xFF);
+        m_uiIrql = static_cast<KUINT8>(m_poIOsServices->GetIrql());
 
     if (ms_uiInstanceCount == 0 && !ms_bTestMode)
         QEL_CHECK_OR_ABORT(OsServices_Initialize());
