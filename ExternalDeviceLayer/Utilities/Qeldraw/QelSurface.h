@@ -73,7 +73,7 @@ public:
 
 inline KUINTPTR QelSurface::GetSurfaceData(KUINT uiPlaneIdx) const
 {
-    return uiPlaneIdx < m_uiNbPlanes ? m_apuiSurfaceData[uiPlaneIdx] : 0;
+    return uiPlaneIdx < MAX_NUMBER_OF_PLANES && uiPlaneIdx < m_uiNbPlanes ? m_apuiSurfaceData[uiPlaneIdx] : 0;
 }
 
 #endif
