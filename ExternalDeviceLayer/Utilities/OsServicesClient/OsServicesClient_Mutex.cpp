@@ -1,5 +1,6 @@
 #include "OsServicesClient_Linux.h"
 #include "OsServicesClient_Wait.h"
+#include "QelTools.h"
 
 #ifdef __x86_64__  // the C libraries of other machines have mutexes of other sizes
 static_assert(sizeof(pthread_mutex_t) == 40);
@@ -15,6 +16,7 @@ KBOOL32 OsServices_Mutex_Create(HMutex hMutex)
     if (hMutex == nullptr)
         return FALSE;
 
+    QelTools_memset(RecordOf<pthread_mutex_t>(hMutex), 0, sizeof(pthread_mutex_t));
     pthread_mutexattr_t oAttributes;
     if (pthread_mutexattr_init(&oAttributes) != 0)
         return FALSE;
