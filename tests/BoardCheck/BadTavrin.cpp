@@ -1,18 +1,19 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
 // That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash", "babble" (lines
-// to the parent), "child" (a process that stays, whose number is written to $BAD_BOARD_CHILD) or a status, an operation, and
-// from which of its calls on: "-256 TBuffer_Destroy 1".
+// to the parent), "child" (a process that stays, whose number is written to $BAD_BOARD_CHILD), "no-memory" (at an address),
+// "null" or a number above 0 (for what is given) or a status, an operation, and from which of its calls on: "-1
+// TBuffer_Destroy 1".
 #include <dlfcn.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <concepts>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <map>
-#include <sstream>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -22,32 +23,27 @@ namespace
 {
 struct SFault
 {
-    std::string sWhat, sOperation;
-    int         iCall = 1;
-};
+    SFault()
+    {
+        if (const char* const psz = std::getenv("BAD_BOARD")) std::sscanf(psz, "%31s %31s %d", acWhat, acOperation, &iCall);
+    }
+    char acWhat[32] = "", acOperation[32] = "";
+    int  iCall = 1;
+} const s_oFault;
 
-const SFault& Fault()
-{
-    static const SFault s_oFault = [] {
-        const char* const  psz = std::getenv("BAD_BOARD");
-        std::istringstream oText(psz != nullptr ? psz : "");
-        SFault             oFault;
-        oText >> oFault.sWhat >> oFault.sOperation >> oFault.iCall;
-        return oFault;
-    }();
-    return s_oFault;
-}
-
-bool Is(const char* pszWhat) { return Fault().sWhat == pszWhat; }
+bool Is(const char* pszWhat) { return std::strcmp(s_oFault.acWhat, pszWhat) == 0; }
+bool IsOf(const char* pszOperation) { return std::strcmp(s_oFault.acOperation, pszOperation) == 0; }
+bool s_bFaulty = false;  // whether the fault is that of the last call
 
 // Commits the fault, if it is this call's. Returns the status of a call that is to fail, or 0.
 TStatus Commit(const char* pszOperation)
 {
-    static std::map<std::string, int> s_aiCalls;
-    if (Fault().sOperation != pszOperation || ++s_aiCalls[pszOperation] < Fault().iCall) return TStatus_OK;
+    static int s_iCalls = 0;
+    s_bFaulty = IsOf(pszOperation) && ++s_iCalls >= s_oFault.iCall;
+    if (!s_bFaulty) return TStatus_OK;
     if (Is("hang"))
         for (;;) pause();
-    if (Is("exit")) _exit(0);
+    if (Is("exit")) _exit(3);
     // On the first pipe that can be written. A file of the board, unlike a pipe, has a place in it.
     constexpr char LINES[] = R"({"at":5}
 {"at":""}
@@ -63,44 +59,38 @@ TStatus Commit(const char* pszOperation)
         for (;;) pause();
     }
     if (Is("stop") || Is("stop-crash")) kill(getppid(), SIGTERM);
-    if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(Fault().sWhat.c_str()));
+    if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(s_oFault.acWhat));
     std::puts("last words");
-    std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn it into an exit
+    std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn the signal into an exit
     std::raise(SIGSEGV);
     return TStatus_FAIL;
 }
+
+// Replaces what a call gives, if it gives something.
+template <class T> void Replace(T, KUINT32) {}
+template <class T> void Replace(T** pp, KUINT32) { *pp = nullptr; }
+template <std::unsigned_integral T> void Replace(T* pui, KUINT32 ui) { *pui = ui; }
+void Replace(tagTBuffer_PlaneInfo* po, KUINT32 ui) { po->uiPlaneCount = ui; }
 
 // The operation of this name in the good library, called unless it is to fail.
 template <auto pfOperation, class... TArguments> auto Pass(const char* pszName, TArguments... arguments)
 {
     static void* const s_pvLibrary = dlopen(std::getenv("BAD_BOARD_LIBRARY"), RTLD_NOW | RTLD_LOCAL);
-    if constexpr (std::is_same_v<decltype(pfOperation(arguments...)), TStatus>)
-    {
-        const TStatus eStatus = Commit(pszName);
+    const TStatus      eStatus     = Commit(pszName);
+    using Result                   = decltype(pfOperation(arguments...));
+    if constexpr (std::is_same_v<Result, TStatus>)
         if (eStatus < 0) return eStatus;
-    }
-    return reinterpret_cast<decltype(pfOperation)>(dlsym(s_pvLibrary, pszName))(arguments...);
+    Result tResult = reinterpret_cast<decltype(pfOperation)>(dlsym(s_pvLibrary, pszName))(arguments...);
+    if (s_bFaulty && (eStatus > 0 || Is("null")))
+        (Replace(&tResult, KUINT32(eStatus)), ..., Replace(arguments, KUINT32(eStatus)));
+    return tResult;
 }
 
 tagTBuffer_PlaneInfo s_oInfo;
 KUINTPTR             s_uiPlane = 0;
 int                  s_iTaken  = 0;  // buffers, accesses and outputs that are not given back
-std::vector<KUINT32> s_auiBefore;
+std::vector<KUINT32> s_auiBefore;  // what a plane held before it was accessed, and holds again after that
 bool                 s_bWasDisabled = false;
-
-// Does to a picture in access what the bad board does to it.
-void Spoil()
-{
-    const KUINT32  uiPitch = s_oInfo.auiPitch[0], uiHeight = s_oInfo.auiHeight[0];
-    KUINT32* const puiFirst = reinterpret_cast<KUINT32*>(s_uiPlane);
-    KUINT32* const puiEnd   = puiFirst + size_t{uiPitch} * uiHeight;
-    for (KUINT32 y = 0; Is("upside-down") && y < uiHeight / 2; ++y)
-        std::swap_ranges(puiFirst + size_t{uiPitch} * y, puiFirst + size_t{uiPitch} * y + uiPitch,
-                         puiFirst + size_t{uiPitch} * (uiHeight - 1 - y));
-    for (KUINT32* pui = puiFirst; Is("exchanged") && pui != puiEnd; ++pui)
-        *pui = (*pui & 0xff00ff00) | (*pui & 0xff) << 16 | (*pui >> 16 & 0xff);
-    if (Is("forgotten")) std::copy(s_auiBefore.begin(), s_auiBefore.end(), puiFirst);
-}
 }
 
 #define PASS(operation, ...) Pass<operation>(#operation __VA_OPT__(, ) __VA_ARGS__)
@@ -114,40 +104,40 @@ TStatus Tavrin_UnLoad(void)
     if (s_iTaken != 0) std::fprintf(stderr, "not given back: %d\n", s_iTaken);
     return Commit("Tavrin_UnLoad");
 }
-KUINT32 Tavrin_GetDeviceCount(void)
-{
-    const TStatus eStatus = Commit("Tavrin_GetDeviceCount");
-    return eStatus < 0 || Is("no-device") ? 0 : Is("many") ? 65 : PASS(Tavrin_GetDeviceCount);
-}
-TDevice_Handle Tavrin_GetDevice(KUINT32 ui)
-{
-    const TStatus eStatus = Commit("Tavrin_GetDevice");
-    return eStatus < 0 ? nullptr : PASS(Tavrin_GetDevice, ui);
-}
+KUINT32 Tavrin_GetDeviceCount(void) { return PASS(Tavrin_GetDeviceCount); }
+TDevice_Handle Tavrin_GetDevice(KUINT32 ui) { return PASS(Tavrin_GetDevice, ui); }
 TStatus TBuffer_CreateVideo(TDevice_Handle h, TPixelFormat e, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* ph)
     { return ++s_iTaken, PASS(TBuffer_CreateVideo, h, e, uiWidth, uiHeight, ph); }
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
 {
     const TStatus eStatus = PASS(TBuffer_GetPlaneInfo, h, po);
     s_oInfo = *po;
-    if (Is("pitch") || Is("pitch-in-bytes")) po->auiPitchInBytes[0] = po->auiWidth[0] * (Is("pitch") ? 4 : 1);
-    if (Is("pitch")) po->auiPitch[0] = po->auiWidth[0];
-    if (Is("size")) po->auiHeight[0] += 1;
-    if (Is("planes")) po->uiPlaneCount = 2;
-    if (Is("many-planes")) po->uiPlaneCount = 4;
+    if (Is("pitch") || Is("narrow")) po->auiPitch[0] = po->auiWidth[0] - (Is("narrow") ? 1 : 0);
+    if (Is("pitch") || Is("narrow")) po->auiPitchInBytes[0] = po->auiPitch[0] * 4;
+    if (Is("pitch-in-bytes")) po->auiPitchInBytes[0] = po->auiWidth[0];
+    if (Is("width-in-bytes")) po->auiWidthInBytes[0] = po->auiWidth[0];
+    if (Is("width")) po->auiWidth[0] += 1;
+    if (Is("height")) po->auiHeight[0] += 1;
     if (Is("format")) po->aePlaneFormat[0] = TPixelFormat_B8G8R8A8;
     return eStatus;
 }
 TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, KUINTPTR* pui)
 {
     ++s_iTaken;
-    const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, Is("planes") ? 1 : uiPlanes, pui);
+    const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, std::min(uiPlanes, 1u), pui);
+    if (Is("no-memory") && s_bFaulty)
+        *pui = reinterpret_cast<KUINTPTR>(mmap(nullptr, 1 << 20, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    if (Is("no-memory")) std::signal(SIGSEGV, SIG_DFL);
     s_uiPlane = *pui;
     const auto* const puiFirst = reinterpret_cast<const KUINT32*>(s_uiPlane);
     if (Is("forgotten")) s_auiBefore.assign(puiFirst, puiFirst + size_t{s_oInfo.auiPitch[0]} * s_oInfo.auiHeight[0]);
     return eStatus;
 }
-TStatus TBuffer_EndAccess(TBuffer_Handle h) { return --s_iTaken, Spoil(), PASS(TBuffer_EndAccess, h); }
+TStatus TBuffer_EndAccess(TBuffer_Handle h)
+{
+    std::ranges::copy(s_auiBefore, reinterpret_cast<KUINT32*>(s_uiPlane));
+    return --s_iTaken, PASS(TBuffer_EndAccess, h);
+}
 TStatus TBuffer_Destroy(TBuffer_Handle h) { return --s_iTaken, PASS(TBuffer_Destroy, h); }
 TStatus TVideoOut_GetCount(TDevice_Handle h, KUINT32* pui) { return PASS(TVideoOut_GetCount, h, pui); }
 TStatus TVideoOut_GetHandle(TDevice_Handle h, KUINT32 ui, TAccessMode e, TVideoOut_Handle* ph)
@@ -171,11 +161,16 @@ TStatus TBoard_RegRead(TDevice_Handle h, KUINT32 ui, KUINT32* pui)
 {
     static KUINT32 s_uiReads = 0;
     const TStatus eStatus = PASS(TBoard_RegRead, h, ui, pui);
-    if (Is("clears") && ui == 7932 && s_uiReads++ == 0) *pui = 40;
+    s_uiReads += ui == 7932 ? 1 : 0;
+    if (Is("clears") && ui == 7932 && s_uiReads == 1) *pui = 40;
+    if (Is("changes") && ui == 7932 && s_uiReads == 4) *pui = 256;
+    if (Is("rises") && ui == 7932) *pui = s_uiReads;
+    if (Is("moves") && ui == 6908 && s_uiReads == 4) *pui = 1;
     if (Is("fields") && ui == 7932) *pui = 90u << 24 | 1 << 22 | 9 << 8 | 5;
     return eStatus;
 }
 TStatus TBoard_GetFpgaCount(TDevice_Handle h, KUINT32* pui) { return PASS(TBoard_GetFpgaCount, h, pui); }
-TStatus TBoard_GetFpgaInfo(TDevice_Handle h, KUINT32 ui, tagTBoard_FpgaInfo* po) { return PASS(TBoard_GetFpgaInfo, h, ui, po); }
+TStatus TBoard_GetFpgaInfo(TDevice_Handle h, KUINT32 ui, tagTBoard_FpgaInfo* po)
+    { return PASS(TBoard_GetFpgaInfo, h, IsOf("TBoard_GetFpgaCount") ? 0 : ui, po); }
 }
 // clang-format on

@@ -1,11 +1,20 @@
-// The test card in memory: bytes in the order of format 52, a frame along the edges, and nothing outside.
+// The test card in memory: bytes in the order of format 52, a frame along the edges, and nothing outside. Then the pattern
+// that is drawn and compared, in a plane of a device library in this process.
 #include "TestCard.h"
 
+#include "PlanePattern.h"
 #include "TestSupport.h"
 
 namespace
 {
 constexpr KUINT32 PADDING = 16, OUTSIDE = 0xDEADBEEF, BLACK = 0xff000000, WHITE = 0xffffffff;
+
+KUINT32 Hash(const std::vector<KUINT32>& rauiWords)  // FNV-1a, by words
+{
+    KUINT32 uiHash = 2166136261u;
+    for (const KUINT32 uiWord : rauiWords) uiHash = (uiHash ^ uiWord) * 16777619u;
+    return uiHash;
+}
 
 // A card whose rows have padding, with a row of memory above and below.
 struct Card
@@ -45,43 +54,71 @@ TEST(TestCard, StaysInsidePicturesOfEverySize)
 }
 
 // Of the pictures that somebody has looked at. If one changes on purpose, look at it (QelBoardCheck --draw, tavrin-board
-// snapshot) and take the new number.
+// snapshot) and take the new numbers: of the card, and of the card whose square is lit.
 TEST(TestCard, IsTheOneThatWasLookedAt)
 {
-    for (const auto& [uiWidth, uiHeight, uiHash] : {std::tuple(1024u, 768u, 3580833310u), {200, 150, 1479584077u}})
+    for (const auto& [uiWidth, uiHeight, uiDark, uiLit] : {std::tuple(1024u, 768u, 3580833310u, 3226684958u),
+                                                           {600, 900, 2161846943u, 3773456287u},
+                                                           {1500, 720, 3551355248u, 3976330608u}})
     {
-        const Card oCard(uiWidth, uiHeight);
-        KUINT32    uiSum = 2166136261u;  // FNV-1a, by words
-        for (const KUINT32 uiWord : oCard.auiMemory) uiSum = (uiSum ^ uiWord) * 16777619u;
-        EXPECT_EQ(uiSum, uiHash) << uiWidth << ' ' << uiHeight;
+        Card oCard(uiWidth, uiHeight);
+        for (const auto& [bLit, uiHash] : {std::pair(false, uiDark), {true, uiLit}, {false, uiDark}})
+        {
+            EXPECT_EQ(Hash(oCard.auiMemory), uiHash) << uiWidth << ' ' << uiHeight << ' ' << bLit;
+            oCard.Blink(!bLit);
+        }
     }
 }
 
-TEST(TestCard, ShowsItsColoursInTheirOrderAndHalfABar)
+// In the order in which they first come, downwards: the words, then the bars.
+TEST(TestCard, ShowsItsColoursInTheirOrder)
 {
-    for (const auto& [uiWidth, uiHeight] : {std::pair(640u, 480u), {1024, 768}, {1920, 1080}})
-    {
-        Card oCard(uiWidth, uiHeight);
-        // The colours in the order in which they first come, downwards: the words, then the bars.
-        std::vector<KUINT32> auiFound;
-        for (KUINT32 y = 1; y < uiHeight - 1; ++y)
-            for (KUINT32 x = 1; x < uiWidth - 1; ++x)
-                if (std::count(auiFound.begin(), auiFound.end(), oCard.At(x, y)) == 0) auiFound.push_back(oCard.At(x, y));
-        EXPECT_EQ(auiFound, (std::vector<KUINT32>{BLACK, WHITE, 0xff0000ff, 0xff00ff00, 0xffff0000, 0xff00ffff, 0xffffff00,
-                                                  0xffff00ff}));
+    const Card           oCard(640, 480);
+    std::vector<KUINT32> auiFound;
+    for (const KUINT32 ui : oCard.auiMemory)
+        if (std::count(auiFound.begin(), auiFound.end(), ui) == 0) auiFound.push_back(ui);
+    EXPECT_EQ(auiFound, (std::vector<KUINT32>{OUTSIDE, WHITE, BLACK, 0xff0000ff, 0xff00ff00, 0xffff0000, 0xff00ffff,
+                                              0xffffff00, 0xffff00ff}));
+}
 
-        // The lowest things on it are the bar, whose left half is filled, and the square, which is not unless it is lit.
-        const KUINT32 uiLeft = uiWidth / 10, uiRight = uiLeft * 6 - 1, uiMiddle = uiLeft * 7 / 2, uiSquare = uiWidth * 4 / 5;
-        KUINT32       uiRow = uiHeight - 2;
-        while (oCard.At(uiLeft, uiRow) != WHITE) --uiRow;
-        uiRow -= 5;
-        const auto IsWhite = [&](KUINT32 x) { return oCard.At(x, uiRow) == WHITE; };
-        EXPECT_TRUE(!IsWhite(uiLeft - 1) && IsWhite(uiLeft) && IsWhite(uiMiddle - 1) && !IsWhite(uiMiddle) &&
-                    !IsWhite(uiRight - 1) && IsWhite(uiRight) && !IsWhite(uiRight + 1) && !IsWhite(uiSquare));
-        const auto auiDark = oCard.auiMemory;
-        oCard.Blink(true);
-        EXPECT_TRUE(IsWhite(uiSquare) && oCard.Count(OUTSIDE) == oCard.auiMemory.size() - size_t{uiWidth} * uiHeight);
-        oCard.Blink(false);
-        EXPECT_TRUE(AreRows(oCard.auiMemory, auiDark, oCard.uiPitch));
+TEST(PlanePattern, TellsWhatBecameOfIt)
+{
+    using namespace BoardCheck;
+    const std::set<std::string> astrNoneHangs;
+    Trial                       oTrial(-1, -1, astrNoneHangs, std::chrono::seconds(0));  // which tells nobody
+    SRequest                    oRequest;
+    const KUINT32               w = oRequest.oVidParam.uiHActive = 300, h = oRequest.oVidParam.uiVActive = 260;
+    const Device                oDevice(oTrial, {oRequest, 0});
+    const Buffer                oBuffer(oDevice);
+    const Access                oAccess(oBuffer);
+    const Pixels                auiBefore = ReadPlane(oAccess);
+    Pixels                      auiDrawn;
+    const auto                  At = [&](KUINT32 x, KUINT32 y) { return auiDrawn[size_t{y} * w + x]; };
+    const auto Exchange            = [](KUINT32 ui) { return (ui & 0xff00ff00) | (ui & 0xff) << 16 | (ui >> 16 & 0xff); };
+
+    const std::pair<std::string, std::function<KUINT32(KUINT32 x, KUINT32 y)>> aoCases[] = {
+        {"", At},
+        {"upside down", [&](KUINT32 x, KUINT32 y) { return At(x, h - 1 - y); }},
+        {"mirrored", [&](KUINT32 x, KUINT32 y) { return At(w - 1 - x, y); }},
+        {"upside down and mirrored", [&](KUINT32 x, KUINT32 y) { return At(w - 1 - x, h - 1 - y); }},
+        {"red and blue exchanged", [&](KUINT32 x, KUINT32 y) { return Exchange(At(x, y)); }},
+        {"upside down, red and blue exchanged", [&](KUINT32 x, KUINT32 y) { return Exchange(At(x, h - 1 - y)); }},
+        {"the bytes of a pixel in reverse order", [&](KUINT32 x, KUINT32 y) { return __builtin_bswap32(At(x, y)); }},
+        {"nothing of it: the plane holds what it held before", [&](KUINT32, KUINT32) { return auiBefore[0]; }},
+        {"the pixel in column 299 of row 258 is 0x00000005 instead of 0x",
+         [&](KUINT32 x, KUINT32 y) { return y == 258 && x == 299 ? 5 : At(x, y); }},
+    };
+    for (const bool bInverted : {false, true})
+    {
+        DrawPattern(oAccess, bInverted);
+        auiDrawn = ReadPlane(oAccess);
+        EXPECT_EQ(Hash(auiDrawn), bInverted ? 2095222613u : 2787361557u);  // of the patterns that were chosen
+        for (const auto& [sSays, fPixel] : aoCases)
+        {
+            for (KUINT32 i = 0; i < w * h; ++i) oAccess.GetRow(i / w)[i % w] = fPixel(i % w, i / w);
+            char acPixel[9] = "";
+            if (sSays.ends_with("0x")) std::snprintf(acPixel, sizeof(acPixel), "%08x", At(299, 258));
+            EXPECT_EQ(CompareWithPattern(oAccess, bInverted, auiBefore), sSays + acPixel);
+        }
     }
 }
