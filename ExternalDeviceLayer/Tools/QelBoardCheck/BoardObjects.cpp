@@ -1,7 +1,6 @@
 #include "BoardObjects.h"
 
 #include <iterator>
-#include <utility>
 
 #include "BoardRegisters.h"
 
@@ -91,7 +90,9 @@ Buffer::~Buffer()
 
 void Buffer::Destroy()
 {
-    m_roDevice.m_roTrial.Check(TBuffer_Destroy(std::exchange(m_hBuffer, nullptr)));
+    const TStatus eStatus = TBuffer_Destroy(m_hBuffer);  // may throw before the call
+    m_hBuffer             = nullptr;
+    m_roDevice.m_roTrial.Check(eStatus);
 }
 
 tagTBuffer_PlaneInfo Buffer::RequireRows() const
@@ -124,7 +125,9 @@ Access::~Access()
 
 void Access::End()
 {
-    m_roTrial.Check(TBuffer_EndAccess(std::exchange(m_hBuffer, nullptr)));
+    const TStatus eStatus = TBuffer_EndAccess(m_hBuffer);
+    m_hBuffer             = nullptr;
+    m_roTrial.Check(eStatus);
 }
 
 KUINT32* Access::GetRow(KUINT32 uiRow) const
@@ -195,7 +198,9 @@ void Output::Disable()
 
 void Output::Release()
 {
-    Check(TVideoOut_ReleaseHandle(std::exchange(m_hVideoOut, nullptr)));
+    const TStatus eStatus = TVideoOut_ReleaseHandle(m_hVideoOut);
+    m_hVideoOut           = nullptr;
+    Check(eStatus);
 }
 
 Outputs EnableEveryOutput(const Buffer& roBuffer)
