@@ -90,7 +90,9 @@ tagTBuffer_PlaneInfo s_oInfo;
 KUINTPTR             s_uiPlane = 0;
 int                  s_iTaken  = 0;  // buffers, accesses and outputs that are not given back
 std::vector<KUINT32> s_auiBefore;  // what a plane held before it was accessed, and holds again after that
-bool                 s_bWasDisabled = false;
+bool                 s_bWasEnabled = false, s_bWasDisabled = false;
+
+TStatus Take(TStatus e) { return s_iTaken += e >= 0 && !(s_bFaulty && Is("null")) ? 1 : 0, e; }
 }
 
 #define PASS(operation, ...) Pass<operation>(#operation __VA_OPT__(, ) __VA_ARGS__)
@@ -107,13 +109,12 @@ TStatus Tavrin_UnLoad(void)
 KUINT32 Tavrin_GetDeviceCount(void) { return PASS(Tavrin_GetDeviceCount); }
 TDevice_Handle Tavrin_GetDevice(KUINT32 ui) { return PASS(Tavrin_GetDevice, ui); }
 TStatus TBuffer_CreateVideo(TDevice_Handle h, TPixelFormat e, KUINT32 uiWidth, KUINT32 uiHeight, TBuffer_Handle* ph)
-    { return ++s_iTaken, PASS(TBuffer_CreateVideo, h, e, uiWidth, uiHeight, ph); }
+    { return Take(PASS(TBuffer_CreateVideo, h, e, uiWidth, uiHeight, ph)); }
 TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
 {
     const TStatus eStatus = PASS(TBuffer_GetPlaneInfo, h, po);
     s_oInfo = *po;
-    if (Is("pitch") || Is("narrow")) po->auiPitch[0] = po->auiWidth[0] - (Is("narrow") ? 1 : 0);
-    if (Is("pitch") || Is("narrow")) po->auiPitchInBytes[0] = po->auiPitch[0] * 4;
+    if (Is("pitch") || Is("narrow")) po->auiPitchInBytes[0] = 4 * (po->auiPitch[0] = po->auiWidth[0] - (Is("narrow") ? 1 : 0));
     if (Is("pitch-in-bytes")) po->auiPitchInBytes[0] = po->auiWidth[0];
     if (Is("width-in-bytes")) po->auiWidthInBytes[0] = po->auiWidth[0];
     if (Is("width")) po->auiWidth[0] += 1;
@@ -123,14 +124,15 @@ TStatus TBuffer_GetPlaneInfo(TBuffer_Handle h, tagTBuffer_PlaneInfo* po)
 }
 TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, KUINTPTR* pui)
 {
-    ++s_iTaken;
     const TStatus eStatus = PASS(TBuffer_BeginAccess, h, uiMode, std::min(uiPlanes, 1u), pui);
+    if (eStatus >= 0) ++s_iTaken;
     if (Is("no-memory") && s_bFaulty)
         *pui = reinterpret_cast<KUINTPTR>(mmap(nullptr, 1 << 20, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     if (Is("no-memory")) std::signal(SIGSEGV, SIG_DFL);
     s_uiPlane = *pui;
     const auto* const puiFirst = reinterpret_cast<const KUINT32*>(s_uiPlane);
-    if (Is("forgotten")) s_auiBefore.assign(puiFirst, puiFirst + size_t{s_oInfo.auiPitch[0]} * s_oInfo.auiHeight[0]);
+    if (Is("forgotten") || (Is("frozen") && s_bWasEnabled))
+        s_auiBefore.assign(puiFirst, puiFirst + size_t{s_oInfo.auiPitch[0]} * s_oInfo.auiHeight[0]);
     return eStatus;
 }
 TStatus TBuffer_EndAccess(TBuffer_Handle h)
@@ -141,10 +143,11 @@ TStatus TBuffer_EndAccess(TBuffer_Handle h)
 TStatus TBuffer_Destroy(TBuffer_Handle h) { return --s_iTaken, PASS(TBuffer_Destroy, h); }
 TStatus TVideoOut_GetCount(TDevice_Handle h, KUINT32* pui) { return PASS(TVideoOut_GetCount, h, pui); }
 TStatus TVideoOut_GetHandle(TDevice_Handle h, KUINT32 ui, TAccessMode e, TVideoOut_Handle* ph)
-    { return ++s_iTaken, PASS(TVideoOut_GetHandle, h, ui, e, ph); }
+    { return Take(PASS(TVideoOut_GetHandle, h, ui, e, ph)); }
 TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const tagTVideo_VidParam* po, TBuffer_Handle hBuffer,
                          TVideoOut_PowerState ePower)
 {
+    s_bWasEnabled = true;
     if (Is("once") && s_bWasDisabled) return TStatus_FAIL;
     const TStatus eStatus = PASS(TVideoOut_Enable, h, eSignal, po, hBuffer, ePower);
     return Is("shared") ? TStatus_OK : eStatus;
@@ -171,6 +174,10 @@ TStatus TBoard_RegRead(TDevice_Handle h, KUINT32 ui, KUINT32* pui)
 }
 TStatus TBoard_GetFpgaCount(TDevice_Handle h, KUINT32* pui) { return PASS(TBoard_GetFpgaCount, h, pui); }
 TStatus TBoard_GetFpgaInfo(TDevice_Handle h, KUINT32 ui, tagTBoard_FpgaInfo* po)
-    { return PASS(TBoard_GetFpgaInfo, h, IsOf("TBoard_GetFpgaCount") ? 0 : ui, po); }
+{
+    const TStatus eStatus = PASS(TBoard_GetFpgaInfo, h, IsOf("TBoard_GetFpgaCount") ? 0 : ui, po);
+    if (Is("name")) std::memcpy(po->szName, "\x1b[2J ~\x7f\xff", 9);
+    return eStatus;
+}
 }
 // clang-format on

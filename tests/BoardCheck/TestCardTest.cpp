@@ -121,4 +121,7 @@ TEST(PlanePattern, TellsWhatBecameOfIt)
             EXPECT_EQ(CompareWithPattern(oAccess, bInverted, auiBefore), sSays + acPixel);
         }
     }
+    // A trial in a call that hangs does not outlive its parent for long.
+    oTrial.At("a call", std::chrono::seconds(7));
+    EXPECT_EQ(alarm(0), 14u);
 }
