@@ -1,8 +1,8 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
 // That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash", "babble" (lines
 // to the parent), "child" (a process that stays, whose number is written to $BAD_BOARD_CHILD), "no-memory" (at an address),
-// "null" or a number above 0 (for what is given) or a status, an operation, and from which of its calls on: "-1
-// TBuffer_Destroy 1".
+// "null" (it gives nothing, and a good status), a number (which is given) or a status, an operation, and from which of its
+// calls on: "-1 TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -68,7 +68,6 @@ TStatus Commit(const char* pszOperation)
 
 // Replaces what a call gives, if it gives something.
 template <class T> void Replace(T, KUINT32) {}
-template <class T> void Replace(T** pp, KUINT32) { *pp = nullptr; }
 template <std::unsigned_integral T> void Replace(T* pui, KUINT32 ui) { *pui = ui; }
 void Replace(tagTBuffer_PlaneInfo* po, KUINT32 ui) { po->uiPlaneCount = ui; }
 
@@ -78,10 +77,11 @@ template <auto pfOperation, class... TArguments> auto Pass(const char* pszName, 
     static void* const s_pvLibrary = dlopen(std::getenv("BAD_BOARD_LIBRARY"), RTLD_NOW | RTLD_LOCAL);
     const TStatus      eStatus     = Commit(pszName);
     using Result                   = decltype(pfOperation(arguments...));
+    if (s_bFaulty && Is("null")) return Result();
     if constexpr (std::is_same_v<Result, TStatus>)
         if (eStatus < 0) return eStatus;
     Result tResult = reinterpret_cast<decltype(pfOperation)>(dlsym(s_pvLibrary, pszName))(arguments...);
-    if (s_bFaulty && (eStatus > 0 || Is("null")))
+    if (eStatus > 0)
         (Replace(&tResult, KUINT32(eStatus)), ..., Replace(arguments, KUINT32(eStatus)));
     return tResult;
 }
@@ -136,10 +136,7 @@ TStatus TBuffer_BeginAccess(TBuffer_Handle h, KUINT32 uiMode, KUINT32 uiPlanes, 
     return eStatus;
 }
 TStatus TBuffer_EndAccess(TBuffer_Handle h)
-{
-    std::ranges::copy(s_auiBefore, reinterpret_cast<KUINT32*>(s_uiPlane));
-    return --s_iTaken, PASS(TBuffer_EndAccess, h);
-}
+    { return std::ranges::copy(s_auiBefore, reinterpret_cast<KUINT32*>(s_uiPlane)), --s_iTaken, PASS(TBuffer_EndAccess, h); }
 TStatus TBuffer_Destroy(TBuffer_Handle h) { return --s_iTaken, PASS(TBuffer_Destroy, h); }
 TStatus TVideoOut_GetCount(TDevice_Handle h, KUINT32* pui) { return PASS(TVideoOut_GetCount, h, pui); }
 TStatus TVideoOut_GetHandle(TDevice_Handle h, KUINT32 ui, TAccessMode e, TVideoOut_Handle* ph)

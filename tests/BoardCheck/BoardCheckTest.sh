@@ -14,7 +14,6 @@ if [ $# -eq 3 ]; then
   xargs -P 10 -d '\n' -n 1 "$0" "$@" <<'JOBS' || exit
 fault|hang TVideoOut_Disable|disable|TVideoOut_Disable hangs: it does not return within 2 s|enable-again|$aoutput 0 may still be on: TVideoOut_Disable hangs\noutput 1 may still be on: TVideoOut_Disable hangs||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody; 0x00000000
 default
-fault|hang TVideoOut_Disable 2|disable|TVideoOut_Disable hangs: it does not return within 2 s|enable-again
 fault|hang TVideoOut_Enable 2|enable|TVideoOut_Enable hangs: it does not return within 2 s|release..enable-again card
 fault|hang TBuffer_BeginAccess|rows|TBuffer_BeginAccess hangs: it does not return within 2 s|second-access drawing card
 fault|hang TBoard_RegWrite 2|running-register|TBoard_RegWrite hangs: it does not return within 2 s
@@ -71,7 +70,6 @@ fault|-1 TVideoOut_ReleaseHandle 2|release|output 1: TVideoOut_ReleaseHandle ret
 fault|-1 TVideoOut_Disable|disable|output 0: TVideoOut_Disable returned -1 (TStatus_FAIL)|enable-again|$aoutput 0 may still be on: output 0: TVideoOut_Disable returned -1 (TStatus_FAIL)\noutput 1 may still be on: output 1: TVideoOut_Disable returned -1 (TStatus_FAIL)||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody; 0x00000000
 fault|-1 TBoard_RegWrite|running-register|TBoard_RegWrite returned -1 (TStatus_FAIL)||$aregister 6908 may not hold 0 again: TBoard_RegWrite returned -1 (TStatus_FAIL)
 fault|-1 TBoard_RegRead|registers|TBoard_RegRead returned -1 (TStatus_FAIL)|running-register progress-register|9,11d
-fault|crash TBuffer_CreateVideo|buffer|TBuffer_CreateVideo crashes (SIGSEGV)|planes..enable-again card
 fault|crash TBoard_RegWrite 3|running-register|TBoard_RegWrite crashes (SIGSEGV)
 fault|stop TBoard_RegWrite 4|||progress-register card||143
 fault|stop-crash TBoard_RegWrite 2|running-register|TBoard_RegWrite crashes (SIGSEGV)|progress-register card||143
@@ -80,7 +78,6 @@ fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount|||fpgas..card|5,11d|143
 fault|stop TBuffer_BeginAccess|||rows..card||143
 fault|stop TVideoOut_Enable 2|||release..card||143
-fault|stop-crash TVideoOut_Enable 2|enable|TVideoOut_Enable crashes (SIGSEGV)|release..card||143
 fault|child TBoard_GetFpgaCount
 fault|name||||s/FPGA 0: FPGA 0/FPGA 0: ?[2J ~????/
 fault||firmware|the firmware of FPGA 0 is not known: TARN_IN 001-033-007|buffer..card||||--fpga 3:1.33.7
