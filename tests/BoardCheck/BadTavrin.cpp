@@ -4,6 +4,8 @@
 // "null" (it gives nothing, and a good status), a number (which is given) or a status, an operation, and from which of its
 // calls on: "-1 TBuffer_Destroy 1".
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -45,12 +47,8 @@ TStatus Commit(const char* pszOperation)
         for (;;) pause();
     if (Is("exit")) _exit(3);
     // On the first pipe that can be written. A file of the board, unlike a pipe, has a place in it.
-    constexpr char LINES[] = R"({"at":5}
-{"at":""}
-{"result":"holds"}
-{"fact":[7]}
-{"result":[],"came":0}
-)";
+    constexpr char LINES[] = "{\"at\":5}\n{\"at\":\"\"}\n{\"result\":\"holds\"}\n{\"fact\":[7]}\n"
+                             "{\"result\":[],\"came\":0}\n";
     for (int iFd = 3; Is("babble") && iFd < 64; ++iFd)
         if (lseek(iFd, 0, SEEK_CUR) < 0 && write(iFd, LINES, sizeof(LINES) - 1) > 0) break;
     if (Is("child") && fork() == 0)
@@ -58,7 +56,14 @@ TStatus Commit(const char* pszOperation)
         std::ofstream(std::getenv("BAD_BOARD_CHILD")) << getpid() << std::flush;
         for (;;) pause();
     }
-    if (Is("stop") || Is("stop-crash")) kill(getppid(), SIGTERM);
+    if (Is("stop") || Is("stop-crash"))
+    {
+        kill(getppid(), SIGTERM);
+        std::vector<pollfd> aoFiles;
+        for (int iFd = 3; iFd < 64; ++iFd)
+            if (fcntl(iFd, F_GETFD) >= 0) aoFiles.push_back({iFd, 0, 0});
+        poll(aoFiles.data(), aoFiles.size(), 5000);  // until the parent closes a pipe, by which it tells to stop
+    }
     if (!Is("crash") && !Is("stop-crash")) return TStatus(std::atoi(s_oFault.acWhat));
     std::puts("last words");
     std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would turn the signal into an exit

@@ -70,7 +70,6 @@ fault|-1 TVideoOut_ReleaseHandle 2|release|output 1: TVideoOut_ReleaseHandle ret
 fault|-1 TVideoOut_Disable|disable|output 0: TVideoOut_Disable returned -1 (TStatus_FAIL)|enable-again|$aoutput 0 may still be on: output 0: TVideoOut_Disable returned -1 (TStatus_FAIL)\noutput 1 may still be on: output 1: TVideoOut_Disable returned -1 (TStatus_FAIL)||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody; 0x00000000
 fault|-1 TBoard_RegWrite|running-register|TBoard_RegWrite returned -1 (TStatus_FAIL)||$aregister 6908 may not hold 0 again: TBoard_RegWrite returned -1 (TStatus_FAIL)
 fault|-1 TBoard_RegRead|registers|TBoard_RegRead returned -1 (TStatus_FAIL)|running-register progress-register|9,11d
-fault|crash TBoard_RegWrite 3|running-register|TBoard_RegWrite crashes (SIGSEGV)
 fault|stop TBoard_RegWrite 4|||progress-register card||143
 fault|stop-crash TBoard_RegWrite 2|running-register|TBoard_RegWrite crashes (SIGSEGV)|progress-register card||143
 fault|exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit status 3)|enable-again card
