@@ -151,8 +151,7 @@ TStatus TVideoOut_Enable(TVideoOut_Handle h, TVideo_SignalType eSignal, const ta
 {
     s_bWasEnabled = true;
     if (Is("once") && s_bWasDisabled) return TStatus_FAIL;
-    const TStatus eStatus = PASS(TVideoOut_Enable, h, eSignal, po, hBuffer, ePower);
-    return Is("shared") ? TStatus_OK : eStatus;
+    return PASS(TVideoOut_Enable, h, eSignal, po, hBuffer, ePower);
 }
 TStatus TVideoOut_Disable(TVideoOut_Handle h) { return s_bWasDisabled = true, PASS(TVideoOut_Disable, h); }
 TStatus TVideoOut_ReleaseHandle(TVideoOut_Handle h)
@@ -169,7 +168,6 @@ TStatus TBoard_RegRead(TDevice_Handle h, KUINT32 ui, KUINT32* pui)
     s_uiReads += ui == 7932 ? 1 : 0;
     if (Is("clears") && ui == 7932 && s_uiReads == 1) *pui = 40;
     if (Is("changes") && ui == 7932 && s_uiReads == 4) *pui = 256;
-    if (Is("rises") && ui == 7932) *pui = s_uiReads;
     if (Is("moves") && ui == 6908 && s_uiReads == 4) *pui = 1;
     if (Is("fields") && ui == 7932) *pui = 90u << 24 | 1 << 22 | 9 << 8 | 5;
     return eStatus;

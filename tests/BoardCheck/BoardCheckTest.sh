@@ -16,7 +16,6 @@ fault|hang TVideoOut_Disable|disable|TVideoOut_Disable hangs: it does not return
 default
 fault|hang TVideoOut_Enable 2|enable|TVideoOut_Enable hangs: it does not return within 2 s|release..enable-again card
 fault|hang TBuffer_BeginAccess|rows|TBuffer_BeginAccess hangs: it does not return within 2 s|second-access drawing card
-fault|hang TBoard_RegWrite 2|running-register|TBoard_RegWrite hangs: it does not return within 2 s
 look
 card
 signal|TERM
@@ -40,12 +39,10 @@ fault|forgotten|second-access|nothing of it: the plane holds what it held before
 fault|frozen|drawing|nothing of it: the plane holds what it held before
 fault|no-memory TBuffer_BeginAccess|rows|reading and writing the plane crashes (SIGSEGV)|second-access drawing card
 fault|no-memory TBuffer_BeginAccess 2|second-access|reading the plane in another access crashes (SIGSEGV)|drawing|s/2 outputs/1 output/;s/outputs: 2/outputs: 1/||off; 0x00000000|--outputs 1
-fault|shared|busy|output 0: TVideoOut_Enable returned 0 (TStatus_OK)
 fault|released|busy|output 0: TVideoOut_Enable returned 0 (TStatus_OK)
 fault|once|enable-again|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)|card
 fault|deaf|running-register|0 after 1 was written
 fault|clears|progress-register|0 after 40||s/7932: 0x00000000/7932: 0x00000028/;s/percent 0/percent 40/;s/0 and 0 %/0 and 40 %/
-fault|rises||||s/7932: 0x00000000/7932: 0x00000001/;s/percent 0/percent 1/;s/0 and 0 %/0 and 1 %/
 fault|changes|progress-register|256 after 0
 fault|moves|progress-register|register 6908 changes
 fault|fields||||s/7932: 0x00000000/7932: 0x5a400905/;s/percent.*/percent 5 reserved 9 bar_display_completed 1 trigger_new_bar_display 0 update_status 90/;s/0 and 0 %/0 and 5 %/
@@ -64,7 +61,6 @@ fault|null TBuffer_BeginAccess|rows|TBuffer_BeginAccess gave no address|second-a
 fault|null TVideoOut_GetHandle|enable|output 0: TVideoOut_GetHandle gave no handle|release..enable-again card
 fault|-1 TBuffer_GetPlaneInfo|planes|TBuffer_GetPlaneInfo returned -1 (TStatus_FAIL)|pitch..second-access drawing card
 fault|-1 TBuffer_EndAccess|rows|TBuffer_EndAccess returned -1 (TStatus_FAIL)|second-access drawing card
-fault|-256 TVideoOut_Enable|enable|output 0: TVideoOut_Enable returned -256 (which looks like success in an exit status)|release..enable-again card
 fault|-256 TBuffer_Destroy|buffer|TBuffer_Destroy returned -256 (which looks like success in an exit status)
 fault|-1 TVideoOut_ReleaseHandle 2|release|output 1: TVideoOut_ReleaseHandle returned -1 (TStatus_FAIL)|drawing..enable-again card
 fault|-1 TVideoOut_Disable|disable|output 0: TVideoOut_Disable returned -1 (TStatus_FAIL)|enable-again|$aoutput 0 may still be on: output 0: TVideoOut_Disable returned -1 (TStatus_FAIL)\noutput 1 may still be on: output 1: TVideoOut_Disable returned -1 (TStatus_FAIL)||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody; 0x00000000
@@ -76,7 +72,6 @@ fault|exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit 
 fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount|||fpgas..card|5,11d|143
 fault|stop TBuffer_BeginAccess|||rows..card||143
-fault|stop TVideoOut_Enable 2|||release..card||143
 fault|child TBoard_GetFpgaCount
 fault|name||||s/FPGA 0: FPGA 0/FPGA 0: ?[2J ~????/
 fault||firmware|the firmware of FPGA 0 is not known: TARN_IN 001-033-007|buffer..card||||--fpga 3:1.33.7
@@ -147,8 +142,10 @@ report() { # WHAT FAILS CAME NOT_TRIED EDIT WHY_NOT LESS: the report, less some 
     firmware* | *fpgas..*) edit="$edit;s/would drive it/would not drive it: $6/;/ buffer /,\$s/($6)/(the board may not be driven)/" ;;
   esac
   less="s/build id [0-9a-f]\{40\}$/build id/;$7"
-  sound | sed "$less;$edit;$5" >"$work/wanted"
-  sed "$less" "$work/out" | diff "$work/wanted" - || expect "the report with '$1'" above 'and below'
+  expected=$(sound | sed "$less;$edit;$5") came=$(sed "$less" "$work/out")
+  [ "$expected" = "$came" ] && return
+  echo "$expected" >"$work/wanted"
+  echo "$came" | diff "$work/wanted" - || expect "the report with '$1'" above 'and below'
 }
 
 fault() { # FAULT FAILS CAME NOT_TRIED EDIT STATUS STATE CREATE
@@ -163,7 +160,8 @@ fault() { # FAULT FAILS CAME NOT_TRIED EDIT STATUS STATE CREATE
   expect "status with '$1'" "$wanted" "$status"
   report "$1" "$2" "$3" "$4" "$5" "$why" "${8:+/^  FPGA/,/^    answers/d}"
   case $1 in *crash*) words='last words' ;; *) words='' ;; esac # the library also says what is not given back
-  expect "what the library says of '$1'" "$words" "$(sort -u "$work/err")"
+  read -r said <"$work/err"
+  expect "what the library says of '$1'" "$words" "$said"
   case $1 in
     child*) [ -s "$work/child" ] && wait_until child_state '' || expect 'a process that the library leaves' 'an end' none ;;
   esac
