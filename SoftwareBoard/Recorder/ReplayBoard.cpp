@@ -65,6 +65,8 @@ try
         m_oOutputs[roCall.oFilled.at("phVideoOut").dump()] = {DeviceOf(roCall), fNumber("uiIndex")};
         break;
     case EOperation::TVideoOut_Enable:
+        if (roArguments[2] == 0)  // no timings, which another library may accept
+            break;
         if (const auto ooOutput =
                 m_oBuffers.at(fArgument("hBuffer")).MakeOutput(*FromWord<const tagTVideo_VidParam*>(roArguments[2])))
             Show(m_oOutputs.at(fArgument("hVideoOut")), *ooOutput);
