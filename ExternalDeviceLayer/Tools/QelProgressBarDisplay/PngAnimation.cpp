@@ -68,7 +68,8 @@ std::FILE* OpenFrame(const char* pszAnimBaseFileName, KUINT32 uiNumber)
     const int iLength =
         std::snprintf(acFileName, sizeof(acFileName), "%s%02u%s", pszAnimBaseFileName, uiNumber, FILE_NAME_END);
 
-    if (iLength < 0 || static_cast<size_t>(iLength) >= sizeof(acFileName) + sizeof(FILE_NAME_END) - 1)
+    // The length of a failure is negative, which is a large one here.
+    if (static_cast<size_t>(iLength) >= sizeof(acFileName) + sizeof(FILE_NAME_END) - 1)
         return nullptr;
     return std::fopen(acFileName, "rb");
 }

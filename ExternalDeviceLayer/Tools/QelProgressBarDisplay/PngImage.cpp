@@ -154,9 +154,6 @@ Qel_Abort:
         TakeOffLargePages(oImage.puiFirstRow, oImage.uiRowBytes * oImage.uiHeight);
     delete[] oImage.ppuiRows;
     delete[] oImage.puiPixels;
-    if (poInfo != nullptr)
-        png_destroy_info_struct(poPng, &poInfo);
-    if (poPng != nullptr)
-        png_destroy_read_struct(&poPng, nullptr, nullptr);
+    png_destroy_read_struct(&poPng, &poInfo, nullptr);  // either may be null
     return bLoaded;
 }

@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "QelTools.h"
-
 std::atomic<KBOOL32> g_bStopSignal{FALSE};
 
 namespace
@@ -47,8 +45,7 @@ void WriteSignalLine(int iSignal)
 
 void InstallHandler(int iSignal, const char* pszFailure)
 {
-    struct sigaction oAction;
-    QelTools_memset(&oAction, 0, sizeof(oAction));
+    struct sigaction oAction = {};
     oAction.sa_sigaction = SignalHandler;
     oAction.sa_flags     = SA_SIGINFO;
     sigfillset(&oAction.sa_mask);
