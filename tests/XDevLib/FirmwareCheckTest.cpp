@@ -12,7 +12,7 @@ static TDEVICE_OBJECT* const DEVICE = reinterpret_cast<TDEVICE_OBJECT*>(&g_aoFpg
 TStatus TBoard_GetFpgaCount(TDevice_Handle hDev, KUINT32* puiCount)
 {
     EXPECT_EQ(hDev, DEVICE);
-    *puiCount = static_cast<KUINT32>(g_aoFpgas.size());
+    if (!g_aoFpgas.empty()) *puiCount = static_cast<KUINT32>(g_aoFpgas.size());
     return g_eCountStatus;
 }
 
@@ -57,4 +57,9 @@ TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
                   aoFpgas.empty() ? "No FPGA detected!\n" : "");
         EXPECT_TRUE(bSupported == bExpected && g_uiAsked == uiAsked) << pszCase;
     }
+
+    const tagTBoard_FpgaInfo oInfo  = {84, "without a bridge", 1, 2, 3, 4, 5, 6, 7};
+    tagTBoard_FpgaInfo       oFound = {84, "", 0, 0, 0, 0, 0, 0, 0};
+    ToFpgaInfo(oInfo).GetFpgaBoardInfo(oFound);
+    EXPECT_TRUE(std::memcmp(&oFound, &oInfo, sizeof(oInfo)) == 0 && ToFpgaInfo(oInfo).GetBridgeVersion() == 0);
 }

@@ -31,7 +31,7 @@ TEST(FpgaInfo, DecidesByTheFirstRowThatMatches)
     const std::tuple<KUINT32, KUINT32, bool, bool, const char*> aoRows[] = {
         // device, version, supported, known
         {3, 0x12100, true, true, "registered"},
-        {3, 0x12107, false, false, "the build counts, and is another"},
+        {3, 0x12101, false, false, "the build counts, and is another"},
         {3, 0x10e99, true, true, "the build does not count: an earlier row of 1.14"},
         {5, 0x20208, true, true, "2.2.27 before 2.2.8"},
         {5, 0x20121, false, true, "known as not supported"},
@@ -153,19 +153,20 @@ TEST(FpgaInfo, TellsDevicesApart)
     EXPECT_EQ(RegistrySum(Fpga(8, 0x1093d)), 0xefba3ed9) << "behind its own";
     EXPECT_EQ(RegistrySum(Fpga(3, 0x10529)), 0xc8bcba18) << "before its own";
     const X oNone;
-    EXPECT_EQ(std::tuple(oNone.GetVersion(), oNone.GetBridgeVersion(), oNone.GetBusIndex(), oNone.GetI2cAddress()),
-              std::tuple(0u, 0u, 0u, 0u));
-    EXPECT_EQ(std::tuple(oNone.GetFpgaDeviceId(), oNone.GetFpgaVendorId(), oNone.IsTimeConversionSupported()),
-              std::tuple(0, 0, FALSE));
+    for (const KUINT32 ui : {oNone.GetVersion(), oNone.GetBridgeVersion(), oNone.GetBusIndex(), oNone.GetI2cAddress(),
+                             oNone.m_uiFpgaDevId, KUINT32(oNone.IsTimeConversionSupported())})
+        EXPECT_EQ(ui, 0u);
     for (const X& roEmpty : {Fpga(UNKNOWN, 0x10528), X()}) EXPECT_EQ(roEmpty.GetFpgaVersionData().GetSize(), 0);
 }
 
 TEST(FpgaInfo, ReturnsWhatItWasMadeOf)
 {
     const CKString oName('n', 65);
-    const X        oFpga(0xc3e70006, E_FPGA_QUADHI_01_005_013, E_BRIDGE_VER_OLD, 3, 4, 0xd0, oName);
+    const X        oFpga(0xc3e70006, E_FPGA_QUADHI_01_005_013, E_BRIDGE_VER_02_005_009, 3, 4, 0xd0, oName);
     EXPECT_TRUE(oFpga.GetName().c_str() == oName.c_str() && oFpga.IsTimeConversionSupported() == 3) << "the name is shared";
-    EXPECT_EQ(oFpga.GetVersionStr() + ' ' + oFpga.GetBridgeVersionStr(), "001-005-013 000-000-000");
+    EXPECT_EQ(oFpga.GetVersionStr() + ' ' + oFpga.GetBridgeVersionStr(), "001-005-013 002-005-009");
+    EXPECT_EQ(std::tuple(oFpga.GetVersion(), oFpga.GetBridgeVersion(), oFpga.GetBusIndex(), oFpga.GetI2cAddress()),
+              std::tuple(0x1050du, 0x20509u, 4u, 0xd0u));
 
     tagTBoard_FpgaInfo oInfo = {85, {}, 0, 0, 0, 0, 0, 0, 0}, oExpected = oInfo;
     const auto         Returns = [&](TStatus eStatus) {
