@@ -120,6 +120,7 @@ TEST(CommandLine, IsExplainedWhenItIsWrong)
         {"-h " + NUMBERS + "no no - - no RGB_FULL 444", FAIL, "[-v] missing video parameters.\n"},
     };
     for (const auto& [sLine, eOutcome, sMessages] : ROWS) Expect(sLine, eOutcome, sMessages);
+    EXPECT_EQ(OutputOf([] { PrintUsage("tool"); }), USAGE);
 }
 
 TEST(CommandLine, EveryWordOfTheTimingIsChecked)
@@ -136,10 +137,5 @@ TEST(CommandLine, EveryWordOfTheTimingIsChecked)
         for (const auto& ro : WORDS) sLine += std::string(&ro == &roBad ? ro[1] : ro[0]) + ' ';
         Expect(sLine, FAIL, std::string("[-v] invalid ") + roBad[2] + " value " + roBad[1] + ".\n");
     }
-}
-
-TEST(CommandLine, UsageTextListsEveryOption)
-{
-    EXPECT_EQ(OutputOf([] { PrintUsage("tool"); }), USAGE);
 }
 }

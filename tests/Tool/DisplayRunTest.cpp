@@ -7,7 +7,7 @@
 
 using DisplayRun = DisplayWorld;
 
-TEST_F(DisplayRun, OutputWithoutAHandleIsLeftOutInSilence)
+TEST_F(DisplayRun, DeviceThatIsNotThereIsNotAskedForAndOutputWithoutAHandleIsLeftOut)
 {
     m_roBoard.fFails   = [](const std::string& s) { return s == "TVideoOut_GetHandle 0 2"; };
     m_roBoard.eFailure = TStatus_OK;
@@ -16,10 +16,7 @@ TEST_F(DisplayRun, OutputWithoutAHandleIsLeftOutInSilence)
     EXPECT_EQ(m_sOutput, "");
     const Calls asBefore(FORWARD.begin(), FORWARD.begin() + 10), asBehind(FORWARD.begin() + 12, FORWARD.end());
     EXPECT_EQ(m_roBoard.asCalls, asBefore + asBehind + UNDO_BUFFER);
-}
 
-TEST_F(DisplayRun, DeviceThatIsNotThereIsNotAskedFor)
-{
     m_uiDevIndex = 1;
     EXPECT_EQ(Run(), TStatus_FAIL);
     EXPECT_EQ(m_roBoard.asCalls, Calls{"Tavrin_GetDeviceCount"});
@@ -41,6 +38,8 @@ TEST_F(DisplayRun, StopSignalSkipsOrEndsTheLoop)
         EXPECT_EQ(m_roBoard.asCalls, Calls(FORWARD.begin(), FORWARD.end() - 2) + Calls{FORWARD.back()} + UNDO_OUTPUTS);
         EXPECT_TRUE(Shows([](KUINT32, KUINT32) { return 0; })) << "neither bar nor animation, and not black";
     }
+    EXPECT_EQ(OutputOf([] { SignalHandler(64, nullptr, nullptr); }), "Received signal: 64\n");
+
     struct sigaction oInstalled;
     sigaction(SIGTERM, nullptr, &oInstalled);
     EXPECT_EQ(oInstalled.sa_flags & (SA_SIGINFO | SA_RESTART | SA_NODEFER), SA_SIGINFO);

@@ -39,6 +39,9 @@ const Calls UNDO_OUTPUTS = OutputCalls("0", "TVideoOut_Disable 0") + OutputCalls
 
 inline bool                                          g_bRunIsUnderWay = false;
 inline std::function<bool(const std::string& sName)> g_fServiceFails;  // asked at each call of the system in a run
+// The bytes that a heap was asked for that may refuse. What the kernel was told of memory: address, bytes, advice.
+inline std::vector<size_t>                            g_auiBlocks;
+inline std::vector<std::tuple<KUINTPTR, size_t, int>> g_aoAdvice;
 
 struct DisplayWorld : testing::Test
 {
@@ -59,11 +62,13 @@ struct DisplayWorld : testing::Test
         return eStatus;
     }
 
-    // Writes a background whose bytes are all 40, and that many frames of grey 60, 120, ... and a bit, which are half
-    // transparent. The next run shows them. A frame behind a missing one is not played.
+    // Writes a background of bytes that are 40 and 41 by turns of its rows, and that many frames of grey 60, 120, ... and a
+    // bit, which are half transparent. The next run shows them. A frame behind a missing one is not played.
     void MakePictures(int iFrames)
     {
-        WritePng(m_sBack, 80, 60, {}, std::vector<png_byte>(80 * 60 * 4, 40));
+        std::vector<png_byte> auiBack(80 * 4, 40);
+        auiBack.resize(2 * 80 * 4, 41);
+        WritePng(m_sBack, 80, 60, {}, auiBack);
         for (int i = 1; i <= iFrames + 2; ++i)
         {
             const std::string     sFrame = m_sFrames + "0" + std::to_string(i) + ".png";
