@@ -51,9 +51,9 @@ struct TestClient
     TStatus Disable(KUINT32 uiOutput) { return TVideoOut_Disable(Output(uiOutput)); }
 };
 
-// A process that runs a body; expectations that fail in there make it fail. In the body Pause() stops it, Await() here waits
-// for that, and Resume() lets it go on. Signals act on it as by default, also where nohup or a shell's background job
-// started the tests.
+// A process that runs a body; expectations that fail in there make it fail. In the body Pause() stops it unless an
+// expectation failed, Await() here waits for that, and Resume() lets it go on. Signals act on it as by default, also where
+// nohup or a shell's background job started the tests.
 class Process
 {
 public:
@@ -72,7 +72,7 @@ public:
     }
     Process(const Process&) = delete;
 
-    static void Pause() { raise(SIGSTOP); }
+    static void Pause() { testing::Test::HasFailure() ? std::exit(1) : static_cast<void>(raise(SIGSTOP)); }
     void        Await() { Wait(WUNTRACED, W_STOPCODE(SIGSTOP)); }
     void        Resume()  // never a process that runs: the signal would take a stop away that is on its way
     {

@@ -31,7 +31,8 @@ TEST_F(BufferTest, EachAccessPeriodHasAnAddressOfItsOwn)
         for (KUINT8 uiPeriod = 0, *puiLast = nullptr; uiPeriod < 8; ++uiPeriod)
         {
             KUINT8* const puiPlane = ro.Access();
-            EXPECT_NE(puiPlane, std::exchange(puiLast, puiPlane));
+            EXPECT_NE(puiPlane, puiLast);
+            EXPECT_EQ(mincore(std::exchange(puiLast, puiPlane), 1, &ucThere), -1) << "something is at the last address";
             EXPECT_EQ((*puiPlane)++, uiPeriod) << "the pixels stay from period to period";
             EXPECT_EQ(ro.TBuffer_BeginAccess(ro.hBuffer, 0, 1, &uiPlane), TStatus_INVALID_PARAM);
             EXPECT_EQ(uiPlane, 7u);
@@ -39,6 +40,9 @@ TEST_F(BufferTest, EachAccessPeriodHasAnAddressOfItsOwn)
             EXPECT_EQ(ro.TBuffer_EndAccess(ro.hBuffer), TStatus_INVALID_PARAM);
             EXPECT_EQ(mincore(puiPlane, 1, &ucThere), -1) << "the old address is still there";
         }
+        ro.MakeBuffer();
+        std::filesystem::resize_file(std::string(getenv("TAVRIN_BOARD")) + "/board.pixels-0", 32 * 8 * 4);
+        EXPECT_EQ(ro.TBuffer_BeginAccess(ro.hBuffer, 0, 1, &uiPlane), TStatus_FAIL) << "its file was cut";
     });
 }
 

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "Board.h"
+#include "BoardError.h"
 #include "BoardWorld.h"
 
 namespace
@@ -52,38 +53,65 @@ struct DamageTest : BoardWorld
             EXPECT_EQ(std::pair(ro.Tavrin_GetDeviceCount(), ro.hDev != nullptr), std::pair(uiCount, bHandle)) << pszWhen;
         });
     }
+    // What fFails throws. It throws nothing if there is no reason.
+    template <class TFails> static void ExpectReason(TFails fFails, const std::string& strWhy, const char* pszWhen)
+    {
+        std::string strThrown;
+        try
+        {
+            fFails();
+        }
+        catch (const SoftwareBoard::BoardError& ro)
+        {
+            strThrown = ro.what();
+        }
+        EXPECT_EQ(strThrown.empty(), strWhy.empty()) << pszWhen << ": " << strThrown;
+        EXPECT_NE(strThrown.find(strWhy), std::string::npos) << pszWhen << ": " << strThrown;
+    }
     const fs::path m_oState = m_oFolder / "board.state";
 };
 
 TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
 {
     constexpr size_t uiLabel = 2 * 4096 + 65536, uiSize = uiLabel + 80, uiAll = 9;
-    const std::tuple<const char*, size_t, size_t, size_t, std::string> aoDamages[] = {
-        // what works, new size, offset, bytes
-        {"nothing left", 0, 0, 0, ""},
-        {"half of it", 0, uiSize / 2, 0, ""},
-        {"cut in the label", 0, uiLabel + 10, 0, ""},
-        {"cut by a byte", 0, uiSize - 1, 0, ""},
-        {"longer by a byte", 0, uiSize + 1, 0, ""},
-        {"another magic", 0, uiSize, uiLabel, "t"},
-        {"another layout", 0, uiSize, uiLabel + 8, "\x02"},
-        {"9 devices", 0, uiSize, uiLabel + 12, "\x09"},
-        {"17 outputs", 4, uiSize, 0, "\x11"},
-        {"17 FPGAs", 4, uiSize, 4, "\x11"},
-        {"FPGA name without an end", 4, uiSize, 12, std::string(64, 'x')},
-        {"another output neither on nor off", uiAll, uiSize, 4096 + 256, "\x02"},
-        {"whole", uiAll, uiSize, 0, ""},
+    const auto       fLabel = [](char cDevices) {
+        std::string strLabel = "TAVRINBD\5";
+        strLabel.resize(80);
+        strLabel[12] = cDevices;
+        return strLabel;
+    };
+    const std::tuple<const char*, size_t, size_t, size_t, std::string, const char*> aoDamages[] = {
+        // what works, new size, offset, bytes, and the reason that who has it open is told
+        {"nothing left", 0, 0, 0, "", "size of the file"},
+        {"half of it", 0, uiSize / 2, 0, "", "size of the file"},
+        {"cut in the label", 0, uiLabel + 10, 0, "", "size of the file"},
+        {"cut by a byte", 0, uiSize - 1, 0, "", "size of the file"},
+        {"longer by a byte", 0, uiSize + 1, 0, "", "size of the file"},
+        {"another magic", 0, uiSize, uiLabel, "t", "not the state of a board"},
+        {"another layout", 0, uiSize, uiLabel + 8, "\x02", "a board of layout 2"},
+        {"9 devices", 0, uiSize, uiLabel + 12, "\x09", "number of devices"},
+        {"a label of 9 devices", 0, 9 * uiLabel + 80, 9 * uiLabel, fLabel(9), "size of the file"},
+        {"a label of no device", 0, 80, 0, fLabel(0), "size of the file"},
+        {"17 outputs", 4, uiSize, 0, "\x11", "record of device 0"},
+        {"17 FPGAs", 4, uiSize, 4, "\x11", "record of device 0"},
+        {"FPGA name without an end", 4, uiSize, 12, std::string(64, 'x'), "record of device 0"},
+        {"FPGA name of two lines", 4, uiSize, 13, "\n", "record of device 0"},
+        {"FPGA of another name", uiAll, uiSize, 12, "~", ""},
+        {"another output neither on nor off", uiAll, uiSize, 4096 + 256, "\x02", ""},
+        {"whole", uiAll, uiSize, 0, "", ""},
     };
     Process([&] {
         Veteran           oVeteran;
         const std::string strWhole = ReadFile(m_oState);
+        const auto        oOpen    = SoftwareBoard::Board::Observe();
         EXPECT_EQ(strWhole.size(), uiSize);
-        for (const auto& [pszName, uiWorks, uiNewSize, uiOffset, strBytes] : aoDamages)
+        for (const auto& [pszName, uiWorks, uiNewSize, uiOffset, strBytes, pszWhy] : aoDamages)
         {
             fs::resize_file(m_oState, uiNewSize);
             Overwrite(m_oState, uiOffset, strBytes);
             const std::string strDamaged = ReadFile(m_oState);
             ExpectDevices(uiWorks > 0, uiWorks == uiAll, pszName);
+            ExpectReason([&] { oOpen.m_oState.ReadDevice(0); }, pszWhy, pszName);
             const auto oResults = oVeteran.CallAll();
             for (size_t uiCall = 0; uiCall < uiAll; ++uiCall)
                 EXPECT_EQ(oResults[uiCall], uiCall < uiWorks ? TStatus_OK : TStatus_FAIL) << pszName << ", call " << uiCall;
@@ -110,29 +138,30 @@ TEST_F(DamageTest, OfOneDeviceLeavesTheOthersAsTheyWere)
 TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
 {
     const fs::path oElsewhere = m_oFolder / "elsewhere", oBoard = m_oFolder / "board", oInside = oBoard / "board.state";
-    const std::pair<const char*, std::function<void()>> aoPlaces[] = {
+    const std::tuple<const char*, const char*, std::function<void()>> aoPlaces[] = {
         // clang-format off
-        {"its group may write",          [&] { chmod(oBoard.c_str(), 0770); }},
-        {"others may write",             [&] { chmod(oBoard.c_str(), 0707); }},
-        {"state is a link",              [&] { fs::create_symlink(oElsewhere / "whole", oInside); }},
-        {"state is a folder",            [&] { fs::create_directory(oInside); }},
-        {"state is a pipe",              [&] { mkfifo(oInside.c_str(), 0600); }},
-        {"what is being made is a link", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.new"); }},
-        {"folder is a link",             [&] { fs::remove(oBoard); fs::create_directory_symlink(oElsewhere, oBoard); }},
-        {"others own the state",         [&] { fs::copy_file(oElsewhere / "whole", oInside); Disown(oInside); }},
-        {"others own the folder",        [&] { Disown(oBoard); }},
-        {"folder is a file",             [&] { fs::remove(oBoard); std::ofstream(oBoard) << "mine"; }},
+        {"its group may write",          "others may write to it", [&] { chmod(oBoard.c_str(), 0770); }},
+        {"others may write",             "others may write to it", [&] { chmod(oBoard.c_str(), 0707); }},
+        {"state is a link",              "a symbolic link is refused", [&] { fs::create_symlink(oElsewhere / "whole", oInside); }},
+        {"state is a folder",            "open: Is a directory", [&] { fs::create_directory(oInside); }},
+        {"state is a pipe",              "not a plain file of this user", [&] { mkfifo(oInside.c_str(), 0600); }},
+        {"what is being made is a link", "a symbolic link is refused", [&] { fs::create_symlink(oElsewhere / "new", oBoard / "board.new"); }},
+        {"folder is a link",             "no symbolic link: Not a directory", [&] { fs::remove(oBoard); fs::create_directory_symlink(oElsewhere, oBoard); }},
+        {"others own the state",         ": ", [&] { fs::copy_file(oElsewhere / "whole", oInside); Disown(oInside); }},
+        {"others own the folder",        ": ", [&] { Disown(oBoard); }},
+        {"folder is a file",             "no symbolic link: Not a directory", [&] { fs::remove(oBoard); std::ofstream(oBoard) << "mine"; }},
         // clang-format on
     };
     ExpectDevices(1, true, "made");
     fs::create_directory(oElsewhere);
     fs::copy_file(m_oState, oElsewhere / "whole");
     setenv("TAVRIN_BOARD", (oBoard.string() + "/").c_str(), 1);
-    for (const auto& [pszName, fPrepare] : aoPlaces)
+    for (const auto& [pszName, pszWhy, fPrepare] : aoPlaces)
     {
         mkdir(oBoard.c_str(), 0700);
         fPrepare();
         ExpectDevices(0, false, pszName);
+        ExpectReason(SoftwareBoard::Board::Open, pszWhy, pszName);
         fs::remove_all(oBoard);
     }
     EXPECT_EQ(EntriesOf(oElsewhere.c_str()), 1) << "something was made behind a link";

@@ -1,4 +1,6 @@
 // What shows an output on a display, as far as that needs no card: modes, formats, who shows what, and the changed rows.
+#include <sys/mman.h>
+
 #include <drm_fourcc.h>
 
 #include "Board.h"
@@ -7,6 +9,7 @@
 #include "Connectors.h"
 #include "DisplayMode.h"
 #include "DrawingProcess.h"
+#include "Refusal.h"
 #include "ScreenCopy.h"
 #include "VideoTimings.h"
 
@@ -38,18 +41,19 @@ TEST(DisplayMode, AListedTimingMakesItsModeAgainOrIsLeftOut)
         {83500, 1280, 1352, 1480, 1680, 0, 800, 803, 809, 831, 1, 60, uiNP, DRM_MODE_TYPE_PREFERRED, ""},
         {74250, 1920, 2008, 2052, 2200, 0, 1080, 1084, 1094, 1125, 0, 60, uiPP | DRM_MODE_FLAG_INTERLACE, 0, ""},
         {4294836, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 1, 1, 1, 0xFFFF, 0, 1, uiPP, 0, ""},
+        {4294836, 1, 1, 1, 0xFFFF, 0, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0, 1, uiPP, 0, ""},
     };
     std::vector<drmModeModeInfo> aoAll(std::begin(aoModes), std::end(aoModes));
     aoAll.push_back(aoModes[0]);
     aoAll.back().type = DRM_MODE_TYPE_PREFERRED;
     for (const uint32_t uiFlag : std::initializer_list<uint32_t>{DRM_MODE_FLAG_DBLSCAN, DRM_MODE_FLAG_CLKDIV2,
                                                                  DRM_MODE_FLAG_DBLCLK, DRM_MODE_FLAG_3D_FRAME_PACKING})
-        (aoAll.push_back(aoModes[0]), aoAll.back().flags |= uiFlag);
+        (aoAll.push_back(aoModes[0]), aoAll.back().flags |= uiFlag, aoAll.back().clock += 1);
     for (const auto& [puiField, uiValue] : {std::pair(&drmModeModeInfo::vscan, 2),
                                             {&drmModeModeInfo::hskew, 1},
                                             {&drmModeModeInfo::hdisplay, 0},
                                             {&drmModeModeInfo::vsync_start, 767}})
-        (aoAll.push_back(aoModes[0]), aoAll.back().*puiField = static_cast<uint16_t>(uiValue));
+        (aoAll.push_back(aoModes[0]), aoAll.back().*puiField = static_cast<uint16_t>(uiValue), aoAll.back().clock += 1);
 
     const std::vector<SListedTiming> aoListed = ListTimings(aoAll);
     ASSERT_EQ(aoListed.size(), std::size(aoModes));
@@ -75,20 +79,38 @@ TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)
                        uiRA                                                       = DRM_FORMAT_ARGB8888;
     const std::tuple<std::vector<uint32_t>, uint32_t, KUINT32, KUINT32> aoCases[] = {
         // has, chosen, and its pixels
-        {{uiR, uiRA, uiBA, uiB}, uiB, 0x00332211, 0x80FFEEDD},
-        {{uiR, uiRA, uiBA}, uiBA, 0xFF332211, 0xFFFFEEDD},
-        {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00112233, 0x80DDEEFF},
-        {{DRM_FORMAT_RGB565, uiRA}, uiRA, 0xFF112233, 0xFFDDEEFF},
+        {{uiR, uiRA, uiBA, uiB}, uiB, 0x00322210, 0x80FFEEDD},
+        {{uiR, uiRA, uiBA}, uiBA, 0xFF322210, 0xFFFFEEDD},
+        {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00102232, 0x80DDEEFF},
+        {{DRM_FORMAT_RGB565, uiRA}, uiRA, 0xFF102232, 0xFFDDEEFF},
     };
     for (const auto& [auiHas, uiChosen, uiFirst, uiSecond] : aoCases)
     {
         const SScanFormat* const poFormat = ChooseFormat(auiHas);
         ASSERT_TRUE(poFormat != nullptr && poFormat->uiFourCc == uiChosen);
-        KUINT32 auiRow[] = {0x00332211, 0x80FFEEDD}, auiShown[] = {1, 1, 1};
+        KUINT32 auiRow[] = {0x00322210, 0x80FFEEDD}, auiShown[] = {1, 1, 1};
         CopyRow(*poFormat, auiRow, auiShown, 2);
         EXPECT_EQ(std::vector({auiShown[0], auiShown[1], auiShown[2]}), std::vector({uiFirst, uiSecond, 1u}));
     }
     EXPECT_EQ(ChooseFormat({DRM_FORMAT_RGB565, DRM_FORMAT_BGRX8888}), nullptr);
+    char szName[5] = "....";
+    NameFourCc(CommonFormat().uiFourCc | DRM_FORMAT_BIG_ENDIAN, szName);
+    EXPECT_STREQ(szName, "XR24");
+}
+
+TEST(Refusal, TellsWhatTheKernelSaid)
+{
+    errno = EACCES;
+    for (const auto& [iResult, strSaid] : {std::pair(-1, "Permission denied"), {-EBUSY, "Device or resource busy"}, {0, ""}})
+        try
+        {
+            CheckDrm(iResult, "refuses the mode");
+            EXPECT_EQ(iResult, 0);
+        }
+        catch (const Refusal& ro)
+        {
+            EXPECT_EQ(std::string(ro.what()), std::string("refuses the mode: the kernel says: ") + strSaid);
+        }
 }
 
 TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
@@ -109,73 +131,153 @@ TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
         EXPECT_EQ(AssignConnectors(oConnectors, oNames, oBefore), oNow);
 }
 
+// What a client draws, the copy of what an output shows of it, and two buffers that are filled from the copy.
+struct Drawing
+{
+    static constexpr KUINT32 NOTHING = 0xDEAD;  // what nobody draws
+
+    Drawing(TestClient& ro, KUINT32 uiBufferX, KUINT32 uiBufferY, KUINT32 uiHActive, KUINT32 uiVActive)
+        : roClient(ro), uiPitch((uiBufferX / 16 + 1) * 16), uiSide(uiHActive + 3), uiX(std::min(uiBufferX, uiHActive)),
+          uiY(std::min(uiBufferY, uiVActive)),
+          puiDrawn((ro.MakeBuffer(uiBufferX, uiBufferY), reinterpret_cast<KUINT32*>(ro.Access()))),
+          oCopy((Draw([](KUINT32 ui) { return ui * 0x9E3779B1; }, uiBufferY),
+                 BoardWorld::Observe(
+                     {.oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiBufferX, .uiBufferHeight = uiBufferY})))
+    {
+        for (auto& raui : aauiShown) raui.assign(uiSide * uiVActive, NOTHING);
+    }
+    ~Drawing() { roClient.TBuffer_Destroy(roClient.hBuffer); }
+
+    void Draw(const std::function<KUINT32(KUINT32)>& fPixel, KUINT32 uiRows)
+    {
+        for (KUINT32 ui = 0; ui < uiPitch * uiRows; ++ui) puiDrawn[ui] = fPixel(ui);
+    }
+    void     DrawAll(KUINT32 uiPixel) { std::fill_n(puiDrawn, uiPitch * uiY, uiPixel); }
+    KUINT32& At(size_t x, size_t y) { return puiDrawn[y * uiPitch + x]; }
+    void     Look(size_t uiLooks = 1)
+    {
+        while (uiLooks-- > 0) oCopy.Update();
+    }
+    // Brings a buffer up to date. Fill also returns how many pixels that took.
+    void Copy(size_t uiBuffer)
+    {
+        oCopy.CopyChanges(std::exchange(auiTimes[uiBuffer], oCopy.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
+                          reinterpret_cast<KUINT8*>(aauiShown[uiBuffer].data()), uiSide * 4);
+    }
+    size_t Fill(size_t uiBuffer)
+    {
+        auto&                      rauiShown = aauiShown[uiBuffer];
+        const std::vector<KUINT32> auiBefore = std::exchange(rauiShown, std::vector(rauiShown.size(), NOTHING));
+        Copy(uiBuffer);
+        const auto iLeft = std::count(rauiShown.begin(), rauiShown.end(), NOTHING);
+        for (size_t ui = 0; ui < auiBefore.size(); ++ui)
+            if (rauiShown[ui] == NOTHING) rauiShown[ui] = auiBefore[ui];
+        return auiBefore.size() - static_cast<size_t>(iLeft);
+    }
+    testing::AssertionResult IsShown(size_t uiBuffer)
+    {
+        const auto& rauiShown = aauiShown[uiBuffer];
+        return IsPicture(
+            uiSide, static_cast<KUINT32>(rauiShown.size()) / uiSide,
+            [&](KUINT32 x, KUINT32 y) { return rauiShown[y * uiSide + x]; },
+            [&](KUINT32 x, KUINT32 y) { return x < uiX && y < uiY ? At(x, y) : NOTHING; });
+    }
+
+    TestClient&                         roClient;
+    const KUINT32                       uiPitch, uiSide, uiX, uiY;
+    KUINT32* const                      puiDrawn;
+    ScreenCopy                          oCopy;
+    std::array<std::vector<KUINT32>, 2> aauiShown;
+    std::array<KUINT64, 2>              auiTimes = {};
+};
+
 struct ScreenCopyTest : BoardWorld
 {
     static constexpr KUINT32 uiWidth = 33, uiHeight = 700;  // more rows than are read at once
     auto Open() const { return SoftwareBoard::FileDescriptor(open((m_oFolder / "board.pixels-0").c_str(), O_RDONLY)); }
+    void Cut(size_t uiSize) const { std::filesystem::resize_file(m_oFolder / "board.pixels-0", uiSize); }
 };
 
-TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheRowsThatTheyLack)
+TEST_F(ScreenCopyTest, BuffersOfAnyAgeGetTheTilesThatTheyLack)
 {
     InClient([&](TestClient& ro) {
-        constexpr KUINT32 uiFrom = 48, uiTo = 40, uiRows = 800;  // pixels from row to row
-        ro.MakeBuffer(uiWidth, uiHeight);
-        KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        ScreenCopy     oPicture(Observe({.oVidParam = {20, uiRows}, .uiBufferWidth = uiWidth, .uiBufferHeight = uiHeight}));
-        std::vector<KUINT32> aauiShown[] = {std::vector(uiTo * uiRows, 5u), std::vector(uiTo * uiRows, 5u)};
-        KUINT64              auiTimes[2] = {};
-        const std::tuple<size_t, size_t, int, bool> aoSteps[] = {
-            // row and column drawn, buffer filled, whether that is a change
-            {0, 0, 0, true},     {699, 19, 1, true}, {5, 3, 0, true},  {345, 0, 0, true},
-            {346, 20, 1, false}, {9, 19, 1, true},   {9, 19, 0, false}};
-        for (const auto& [uiRow, uiX, iBuffer, bChange] : aoSteps)
+        Drawing                                          oDrawing(ro, 83, 700, 70, 800);
+        const std::tuple<size_t, size_t, size_t, size_t> aoSteps[] = {
+            // row and column drawn, buffer filled, pixels copied: of tiles with 64 or 6 columns and 16 or 12 rows
+            {0, 0, 0, 70 * 700},   {699, 69, 1, 70 * 700}, {5, 3, 0, 64 * 16 + 6 * 12}, {345, 64, 0, 6 * 16},
+            {346, 70, 1, 70 * 16}, {9, 63, 1, 64 * 16},    {9, 63, 0, 64 * 16}};
+        for (const auto& [uiRow, uiColumn, uiBuffer, uiCopied] : aoSteps)
         {
-            const KUINT64 uiBefore         = oPicture.GetTime();
-            puiDrawn[uiRow * uiFrom + uiX] = 77;
-            for (size_t uiLook = 0; uiLook < ScreenCopy::LOOKS; ++uiLook) oPicture.Update();
-            EXPECT_EQ(oPicture.GetTime() != uiBefore, bChange)
-                << "row " << uiRow << ": what is unseen or unchanged counts for nothing";
-            KUINT32* const puiShown = aauiShown[iBuffer].data();
-            oPicture.CopyChanges(std::exchange(auiTimes[iBuffer], oPicture.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
-                                 reinterpret_cast<KUINT8*>(puiShown), uiTo * 4);
-            EXPECT_TRUE(IsPicture(
-                uiTo, uiRows, [&](KUINT32 x, KUINT32 y) { return puiShown[y * uiTo + x]; },
-                [&](KUINT32 x, KUINT32 y) { return y < uiHeight && x < 20 ? puiDrawn[y * uiFrom + x] : 5; }))
-                << "row " << uiRow;
+            oDrawing.At(uiColumn, uiRow) = 77;
+            oDrawing.Look(ScreenCopy::LOOKS);
+            EXPECT_EQ(oDrawing.Fill(uiBuffer), uiCopied) << "row " << uiRow;
+            EXPECT_TRUE(oDrawing.IsShown(uiBuffer)) << "row " << uiRow;
+            EXPECT_EQ(oDrawing.Fill(uiBuffer), 0u) << "what is unchanged counts for nothing";
         }
-        std::filesystem::resize_file(m_oFolder / "board.pixels-0", uiHeight * uiFrom * 4 - 1);
-        EXPECT_THROW(oPicture.Update(), SoftwareBoard::BoardError);
+        Cut(700 * oDrawing.uiPitch * 4 - 1);
+        EXPECT_THROW(oDrawing.Look(), SoftwareBoard::BoardError);
     });
 }
 
 TEST_F(ScreenCopyTest, FindsLargeShapesAtOnceAndSpecksInTime)
 {
+    using Shape = bool (*)(KUINT32 x, KUINT32 y);
     InClient([](TestClient& ro) {
-        constexpr KUINT32 uiPitch = 208, uiX = 200, uiY = 90;
-        ro.MakeBuffer(uiX, uiY);
-        KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        ScreenCopy     oPicture(Observe({.oVidParam = {uiX, uiY}, .uiBufferWidth = uiX, .uiBufferHeight = uiY}));
-        const std::tuple<KUINT32, KUINT32, KUINT32, KUINT32, size_t> aoShapes[] = {
-            // left, top, right and bottom, all included, and looks at most
-            {60, 7, 140, 79, 1},  // begins and ends within tiles
-            {0, 0, 199, 89, 1},
-            {199, 74, 199, 89, 4},
-            {63, 0, 63, 0, ScreenCopy::LOOKS},
-            {199, 89, 199, 89, ScreenCopy::LOOKS},
+        Drawing oDrawing(ro, 200, 90, 200, 90);
+        EXPECT_EQ(oDrawing.Fill(0), 200u * 90u);
+        EXPECT_TRUE(oDrawing.IsShown(0)) << "what was there before the first look";
+        const std::pair<Shape, size_t> aoShapes[] = {
+            // where it is, and looks at most
+            {[](KUINT32 x, KUINT32 y) { return 60 <= x && x <= 140 && 7 <= y && y <= 79; }, 1},
+            {[](KUINT32, KUINT32) { return true; }, 1},
+            {[](KUINT32 x, KUINT32 y) { return x / 8 == y || x / 8 == y + 1; }, 4},  // each row is within a tile or two
+            {[](KUINT32 x, KUINT32 y) { return x == 199 && y >= 74; }, 4},
+            {[](KUINT32 x, KUINT32 y) { return x == 63 && y == 0; }, ScreenCopy::LOOKS},
+            {[](KUINT32 x, KUINT32 y) { return x == 199 && y == 89; }, ScreenCopy::LOOKS},
         };
-        for (const auto& [uiLeft, uiTop, uiRight, uiBottom, uiMost] : aoShapes)
+        for (const auto& [fIsIn, uiMost] : aoShapes)
         {
-            for (size_t uiLook = 0; uiLook <= ScreenCopy::LOOKS; ++uiLook) oPicture.Update();  // nothing changed lately
-            for (KUINT32 y = uiTop; y <= uiBottom; ++y)
-                for (KUINT32 x = uiLeft; x <= uiRight; ++x) ++puiDrawn[y * uiPitch + x];
-            for (size_t uiLook = 0; uiLook < uiMost; ++uiLook) oPicture.Update();
-            std::vector<KUINT32> auiShown(uiX * uiY);
-            oPicture.CopyChanges(0, *ChooseFormat({DRM_FORMAT_XBGR8888}), reinterpret_cast<KUINT8*>(auiShown.data()),
-                                 uiX * 4);
-            EXPECT_TRUE(IsPicture(
-                uiX, uiY, [&](KUINT32 x, KUINT32 y) { return auiShown[y * uiX + x]; },
-                [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * uiPitch + x]; }))
-                << uiLeft << ' ' << uiTop;
+            oDrawing.Look(ScreenCopy::LOOKS + 1);  // nothing changed lately
+            for (KUINT32 ui = 0; ui < 200 * 90; ++ui) oDrawing.At(ui % 200, ui / 200) += fIsIn(ui % 200, ui / 200);
+            size_t uiLooks = 1;
+            while (oDrawing.Look(), uiLooks < uiMost && oDrawing.Fill(0) == 0) ++uiLooks;
+            oDrawing.Fill(0);
+            EXPECT_TRUE(oDrawing.IsShown(0)) << "shape " << &fIsIn - &aoShapes[0].first << ", look " << uiLooks;
+        }
+    });
+}
+
+TEST_F(ScreenCopyTest, FindsASpeckWhenItsRowsTurnComesAndAtOnceWhereItChangedLately)
+{
+    InClient([](TestClient& ro) {
+        for (const auto& [uiX, uiY] : {std::pair(193u, 97u), {192, 96}})
+        {
+            Drawing                                            oDrawing(ro, uiX, uiY, uiX, uiY);
+            KUINT64                                            uiNow    = 1 + ScreenCopy::LOOKS;
+            std::vector<std::tuple<KUINT32, KUINT32, KUINT64>> aoSpecks = {
+                // column and row, in tiles that do not touch, and the look that found it last
+                {5, 3, 1}, {uiX - 1, 9, 1}, {64, 20, 1}, {63, 47, 1}, {191, 40, 1}, {64, 70, 1}, {0, uiY - 1, 1}};
+            for (const size_t uiPause : {0u, 0u, 0u, 1u, 0u})
+            {
+                oDrawing.Look(uiPause), uiNow += uiPause;
+                for (auto& [x, y, uiFound] : aoSpecks)
+                {
+                    ++oDrawing.At(x, y);
+                    KUINT64 ui = uiNow + 1;
+                    while (ui - uiFound > ScreenCopy::LOOKS &&
+                           (ui % 4 != y / 16 % 4 || ui / 4 % std::min(16u, uiY - y / 16 * 16) != y % 16))
+                        ++ui;
+                    uiFound = ui;
+                }
+                for (const KUINT64 uiEnd = uiNow + ScreenCopy::LOOKS; uiNow++ < uiEnd;)
+                {
+                    oDrawing.Look(), oDrawing.Copy(0);
+                    for (const auto& [x, y, uiFound] : aoSpecks)
+                        EXPECT_EQ(oDrawing.aauiShown[0][y * oDrawing.uiSide + x] == oDrawing.At(x, y), uiFound <= uiNow)
+                            << "look " << uiNow << ", column " << x << ", row " << y;
+                }
+                --uiNow;
+            }
         }
     });
 }
@@ -183,39 +285,37 @@ TEST_F(ScreenCopyTest, FindsLargeShapesAtOnceAndSpecksInTime)
 TEST_F(ScreenCopyTest, WhatChangesAtEveryLookIsShownAndAlsoItsEnd)
 {
     InClient([this](TestClient& ro) {
-        constexpr KUINT32 uiX = 100, uiY = 40, uiPitch = 112;
-        ro.MakeBuffer(uiX, uiY);
-        KUINT32* const       puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        ScreenCopy           oPicture(Observe({.oVidParam = {uiX, uiY}, .uiBufferWidth = uiX, .uiBufferHeight = uiY}));
-        std::vector<KUINT32> aauiShown[] = {std::vector(uiX * uiY, 0u), std::vector(uiX * uiY, 0u)};
-        KUINT64              auiTimes[2] = {};
-        const auto           fLook       = [&](int iBuffer) {
-            oPicture.Update();
-            oPicture.CopyChanges(std::exchange(auiTimes[iBuffer], oPicture.GetTime()), *ChooseFormat({DRM_FORMAT_XBGR8888}),
-                                                 reinterpret_cast<KUINT8*>(aauiShown[iBuffer].data()), uiX * 4);
-            return IsPicture(
-                                uiX, uiY, [&](KUINT32 x, KUINT32 y) { return aauiShown[iBuffer][y * uiX + x]; },
-                                [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * uiPitch + x]; });
+        Drawing    oDrawing(ro, 100, 40, 100, 40);
+        const auto fLook = [&](size_t uiBuffer) {
+            oDrawing.Look(), oDrawing.Fill(uiBuffer);
+            return oDrawing.IsShown(uiBuffer);
         };
         // How many frames follow each other, and after how many they repeat.
         for (const auto& [iFrames, iPeriod] : {std::pair(40, 1000), {41, 16}, {51, 8}, {4, 1000}})
         {
             for (int iFrame = 0; iFrame < iFrames; ++iFrame)
             {
-                std::fill_n(puiDrawn, uiPitch * uiY, static_cast<KUINT32>(iFrame % iPeriod) + 1);
-                EXPECT_TRUE(fLook(iFrame % 2)) << iFrame << " of " << iFrames;
+                oDrawing.DrawAll(static_cast<KUINT32>(iFrame % iPeriod) + 1);
+                EXPECT_TRUE(fLook(iFrame % 2 == 0)) << iFrame << " of " << iFrames;
             }
-            for (size_t uiLook = 0; uiLook < ScreenCopy::LOOKS; ++uiLook) oPicture.Update();
-            EXPECT_TRUE(fLook(0) && fLook(1)) << iFrames;
-            const KUINT64 uiTime = oPicture.GetTime();
-            EXPECT_TRUE(fLook(0) && uiTime == oPicture.GetTime()) << "nothing changes any more: " << iFrames;
+            oDrawing.Look(ScreenCopy::LOOKS);
+            EXPECT_TRUE(fLook(0)) << iFrames;
+            EXPECT_TRUE(fLook(1)) << iFrames;
+            const KUINT64 uiTime = oDrawing.oCopy.GetTime();
+            EXPECT_TRUE(fLook(0)) << iFrames;
+            EXPECT_EQ(oDrawing.oCopy.GetTime(), uiTime) << "nothing changes any more: " << iFrames;
         }
-        for (KUINT32 ui = 100; ui < 120; ++ui) std::fill_n(puiDrawn, uiPitch * uiY, ui), fLook(0);
-        std::filesystem::resize_file(m_oFolder / "board.pixels-0", 0);
-        oPicture.CopyChanges(0, *ChooseFormat({DRM_FORMAT_XBGR8888}), reinterpret_cast<KUINT8*>(aauiShown[1].data()),
-                             uiX * 4);
-        EXPECT_TRUE(aauiShown[1][0] > 100 && aauiShown[1][0] < 120) << "a picture that was drawn: " << aauiShown[1][0];
-        EXPECT_THROW(oPicture.Update(), SoftwareBoard::BoardError);
+        for (KUINT32 ui = 100; ui < 120; ++ui)
+        {
+            oDrawing.DrawAll(ui), oDrawing.Look();
+            oDrawing.DrawAll(ui + 100), oDrawing.Fill(0);  // a buffer gets it from the screen after four changes in a row
+            EXPECT_EQ(oDrawing.aauiShown[0][0], ui < 103 ? ui : ui + 100);
+        }
+        Cut(0);
+        oDrawing.Fill(1);
+        EXPECT_TRUE(std::clamp(oDrawing.aauiShown[1][0], 100u, 119u) == oDrawing.aauiShown[1][0])
+            << "a picture that was drawn: " << oDrawing.aauiShown[1][0];
+        EXPECT_THROW(oDrawing.Look(), SoftwareBoard::BoardError);
     });
 }
 
@@ -233,19 +333,23 @@ TEST_F(ScreenCopyTest, FileThatIsCutWhileItIsReadIsAFailureAndNoSignal)
         ro.MakeBuffer(uiWidth, uiHeight);
         EXPECT_TRUE(oScreen == fObserve(0, 700)) << "its outputs would not share it";
         EXPECT_FALSE(oScreen == fObserve(1, 700) || oScreen == fObserve(0, 600));
-        const PixelMapping oMapping(oScreen);
-        volatile KUINT32   uiLast  = 0;
-        const std::string  strFile = m_oFolder / "board.pixels-0";
-        const auto         fCut    = [&](const KUINT32* pui, size_t uiPitch) {
+        std::optional<PixelMapping> ooMapping(oScreen);
+        volatile KUINT32            uiLast   = 0;
+        const std::string           strFile  = m_oFolder / "board.pixels-0";
+        const KUINT32*              puiFirst = nullptr;
+        const auto                  fCut     = [&](const KUINT32* pui, size_t uiPitch) {
             EXPECT_EQ(truncate(strFile.c_str(), 0), 0);
             uiLast = pui[uiPitch];
         };
         for (int iTry = 0; iTry < 2; ++iTry)
         {
-            EXPECT_THROW(oMapping.Read(fCut), SoftwareBoard::BoardError);
+            EXPECT_THROW(ooMapping->Read(fCut), SoftwareBoard::BoardError);
             std::filesystem::resize_file(strFile, uiHeight * 48 * 4);
         }
-        oMapping.Read([&](const KUINT32* pui, size_t) { uiLast = *pui; });
+        ooMapping->Read([&](const KUINT32* pui, size_t) { uiLast = *(puiFirst = pui); });
+        ooMapping.reset();
+        unsigned char ucThere = 0;
+        EXPECT_EQ(mincore(const_cast<KUINT32*>(puiFirst), 1, &ucThere), -1) << "the mapping is still there";
     });
 }
 

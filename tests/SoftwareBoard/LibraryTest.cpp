@@ -47,7 +47,9 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
         }
         tagTBoard_FpgaInfo o = {.uiSize = sizeof(o)};
         EXPECT_EQ(ro.TBoard_GetFpgaInfo(ro.hDev, 0, &o), TStatus_OK);
-        EXPECT_EQ(std::tuple(o.uiSize, o.uiI2cAddress, o.ui16VendorID, o.ui16DevID), std::tuple(84u, 0xd0u, 0xc3e7, 3));
+        EXPECT_EQ(std::tuple(o.uiSize, o.uiI2cAddress, o.ui16VendorID, o.ui16DevID, std::string(o.szName)),
+                  std::tuple(84u, 0xd0u, 0xc3e7, 3, "FPGA 0"));
+        EXPECT_EQ(std::tuple(o.uiVersionMajor, o.uiVersionMinor, o.uiVersionBuild), std::tuple(1, 33, 0));
     });
     EXPECT_EQ(CountFiles(""), 1) << "only the state";
     struct stat oStat = {};
@@ -55,15 +57,108 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
         << "a full disk would keep a register from being written";
 }
 
-TEST_F(LibraryTest, FilesOfTheBoardAreNobodysStandardStreams)
+TEST_F(LibraryTest, FilesOfTheBoardAreTheUsersAloneAndNobodysStandardStreams)
 {
-    Process([] {
-        std::for_each_n(std::array{0, 1, 2}.begin(), 3, close);
-        TestClient oClient;
-        oClient.MakeBuffer();
-        EXPECT_EQ(oClient.Enable(0), TStatus_OK);
-        for (const int iFd : {0, 1, 2}) EXPECT_EQ(fcntl(iFd, F_GETFD), -1) << iFd;
-    });
+    for (const int iFirst : {0, 1, 2})
+        Process([&] {
+            const rlimit oNoRoom = {4096, RLIM_INFINITY}, oRoom = {RLIM_INFINITY, RLIM_INFINITY};
+            setenv("TAVRIN_BOARD", (m_oFolder / std::to_string(iFirst)).c_str(), 1);
+            umask(0);
+            for (int iFd = iFirst; iFd < 3; ++iFd) close(iFd);
+            EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oNoRoom), 0);
+            EXPECT_EQ(TestClient().Tavrin_GetDeviceCount(), 0u);
+            EXPECT_EQ(EntriesOf(getenv("TAVRIN_BOARD")), 0) << "a board that has no room leaves nothing";
+            EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &oRoom), 0);
+            TestClient oClient;
+            oClient.MakeBuffer();
+            EXPECT_EQ(oClient.Enable(0), TStatus_OK);
+            for (int iFd = iFirst; iFd < 3; ++iFd) EXPECT_EQ(fcntl(iFd, F_GETFD), -1) << iFd;
+        });
+    for (const auto& ro : std::filesystem::recursive_directory_iterator(m_oFolder))
+        EXPECT_EQ(ro.status().permissions(), std::filesystem::perms(ro.is_directory() ? 0700 : 0600)) << ro.path();
+}
+
+TEST_F(LibraryTest, EachLockIsTheByteThatIsDocumented)
+{
+    using namespace SoftwareBoard;
+    Board                oBoard = Board::Open();
+    const FileDescriptor oOther(open((m_oFolder / "board.state").c_str(), O_RDWR));
+    const auto           fLocked = [&] {
+        std::vector<int> aiBytes;
+        for (int iByte = 0; iByte < 9 * 1024; ++iByte)
+            if (IsByteLocked(oOther.Get(), iByte, F_WRLCK)) aiBytes.push_back(iByte);
+        return aiBytes;
+    };
+    EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(1) && oBoard.m_oLocks.TryHoldOutput(2, 5));
+    EXPECT_EQ(fLocked(), (std::vector{1, 513, 3 * 1024 + 5}));
+    const Transaction oTransaction(oBoard.m_oLocks);
+    oBoard.m_oLocks.ReleaseOutput(2, 5);
+    EXPECT_EQ(fLocked(), (std::vector{0, 1, 513}));
+    EXPECT_FALSE(IsByteLocked(oOther.Get(), 1, F_RDLCK)) << "of clients there may be several";
+}
+
+TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
+{
+    using namespace SoftwareBoard;
+    SBoardPlan oPlan             = DefaultPlan();
+    oPlan.uiDeviceCount          = 2;
+    Board         oBoard         = Board::Create(oPlan);
+    BoardState&   roState        = oBoard.m_oState;
+    const KUINT32 auiPlaces[][3] = {{0, 6908, 16}, {0, 7932, 20}, {1, 6908, 24}, {1, 7932, 28}, {0, 16383, 0}, {1, 0, 0}};
+    for (const auto& [uiDevice, uiRegister, uiInLabel] : auiPlaces)
+        roState.WriteRegister(uiDevice, uiRegister, 0x10000 * (uiDevice + 1) + uiRegister);
+    for (const auto& [uiDevice, uiRegister, uiInLabel] : auiPlaces)
+    {
+        KUINT32 uiStored = 0;
+        std::memcpy(&uiStored,
+                    ReadFile(m_oFolder / "board.state").data() +
+                        (uiInLabel > 0 ? 2 * 73728 + uiInLabel : 73728 * uiDevice + 8192 + 4 * uiRegister),
+                    4);
+        EXPECT_EQ(uiStored, 0x10000 * (uiDevice + 1) + uiRegister);
+        EXPECT_EQ(roState.ReadRegister(uiDevice, uiRegister), uiStored);
+        roState.WriteRegisterLowByte(uiDevice, uiRegister, 0x99);
+        EXPECT_EQ(roState.ReadRegister(uiDevice, uiRegister), (uiStored & 0xFFFFFF00) + 0x99);
+    }
+
+    const Transaction                                                    oTransaction(oBoard.m_oLocks);
+    const std::tuple<KUINT32, KUINT32, KUINT32, bool, std::set<KUINT32>> aoChanges[] = {
+        // output of device 1, whether on, pixel file, whether that leaves a file, and the files that are shown then
+        {0, 1, 7, false, {7}}, {1, 1, 7, false, {7}}, {0, 1, 8, false, {7, 8}}, {1, 0, 0, true, {8}},
+        {0, 1, 8, false, {8}}, {0, 0, 0, true, {}},   {0, 0, 0, false, {}}};
+    for (KUINT32 auiGenerations[2] = {}; const auto& [uiOutput, bOn, uiFile, bLeft, oShown] : aoChanges)
+    {
+        const SOutputChange oChange =
+            roState.WriteOutput(oTransaction, 1, uiOutput, {.bEnabled = bOn, .uiPixelFile = uiFile});
+        EXPECT_EQ(std::pair(oChange.uiGeneration, oChange.bPixelFileLeft), std::pair(++auiGenerations[uiOutput], bLeft));
+        EXPECT_EQ(roState.ReadShownPixelFiles(oTransaction), oShown);
+    }
+    constexpr KUINT32 uiTall = 0x06000000;  // rows: too many, where as many columns are not
+    for (const auto& [bOn, uiX, uiY, uiHActive, uiVActive, bGood] : {std::tuple(1u, 8u, 8u, 8u, 8u, true),
+                                                                     {0u, 0u, 0u, 0u, 0u, true},
+                                                                     {2u, 8u, 8u, 8u, 8u, false},
+                                                                     {1u, uiTall, 8u, 8u, 8u, true},
+                                                                     {1u, 8u, uiTall, 8u, 8u, false},
+                                                                     {1u, 8u, 8u, 8u, uiTall, false},
+                                                                     {1u, 0u, 8u, 8u, 8u, false},
+                                                                     {1u, 8u, 8u, 8u, 0u, false}})
+    {
+        roState.WriteOutput(
+            oTransaction, 1, 0,
+            {.bEnabled = bOn, .oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiX, .uiBufferHeight = uiY});
+        if (bGood)
+            EXPECT_EQ(roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth, uiX);
+        else
+            EXPECT_THROW(roState.ReadOutput(oTransaction, 1, 0), BoardError);
+    }
+    for (const auto& [uiLetters, uiMore] : {std::pair(3u, 0u), {60u, 0u}, {0u, 200u}})
+    {
+        roState.WriteVerdict(oTransaction, 1, 0, 9, EVerdict::Refused, std::string(uiLetters, 'c'),
+                             std::string(uiMore, 'r'));
+        const SVerdict oVerdict = roState.ReadVerdict(oTransaction, 1, 0);
+        EXPECT_EQ(oVerdict.acConnector.data(), std::string(std::min(uiLetters, 39u), 'c'));
+        EXPECT_EQ(oVerdict.acReason.data(), std::string(std::min(uiMore, 127u), 'r'));
+    }
+    EXPECT_THROW(roState.WriteVerdict(oTransaction, 2, 0, 9, EVerdict::Shown, ""), BoardError);
 }
 
 TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
@@ -163,6 +258,7 @@ TEST_F(LibraryTest, ForkedChildIsNotItsParent)
     oParent.Await();
     oParent.Kill();
     ExpectForAnother(TStatus_OK, "a child that inherited the open files does not hold its parent's output");
+    EXPECT_EQ(CountFiles("board.pixels-"), 1) << "nor the pixels of its buffers, only what an output shows is left";
     close(aiUntilTheEnd[1]);
 }
 
@@ -209,7 +305,7 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
         REFUSED(fGet(hDev, 2, 2)); REFUSED(fGet(hDev, 0, 1)); REFUSED(o.TVideoOut_GetCount(hDev, nullptr));
         REFUSED(o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr));
         REFUSED(fOn(hOut, hBuf, 1, 1, 8)); REFUSED(fOn(hOut, hBuf, 0, 0, 8)); REFUSED(fOn(hOut, hBuf, 0, 1, 0));
-        REFUSED(fOn(hOut, hBuf, 0, 1, ~0u)); REFUSED(fOn(hOut, h565, 0, 1, 8)); REFUSED(fOn(hOut, hForeign, 0, 1, 8));
+        REFUSED(fOn(hOut, hBuf, 0, 1, 0x06000000)); REFUSED(fOn(hOut, h565, 0, 1, 8)); REFUSED(fOn(hOut, hForeign, 0, 1, 8));
         REFUSED(o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON));
         REFUSED(o.TBoard_RegWrite(hDev, 16384, 1)); REFUSED(o.TBoard_RegRead(hDev, 16384, &ui));
         REFUSED(o.TBoard_RegRead(hDev, 1, nullptr)); REFUSED(o.TBoard_GetFpgaCount(hDev, nullptr));

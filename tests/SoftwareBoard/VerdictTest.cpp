@@ -8,6 +8,16 @@
 namespace
 {
 using namespace SoftwareBoard;
+// The device of these tests; its output 0 is another one than output 1 of device 0.
+constexpr KUINT32 DEVICE = 1;
+
+SBoardPlan TwoDevices()
+{
+    SBoardPlan oPlan    = DefaultPlan();
+    oPlan.uiDeviceCount = 2;
+    return oPlan;
+}
+
 using Answer = std::function<bool(Board&, KUINT32 uiGeneration)>;
 
 // Holds the display's lock, and answers each new generation of output 0 until the answer is FALSE.
@@ -15,11 +25,11 @@ struct Display : Process
 {
     explicit Display(const Answer& fAnswer)
         : Process([=] {
-              Board oBoard = Board::ObserveOrMake();
-              EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(0));
-              KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(0, 0), uiNow = uiSeen;
+              Board oBoard = Board::ObserveOrMake(TwoDevices());
+              EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(DEVICE));
+              KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(DEVICE, 0), uiNow = uiSeen;
               Process::Pause();
-              do usleep(1000), uiNow = oBoard.m_oState.ReadGeneration(0, 0);
+              do usleep(1000), uiNow = oBoard.m_oState.ReadGeneration(DEVICE, 0);
               while (std::exchange(uiSeen, uiNow) == uiNow || fAnswer(oBoard, uiNow));
           })
     {
@@ -29,15 +39,19 @@ struct Display : Process
 
 struct VerdictTest : BoardWorld
 {
+    static void InClient(const std::function<void(TestClient&)>& fBody)
+    {
+        BoardWorld::InClient([&](TestClient& ro) { ro.hDev = ro.Tavrin_GetDevice(DEVICE), fBody(ro); });
+    }
     static SOutputRecord ReadOutput(const Board& ro)
     {
         const Transaction oTransaction(ro.m_oLocks);
-        return ro.m_oState.ReadOutput(oTransaction, 0, 0);
+        return ro.m_oState.ReadOutput(oTransaction, DEVICE, 0);
     }
     static bool Say(Board& ro, KUINT32 uiGeneration, EVerdict eVerdict)
     {
         const Transaction oTransaction(ro.m_oLocks);
-        ro.m_oState.WriteVerdict(oTransaction, 0, 0, uiGeneration, eVerdict, "why");
+        ro.m_oState.WriteVerdict(oTransaction, DEVICE, 0, uiGeneration, eVerdict, "why");
         return true;
     }
     static void ExpectAnswer(const std::string& strName, const Answer& fAnswer, TStatus eStatus, int iFromMs, int iToMs)
@@ -49,7 +63,7 @@ struct VerdictTest : BoardWorld
             const auto iMs = (std::chrono::steady_clock::now() - oStart) / std::chrono::milliseconds(1);
             EXPECT_TRUE(iFromMs <= iMs && iMs < iToMs) << strName << " took " << iMs << " ms";
             const Board oBoard = Board::Observe();
-            for (const bool bOn : {ReadOutput(oBoard).bEnabled != 0, oBoard.m_oLocks.IsOutputHeldByAnother(0, 0)})
+            for (const bool bOn : {ReadOutput(oBoard).bEnabled != 0, oBoard.m_oLocks.IsOutputHeldByAnother(DEVICE, 0)})
                 EXPECT_EQ(bOn, eStatus == TStatus_OK) << strName;
             EXPECT_EQ(ro.Disable(0), TStatus_OK);
         });
@@ -79,17 +93,33 @@ TEST_F(VerdictTest, EnableAnswersWhatTheDisplayProcessSays)
             std::apply(ExpectAnswer, roCase);
 }
 
-TEST_F(VerdictTest, RefusalBringsBackWhatAnotherProcessLeftOnAndKeepsItsPixels)
+TEST_F(VerdictTest, RefusalBringsBackWhatWasThereAndKeepsItsPixels)
 {
-    InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(64, 8), ro.Show(ro.Output(0), 64, 8)), TStatus_OK); });
-    Display oDisplay([bSwept = false](Board& ro, KUINT32 ui) mutable {
-        if (!std::exchange(bSwept, true))
-            InClient([](TestClient& roOther) { roOther.MakeBuffer(); });  // sweeps what nobody needs
-        return Say(ro, ui, EVerdict::Refused);
+    const auto fShowWide = [](TestClient& ro) {
+        EXPECT_EQ((ro.MakeBuffer(64, 8), ro.Show(ro.Output(0), 64, 8)), TStatus_OK);
+    };
+    Display oDisplay([](Board& ro, KUINT32 ui) {
+        const bool bNarrow = ReadOutput(ro).oVidParam.uiHActive == 32;
+        if (bNarrow) InClient([](TestClient& roOther) { roOther.MakeBuffer(); });  // sweeps what nobody needs
+        return Say(ro, ui, bNarrow ? EVerdict::Refused : EVerdict::Shown);
     });
-    InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_FAIL); });
+    for (const auto& [bOwn, bGone] : {std::pair(false, false), {true, false}, {false, true}})
+    {
+        if (!bOwn) InClient(fShowWide);
+        EXPECT_EQ(CountFiles("board.pixels-"), 1) << "the one before is not shown any more";
+        if (bGone)
+            std::filesystem::remove(m_oFolder /
+                                    ("board.pixels-" + std::to_string(ReadOutput(Board::Observe()).uiPixelFile)));
+        InClient([&](TestClient& ro) {
+            if (bOwn) fShowWide(ro), ro.TBuffer_Destroy(ro.hBuffer);
+            EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_FAIL);
+            EXPECT_EQ(Board::Observe().m_oLocks.IsOutputHeldByAnother(DEVICE, 0), bOwn) << bGone;
+        });
+        const SOutputRecord oNow = ReadOutput(Board::Observe());
+        EXPECT_EQ(std::pair(oNow.bEnabled, oNow.oVidParam.uiHActive), std::pair(KUINT32{!bGone}, bGone ? 0u : 64u)) << bOwn;
+        InClient([](TestClient& ro) { ro.TBuffer_Destroy(ro.MakeBuffer()); });  // sweeps
+        EXPECT_EQ(CountFiles("board.pixels-"), !bGone) << "the picture that is shown again";
+    }
     oDisplay.Kill();
-    EXPECT_EQ(ReadOutput(Board::Observe()).oVidParam.uiHActive, 64u);
-    EXPECT_EQ(CountFiles("board.pixels-0"), 1) << "the picture that is shown again";
 }
 }
