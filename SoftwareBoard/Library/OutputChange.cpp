@@ -58,7 +58,7 @@ struct SBefore
         }
         catch (const BoardError&)
         {
-            m_oRecord = SOutputRecord();  // damaged: there is nothing to restore
+            // Damaged: without pixels there is nothing to restore.
         }
     }
 

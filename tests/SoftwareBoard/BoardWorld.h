@@ -113,6 +113,10 @@ struct BoardWorld : testing::Test
 {
     BoardWorld() { setenv("TAVRIN_BOARD", m_oFolder.c_str(), 1); }
 
+    static SoftwareBoard::SBoardPlan Plan(KUINT32 uiDevices)
+    {
+        return {.uiDeviceCount = uiDevices, .aoFpgas = SoftwareBoard::DefaultPlan().aoFpgas};
+    }
     static void InClient(const std::function<void(TestClient&)>& fBody)
     {
         Process([&] {

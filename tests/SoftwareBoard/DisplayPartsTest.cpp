@@ -1,6 +1,8 @@
 // What shows an output on a display, as far as that needs no card: modes, formats, who shows what, and the changed rows.
 #include <sys/mman.h>
 
+#include <numeric>
+
 #include <drm_fourcc.h>
 
 #include "Board.h"
@@ -9,7 +11,6 @@
 #include "Connectors.h"
 #include "DisplayMode.h"
 #include "DrawingProcess.h"
-#include "Refusal.h"
 #include "ScreenCopy.h"
 #include "VideoTimings.h"
 
@@ -98,21 +99,6 @@ TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)
     EXPECT_STREQ(szName, "XR24");
 }
 
-TEST(Refusal, TellsWhatTheKernelSaid)
-{
-    errno = EACCES;
-    for (const auto& [iResult, strSaid] : {std::pair(-1, "Permission denied"), {-EBUSY, "Device or resource busy"}, {0, ""}})
-        try
-        {
-            CheckDrm(iResult, "refuses the mode");
-            EXPECT_EQ(iResult, 0);
-        }
-        catch (const Refusal& ro)
-        {
-            EXPECT_EQ(std::string(ro.what()), std::string("refuses the mode: the kernel says: ") + strSaid);
-        }
-}
-
 TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
 {
     using Ids         = std::vector<uint32_t>;
@@ -140,7 +126,7 @@ struct Drawing
         : roClient(ro), uiPitch((uiBufferX / 16 + 1) * 16), uiSide(uiHActive + 3), uiX(std::min(uiBufferX, uiHActive)),
           uiY(std::min(uiBufferY, uiVActive)),
           puiDrawn((ro.MakeBuffer(uiBufferX, uiBufferY), reinterpret_cast<KUINT32*>(ro.Access()))),
-          oCopy((Draw([](KUINT32 ui) { return ui * 0x9E3779B1; }, uiBufferY),
+          oCopy((std::iota(puiDrawn, puiDrawn + uiPitch * uiBufferY, 1u << 20),
                  BoardWorld::Observe(
                      {.oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiBufferX, .uiBufferHeight = uiBufferY})))
     {
@@ -148,10 +134,6 @@ struct Drawing
     }
     ~Drawing() { roClient.TBuffer_Destroy(roClient.hBuffer); }
 
-    void Draw(const std::function<KUINT32(KUINT32)>& fPixel, KUINT32 uiRows)
-    {
-        for (KUINT32 ui = 0; ui < uiPitch * uiRows; ++ui) puiDrawn[ui] = fPixel(ui);
-    }
     void     DrawAll(KUINT32 uiPixel) { std::fill_n(puiDrawn, uiPitch * uiY, uiPixel); }
     KUINT32& At(size_t x, size_t y) { return puiDrawn[y * uiPitch + x]; }
     void     Look(size_t uiLooks = 1)

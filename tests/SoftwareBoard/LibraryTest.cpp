@@ -100,9 +100,7 @@ TEST_F(LibraryTest, EachLockIsTheByteThatIsDocumented)
 TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
 {
     using namespace SoftwareBoard;
-    SBoardPlan oPlan             = DefaultPlan();
-    oPlan.uiDeviceCount          = 2;
-    Board         oBoard         = Board::Create(oPlan);
+    Board         oBoard         = Board::Create(Plan(2));
     BoardState&   roState        = oBoard.m_oState;
     const KUINT32 auiPlaces[][3] = {{0, 6908, 16}, {0, 7932, 20}, {1, 6908, 24}, {1, 7932, 28}, {0, 16383, 0}, {1, 0, 0}};
     for (const auto& [uiDevice, uiRegister, uiInLabel] : auiPlaces)
@@ -133,22 +131,20 @@ TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
         EXPECT_EQ(roState.ReadShownPixelFiles(oTransaction), oShown);
     }
     constexpr KUINT32 uiTall = 0x06000000;  // rows: too many, where as many columns are not
-    for (const auto& [bOn, uiX, uiY, uiHActive, uiVActive, bGood] : {std::tuple(1u, 8u, 8u, 8u, 8u, true),
-                                                                     {0u, 0u, 0u, 0u, 0u, true},
-                                                                     {2u, 8u, 8u, 8u, 8u, false},
-                                                                     {1u, uiTall, 8u, 8u, 8u, true},
-                                                                     {1u, 8u, uiTall, 8u, 8u, false},
-                                                                     {1u, 8u, 8u, 8u, uiTall, false},
-                                                                     {1u, 0u, 8u, 8u, 8u, false},
-                                                                     {1u, 8u, 8u, 8u, 0u, false}})
+    const std::tuple<KUINT32, KUINT32, KUINT32, KUINT32, KUINT32, bool> aoRecords[] = {
+        // whether on, buffer, timing, and whether it is read
+        {1, 8, 8, 8, 8, true},       {0, 0, 0, 0, 0, true},       {2, 8, 8, 8, 8, false}, {1, uiTall, 8, 8, 8, true},
+        {1, 8, uiTall, 8, 8, false}, {1, 8, 8, 8, uiTall, false}, {1, 0, 8, 8, 8, false}, {1, 8, 8, 8, 0, false}};
+    for (const auto& [bOn, uiX, uiY, uiHActive, uiVActive, bGood] : aoRecords)
     {
-        roState.WriteOutput(
-            oTransaction, 1, 0,
-            {.bEnabled = bOn, .oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiX, .uiBufferHeight = uiY});
+        const SOutputRecord oRecord = {
+            .bEnabled = bOn, .oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiX, .uiBufferHeight = uiY};
+        roState.WriteOutput(oTransaction, 1, 0, oRecord);
+        const auto fRead = [&] { return roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth; };
         if (bGood)
-            EXPECT_EQ(roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth, uiX);
+            EXPECT_EQ(fRead(), uiX);
         else
-            EXPECT_THROW(roState.ReadOutput(oTransaction, 1, 0), BoardError);
+            EXPECT_THROW(fRead(), BoardError);
     }
     for (const auto& [uiLetters, uiMore] : {std::pair(3u, 0u), {60u, 0u}, {0u, 200u}})
     {
@@ -264,9 +260,7 @@ TEST_F(LibraryTest, ForkedChildIsNotItsParent)
 
 TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
 {
-    SoftwareBoard::SBoardPlan oPlan = SoftwareBoard::DefaultPlan();
-    oPlan.uiDeviceCount             = 2;
-    SoftwareBoard::Board::Create(oPlan);
+    SoftwareBoard::Board::Create(Plan(2));
     InClient([](TestClient& o) {
         const auto             hDev = o.hDev;
         const TBuffer_Handle   hBuf = o.MakeBuffer(), hDead = o.MakeBuffer();

@@ -11,13 +11,6 @@ using namespace SoftwareBoard;
 // The device of these tests; its output 0 is another one than output 1 of device 0.
 constexpr KUINT32 DEVICE = 1;
 
-SBoardPlan TwoDevices()
-{
-    SBoardPlan oPlan    = DefaultPlan();
-    oPlan.uiDeviceCount = 2;
-    return oPlan;
-}
-
 using Answer = std::function<bool(Board&, KUINT32 uiGeneration)>;
 
 // Holds the display's lock, and answers each new generation of output 0 until the answer is FALSE.
@@ -25,7 +18,7 @@ struct Display : Process
 {
     explicit Display(const Answer& fAnswer)
         : Process([=] {
-              Board oBoard = Board::ObserveOrMake(TwoDevices());
+              Board oBoard = Board::ObserveOrMake(BoardWorld::Plan(2));
               EXPECT_TRUE(oBoard.m_oLocks.TryServeDevice(DEVICE));
               KUINT32 uiSeen = oBoard.m_oState.ReadGeneration(DEVICE, 0), uiNow = uiSeen;
               Process::Pause();
