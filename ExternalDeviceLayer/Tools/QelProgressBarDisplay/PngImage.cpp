@@ -154,6 +154,9 @@ Qel_Abort:
         TakeOffLargePages(oImage.puiFirstRow, oImage.uiRowBytes * oImage.uiHeight);
     delete[] oImage.ppuiRows;
     delete[] oImage.puiPixels;
-    png_destroy_read_struct(&poPng, &poInfo, nullptr);  // either may be null
+    if (poInfo != nullptr)
+        png_destroy_info_struct(poPng, &poInfo);
+    if (poPng != nullptr)
+        png_destroy_read_struct(&poPng, nullptr, nullptr);
     return bLoaded;
 }
