@@ -207,11 +207,20 @@ class Finder:
         if function.kind in WITHOUT_RESULT:
             return ''
         if function.kind == Kind.LAMBDA_EXPR:  # its type is the one of what it returns
-            returns = [below for below in function.walk_preorder() if below.kind == Kind.RETURN_STMT and list(below.get_children())]
-            is_bool = all(next(one.get_children()).type.get_canonical().kind == TypeKind.BOOL for one in returns)
-            return '' if not returns else ' false' if is_bool else None
+            results = list(results_below(function))
+            is_bool = all(result.type.get_canonical().kind == TypeKind.BOOL for result in results)
+            return '' if not results else ' false' if is_bool else None
         result = function.result_type.get_canonical().kind
         return '' if result == TypeKind.VOID else ' {}' if result in PLAIN_RESULTS else None
+
+
+def results_below(lambda_or_statement):
+    """What a lambda returns, without the lambdas in it."""
+    for child in lambda_or_statement.get_children():
+        if child.kind == Kind.RETURN_STMT:
+            yield from child.get_children()
+        elif child.kind != Kind.LAMBDA_EXPR:
+            yield from results_below(child)
 
 
 def shortened(text):
