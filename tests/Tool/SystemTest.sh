@@ -95,13 +95,10 @@ expect 'status and outputs with a full log' '0 off;off;' "$? $(outputs)"
 
 # A machine without a library, and command lines that start no run.
 expect 'help without a library' '14,, -d 0 ,0' "$(alone -h)"
-expect 'an error and then help' '15,[-x] is an invalid argument., -d 0 ,0' "$(alone -x -h)"
 expect 'an error' '15,[-x] is an invalid argument., -d 0 ,255' "$(alone -x)"
 expect 'an error without help' '1,[-v] missing video parameters.,,255' "$(alone -h -v)"
 expect 'message and status without a library' 'Cannot load libTavrin.so.1: libTavrin.so.1: cannot open 255' \
   "$(limited "$work/alone" -et 1 | grep -o 'Cannot load .* cannot open') $(limited "$work/alone" -et 1 >/dev/null; echo $?)"
-expect 'ten thousand arguments' 10000 \
-  "$(seq 10000 | xargs -n 10000 timeout 60 "$bin/QelProgressBarDisplay" -h | grep -c 'is an invalid argument')"
 
 [ "$failures" -eq 0 ] && echo 'All good.'
 exit "$failures"

@@ -39,8 +39,6 @@ TEST(FirmwareCheck, AnswersByTheLastFpgaExamined)
         // ..., result, asked
         {"no count", {GOOD}, TStatus_FAIL, FALSE, 0},
         {"none", {}, TStatus_OK, FALSE, 0},
-        {"supported", {GOOD}, TStatus_OK, TRUE, 1},
-        {"unknown", {UNKNOWN}, TStatus_OK, FALSE, 1},
         {"known as not supported: true, and the rest is not examined", {KNOWN, UNKNOWN}, TStatus_OK, TRUE, 1},
         {"supported, then unknown", {GOOD, UNKNOWN, GOOD}, TStatus_OK, FALSE, 2},
         {"others are skipped and leave the answer", {GOOD, OTHER_ADDRESS, OTHER_VENDOR}, TStatus_OK, TRUE, 3},

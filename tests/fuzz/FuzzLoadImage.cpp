@@ -14,8 +14,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
     std::vector<KUINT8> auiFile(puiData, puiData + uiSize), auiPlane(PITCH * HEIGHT, 0x5A);
     MendSums(auiFile);
     std::FILE* poFile = fmemopen(auiFile.data(), auiFile.size(), "rb");
-    if (poFile == nullptr)  // an empty one
-        return 0;
+    if (poFile == nullptr) return 0;  // an empty one
 
     const KBOOL32 bLoaded = LoadImage(poFile, WIDTH, PITCH, HEIGHT, auiPlane.data());
     std::fclose(poFile);
