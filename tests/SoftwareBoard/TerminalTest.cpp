@@ -1,5 +1,4 @@
 // What watch shows in a terminal. libvterm is the terminal.
-#include <poll.h>
 #include <vterm.h>
 
 #include "PanelWorld.h"
@@ -8,183 +7,114 @@
 namespace
 {
 using namespace SoftwareBoard::Viewer;
+using TerminalTest = PanelWorld;
 
-constexpr char     BLOCK      = '#';  // any letter that is not ASCII
-constexpr uint32_t FULL_BLOCK = 0x2588;
-
-struct SCells
+// How many ends of a cell, of a row or column of cells, lie in the middle half of it.
+int EndsInMiddle(size_t uiCell, size_t uiCells)
 {
-    int  iLeft, iTop, iRight, iBottom;  // the last two are outside
-    bool Has(int iColumn, int iRow) const { return iColumn >= iLeft && iColumn < iRight && iRow >= iTop && iRow < iBottom; }
-};
-
-// The middle half of the cells in both directions: those that are wholly in it, or those that some of it touches.
-SCells Middle(const SCells& ro, bool bTouched)
-{
-    const int iWidth = ro.iRight - ro.iLeft, iHeight = ro.iBottom - ro.iTop, iMore = bTouched ? 0 : 3;
-    const int iAcross = (iWidth + iMore) / 4, iDown = (iHeight + iMore) / 4;
-    return {ro.iLeft + iAcross, ro.iTop + iDown, ro.iRight - iAcross, ro.iBottom - iDown};
+    const size_t uiFrom = 4 * uiCell, uiTo = uiFrom + 4;
+    return (uiFrom >= uiCells && uiFrom < 3 * uiCells ? 1 : 0) + (uiTo > uiCells && uiTo <= 3 * uiCells ? 1 : 0);
 }
 
 // A terminal in which watch runs.
-class Screen
+struct Screen
 {
-public:
     Screen(const char* pszTerm, const std::string& strEnvironment, winsize oSize)
-        : m_oSize(oSize), m_oWatch("watch", true, oSize, pszTerm, "export " + strEnvironment + "; ")
+        : m_oWatch("watch", true, oSize, pszTerm, "export " + strEnvironment + "; "),
+          m_poTerm(vterm_new(oSize.ws_row, oSize.ws_col), vterm_free)
     {
         vterm_set_utf8(m_poTerm.get(), 1);
         vterm_screen_enable_altscreen(m_poScreen, 1);
         vterm_screen_reset(m_poScreen, 1);
     }
-    void Resize(winsize oSize)
+    // Reads on until the screen is as expected, where '?' is any cell.
+    void Await(const std::string& strWhat, const std::function<std::string()>& fExpected)
     {
-        m_oSize = oSize;
-        vterm_set_size(m_poTerm.get(), oSize.ws_row, oSize.ws_col);
-        ioctl(m_oWatch.aiFds[0], TIOCSWINSZ, &oSize);
-    }
-    // Loses what it shows, as if another program had written over it.
-    void Lose() { vterm_screen_reset(m_poScreen, 1); }
-    // Reads on until the screen passes the test.
-    void Await(const std::string& strWhat, const std::function<bool()>& fIsIt)
-    {
-        const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
+        if (testing::Test::HasFailure()) return;
         m_strRead.clear();
-        while (!testing::Test::HasFailure() && !fIsIt())
-        {
+        const auto fIsShown = [&] {
             char   acRead[4096];
             pollfd oFile = {.fd = m_oWatch.aiFds[0], .events = POLLIN};
-            if (std::chrono::steady_clock::now() > oEnd)
+            for (ssize_t iRead; poll(&oFile, 1, 0) > 0 && (iRead = read(oFile.fd, acRead, sizeof(acRead))) > 0;)
             {
-                ADD_FAILURE() << strWhat << " is never shown:\n" << Describe();
-                return;
+                m_strRead.append(acRead, static_cast<size_t>(iRead));
+                vterm_input_write(m_poTerm.get(), acRead, static_cast<size_t>(iRead));
             }
-            if (poll(&oFile, 1, 100) <= 0) continue;
-            const auto uiRead = static_cast<size_t>(std::max<ssize_t>(read(oFile.fd, acRead, sizeof(acRead)), 0));
-            vterm_input_write(m_poTerm.get(), acRead, uiRead);
-            m_strRead.append(acRead, uiRead);
-        }
+            const std::string strIs = Read(), strExpected = fExpected();
+            return std::equal(strIs.begin(), strIs.end(), strExpected.begin(), strExpected.end(),
+                              [](char cIs, char c) { return c == cIs || c == '?'; });
+        };
+        EXPECT_TRUE(Becomes(fIsShown)) << strWhat << " is never shown:\n" << Read();
     }
-    // 'g' or 'b' for a cell of that colour, ' ' for any other.
-    char ColourAt(int iColumn, int iRow) const
+    // The letters of each row, or '@' for a green cell and '&' for a blue one. Then which cells of the last row are
+    // reversed.
+    std::string Read() const
     {
-        const VTermScreenCell oCell = At(iColumn, iRow);
-        char                  cBack = NameOf(oCell.bg), cFore = NameOf(oCell.fg);
-        if (oCell.attrs.reverse != 0) std::swap(cBack, cFore);
-        if (oCell.chars[0] == 0 || oCell.chars[0] == ' ') return cBack;
-        return oCell.chars[0] == FULL_BLOCK || cBack == cFore ? cFore : ' ';
-    }
-    std::string TextOf(int iRow) const
-    {
-        std::string strText;
-        for (int iColumn = 0; iColumn < m_oSize.ws_col; ++iColumn)
-        {
-            const uint32_t uiChar = At(iColumn, iRow).chars[0];
-            strText += uiChar == 0 ? ' ' : uiChar < 0x80 ? static_cast<char>(uiChar) : BLOCK;
-        }
-        return strText;
-    }
-    // The text of each row, without what the pictures are made of.
-    std::vector<std::string> TextAround(const std::vector<SCells>& roPictures) const
-    {
-        std::vector<std::string> astrRows;
-        for (int iRow = 0; iRow < m_oSize.ws_row; ++iRow)
-        {
-            astrRows.push_back(TextOf(iRow));
-            for (int iColumn = 0; iColumn < m_oSize.ws_col; ++iColumn)
-                for (const SCells& ro : roPictures)
-                    if (ro.Has(iColumn, iRow)) astrRows.back()[static_cast<size_t>(iColumn)] = ' ';
-        }
-        return astrRows;
-    }
-    bool HasBlocks() const { return testing::PrintToString(TextAround({})).find(BLOCK) != std::string::npos; }
-    int  CountReversed(int iRow) const
-    {
-        int iColumn = 0;
-        while (iColumn < m_oSize.ws_col && At(iColumn, iRow).attrs.reverse != 0) ++iColumn;
-        return iColumn;
-    }
-    // Whether the picture is in each of these cells, with a blue middle or without one, and nowhere else.
-    bool Shows(const std::vector<SCells>& aoPlaces, bool bBlue) const
-    {
-        for (int iAt = 0; iAt < m_oSize.ws_row * m_oSize.ws_col; ++iAt)
-        {
-            const int  iColumn = iAt % m_oSize.ws_col, iRow = iAt / m_oSize.ws_col;
-            const char cIs = ColourAt(iColumn, iRow);
-            const auto i   = std::find_if(aoPlaces.begin(), aoPlaces.end(), [&](auto& ro) { return ro.Has(iColumn, iRow); });
-            if (i != aoPlaces.end() && bBlue && Middle(*i, true).Has(iColumn, iRow) && !Middle(*i, false).Has(iColumn, iRow))
-                continue;  // blue meets green in here
-            if (cIs != (i == aoPlaces.end() ? ' ' : bBlue && Middle(*i, false).Has(iColumn, iRow) ? 'b' : 'g')) return false;
-        }
-        return true;
-    }
-
-    winsize     m_oSize;
-    Live        m_oWatch;
-    std::string m_strRead;  // by the last Await
-
-private:
-    struct SFree
-    {
-        void operator()(VTerm* po) const { vterm_free(po); }
-    };
-    VTermScreenCell At(int iColumn, int iRow) const
-    {
-        VTermScreenCell oCell = {};
-        vterm_screen_get_cell(m_poScreen, {iRow, iColumn}, &oCell);
-        return oCell;
+        std::string strAll, strReversed;
+        int         iRows = 0, iColumns = 0;
+        vterm_get_size(m_poTerm.get(), &iRows, &iColumns);
+        for (int iRow = 0; iRow < iRows; ++iRow, strAll += '\n')
+            for (int iColumn = 0; iColumn < iColumns; ++iColumn)
+            {
+                VTermScreenCell oCell = {};
+                vterm_screen_get_cell(m_poScreen, {iRow, iColumn}, &oCell);
+                const uint32_t uiChar    = std::max(oCell.chars[0], uint32_t{' '});
+                const bool     bReversed = oCell.attrs.reverse != 0;
+                const char cBack = NameOf(bReversed ? oCell.fg : oCell.bg), cFore = NameOf(bReversed ? oCell.bg : oCell.fg);
+                const char cColour = uiChar == ' ' ? cBack : uiChar == FULL_BLOCK || cBack == cFore ? cFore : ' ';
+                strAll += cColour != ' ' ? cColour : uiChar < 0x80 ? static_cast<char>(uiChar) : '#';
+                if (iRow == iRows - 1) strReversed += bReversed ? 'r' : '.';
+            }
+        return strAll + strReversed;
     }
     char NameOf(VTermColor o) const
     {
         vterm_screen_convert_color_to_rgb(m_poScreen, &o);
         const bool bStrong = std::max(o.rgb.green, o.rgb.blue) > 100 && o.rgb.red < 100;
-        return bStrong && o.rgb.green > 3 * o.rgb.blue ? 'g' : bStrong && o.rgb.blue > 3 * o.rgb.green ? 'b' : ' ';
+        return bStrong && o.rgb.green > 3 * o.rgb.blue ? '@' : bStrong && o.rgb.blue > 3 * o.rgb.green ? '&' : ' ';
     }
-    std::string Describe() const
-    {
-        std::string strAll;
-        for (int iAt = 0; iAt < m_oSize.ws_row * m_oSize.ws_col; ++iAt)
-        {
-            const int iColumn = iAt % m_oSize.ws_col, iRow = iAt / m_oSize.ws_col;
-            strAll += ColourAt(iColumn, iRow) == ' ' ? TextOf(iRow)[static_cast<size_t>(iColumn)] : ColourAt(iColumn, iRow);
-            if (iColumn == m_oSize.ws_col - 1) strAll += '\n';
-        }
-        return strAll;
-    }
-    std::unique_ptr<VTerm, SFree> m_poTerm{vterm_new(m_oSize.ws_row, m_oSize.ws_col)};
-    VTermScreen*                  m_poScreen = vterm_obtain_screen(m_poTerm.get());
-};
 
-struct TerminalTest : PanelWorld
-{
+    static constexpr uint32_t                FULL_BLOCK = 0x2588;
+    Live                                     m_oWatch;
+    std::string                              m_strRead;  // by the last Await
+    std::unique_ptr<VTerm, void (*)(VTerm*)> m_poTerm;
+    VTermScreen*                             m_poScreen = vterm_obtain_screen(m_poTerm.get());
 };
 
 // A size of the terminal, and where things are then.
 struct SLayout
 {
-    winsize             oSize;
-    std::vector<SCells> aoPictures;
-    std::pair<int, int> aoCaptions[2];  // column and row
-    int                 iCaptionColumns;
-    size_t              uiCaptionRows;
+    winsize                   oSize;
+    std::array<size_t, 4>     aauiPictures[2];  // left, top, and the first cell right and below
+    std::pair<size_t, size_t> aoCaptions[2];    // column and row
+    size_t                    uiCaptionColumns, uiCaptionRows;
 };
 
-// All text of a screen but that of the pictures.
-std::vector<std::string> Compose(const SBoardView& roView, const std::string& strTitle, const SLayout& ro)
+// All of a screen, where the picture is made of these cells: around its middle half, partly in it, and in it.
+std::string Compose(const WatchedBoard& roBoard, const SLayout& ro, const char* pszCells)
 {
-    std::vector<std::string> astrRows(ro.oSize.ws_row, std::string(ro.oSize.ws_col, ' '));
-    const auto               fPut = [&](int iColumn, int iRow, const std::string& strText, int iColumns) {
-        const std::string strCut = CutText(strText, FitsColumns(iColumns));
-        astrRows[static_cast<size_t>(iRow)].replace(static_cast<size_t>(iColumn), strCut.size(), strCut);
+    const SBoardView& roView = roBoard.GetView();
+    const size_t      uiRows = ro.oSize.ws_row, uiColumns = ro.oSize.ws_col, uiBar = uiColumns * roView.uiProgressPct / 100;
+    std::string       strAll;
+    for (size_t uiRow = 0; uiRow < uiRows; ++uiRow) strAll += std::string(uiColumns, ' ') + '\n';
+    const auto fPut = [&](size_t uiColumn, size_t uiRow, const std::string& strText, size_t uiRoom) {
+        const std::string strCut = CutText(strText, FitsColumns(static_cast<int>(uiRoom)));
+        strAll.replace(uiRow * (uiColumns + 1) + uiColumn, strCut.size(), strCut);
     };
-    if (ro.oSize.ws_row >= 6) fPut(0, 0, "board " + strTitle, ro.oSize.ws_col);
-    if (!roView.strProblem.empty()) return fPut(0, ro.oSize.ws_row / 2, roView.strProblem, ro.oSize.ws_col), astrRows;
-    for (const size_t ui : {0u, 1u})
-        for (auto [iColumn, iRow] = ro.aoCaptions[ui];
-             const auto& roText : CaptionOutput(ui, roView.aoOutputs[ui], ro.uiCaptionRows, FitsColumns(ro.iCaptionColumns)))
-            fPut(iColumn, iRow++, roText, ro.iCaptionColumns);
-    fPut(0, ro.oSize.ws_row - 1, " " + DescribeProgress(roView), ro.oSize.ws_col);
-    return astrRows;
+    for (const auto& [uiLeft, uiTop, uiRight, uiBottom] : ro.aauiPictures)
+        for (size_t uiX = uiLeft; uiX < uiRight; ++uiX)
+            for (size_t uiY = uiTop; uiY < uiBottom; ++uiY)
+                strAll[uiY * (uiColumns + 1) + uiX] = pszCells[std::min(EndsInMiddle(uiX - uiLeft, uiRight - uiLeft),
+                                                                        EndsInMiddle(uiY - uiTop, uiBottom - uiTop))];
+    if (uiRows >= 6) fPut(0, 0, "board " + roBoard.GetTitle(), uiColumns);
+    fPut(0, uiRows / 2, roView.strProblem, uiColumns);
+    for (size_t ui = 0; ui < roView.aoOutputs.size(); ++ui)
+        for (auto [uiColumn, uiRow] = ro.aoCaptions[ui];
+             const auto& roText :
+             CaptionOutput(ui, roView.aoOutputs[ui], ro.uiCaptionRows, FitsColumns(static_cast<int>(ro.uiCaptionColumns))))
+            fPut(uiColumn, uiRow++, roText, ro.uiCaptionColumns);
+    if (roView.strProblem.empty()) fPut(0, uiRows - 1, " " + DescribeProgress(roView), uiColumns);
+    return strAll + std::string(uiBar, 'r') + std::string(uiColumns - uiBar, '.');
 }
 
 TEST_F(TerminalTest, ShowsPicturesCaptionsAndProgressWhereTheyBelong)
@@ -211,36 +141,34 @@ TEST_F(TerminalTest, ShowsPicturesCaptionsAndProgressWhereTheyBelong)
         Expect("create", 0, "");
         Drawing    oDrawing(ro.uiWidth, ro.uiHeight);
         Screen     oScreen(ro.pszTerm, ro.pszEnvironment, ro.oFirst.oSize);
-        const bool bUtf8  = std::string_view(ro.pszEnvironment).find("UTF-8") != std::string_view::npos;
-        const auto fShows = [&](SLayout oLayout, bool bPictures, bool bBlue) {
-            WatchedBoard oBoard(0, false);
-            oBoard.Update();
-            const SBoardView& roView = oBoard.GetView();
-            if (!bPictures) oLayout.aoPictures.clear();
-            const int iFull =
-                roView.strProblem.empty() ? oLayout.oSize.ws_col * static_cast<int>(roView.uiProgressPct) / 100 : 0;
-            return oScreen.Shows(oLayout.aoPictures, bBlue) && (!bBlue || oScreen.HasBlocks() == bUtf8) &&
-                   oScreen.TextAround(oLayout.aoPictures) == Compose(roView, oBoard.GetTitle(), oLayout) &&
-                   oScreen.CountReversed(oLayout.oSize.ws_row - 1) == iFull;
+        const auto fAwait = [&](const char* pszWhat, const SLayout& roLayout, const char* pszCells) {
+            oScreen.Await(pszWhat, [&] {
+                WatchedBoard oBoard(0, false);
+                oBoard.Update();
+                return Compose(oBoard, roLayout, pszCells);
+            });
         };
-        oScreen.Await("the picture", [&] { return fShows(ro.oFirst, true, false); });
+        const auto fType = [&](const char* pszKey) { EXPECT_EQ(write(oScreen.m_oWatch.aiFds[0], pszKey, 1), 1); };
+        fAwait("the picture", ro.oFirst, "@@@");
         oDrawing.Resume();
         oDrawing.Await();
-        oScreen.Await("what is drawn", [&] { return fShows(ro.oFirst, true, true); });
+        fAwait("what is drawn", ro.oFirst, "@?&");
         Expect("progress 50", 0, "");
-        oScreen.Await("the bar", [&] { return fShows(ro.oFirst, true, true); });
+        fAwait("the bar", ro.oFirst, "@?&");
         EXPECT_EQ(oScreen.m_strRead.find("\x1b[2J"), std::string::npos) << "it flickers";
-        oScreen.Lose();
-        EXPECT_EQ(write(oScreen.m_oWatch.aiFds[0], "\f", 1), 1);
-        oScreen.Await("all of it anew", [&] { return fShows(ro.oFirst, true, true); });
-        oScreen.Resize(ro.oThen.oSize);
-        oScreen.Await("the picture in another size", [&] { return fShows(ro.oThen, true, true); });
+        vterm_screen_reset(oScreen.m_poScreen, 1);  // as if another program had written over it
+        fType("\f");
+        fAwait("all of it anew", ro.oFirst, "@?&");
+        EXPECT_EQ(oScreen.m_strRead.find('\xE2') == std::string::npos, std::string_view(ro.pszEnvironment) == "LC_ALL=C");
+        vterm_set_size(oScreen.m_poTerm.get(), ro.oThen.oSize.ws_row, ro.oThen.oSize.ws_col);
+        ioctl(oScreen.m_oWatch.aiFds[0], TIOCSWINSZ, &ro.oThen.oSize);
+        fAwait("the picture in another size", ro.oThen, "@?&");
         fs::remove(At("board.state"));
-        oScreen.Await("no board", [&] { return fShows(ro.oThen, false, false); });
+        fAwait("no board", ro.oThen, "   ");
         fs::remove_all(m_oFolder);
         Expect("create", 0, "");
-        oScreen.Await("the new board", [&] { return fShows(ro.oThen, false, false); });
-        EXPECT_EQ(write(oScreen.m_oWatch.aiFds[0], "q", 1), 1);
+        fAwait("the new board", ro.oThen, "   ");
+        fType("q");
         oScreen.m_oWatch.ooProcess.reset();
     }
 }
