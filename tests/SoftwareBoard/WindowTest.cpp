@@ -26,56 +26,53 @@ SPicture ReadFrame(const std::string& strFile)
     return oFrame;
 }
 
-KUINT32& PixelOf(SPicture& ro, int iX, int iY)
+// Puts as much as there is room for.
+void Put(SPicture& roOn, const SPicture& ro, KUINT32 uiX, KUINT32 uiY)
 {
-    return reinterpret_cast<KUINT32*>(ro.auiRgba.data())[static_cast<KUINT32>(iY) * ro.uiWidth + static_cast<KUINT32>(iX)];
+    const size_t uiBytes = size_t{std::min(ro.uiWidth, std::max(roOn.uiWidth, uiX) - uiX)} * 4;
+    for (KUINT32 y = 0; y < ro.uiHeight; ++y)
+        std::copy_n(&ro.auiRgba[y * ro.GetPitchInBytes()], uiBytes,
+                    &roOn.auiRgba[(uiY + y) * roOn.GetPitchInBytes() + uiX * 4]);
 }
 
-// Puts what is left of iEnd.
-void Put(SPicture& roOn, SPicture o, int iX, int iY, int iEnd = INT_MAX)
+// The picture of that size, with its blue middle or without.
+SPicture Drawn(KUINT32 uiWidth, KUINT32 uiHeight, bool bBlue)
 {
-    for (int y = 0; y < static_cast<int>(o.uiHeight); ++y)
-        for (int x = 0; x < std::min(static_cast<int>(o.uiWidth), iEnd - iX); ++x)
-            PixelOf(roOn, iX + x, iY + y) = PixelOf(o, x, y);
+    SPicture      o      = MakePlain(uiWidth, uiHeight, GREEN);
+    const KUINT32 uiLeft = uiWidth / 4, uiTop = uiHeight / 4;
+    if (bBlue) Put(o, MakePlain(uiWidth * 3 / 4 - uiLeft, uiHeight * 3 / 4 - uiTop, BLUE), uiLeft, uiTop);
+    return o;
 }
 
-SPicture Plain(int iWidth, int iHeight, const Colour& roColour)
+SPicture Line(const std::string& strText, KUINT32 uiRoom, const STextColours& roColours)
 {
-    return MakePlain(static_cast<KUINT32>(iWidth), static_cast<KUINT32>(iHeight), roColour);
-}
-
-SPicture Line(const std::string& strText, int iRoom, const STextColours& roColours)
-{
-    const std::string strCut = CutText(strText, FitsPixels(iRoom));
+    const std::string strCut = CutText(strText, FitsPixels(static_cast<int>(uiRoom)));
     return DrawText(strCut, static_cast<KUINT32>(TextWidth(strCut)), 24, roColours, false);
 }
 
 // The window in which both outputs show the picture, made of parts that other tests try. An enlarged one is not smoothed.
-SPicture Compose(const SBoardView& roView, SPicture oShown, int iWidth, int iHeight)
+SPicture Compose(const SBoardView& roView, const SPicture& roShown, bool bBlue, KUINT32 uiWidth, KUINT32 uiHeight)
 {
-    SPicture oAll = Plain(iWidth, iHeight, CAPTION.auiPaper);
-    if (!roView.strProblem.empty()) return Put(oAll, Line(roView.strProblem, iWidth - 16, CAPTION), 8, 8), oAll;
-    const int iTileWidth = (iWidth - 24) / 2, iTileHeight = iHeight - 40, iRows = iTileHeight < 144 ? 1 : 2;
-    const int iRoom                          = iTileHeight - iRows * 24;
-    const auto [iScaledWidth, iScaledHeight] = FitPicture(oShown.uiWidth, oShown.uiHeight, iTileWidth, iRoom);
-    SPicture oScaled                         = Plain(iScaledWidth, iScaledHeight, {});
-    ScaleDown(oShown, oScaled.uiWidth <= oShown.uiWidth ? WholeOf(oShown) : SArea{}, oScaled);
-    for (int iAt = 0; oScaled.uiWidth > oShown.uiWidth && iAt < iScaledWidth * iScaledHeight; ++iAt)
-        PixelOf(oScaled, iAt % iScaledWidth, iAt / iScaledWidth) =
-            PixelOf(oShown, iAt % iScaledWidth * 40 / iScaledWidth, iAt / iScaledWidth * 30 / iScaledHeight);
-    for (size_t uiOutput = 0; uiOutput < 2; ++uiOutput)
+    SPicture oAll = MakePlain(uiWidth, uiHeight, CAPTION.auiPaper);
+    if (!roView.strProblem.empty()) return Put(oAll, Line(roView.strProblem, uiWidth - 16, CAPTION), 8, 8), oAll;
+    const KUINT32 uiTile = (uiWidth - 24) / 2, uiRows = uiHeight < 184 ? 1 : 2, uiRoom = uiHeight - 40 - uiRows * 24;
+    const std::pair<KUINT32, KUINT32> oFit =
+        FitPicture(roShown.uiWidth, roShown.uiHeight, static_cast<int>(uiTile), static_cast<int>(uiRoom));
+    SPicture oScaled = Drawn(oFit.first, oFit.second, bBlue);
+    if (oFit.first <= roShown.uiWidth) ScaleDown(roShown, WholeOf(roShown), oScaled);
+    for (KUINT32 uiX = 8; const size_t ui : {0u, 1u})
     {
-        const int iX = uiOutput == 0 ? 8 : 16 + iTileWidth;
-        Put(oAll, Plain(iTileWidth, iRoom, {20, 22, 26}), iX, 8);
-        Put(oAll, oScaled, iX + (iTileWidth - iScaledWidth) / 2, 8 + (iRoom - iScaledHeight) / 2);
-        for (int iY = 8 + iRoom; const auto& ro : CaptionOutput(uiOutput, roView.aoOutputs[uiOutput],
-                                                                static_cast<size_t>(iRows), FitsPixels(iTileWidth)))
-            Put(oAll, Line(ro, iTileWidth, CAPTION), iX, std::exchange(iY, iY + 24));
+        Put(oAll, MakePlain(uiTile, uiRoom, {20, 22, 26}), uiX, 8);
+        Put(oAll, oScaled, uiX + (uiTile - oFit.first) / 2, 8 + (uiRoom - oFit.second) / 2);
+        for (KUINT32     uiY = 8 + uiRoom;
+             const auto& ro : CaptionOutput(ui, roView.aoOutputs[ui], uiRows, FitsPixels(static_cast<int>(uiTile))))
+            Put(oAll, Line(ro, uiTile, CAPTION), uiX, std::exchange(uiY, uiY + 24));
+        uiX += uiTile + 8;
     }
-    const int iBar = iWidth * static_cast<int>(roView.uiProgressPct) / 100;
-    Put(oAll, Plain(iBar, 24, BAR.auiPaper), 0, iHeight - 24);
-    Put(oAll, Line(DescribeProgress(roView), iWidth, CAPTION), 8, iHeight - 24);
-    Put(oAll, Line(DescribeProgress(roView), iWidth, BAR), 8, iHeight - 24, iBar);
+    SPicture oBar = MakePlain(uiWidth * roView.uiProgressPct / 100, 24, BAR.auiPaper);
+    Put(oBar, Line(DescribeProgress(roView), uiWidth, BAR), 8, 0);
+    Put(oAll, Line(DescribeProgress(roView), uiWidth, CAPTION), 8, uiHeight - 24);
+    Put(oAll, oBar, 0, uiHeight - 24);
     return oAll;
 }
 
@@ -91,53 +88,41 @@ struct WindowTest : PanelWorld
     ~WindowTest() override { fs::current_path("/"); }
 
     // Waits until the window has shown something new that passes the test.
-    void AwaitFrame(const std::string& strWhat, const std::function<bool(SPicture&)>& fIsIt)
+    void AwaitFrame(const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt)
     {
-        const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
-        for (std::string strNewest; std::chrono::steady_clock::now() < oEnd; usleep(5000))
-        {
+        std::string strNewest;
+        const auto  fIsShown = [&] {
             for (const auto& ro : fs::directory_iterator(At("frames"))) strNewest = std::max(strNewest, ro.path().string());
-            if (strNewest == m_strLast) continue;
-            SPicture oFrame = ReadFrame(strNewest);
-            if (oFrame.uiWidth == 0) continue;
-            m_strLast = strNewest;
-            if (fIsIt(oFrame)) return;
-        }
-        ADD_FAILURE() << strWhat << " is never shown; the last frame is of " << m_strLast;
+            if (strNewest == m_strLast) return false;
+            const SPicture oFrame = ReadFrame(strNewest);
+            if (oFrame.uiWidth != 0) m_strLast = strNewest;
+            return oFrame.uiWidth != 0 && fIsIt(oFrame);
+        };
+        EXPECT_TRUE(Becomes(fIsShown)) << strWhat << " is never shown; the last frame is of " << m_strLast;
     }
     // Shows the board until the person, who acts meanwhile, closes the window. Returns the signal that ended it, or 0.
     static int Watch(const std::function<void()>& fPerson)
+    try
     {
-        sigset_t oAll, oBefore;
-        sigfillset(&oAll);
-        pthread_sigmask(SIG_BLOCK, &oAll, &oBefore);  // so that only the window takes signals
-        std::thread oPerson([&] {
+        const SoftwareBoard::Panel::Signals oBlocked;  // so that only the window takes signals
+        const std::jthread                  oPerson([&] {
             fPerson();
-            const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
-            while (SDL_WasInit(SDL_INIT_VIDEO) != 0 && std::chrono::steady_clock::now() < oEnd) usleep(1000);
-            EXPECT_EQ(SDL_WasInit(SDL_INIT_VIDEO), 0u) << "what the person did does not close the window";
-            Push({.type = SDL_QUIT});
+            EXPECT_TRUE(Becomes([] { return SDL_WasInit(SDL_INIT_VIDEO) == 0; })) << "the person did not close the window";
+            Push(SDL_QUIT);
         });
-        int         iSignal = 0;
-        try
-        {
-            WatchedBoard oBoard(0, true);
-            WatchInWindow(oBoard);
-        }
-        catch (const SoftwareBoard::Panel::EndedBySignal& ro)
-        {
-            iSignal = ro.iSignal;
-        }
-        oPerson.join();
-        pthread_sigmask(SIG_SETMASK, &oBefore, nullptr);
-        return iSignal;
+        WatchedBoard                        oBoard(0, true);
+        WatchInWindow(oBoard);
+        return 0;
     }
-    static void Push(SDL_Event o) { SDL_PushEvent(&o); }
-    static void Press(SDL_Keycode iKey)
+    catch (const SoftwareBoard::Panel::EndedBySignal& ro)
     {
-        SDL_Event o      = {.type = SDL_KEYDOWN};
+        return ro.iSignal;
+    }
+    static void Push(Uint32 uiType, SDL_Keycode iKey = 0)
+    {
+        SDL_Event o      = {.type = uiType};
         o.key.keysym.sym = iKey;
-        Push(o);
+        SDL_PushEvent(&o);
     }
 
     std::string m_strLast;
@@ -145,31 +130,24 @@ struct WindowTest : PanelWorld
 
 TEST_F(WindowTest, KeysTheButtonAndSignalsCloseItAndNothingElseDoes)
 {
-    const std::tuple<std::string, std::function<void()>, int> aoCases[] = {
-        {"q", [] { Press(SDLK_q); }, 0},
-        {"Escape", [] { Press(SDLK_ESCAPE); }, 0},
-        {"the button", [] { Push({.type = SDL_QUIT}); }, 0},
-        {"SIGINT", [] { kill(getpid(), SIGINT); }, 0},
-        {"SIGTERM", [] { kill(getpid(), SIGTERM); }, 0},
-        {"SIGHUP", [] { kill(getpid(), SIGHUP); }, SIGHUP},
-    };
-    for (const auto& [strWhat, fClose, iSignal] : aoCases)
+    // A key or a signal, or neither for the button.
+    const std::pair<SDL_Keycode, int> aoCases[] = {{SDLK_q, 0}, {SDLK_ESCAPE, 0}, {0, 0},
+                                                   {0, SIGINT}, {0, SIGTERM},     {0, SIGHUP}};
+    for (const auto& ro : aoCases)
     {
-        SCOPED_TRACE(strWhat);
-        const auto fAny = [](SPicture&) { return true; };
-        EXPECT_EQ(Watch([&, &fEnd = fClose] {
-                      AwaitFrame("the window", fAny);
-                      Press(SDLK_x);
-                      SDL_Event o      = {.type = SDL_KEYUP};
-                      o.key.keysym.sym = SDLK_q;
-                      Push(o);
-                      Push({.type = SDL_MOUSEBUTTONDOWN});
-                      Push({.type = SDL_MOUSEWHEEL});
-                      Push({.type = SDL_WINDOWEVENT});
-                      AwaitFrame("the window, drawn anew", fAny);
-                      fEnd();
-                  }),
-                  iSignal);
+        const auto fPerson = [&] {
+            const auto fAny = [](const SPicture&) { return true; };
+            AwaitFrame("the window", fAny);
+            Push(SDL_KEYDOWN, SDLK_x);
+            Push(SDL_KEYUP, SDLK_q);
+            for (const Uint32 uiType : {SDL_MOUSEBUTTONDOWN, SDL_MOUSEWHEEL, SDL_WINDOWEVENT}) Push(uiType);
+            AwaitFrame("the window, drawn anew", fAny);
+            if (ro.second != 0)
+                kill(getpid(), ro.second);
+            else
+                Push(ro.first != 0 ? SDL_KEYDOWN : SDL_QUIT, ro.first);
+        };
+        EXPECT_EQ(Watch(fPerson), ro.second == SIGHUP ? SIGHUP : 0) << "key " << ro.first << ", signal " << ro.second;
     }
     setenv("SDL_VIDEODRIVER", "none", 1);
     Expect("watch --window", 1, "set DISPLAY or WAYLAND_DISPLAY, or watch without --window");
@@ -177,46 +155,44 @@ TEST_F(WindowTest, KeysTheButtonAndSignalsCloseItAndNothingElseDoes)
 
 TEST_F(WindowTest, BothTilesShowThePictureAsLargeAsFitsAndFollowIt)
 {
-    for (const auto& [iWidth, iHeight] : {std::pair{1024, 768}, {508, 381}, {40, 30}})  // smaller, as it is, and enlarged
+    for (const auto& oSize : {std::pair{1024u, 768u}, {508, 381}, {40, 30}})  // smaller, as it is, and enlarged
     {
-        SCOPED_TRACE(iWidth);
+        SCOPED_TRACE(oSize.first);
         Expect("create", 0, "");
-        Drawing    oDrawing(static_cast<KUINT32>(iWidth), static_cast<KUINT32>(iHeight));
-        const auto fHas = [iW = iWidth, iH = iHeight](bool bBlue, int iExpectedWidth) {
-            return [=](SPicture& ro) {
-                SPicture oShown = Plain(iW, iH, GREEN);
-                if (bBlue) Put(oShown, Plain(iW * 3 / 4 - iW / 4, iH * 3 / 4 - iH / 4, BLUE), iW / 4, iH / 4);
+        Drawing    oDrawing(oSize.first, oSize.second);
+        const auto fAwait = [&](const char* pszWhat, bool bBlue, KUINT32 uiWidth) {
+            AwaitFrame(pszWhat, [&](const SPicture& ro) {
+                if (ro.uiWidth != uiWidth) return false;
                 WatchedBoard oBoard(0, false);
                 oBoard.Update();
-                SPicture  oAll   = Compose(oBoard.GetView(), oShown, iExpectedWidth, static_cast<int>(ro.uiHeight));
-                const int iAll   = iExpectedWidth * static_cast<int>(ro.uiHeight);
-                int       iWrong = ro.uiWidth == oAll.uiWidth ? 0 : iAll;
-                for (int iAt = 0; iWrong < iAll && iAt < iAll; ++iAt)
-                    iWrong += PixelOf(oAll, iAt, 0) != PixelOf(ro, iAt, 0) ? 1 : 0;
-                return iWrong <= (iW == 40 ? iAll / 16 : 0);
-            };
+                const SPicture oShown  = Drawn(oSize.first, oSize.second, bBlue);
+                const auto     auiAll  = Compose(oBoard.GetView(), oShown, bBlue, uiWidth, ro.uiHeight).auiRgba;
+                size_t         uiWrong = 0;
+                for (size_t ui = 0; ui < auiAll.size(); ++ui) uiWrong += auiAll[ui] == ro.auiRgba[ui] ? 0u : 1u;
+                return uiWrong <= (oSize.first == 40 ? auiAll.size() / 16 : 0);
+            });
         };
         const auto fResize = [](int iW, int iH) {
             for (Uint32 uiWindow = 1; uiWindow < 100; ++uiWindow) SDL_SetWindowSize(SDL_GetWindowFromID(uiWindow), iW, iH);
         };
-        EXPECT_EQ(Watch([&] {
-                      AwaitFrame("the picture", fHas(false, 1040));
-                      oDrawing.Resume();
-                      oDrawing.Await();
-                      AwaitFrame("what is drawn", fHas(true, 1040));
-                      fResize(700, 400);
-                      AwaitFrame("the picture, in a smaller window", fHas(true, 700));
-                      fResize(100, 30);
-                      AwaitFrame("a window without room", [](SPicture& ro) { return ro.uiWidth == 100; });
-                      fResize(1040, 490);
-                      AwaitFrame("the picture, in a larger window", fHas(true, 1040));
-                      Expect("progress 50", 0, "");
-                      AwaitFrame("the bar", fHas(true, 1040));
-                      fs::remove(At("board.state"));
-                      AwaitFrame("no board", fHas(true, 1040));
-                      Press(SDLK_q);
-                  }),
-                  0);
+        const auto fPerson = [&] {
+            fAwait("the picture", false, 1040);
+            oDrawing.Resume();
+            oDrawing.Await();
+            fAwait("what is drawn", true, 1040);
+            fResize(700, 400);
+            fAwait("the picture, in a smaller window", true, 700);
+            fResize(100, 30);
+            AwaitFrame("a window without room", [](const SPicture& ro) { return ro.uiWidth == 100; });
+            fResize(1040, 490);
+            fAwait("the picture, in a larger window", true, 1040);
+            Expect("progress 50", 0, "");
+            fAwait("the bar", true, 1040);
+            fs::remove(At("board.state"));
+            fAwait("no board", true, 1040);
+            Push(SDL_KEYDOWN, SDLK_q);
+        };
+        EXPECT_EQ(Watch(fPerson), 0);
     }
 }
 }
