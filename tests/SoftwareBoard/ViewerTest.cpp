@@ -28,12 +28,11 @@ TEST(Tiling, PicturesBecomeLargestInRoomsOfAnyShape)
     {
         const STiling oTiling = ChooseTiling({iTiles, iWidth, iHeight, 8, 4, fWidth, fHeight, fScale, 1,
                                               [](int, int iTall) { return iTall < 100 ? 20 : 40; }});
-        EXPECT_EQ(oTiling.iAcross, iAcross)
+        const int     iDown   = (iTiles + iAcross - 1) / iAcross;
+        const int     iTall   = std::max((iHeight - 4 * (iDown - 1)) / std::max(iDown, 1), 1);
+        EXPECT_EQ(std::tuple(oTiling.iAcross, oTiling.iTileWidth, oTiling.iTileHeight, oTiling.iCaptionHeight),
+                  std::tuple(iAcross, std::max((iWidth - 8 * (iAcross - 1)) / iAcross, 1), iTall, iTall < 100 ? 20 : 40))
             << iTiles << " of " << fWidth << "x" << fHeight << " in " << iWidth << "x" << iHeight;
-        const int iDown = (iTiles + iAcross - 1) / iAcross;
-        EXPECT_EQ(oTiling.iTileWidth, std::max((iWidth - 8 * (iAcross - 1)) / iAcross, 1));
-        EXPECT_EQ(oTiling.iTileHeight, std::max((iHeight - 4 * (iDown - 1)) / std::max(iDown, 1), 1));
-        EXPECT_EQ(oTiling.iCaptionHeight, oTiling.iTileHeight < 100 ? 20 : 40);
     }
     EXPECT_EQ(FitPicture(1024, 768, 936, 5000), std::pair(936, 702));
     EXPECT_EQ(FitPicture(1080, 1920, 936, 960), std::pair(540, 960));
@@ -55,18 +54,18 @@ TEST(ContactSheet, FitsAScreenAndEnlargesNothing)
     constexpr STextColours oColours = {{226, 230, 236}, {44, 48, 56}};
     for (const auto& [uiPictures, uiWidth, uiHeight, uiTileWidth, uiTileHeight, uiAcross] : aoCases)
     {
-        ContactSheet      oSheet(uiPictures);
-        const KUINT32     uiRoom = std::max(uiTileWidth, 56u), uiAcrossEach = uiRoom + 16, uiDownEach = uiTileHeight + 44;
-        const std::string astrLabels[] = {"25 %", "a label that is much too long for any tile " + std::string(200, '.')};
-        SPicture          aoLabels[2];
+        ContactSheet  oSheet(uiPictures);
+        const KUINT32 uiRoom = std::max(uiTileWidth, 56u), uiAcrossEach = uiRoom + 16, uiDownEach = uiTileHeight + 44;
+        SPicture      aoLabels[2];
         for (size_t ui = 0; ui < uiPictures; ++ui)
         {
             SPicture oTile = oSheet.MakeTile(uiWidth, uiHeight);
             EXPECT_EQ(std::pair(oTile.uiWidth, oTile.uiHeight), std::pair(uiTileWidth, uiTileHeight));
             for (KUINT8 uiByte = 0; KUINT8 & rui : oTile.auiRgba) rui = uiByte++;
-            oSheet.Add(std::move(oTile), astrLabels[ui % 2]);
-            const std::string strCut = CutText(astrLabels[ui % 2], FitsPixels(static_cast<int>(uiRoom)));
-            aoLabels[ui % 2]         = DrawText(strCut, static_cast<KUINT32>(TextWidth(strCut)), 28, oColours, false);
+            const std::string strLabel = ui % 2 == 0 ? "25 %" : "a label that is too long" + std::string(200, '.'),
+                              strCut   = CutText(strLabel, FitsPixels(static_cast<int>(uiRoom)));
+            oSheet.Add(std::move(oTile), strLabel);
+            aoLabels[ui % 2] = DrawText(strCut, static_cast<KUINT32>(TextWidth(strCut)), 28, oColours, false);
         }
         const SPicture oDrawn = oSheet.Draw();
         ASSERT_EQ(oDrawn.uiWidth, 16 + uiAcross * uiAcrossEach);
@@ -134,9 +133,7 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
     }
 }
 
-struct WatchedPictureTest : BoardWorld
-{
-};
+using WatchedPictureTest = BoardWorld;
 
 TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
 {
