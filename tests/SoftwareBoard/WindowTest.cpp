@@ -87,11 +87,12 @@ struct WindowTest : PanelWorld
     }
     ~WindowTest() override { fs::current_path("/"); }
 
-    // Waits until the window has shown something new that passes the test.
+    // Waits until the window has shown something new that passes the test; not after a failure.
     void AwaitFrame(const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt)
     {
         std::string strNewest;
         const auto  fIsShown = [&] {
+            if (HasFailure()) return true;
             for (const auto& ro : fs::directory_iterator(At("frames"))) strNewest = std::max(strNewest, ro.path().string());
             if (strNewest == m_strLast) return false;
             const SPicture oFrame = ReadFrame(strNewest);
