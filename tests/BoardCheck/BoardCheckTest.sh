@@ -15,16 +15,13 @@ if [ $# -eq 3 ]; then
 fault|hang TVideoOut_Disable|disable|TVideoOut_Disable hangs: it does not return within 2 s|enable-again|$aoutput 0 may still be on: TVideoOut_Disable hangs\noutput 1 may still be on: TVideoOut_Disable hangs||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody; 0x00000000
 default
 fault|hang TVideoOut_Enable 2|enable|TVideoOut_Enable hangs: it does not return within 2 s|release..enable-again card
-fault|hang TBuffer_BeginAccess|rows|TBuffer_BeginAccess hangs: it does not return within 2 s|second-access drawing card
 look
 card
 signal|TERM
 signal|INT
 signal|HUP
-signal|QUIT
 signal|KILL
 lines
-fault
 fault|babble TBuffer_CreateVideo
 fault|pitch|pitch|a pitch equal to the width: unless the rows have no padding, the card is slanted||s/pitch 208/pitch 200/
 fault|narrow|planes|a pitch of 199 pixels, less than the width|pitch..second-access drawing card
@@ -40,11 +37,11 @@ fault|frozen|drawing|nothing of it: the plane holds what it held before
 fault|no-memory TBuffer_BeginAccess|rows|reading and writing the plane crashes (SIGSEGV)|second-access drawing card
 fault|no-memory TBuffer_BeginAccess 2|second-access|reading the plane in another access crashes (SIGSEGV)|drawing|s/2 outputs/1 output/;s/outputs: 2/outputs: 1/||off; 0x00000000|--outputs 1
 fault|released|busy|output 0: TVideoOut_Enable returned 0 (TStatus_OK)
-fault|once|enable-again|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)|card
-fault|deaf|running-register|0 after 1 was written
+fault|-1 TVideoOut_Enable 3|enable-again|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)|card
+fault|null TBoard_RegWrite|running-register|0 after 1 was written
 fault|clears|progress-register|0 after 40||s/7932: 0x00000000/7932: 0x00000028/;s/percent 0/percent 40/;s/0 and 0 %/0 and 40 %/
-fault|changes|progress-register|256 after 0
-fault|moves|progress-register|register 6908 changes
+fault|256 TBoard_RegRead 5|progress-register|256 after 0
+fault|1 TBoard_RegRead 6|progress-register|register 6908 changes
 fault|fields||||s/7932: 0x00000000/7932: 0x5a400905/;s/percent.*/percent 5 reserved 9 bar_display_completed 1 trigger_new_bar_display 0 update_status 90/;s/0 and 0 %/0 and 5 %/
 fault|65 Tavrin_GetDeviceCount|devices|65 devices|device..card|4,11d
 fault|64 Tavrin_GetDeviceCount||||s/(1 device)/(64 devices)/
@@ -71,7 +68,6 @@ fault|stop-crash TBoard_RegWrite 2|running-register|TBoard_RegWrite crashes (SIG
 fault|exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit status 3)|enable-again card
 fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount|||fpgas..card|5,11d|143
-fault|stop TBuffer_BeginAccess|||rows..card||143
 fault|child TBoard_GetFpgaCount
 fault|name||||s/FPGA 0: FPGA 0/FPGA 0: ?[2J ~????/
 fault||firmware|the firmware of FPGA 0 is not known: TARN_IN 001-033-007|buffer..card||||--fpga 3:1.33.7
@@ -142,10 +138,8 @@ report() { # WHAT FAILS CAME NOT_TRIED EDIT WHY_NOT LESS: the report, less some 
     firmware* | *fpgas..*) edit="$edit;s/would drive it/would not drive it: $6/;/ buffer /,\$s/($6)/(the board may not be driven)/" ;;
   esac
   less="s/build id [0-9a-f]\{40\}$/build id/;$7"
-  expected=$(sound | sed "$less;$edit;$5") came=$(sed "$less" "$work/out")
-  [ "$expected" = "$came" ] && return
-  echo "$expected" >"$work/wanted"
-  echo "$came" | diff "$work/wanted" - || expect "the report with '$1'" above 'and below'
+  sound | sed "$less;$edit;$5" >"$work/wanted"
+  sed "$less" "$work/out" | diff "$work/wanted" - || expect "the report with '$1'" above 'and below'
 }
 
 fault() { # FAULT FAILS CAME NOT_TRIED EDIT STATUS STATE CREATE
@@ -290,12 +284,8 @@ documents() { # name every check
   done
 }
 
-IFS='|'
-# shellcheck disable=SC2086 # the fields of the row
-set -f -- $4
-set +f
-unset IFS
-job=$1
-shift
-"$job" "$@" '' '' '' '' '' '' '' ''
+IFS='|' read -r job a b c d e f g h <<ROW
+$4
+ROW
+"$job" "$a" "$b" "$c" "$d" "$e" "$f" "$g" "$h"
 exit "$failures"
