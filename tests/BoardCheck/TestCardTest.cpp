@@ -1,5 +1,5 @@
-// The test card in memory: bytes in the order of format 52, a frame along the edges, and nothing outside. Then the pattern
-// that is drawn and compared, in a plane of a device library in this process.
+// The test card in memory: bytes in the order of format 52, and nothing outside. Then the pattern that is drawn and
+// compared, in a plane of a device library in this process.
 #include "TestCard.h"
 
 #include "PlanePattern.h"
@@ -7,7 +7,7 @@
 
 namespace
 {
-constexpr KUINT32 PADDING = 16, OUTSIDE = 0xDEADBEEF, WHITE = 0xffffffff;
+constexpr KUINT32 PADDING = 16, OUTSIDE = 0xDEADBEEF;
 
 KUINT32 Hash(const std::vector<KUINT32>& rauiWords)  // FNV-1a, by words
 {
@@ -23,9 +23,7 @@ struct Card
     {
         BoardCheck::DrawTestCard(oInfo, &uiPlane, 7);
     }
-    void     Blink(bool bLit) { BoardCheck::DrawBlinkingSquare(oInfo, &uiPlane, bLit); }
-    KUINT32  At(KUINT32 x, KUINT32 y) const { return auiMemory[(y + 1) * uiPitch + x]; }
-    unsigned Count(KUINT32 uiWord) const { return unsigned(std::count(auiMemory.begin(), auiMemory.end(), uiWord)); }
+    void Blink(bool bLit) { BoardCheck::DrawBlinkingSquare(oInfo, &uiPlane, bLit); }
 
     const KUINT32        uiWidth, uiHeight, uiPitch = uiWidth + PADDING;
     std::vector<KUINT32> auiMemory = std::vector<KUINT32>(uiPitch * (uiHeight + 2), OUTSIDE);
@@ -45,11 +43,8 @@ TEST(TestCard, StaysInsidePicturesOfEverySize)
     {
         Card oCard(uiWidth, uiHeight);
         oCard.Blink(false);
-        EXPECT_EQ(oCard.Count(OUTSIDE), oCard.auiMemory.size() - size_t{uiWidth} * uiHeight) << uiWidth << ' ' << uiHeight;
-        for (KUINT32 x = 0; x < uiWidth; ++x)
-            ASSERT_TRUE(oCard.At(x, 0) == WHITE && oCard.At(x, uiHeight - 1) == WHITE) << uiWidth << ' ' << uiHeight;
-        for (KUINT32 y = 0; y < uiHeight; ++y)
-            ASSERT_TRUE(oCard.At(0, y) == WHITE && oCard.At(uiWidth - 1, y) == WHITE) << uiWidth << ' ' << uiHeight;
+        const auto iOutside = std::count(oCard.auiMemory.begin(), oCard.auiMemory.end(), OUTSIDE);
+        EXPECT_EQ(size_t(iOutside), oCard.auiMemory.size() - size_t{uiWidth} * uiHeight) << uiWidth << ' ' << uiHeight;
     }
 }
 
