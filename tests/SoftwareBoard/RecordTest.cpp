@@ -428,7 +428,6 @@ TEST(RecordText, IsReadUpToItsDamage)
     }
     EXPECT_EQ(fRead(strHeader + std::string(500000, '[') + "\n").second, "line 2 of the record: it is damaged here");
     EXPECT_EQ(fRead(strText + "{}").second, "line 48 of the record: more follows its end");
-    EXPECT_EQ(fRead("notes").second, "x: not a record");
 }
 
 TEST(RecordText, HoldsTextsAndNamesOfHandles)

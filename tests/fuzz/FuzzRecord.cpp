@@ -1,5 +1,4 @@
-// Records of runs, as a file may hold them: a reader takes what it can and stops, and each call that it has taken can be
-// told in words.
+// Records of runs, as a file may hold them: a reader takes what it can and stops, and each call can be told in words.
 #include "BoardError.h"
 #include "CallText.h"
 #include "Fuzz.h"
