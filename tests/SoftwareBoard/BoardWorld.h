@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 
 #include "Board.h"
+#include "BoardError.h"
 #include "Screen.h"
 #include "TavrinOperations.h"
 #include "TestSupport.h"
@@ -139,10 +140,15 @@ struct BoardWorld : testing::Test
     };
     static SoftwareBoard::Screen Observe(const SoftwareBoard::SOutputRecord& roOutput)
     {
-        const auto                       oBoard = SoftwareBoard::Board::Observe();
-        const SoftwareBoard::Transaction oTransaction(oBoard.m_oLocks);
-        return {oTransaction, oBoard.m_oFolder, roOutput};
+        const auto oBoard = SoftwareBoard::Board::Observe();
+        return {SoftwareBoard::Transaction(oBoard.m_oLocks), oBoard.m_oFolder, roOutput};
     }
+    // clang-format off
+    template <class TCall> static std::string ReasonOf(TCall fCall)
+    {
+        try { return fCall(), ""; } catch (const SoftwareBoard::BoardError& ro) { return ro.what(); }
+    }
+    // clang-format on
     long CountFiles(const std::string& strPrefix) const
     {
         const auto fCounts = [&](const auto& ro) { return ro.path().filename().string().starts_with(strPrefix); };

@@ -10,6 +10,7 @@
 #include "BoardError.h"
 #include "BoardWorld.h"
 
+using namespace SoftwareBoard;
 using LibraryTest = BoardWorld;
 
 static bool s_bInterrupts = false;  // signals interrupt every lock and unlock once
@@ -36,8 +37,8 @@ TEST_F(LibraryTest, ProcessesThatStartAtOnceAgreeOnOneBoard)
             EXPECT_EQ(oClient.Tavrin_GetDeviceCount(), 1u);
             EXPECT_EQ(oClient.TBoard_RegWrite(oClient.hDev, uiRegister, ~uiRegister), TStatus_OK);
         });
-    std::for_each(oProcesses.begin(), oProcesses.end(), [](Process& ro) { ro.Await(); });
-    std::for_each(oProcesses.begin(), oProcesses.end(), [](Process& ro) { ro.Resume(); });
+    for (Process& ro : oProcesses) ro.Await();
+    for (Process& ro : oProcesses) ro.Resume();
     oProcesses.clear();
     InClient([](TestClient& ro) {
         for (KUINT32 uiRegister = 16375, uiValue = 1; uiRegister < 16384; ++uiRegister)
@@ -80,7 +81,6 @@ TEST_F(LibraryTest, FilesOfTheBoardAreTheUsersAloneAndNobodysStandardStreams)
 
 TEST_F(LibraryTest, EachLockIsTheByteThatIsDocumented)
 {
-    using namespace SoftwareBoard;
     Board                oBoard = Board::Open();
     const FileDescriptor oOther(open((m_oFolder / "board.state").c_str(), O_RDWR));
     const auto           fLocked = [&] {
@@ -99,24 +99,24 @@ TEST_F(LibraryTest, EachLockIsTheByteThatIsDocumented)
 
 TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
 {
-    using namespace SoftwareBoard;
-    Board         oBoard         = Board::Create(Plan(2));
-    BoardState&   roState        = oBoard.m_oState;
-    const KUINT32 auiPlaces[][3] = {{0, 6908, 16}, {0, 7932, 20}, {1, 6908, 24}, {1, 7932, 28}, {0, 16383, 0}, {1, 0, 0}};
-    for (const auto& [uiDevice, uiRegister, uiInLabel] : auiPlaces)
-        roState.WriteRegister(uiDevice, uiRegister, 0x10000 * (uiDevice + 1) + uiRegister);
-    for (const auto& [uiDevice, uiRegister, uiInLabel] : auiPlaces)
+    Board       oBoard      = Board::Create(Plan(2));
+    BoardState& roState     = oBoard.m_oState;
+    std::string strExpected = ReadFile(m_oFolder / "board.state");
+    // Device and register, and where it is in the file.
+    for (const auto& [uiDevice, uiRegister, uiOffset] : {std::tuple{0u, 6908u, 147472u},
+                                                         {0, 7932, 147476},
+                                                         {1, 6908, 147480},
+                                                         {1, 7932, 147484},
+                                                         {0, 16383, 73724},
+                                                         {1, 0, 81920}})
     {
-        KUINT32 uiStored = 0;
-        std::memcpy(&uiStored,
-                    ReadFile(m_oFolder / "board.state").data() +
-                        (uiInLabel > 0 ? 2 * 73728 + uiInLabel : 73728 * uiDevice + 8192 + 4 * uiRegister),
-                    4);
-        EXPECT_EQ(uiStored, 0x10000 * (uiDevice + 1) + uiRegister);
-        EXPECT_EQ(roState.ReadRegister(uiDevice, uiRegister), uiStored);
+        const KUINT32 uiValue = uiOffset << 8 | 0x99;
+        roState.WriteRegister(uiDevice, uiRegister, uiOffset << 8);
         roState.WriteRegisterLowByte(uiDevice, uiRegister, 0x99);
-        EXPECT_EQ(roState.ReadRegister(uiDevice, uiRegister), (uiStored & 0xFFFFFF00) + 0x99);
+        std::memcpy(&strExpected[uiOffset], &uiValue, 4);
+        EXPECT_EQ(roState.ReadRegister(uiDevice, uiRegister), uiValue);
     }
+    EXPECT_TRUE(ReadFile(m_oFolder / "board.state") == strExpected);
 
     const Transaction                                                    oTransaction(oBoard.m_oLocks);
     const std::tuple<KUINT32, KUINT32, KUINT32, bool, std::set<KUINT32>> aoChanges[] = {
@@ -125,41 +125,37 @@ TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
         {0, 1, 8, false, {8}}, {0, 0, 0, true, {}},   {0, 0, 0, false, {}}};
     for (KUINT32 auiGenerations[2] = {}; const auto& [uiOutput, bOn, uiFile, bLeft, oShown] : aoChanges)
     {
-        const SOutputChange oChange =
-            roState.WriteOutput(oTransaction, 1, uiOutput, {.bEnabled = bOn, .uiPixelFile = uiFile});
+        const auto oChange = roState.WriteOutput(oTransaction, 1, uiOutput, {.bEnabled = bOn, .uiPixelFile = uiFile});
         EXPECT_EQ(std::pair(oChange.uiGeneration, oChange.bPixelFileLeft), std::pair(++auiGenerations[uiOutput], bLeft));
         EXPECT_EQ(roState.ReadShownPixelFiles(oTransaction), oShown);
     }
-    constexpr KUINT32 uiTall = 0x06000000;  // rows: too many, where as many columns are not
-    const std::tuple<KUINT32, KUINT32, KUINT32, KUINT32, KUINT32, bool> aoRecords[] = {
-        // whether on, buffer, timing, and whether it is read
-        {1, 8, 8, 8, 8, true},       {0, 0, 0, 0, 0, true},       {2, 8, 8, 8, 8, false}, {1, uiTall, 8, 8, 8, true},
-        {1, 8, uiTall, 8, 8, false}, {1, 8, 8, 8, uiTall, false}, {1, 0, 8, 8, 8, false}, {1, 8, 8, 8, 0, false}};
-    for (const auto& [bOn, uiX, uiY, uiHActive, uiVActive, bGood] : aoRecords)
+    constexpr KUINT32 uiTall          = 0x06000000;  // rows: too many, where as many columns are not
+    const KUINT32     auiRecords[][6] = {            // whether on, buffer, timing, and whether it is read
+                                     {1, 8, 8, 8, 8, 1},      {0, 0, 0, 0, 0, 1},      {2, 8, 8, 8, 8, 0},
+                                     {1, uiTall, 8, 8, 8, 1}, {1, 8, uiTall, 8, 8, 0}, {1, 8, 8, 8, uiTall, 0},
+                                     {1, 0, 8, 8, 8, 0},      {1, 8, 8, 8, 0, 0}};
+    for (const auto& [uiOn, uiX, uiY, uiHActive, uiVActive, uiRead] : auiRecords)
     {
-        const SOutputRecord oRecord = {
-            .bEnabled = bOn, .oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiX, .uiBufferHeight = uiY};
-        roState.WriteOutput(oTransaction, 1, 0, oRecord);
-        const auto fRead = [&] { return roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth; };
-        if (bGood)
-            EXPECT_EQ(fRead(), uiX);
-        else
-            EXPECT_THROW(fRead(), BoardError);
+        roState.WriteOutput(
+            oTransaction, 1, 0,
+            {.bEnabled = uiOn, .oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiX, .uiBufferHeight = uiY});
+        const std::string strReason =
+            ReasonOf([&] { EXPECT_EQ(roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth, uiX); });
+        EXPECT_EQ(strReason.empty(), uiRead == 1) << strReason << uiX << " x " << uiY;
     }
-    for (const auto& [uiLetters, uiMore] : {std::pair(3u, 0u), {60u, 0u}, {0u, 200u}})
+    for (const size_t uiLetters : {3u, 60u, 200u})
     {
-        roState.WriteVerdict(oTransaction, 1, 0, 9, EVerdict::Refused, std::string(uiLetters, 'c'),
-                             std::string(uiMore, 'r'));
+        const std::string strText(uiLetters, 'c');
+        roState.WriteVerdict(oTransaction, 1, 0, 9, EVerdict::Refused, strText, 'r' + strText);
         const SVerdict oVerdict = roState.ReadVerdict(oTransaction, 1, 0);
-        EXPECT_EQ(oVerdict.acConnector.data(), std::string(std::min(uiLetters, 39u), 'c'));
-        EXPECT_EQ(oVerdict.acReason.data(), std::string(std::min(uiMore, 127u), 'r'));
+        EXPECT_EQ(oVerdict.acConnector.data(), strText.substr(0, 39));
+        EXPECT_EQ(oVerdict.acReason.data(), ('r' + strText).substr(0, 127));
     }
     EXPECT_THROW(roState.WriteVerdict(oTransaction, 2, 0, 9, EVerdict::Shown, ""), BoardError);
 }
 
 TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
 {
-    using namespace SoftwareBoard;
     const Board oStopped = Board::Open(), oBoard = Board::Open();
     const auto  oStart = std::chrono::steady_clock::now();
     {
@@ -186,7 +182,7 @@ static void ExpectForAnother(TStatus eExpected, const char* pszWhen)
 
 TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
 {
-    Process    oHolder([] {
+    Process oHolder([] {
         const auto fEnableInVain = [](TestClient& ro) {
             const rlimit oNoRoom = {0, RLIM_INFINITY}, oRoom = {RLIM_INFINITY, RLIM_INFINITY};
             ro.MakeBuffer();
@@ -211,16 +207,10 @@ TEST_F(LibraryTest, OutputIsHeldByItsProcessUntilThatDisablesItOrEnds)
         Process::Pause();
         HoldOutput();
     });
-    const auto eBusy = TStatus_RESOURCES_BUSY;
-    // clang-format off
-    for (const auto& [eExpected, pszWhen] : {std::pair{eBusy, "enabled"}, {eBusy, "handle, buffer and library gone"},
-                                             {TStatus_OK, "disabled"},
-                                             {TStatus_OK, "its record cannot be written"}, {eBusy, "enabled anew"}})
-    // clang-format on
+    for (const char* pszWhen : {"enabled", "handle, buffer, library gone", "disabled", "cannot be written", "enabled anew"})
     {
-        oHolder.Resume();
-        oHolder.Await();
-        ExpectForAnother(eExpected, pszWhen);
+        oHolder.Resume(), oHolder.Await();
+        ExpectForAnother(*pszWhen == 'd' || *pszWhen == 'c' ? TStatus_OK : TStatus_RESOURCES_BUSY, pszWhen);
     }
     oHolder.Kill();
     ExpectForAnother(TStatus_OK, "killed");
@@ -260,7 +250,7 @@ TEST_F(LibraryTest, ForkedChildIsNotItsParent)
 
 TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
 {
-    SoftwareBoard::Board::Create(Plan(2));
+    Board::Create(Plan(2));
     InClient([](TestClient& o) {
         const auto             hDev = o.hDev;
         const TBuffer_Handle   hBuf = o.MakeBuffer(), hDead = o.MakeBuffer();
@@ -277,6 +267,9 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
         EXPECT_EQ(o.TBuffer_Destroy(hDead), TStatus_OK);
         EXPECT_EQ(o.TVideoOut_ReleaseHandle(hDeadOut), TStatus_OK);
         EXPECT_TRUE(o.Output(0) != hDeadOut && o.MakeBuffer() != hDead) << "a dead handle was given out again";
+        const auto fRefused = [](auto... aeResults) {
+            EXPECT_EQ(std::vector<TStatus>({aeResults...}), std::vector(sizeof...(aeResults), TStatus_INVALID_PARAM));
+        };
         const auto fCreate = [&](TDevice_Handle h, KUINT32 uiFormat, KUINT32 uiWidth, KUINT32 uiHeight) {
             return o.TBuffer_CreateVideo(h, TPixelFormat{uiFormat}, uiWidth, uiHeight, &hNewBuf);
         };
@@ -287,40 +280,34 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
             o.hBuffer = hShown;
             return o.Show(h, 8, uiSide, uiSignal, uiPower);
         };
-#define REFUSED(call) EXPECT_EQ(call, TStatus_INVALID_PARAM)
-        // clang-format off
-        REFUSED(fCreate(hDev, 52, 0, 8)); REFUSED(fCreate(hDev, 52, 8, 0)); REFUSED(fCreate(hDev, 52, 0x40000000, 1));
-        REFUSED(fCreate(hDev, 52, ~0u, 1)); REFUSED(fCreate(hDev, 52, 65536, 65536)); REFUSED(fCreate(hDev, 52, 1, ~0u));
-        REFUSED(fCreate(hDev, 0, 8, 8)); REFUSED(fCreate(hDev, 53, 8, 8)); REFUSED(fCreate(hDev, 0x10002D09, 8, 8));
-        REFUSED(o.TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, nullptr));
-        REFUSED(o.TBuffer_GetPlaneInfo(hBuf, nullptr)); REFUSED(o.TBuffer_BeginAccess(hBuf, 1, 1, &uiPlane));
-        REFUSED(o.TBuffer_BeginAccess(hBuf, 0, 0, &uiPlane)); REFUSED(o.TBuffer_BeginAccess(hBuf, 0, 2, &uiPlane));
-        REFUSED(o.TBuffer_BeginAccess(hBuf, 0, 1, nullptr));
-        REFUSED(fGet(hDev, 2, 2)); REFUSED(fGet(hDev, 0, 1)); REFUSED(o.TVideoOut_GetCount(hDev, nullptr));
-        REFUSED(o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr));
-        REFUSED(fOn(hOut, hBuf, 1, 1, 8)); REFUSED(fOn(hOut, hBuf, 0, 0, 8)); REFUSED(fOn(hOut, hBuf, 0, 1, 0));
-        REFUSED(fOn(hOut, hBuf, 0, 1, 0x06000000)); REFUSED(fOn(hOut, h565, 0, 1, 8)); REFUSED(fOn(hOut, hForeign, 0, 1, 8));
-        REFUSED(o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON));
-        REFUSED(o.TBoard_RegWrite(hDev, 16384, 1)); REFUSED(o.TBoard_RegRead(hDev, 16384, &ui));
-        REFUSED(o.TBoard_RegRead(hDev, 1, nullptr)); REFUSED(o.TBoard_GetFpgaCount(hDev, nullptr));
-        REFUSED(o.TBoard_GetFpgaInfo(hDev, 1, &oFpga)); REFUSED(o.TBoard_GetFpgaInfo(hDev, 0, nullptr));
-        REFUSED(o.TBoard_GetFpgaInfo(hDev, 0, &oLarger));
-        for (const auto h : {TDevice_Handle{}, reinterpret_cast<TDevice_Handle>(16), reinterpret_cast<TDevice_Handle>(hBuf)})
+        fRefused(fCreate(hDev, 52, 0, 8), fCreate(hDev, 52, 8, 0), fCreate(hDev, 52, 0x40000000, 1),
+                 fCreate(hDev, 52, ~0u, 1), fCreate(hDev, 52, 65536, 65536), fCreate(hDev, 52, 1, ~0u),
+                 fCreate(hDev, 0, 8, 8), fCreate(hDev, 53, 8, 8), fCreate(hDev, 0x10002D09, 8, 8),
+                 o.TBuffer_CreateVideo(hDev, TPixelFormat_R8G8B8A8, 8, 8, nullptr));
+        fRefused(o.TBuffer_GetPlaneInfo(hBuf, nullptr), o.TBuffer_BeginAccess(hBuf, 1, 1, &uiPlane),
+                 o.TBuffer_BeginAccess(hBuf, 0, 0, &uiPlane), o.TBuffer_BeginAccess(hBuf, 0, 2, &uiPlane),
+                 o.TBuffer_BeginAccess(hBuf, 0, 1, nullptr));
+        fRefused(fGet(hDev, 2, 2), fGet(hDev, 0, 1), o.TVideoOut_GetCount(hDev, nullptr),
+                 o.TVideoOut_GetHandle(hDev, 0, TAccessMode_READWRITE, nullptr), fOn(hOut, hBuf, 1, 1, 8),
+                 fOn(hOut, hBuf, 0, 0, 8), fOn(hOut, hBuf, 0, 1, 0), fOn(hOut, hBuf, 0, 1, 0x06000000),
+                 fOn(hOut, h565, 0, 1, 8), fOn(hOut, hForeign, 0, 1, 8),
+                 o.TVideoOut_Enable(hOut, TVideo_SignalType_USEDEFAULT, nullptr, hBuf, TVideoOut_PowerState_ON));
+        fRefused(o.TBoard_RegWrite(hDev, 16384, 1), o.TBoard_RegRead(hDev, 16384, &ui), o.TBoard_RegRead(hDev, 1, nullptr),
+                 o.TBoard_GetFpgaCount(hDev, nullptr), o.TBoard_GetFpgaInfo(hDev, 1, &oFpga),
+                 o.TBoard_GetFpgaInfo(hDev, 0, nullptr), o.TBoard_GetFpgaInfo(hDev, 0, &oLarger));
+        const std::tuple<TDevice_Handle, TBuffer_Handle, TVideoOut_Handle> ahWrong[] = {
+            {},
+            {reinterpret_cast<TDevice_Handle>(16), hDead, hDeadOut},
+            {reinterpret_cast<TDevice_Handle>(hBuf), reinterpret_cast<TBuffer_Handle>(hOut),
+             reinterpret_cast<TVideoOut_Handle>(hDev)}};
+        for (const auto& [hD, hB, hO] : ahWrong)
         {
-            REFUSED(fCreate(h, 52, 8, 8)); REFUSED(o.TVideoOut_GetCount(h, &ui)); REFUSED(fGet(h, 0, 2));
-            REFUSED(o.TBoard_RegWrite(h, 1, 1)); REFUSED(o.TBoard_RegRead(h, 1, &ui));
-            REFUSED(o.TBoard_GetFpgaCount(h, &ui)); REFUSED(o.TBoard_GetFpgaInfo(h, 0, &oFpga));
+            fRefused(fCreate(hD, 52, 8, 8), o.TVideoOut_GetCount(hD, &ui), fGet(hD, 0, 2), o.TBoard_RegWrite(hD, 1, 1),
+                     o.TBoard_RegRead(hD, 1, &ui), o.TBoard_GetFpgaCount(hD, &ui), o.TBoard_GetFpgaInfo(hD, 0, &oFpga));
+            fRefused(o.TBuffer_GetPlaneInfo(hB, &oInfo), o.TBuffer_BeginAccess(hB, 0, 1, &uiPlane), o.TBuffer_EndAccess(hB),
+                     o.TBuffer_Destroy(hB), fOn(hOut, hB, 0, 1, 8));
+            fRefused(fOn(hO, hBuf, 0, 1, 8), o.TVideoOut_Disable(hO), o.TVideoOut_ReleaseHandle(hO));
         }
-        for (const auto h : {TBuffer_Handle{}, hDead, reinterpret_cast<TBuffer_Handle>(hOut)})
-        {
-            REFUSED(o.TBuffer_GetPlaneInfo(h, &oInfo)); REFUSED(o.TBuffer_BeginAccess(h, 0, 1, &uiPlane));
-            REFUSED(o.TBuffer_EndAccess(h)); REFUSED(o.TBuffer_Destroy(h)); REFUSED(fOn(hOut, h, 0, 1, 8));
-        }
-        for (const auto h : {TVideoOut_Handle{}, hDeadOut, reinterpret_cast<TVideoOut_Handle>(hDev)})
-        {
-            REFUSED(fOn(h, hBuf, 0, 1, 8)); REFUSED(o.TVideoOut_Disable(h)); REFUSED(o.TVideoOut_ReleaseHandle(h));
-        }
-        // clang-format on
         EXPECT_EQ(std::tuple(o.Tavrin_GetDevice(2), ui, uiPlane, hNewBuf, hNewOut, oInfo.uiPlaneCount, oFpga.szName[0]),
                   std::tuple(nullptr, 77u, 77u, hDead, hDeadOut, 0u, '\0'));
         EXPECT_EQ(oLarger.szName[0], '\0');
