@@ -99,16 +99,13 @@ TEST_F(LibraryTest, EachLockIsTheByteThatIsDocumented)
 
 TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
 {
-    Board       oBoard      = Board::Create(Plan(2));
-    BoardState& roState     = oBoard.m_oState;
-    std::string strExpected = ReadFile(m_oFolder / "board.state");
-    // Device and register, and where it is in the file.
-    for (const auto& [uiDevice, uiRegister, uiOffset] : {std::tuple{0u, 6908u, 147472u},
-                                                         {0, 7932, 147476},
-                                                         {1, 6908, 147480},
-                                                         {1, 7932, 147484},
-                                                         {0, 16383, 73724},
-                                                         {1, 0, 81920}})
+    Board         oBoard         = Board::Create(Plan(2));
+    BoardState&   roState        = oBoard.m_oState;
+    std::string   strExpected    = ReadFile(m_oFolder / "board.state");
+    const KUINT32 auiPlaces[][3] = {// device and register, and where it is in the file
+                                    {0, 6908, 147472}, {0, 7932, 147476}, {1, 6908, 147480},
+                                    {1, 7932, 147484}, {0, 16383, 73724}, {1, 0, 81920}};
+    for (const auto& [uiDevice, uiRegister, uiOffset] : auiPlaces)
     {
         const KUINT32 uiValue = uiOffset << 8 | 0x99;
         roState.WriteRegister(uiDevice, uiRegister, uiOffset << 8);
@@ -136,12 +133,9 @@ TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
                                      {1, 0, 8, 8, 8, 0},      {1, 8, 8, 8, 0, 0}};
     for (const auto& [uiOn, uiX, uiY, uiHActive, uiVActive, uiRead] : auiRecords)
     {
-        roState.WriteOutput(
-            oTransaction, 1, 0,
-            {.bEnabled = uiOn, .oVidParam = {uiHActive, uiVActive}, .uiBufferWidth = uiX, .uiBufferHeight = uiY});
-        const std::string strReason =
-            ReasonOf([&] { EXPECT_EQ(roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth, uiX); });
-        EXPECT_EQ(strReason.empty(), uiRead == 1) << strReason << uiX << " x " << uiY;
+        roState.WriteOutput(oTransaction, 1, 0, {uiOn, 0, {uiHActive, uiVActive}, 0, uiX, uiY});
+        const auto fCheck = [&] { EXPECT_EQ(roState.ReadOutput(oTransaction, 1, 0).uiBufferWidth, uiX); };
+        EXPECT_EQ(ReasonOf(fCheck).empty(), uiRead == 1) << uiX << " x " << uiY;
     }
     for (const size_t uiLetters : {3u, 60u, 200u})
     {
@@ -295,11 +289,9 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
         fRefused(o.TBoard_RegWrite(hDev, 16384, 1), o.TBoard_RegRead(hDev, 16384, &ui), o.TBoard_RegRead(hDev, 1, nullptr),
                  o.TBoard_GetFpgaCount(hDev, nullptr), o.TBoard_GetFpgaInfo(hDev, 1, &oFpga),
                  o.TBoard_GetFpgaInfo(hDev, 0, nullptr), o.TBoard_GetFpgaInfo(hDev, 0, &oLarger));
+        const auto fAs = [](auto hKind, auto h) { return reinterpret_cast<decltype(hKind)>(h); };
         const std::tuple<TDevice_Handle, TBuffer_Handle, TVideoOut_Handle> ahWrong[] = {
-            {},
-            {reinterpret_cast<TDevice_Handle>(16), hDead, hDeadOut},
-            {reinterpret_cast<TDevice_Handle>(hBuf), reinterpret_cast<TBuffer_Handle>(hOut),
-             reinterpret_cast<TVideoOut_Handle>(hDev)}};
+            {}, {fAs(hDev, 16ul), hDead, hDeadOut}, {fAs(hDev, hBuf), fAs(hBuf, hOut), fAs(hOut, hDev)}};
         for (const auto& [hD, hB, hO] : ahWrong)
         {
             fRefused(fCreate(hD, 52, 8, 8), o.TVideoOut_GetCount(hD, &ui), fGet(hD, 0, 2), o.TBoard_RegWrite(hD, 1, 1),
