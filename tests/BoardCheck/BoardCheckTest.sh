@@ -68,6 +68,7 @@ fault|stop-crash TBoard_RegWrite 2|running-register|TBoard_RegWrite crashes (SIG
 fault|exit TVideoOut_Disable 2|disable|TVideoOut_Disable ends the process (exit status 3)|enable-again card
 fault|crash Tavrin_UnLoad|load|Tavrin_UnLoad crashes (SIGSEGV)
 fault|stop TBoard_GetFpgaCount|||fpgas..card|5,11d|143
+fault|stop TBuffer_BeginAccess|||rows..card||143
 fault|child TBoard_GetFpgaCount
 fault|name||||s/FPGA 0: FPGA 0/FPGA 0: ?[2J ~????/
 fault||firmware|the firmware of FPGA 0 is not known: TARN_IN 001-033-007|buffer..card||||--fpga 3:1.33.7
