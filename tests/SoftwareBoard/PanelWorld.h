@@ -72,12 +72,12 @@ struct Live
         char       acRead[4096];
         pollfd     oFile = {.fd = aiFds[0], .events = POLLIN};
         const auto oEnd  = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
-        for (ssize_t iRead = 0; strText.find(strExpected) == std::string::npos;
-             strText.append(acRead, static_cast<size_t>(iRead)))
+        while (strText.find(strExpected) == std::string::npos)
         {
-            const bool bTime = std::chrono::steady_clock::now() < oEnd && poll(&oFile, 1, LONGEST_SEC * 1000) == 1;
-            ASSERT_GT(iRead = bTime ? read(aiFds[0], acRead, sizeof(acRead)) : 0, 0) << "no '" << strExpected << "' after:\n"
-                                                                                     << strText;
+            const bool    bTime = std::chrono::steady_clock::now() < oEnd && poll(&oFile, 1, LONGEST_SEC * 1000) == 1;
+            const ssize_t iRead = bTime ? read(aiFds[0], acRead, sizeof(acRead)) : 0;
+            ASSERT_GT(iRead, 0) << "no '" << strExpected << "' after:\n" << strText;
+            strText.append(acRead, static_cast<size_t>(iRead));
         }
         EXPECT_TRUE(isatty(aiFds[0]) == 1 || strText.find('\x1b') == std::string::npos) << strText;
         strText.erase(0, strText.find(strExpected) + strExpected.size());
@@ -99,15 +99,16 @@ struct Drawing : Process
               o.MakeBuffer(uiWidth, uiHeight);
               EXPECT_EQ(o.TBuffer_GetPlaneInfo(o.hBuffer, &oInfo), TStatus_OK);
               KUINT32* const pui   = reinterpret_cast<KUINT32*>(o.Access());
-              const auto     fFill = [&](KUINT32 uiLeft, KUINT32 uiTop, KUINT32 uiRight, KUINT32 uiBottom, Colour c) {
-                  for (KUINT32 uiY = uiTop; uiY < uiBottom; ++uiY)
+              const auto     fFill = [&](KUINT32 uiEdge, Colour c) {  // in quarters of the sides
+                  const KUINT32 uiLeft = uiWidth * uiEdge / 4, uiRight = uiWidth * (4 - uiEdge) / 4;
+                  for (KUINT32 uiY = uiHeight * uiEdge / 4; uiY < uiHeight * (4 - uiEdge) / 4; ++uiY)
                       std::fill_n(pui + uiY * oInfo.auiPitch[0] + uiLeft, uiRight - uiLeft,
                                       c[0] | KUINT32{c[1]} << 8 | KUINT32{c[2]} << 16);
               };
-              fFill(0, 0, uiWidth, uiHeight, GREEN);
+              fFill(0, GREEN);
               for (KUINT32 uiOutput : {0u, 1u}) EXPECT_EQ(o.Show(o.Output(uiOutput), uiWidth, uiHeight), TStatus_OK);
               Process::Pause();
-              fFill(uiWidth / 4, uiHeight / 4, uiWidth * 3 / 4, uiHeight * 3 / 4, BLUE);
+              fFill(1, BLUE);
               Process::Pause();
           })
     {
