@@ -11,6 +11,7 @@
 
 namespace
 {
+using namespace SoftwareBoard;
 using namespace SoftwareBoard::Panel;
 using ProgressTest = PanelWorld;
 
@@ -37,16 +38,15 @@ TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
     oShown.ooProcess.reset();  // both have returned with 0
     oRaised.ooProcess.reset();
     Process oDisplay([] {
-        SoftwareBoard::Board oServed = SoftwareBoard::Board::Observe();
+        Board oServed = Board::Observe();
         if (oServed.m_oLocks.TryServeDevice(0)) Process::Pause();
     });
     oDisplay.Await();
     for (const auto& [uiVerdict, iDecided, iShown] : {std::tuple{0u, 1, 1}, {1u, 0, 0}, {2u, 0, 1}, {3u, 0, 0}})
     {
-        SoftwareBoard::Board oBoard = SoftwareBoard::Board::Observe();
+        Board oBoard = Board::Observe();
         for (const KUINT32 ui : {0u, 1u})
-            oBoard.m_oState.WriteVerdict(SoftwareBoard::Transaction(oBoard.m_oLocks), 0, ui, 1,
-                                         SoftwareBoard::EVerdict{ui == 0 ? 1 : uiVerdict}, "DP-1");
+            oBoard.m_oState.WriteVerdict(Transaction(oBoard.m_oLocks), 0, ui, 1, EVerdict{ui == 0 ? 1 : uiVerdict}, "DP-1");
         Expect("wait --displayed --timeout 0", iDecided,
                iDecided == 0 ? "" : ": the time is over: the display process has not");
         Expect("wait --shown --timeout 0", iShown, iShown == 0 ? "" : ": the time is over: no run shows a picture");
@@ -62,20 +62,17 @@ TEST(Percent, IsTheLastNumberOfALineThatIsNoPartOfAnother)
     {
         const std::string strC(1, static_cast<char>(i));
         const bool        bWord = i >= 0x80 || std::isalnum(i) != 0 || i == '_', bJoint = std::strchr(".,-/", i) != nullptr;
-        const auto        fIs = [&](const std::string& strLine, bool bNone) {
-            EXPECT_EQ(FindPercent(strLine).value_or(99), bNone ? 99u : 40u) << strLine << ", byte " << i;
-        };
         EXPECT_EQ(PercentReader().Take("7" + strC).has_value(), i == '\n' || i == '\r') << "byte " << i;
         if (std::isdigit(i) != 0) continue;
-        fIs(strC + "40", bWord || i == '-');
-        fIs("40" + strC, bWord);
-        fIs("a" + strC + "40", bWord || bJoint);
-        fIs("40" + strC + "a", bWord || bJoint);
-        fIs("a40 " + strC, i != '%');
+        for (const auto& [strLine, bNone] : {std::pair{strC + "40", bWord || i == '-'},
+                                             {"40" + strC, bWord},
+                                             {"a" + strC + "40", bWord || bJoint},
+                                             {"40" + strC + "a", bWord || bJoint},
+                                             {"a40 " + strC, i != '%'}})
+            EXPECT_EQ(FindPercent(strLine).value_or(99), bNone ? 99u : 40u) << strLine << ", byte " << i;
     }
     const std::string                      strSpaces(2048, ' ');
     const std::pair<std::string, unsigned> aoCases[] = {
-        // what an updater prints, and the progress then; 99 if there is none
         // clang-format off
         {"40", 40}, {"x40\xC2\xA0%", 40}, {"0.4\n", 0}, {"nothing\n\n", 99}, {"", 99}, {"progress=40\nnone\n", 40},
         {" 40% Checking slot rootfs.0\n", 40}, {"Writing: 40.9%\nWaiting for the device\n", 40}, {"at 40, and 2/5\n", 40},
@@ -97,8 +94,7 @@ TEST(Percent, IsTheLastNumberOfALineThatIsNoPartOfAnother)
          {"40%%", "1e1", "+5", "-5", "101", "100.5", "100,01%", "4294967297", "0x5", "", ".5", "5.", "%", "5.%"})
         EXPECT_EQ(ParsePercent(psz), std::nullopt) << psz;
     for (const char* psz : {"40", "40.5", "40%", "40,9%", "040", "40.05"}) EXPECT_EQ(ParsePercent(psz), 40u) << psz;
-    EXPECT_EQ(std::pair(ParsePercent("100.00%"), FindPercent({"40x", 2})),
-              std::pair(std::optional(100u), std::optional(40u)));
+    EXPECT_EQ(std::pair(ParsePercent("100.00%").value_or(0), FindPercent({"40x", 2}).value_or(0)), std::pair(100u, 40u));
 }
 
 TEST(Ramp, HaltsTwiceAndNeverFalls)
@@ -118,13 +114,12 @@ TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
     Expect("progress 7", 0, "");
     Expect("progress - </dev/null", 0, "");
     Expect("status", 0, " (7 %)");
-    std::ofstream(At("lines")) << std::string(9000, '5').append(" 100%\n");
+    std::ofstream(At("lines")) << std::string(9000, '5') << " 100%\n";
     Expect("progress - --to 99 <" + At("lines"), 0, "");
     Expect("status", 0, " (99 %)");
-    const std::string strFifo = At("fifo");
-    EXPECT_EQ(mkfifo(strFifo.c_str(), 0600), 0);
-    Live       oFifo("progress - --device 1 2>&1 <" + strFifo);
-    const int  iFifo  = open(strFifo.c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(mkfifo(At("fifo").c_str(), 0600), 0);
+    Live       oFifo("progress - --device 1 2>&1 <" + At("fifo"));
+    const int  iFifo  = open(At("fifo").c_str(), O_WRONLY | O_CLOEXEC);
     int        iLeft  = 0;
     const auto fWrite = [&](const char* pszLine) {
         EXPECT_EQ(write(iFifo, pszLine, 3), 3);
@@ -146,71 +141,64 @@ TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
 
 TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
 {
-    using Clock = std::chrono::steady_clock;
-    InClient([](TestClient& ro) {
-        KUINT32    uiValue = 0;
-        const auto fRead   = [&] { return ro.TBoard_RegRead(ro.hDev, 7932, &uiValue), uiValue; };
-        for (const auto& [strHow, uiFrom, uiTo] : {std::tuple{" --linear", 100u, 100u}, {" --to 61", 20u, 61u}})
+    const auto fWrite = [](KUINT32 ui) { Board::Open().m_oState.WriteRegister(0, REG_PROGRESS_UPDATE, ui); };
+    const auto fRead  = [] { return Board::Open().m_oState.ReadRegister(0, REG_PROGRESS_UPDATE); };
+    for (const auto& [strHow, uiFrom, uiTo] : {std::tuple{" --linear", 100u, 100u}, {" --to 61", 20u, 61u}})
+    {
+        fWrite(0xABCDEF00 + uiFrom);
+        const auto          oStart = std::chrono::steady_clock::now();
+        Live                oRamp("progress --ramp 0.5" + std::string(strHow));
+        std::optional<Live> ooSecond;
+        if (uiFrom < uiTo) ooSecond.emplace("progress --ramp 0.7 --to 61");
+        KUINT32 uiLast = uiFrom % 100, uiSeen = 0;
+        EXPECT_TRUE(Becomes([&] { return fRead() != 0xABCDEF64; }));  // what is reached already starts anew
+        EXPECT_TRUE(Becomes([&, uiEnd = uiTo] {
+            const KUINT32 uiValue = fRead(), uiNow = uiValue & 0xFF;
+            EXPECT_TRUE(uiNow >= uiLast && uiValue >> 8 == 0xABCDEF) << uiValue;
+            uiSeen += uiNow != uiLast;
+            return (uiLast = uiNow) >= uiEnd;
+        }));
+        EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
+        EXPECT_GE(std::chrono::steady_clock::now() - oStart, std::chrono::milliseconds(500));
+    }
+    // The line of each percentage, on terminals of several widths. At 100 % already, it begins at 0.
+    for (const auto& [uiColumns, uiBar] : {std::pair{80u, 50u}, {40u, 20u}, {21u, 1u}, {20u, 0u}, {0u, 0u}})
+    {
+        fWrite(100);
+        Live        oLines("progress --ramp 0", true, {24, static_cast<unsigned short>(uiColumns), 0, 0});
+        std::string strLines;
+        for (unsigned uiPercent = 0; uiPercent <= 100; ++uiPercent)
         {
-            EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 0xABCDEF00 + uiFrom), TStatus_OK);
-            const Clock::time_point oStart = Clock::now();
-            Live                    oRamp("progress --ramp 0.5" + std::string(strHow));
-            std::optional<Live>     ooSecond;
-            if (uiFrom < uiTo) ooSecond.emplace("progress --ramp 0.7 --to 61");
-            KUINT32 uiLast = uiFrom % 100, uiSeen = 0;
-            EXPECT_TRUE(Becomes([&] { return fRead() != 0xABCDEF64; }));  // what is reached already starts anew
-            EXPECT_TRUE(Becomes([&, uiEnd = uiTo] {
-                EXPECT_TRUE((uiValue & 0xFF) >= uiLast && uiValue >> 8 == 0xABCDEF) << uiValue;
-                uiSeen += (uiValue & 0xFF) != uiLast;
-                uiLast = uiValue & 0xFF;
-                return uiLast >= uiEnd || (fRead(), false);
-            }));
-            EXPECT_TRUE(uiLast == uiTo && uiSeen > 5) << uiLast << ", after " << uiSeen;
-            EXPECT_GE(Clock::now() - oStart, std::chrono::milliseconds(500));
+            const std::string strDone(uiBar * uiPercent / 100, '#'),
+                strFigures = std::to_string(uiPercent) + " %  0 s left  ";
+            strLines += uiBar > 0 ? "\r[" + strDone + std::string(uiBar - strDone.size(), '-') + "] " : "\r";
+            strLines += std::string(17 - strFigures.size(), ' ') + strFigures;
         }
-        // The line of each percentage, on terminals of several widths. At 100 % already, it begins at 0.
-        for (const auto& [uiColumns, uiBar] : {std::pair{80u, 50u}, {40u, 20u}, {21u, 1u}, {20u, 0u}, {0u, 0u}})
-        {
-            EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 100), TStatus_OK);
-            Live        oLines("progress --ramp 0", true, {24, static_cast<unsigned short>(uiColumns), 0, 0});
-            std::string strLines;
-            for (unsigned uiPercent = 0; uiPercent <= 100; ++uiPercent)
-            {
-                const std::string strDone(uiBar * uiPercent / 100, '#'),
-                    strFigures = std::to_string(uiPercent) + " %  0 s left  ";
-                strLines += uiBar > 0 ? "\r[" + strDone + std::string(uiBar - strDone.size(), '-') + "] " : "\r";
-                strLines += std::string(17 - strFigures.size(), ' ') + strFigures;
-            }
-            oLines.Await(strLines + "\r\n");
-            oLines.ooProcess.reset();  // before its terminal goes
-        }
-        // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
-        Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
-        for (const char* psz : {"]   0 %  1000 s left  ", "]   0 %  "}) oStopped.Await(psz);
-        kill(oStopped.ooProcess->GetPid(), SIGHUP);
-        oStopped.ooProcess->Kill(SIGINT, SIGINT);
-        oStopped.Await("\r\n");
-        EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 61), TStatus_OK);
-        Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
-        EXPECT_TRUE(Becomes([&] { return (fRead() & 0xFF) >= 63; }));
-        pollfd oTerminal = {oOverrun.aiFds[0], POLLIN, 0};
-        EXPECT_EQ(poll(&oTerminal, 1, 1000), 1) << "the line of 62 % was not shown before that of 63 %";
-        EXPECT_EQ(ro.TBoard_RegWrite(ro.hDev, 7932, 255), TStatus_OK);
-        oOverrun.Await("#] 255 %");
-        oOverrun.ooProcess->Kill(SIGINT, SIGINT);
-    });
+        oLines.Await(strLines + "\r\n");
+        oLines.ooProcess.reset();  // before its terminal goes
+    }
+    // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
+    Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
+    for (const char* psz : {"]   0 %  1000 s left  ", "]   0 %  "}) oStopped.Await(psz);
+    kill(oStopped.ooProcess->GetPid(), SIGHUP);
+    oStopped.ooProcess->Kill(SIGINT, SIGINT);
+    oStopped.Await("\r\n");
+    fWrite(61);
+    Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
+    EXPECT_TRUE(Becomes([&] { return fRead() >= 63; }));
+    pollfd oTerminal = {oOverrun.aiFds[0], POLLIN, 0};
+    EXPECT_EQ(poll(&oTerminal, 1, 1000), 1) << "the line of 62 % was not shown before that of 63 %";
+    fWrite(255);
+    oOverrun.Await("#] 255 %");
+    oOverrun.ooProcess->Kill(SIGINT, SIGINT);
     Expect("status", 0, "(255 %)");
 }
 
 TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
 {
-    using namespace SoftwareBoard;
-    const auto fIsMade     = [this] { return KUINT32{fs::exists(At("board.state"))}; };
-    const auto fProgress   = [] { return Board::Observe().m_oState.ReadRegister(0, REG_PROGRESS_UPDATE); };
-    const auto fGeneration = [] { return Board::Observe().m_oState.ReadGeneration(0, 0); };
-    const auto fPanel      = [](const char* pszCommand) {
-        return [=] { execl("/bin/sh", "sh", "-c", ("exec " BOARD_PANEL " " + std::string(pszCommand)).c_str(), nullptr); };
-    };
+    const auto             fIsMade     = [this] { return KUINT32{fs::exists(At("board.state"))}; };
+    const auto             fProgress   = [] { return Board::Observe().m_oState.ReadRegister(0, REG_PROGRESS_UPDATE); };
+    const auto             fGeneration = [] { return Board::Observe().m_oState.ReadGeneration(0, 0); };
     std::optional<Process> ooProcess;
     // Holds the lock until the process waits for it, and expects that it has changed nothing.
     const auto fHold = [&](const char* pszFile, std::function<KUINT32()> fState, std::function<void()> fBody) {
@@ -223,11 +211,11 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
             << pszFile << ": the process does not wait";
         EXPECT_EQ(fState(), uiBefore) << pszFile;
     };
-    fHold("board.new", fIsMade, fPanel("create"));
+    fHold("board.new", fIsMade, [] { execl(BOARD_PANEL, "", "create", nullptr); });
     ooProcess.reset();
     EXPECT_EQ(fIsMade(), 1u);
-    Expect("progress 50", 0, "");
-    fHold("board.state", fProgress, fPanel("progress --ramp 10 --linear --to 50"));  // begins at 0 again
+    Expect("progress 50", 0, "");  // so that a ramp to 50 % begins at 0 again
+    fHold("board.state", fProgress, [] { execl(BOARD_PANEL, "", "progress", "--ramp=10", "--linear", "--to=50", nullptr); });
     EXPECT_TRUE(Becomes([&] { return fProgress() == 1; }));
     fHold("board.state", fProgress, nullptr);  // its next step
     ooProcess->Kill(SIGTERM, SIGTERM);
