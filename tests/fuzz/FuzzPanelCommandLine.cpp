@@ -14,9 +14,9 @@ namespace
 std::string g_strChosen;
 
 // Adds a command. Its action, which owns what its options set, is kept but not run: it only says which command it is.
-template <Action (*PFN_ADD)(CLI::App&, const PassedOn&)> Action AddOnly(CLI::App& roCommand, const PassedOn& roPassedOn)
+template <auto PFN_ADD> Action AddOnly(CLI::App& ro, const PassedOn& roPassedOn)
 {
-    return [fAction = PFN_ADD(roCommand, roPassedOn), &roCommand] { g_strChosen = roCommand.get_name(); };
+    return [fAction = PFN_ADD(ro, roPassedOn), &ro] { g_strChosen = ro.get_name(); };
 }
 
 constexpr SCommand COMMANDS[] = {
@@ -31,9 +31,9 @@ constexpr SCommand COMMANDS[] = {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* puiData, size_t uiSize)
 {
-    SCommandLine oLine("tavrin-board", puiData, uiSize);
     g_strChosen.clear();
-    const int iStatus = RunProgram(oLine.GetCount(), oLine.apszArguments.data(), COMMANDS);
+    SCommandLine oLine("tavrin-board", puiData, uiSize);
+    const int    iStatus = RunProgram(oLine.GetCount(), oLine.apszArguments.data(), COMMANDS);
     Must(iStatus == 0 || iStatus == 2);  // 1 would be that a command was tried and failed
     if (g_strChosen.empty()) return 0;   // a help, or a refusal
     Must(iStatus == 0 && oLine.asArguments[1] == g_strChosen);
