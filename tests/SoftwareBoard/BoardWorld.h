@@ -81,7 +81,7 @@ public:
     }
     void Kill(int iSignal = SIGKILL, int iExpectedStatus = SIGKILL)
     {
-        kill(m_iPid, iSignal);
+        if (m_iPid != 0) kill(m_iPid, iSignal);  // 0 would be everybody here, also who runs the tests
         Wait(0, iExpectedStatus);
     }
     pid_t GetPid() const { return m_iPid; }
