@@ -48,26 +48,17 @@ template <class TWrite> std::string OutputOf(TWrite fWrite)
     return testing::internal::GetCapturedStdout();
 }
 
-// Whether each fFound(x, y) is the fExpected(x, y). If not, the answer shows the first that differs, and a map of what is
-// around it: a dot where both agree.
+// Whether each fFound(x, y) is the fExpected(x, y). If not, the answer shows the first that differs.
 template <class TFound, class TExpected>
 testing::AssertionResult IsPicture(unsigned uiWidth, unsigned uiHeight, TFound fFound, TExpected fExpected)
 {
-    const auto fDiffer = [&](unsigned x, unsigned y) { return unsigned(fFound(x, y)) != unsigned(fExpected(x, y)); };
-    for (unsigned i = 0; i < uiWidth * uiHeight; ++i)
-    {
-        const unsigned x = i % uiWidth, y = i / uiWidth, uiLeft = x > 32 ? x - 32 : 0, uiTop = y > 4 ? y - 4 : 0;
-        if (!fDiffer(x, y)) continue;
-        char acFirst[128];
-        std::snprintf(acFirst, sizeof(acFirst),
-                      "0x%x instead of 0x%x at column %u, row %u; from column %u, row %u on:", unsigned(fFound(x, y)),
-                      unsigned(fExpected(x, y)), x, y, uiLeft, uiTop);
-        auto oResult = testing::AssertionFailure() << acFirst;
-        for (unsigned uiRow = uiTop; uiRow < std::min(uiTop + 12, uiHeight); ++uiRow)
-            for (unsigned uiColumn = uiLeft; uiColumn < std::min(uiLeft + 64, uiWidth); ++uiColumn)
-                oResult << (uiColumn == uiLeft ? "\n" : "") << (fDiffer(uiColumn, uiRow) ? '#' : '.');
-        return oResult;
-    }
+    for (unsigned y = 0; y < uiHeight; ++y)
+        for (unsigned x = 0; x < uiWidth; ++x)
+            if (const unsigned uiFound = unsigned(fFound(x, y)), uiExpected = unsigned(fExpected(x, y));
+                uiFound != uiExpected)
+                return testing::AssertionFailure()
+                       << (testing::Message() << std::hex << "0x" << uiFound << " instead of 0x" << uiExpected << std::dec
+                                              << " at column " << x << ", row " << y);
     return testing::AssertionSuccess();
 }
 
@@ -78,8 +69,7 @@ testing::AssertionResult AreRows(const std::vector<TPixel>& rFound, const std::v
     if (rFound.size() != rExpected.size() || rFound.size() % uiWidth != 0)
         return testing::AssertionFailure() << rFound.size() << " pixels instead of " << rExpected.size();
     const auto fOf = [=](const auto& r) { return [&r, uiWidth](unsigned x, unsigned y) { return r[y * uiWidth + x]; }; };
-    return IsPicture(static_cast<unsigned>(uiWidth), static_cast<unsigned>(rFound.size() / uiWidth), fOf(rFound),
-                     fOf(rExpected));
+    return IsPicture(unsigned(uiWidth), unsigned(rFound.size() / uiWidth), fOf(rFound), fOf(rExpected));
 }
 
 #endif
