@@ -18,9 +18,8 @@ inline void ExpectReports(std::initializer_list<bool> abHeld, int iLine = __buil
     for (const bool& rbHeld : abHeld) EXPECT_TRUE(rbHeld) << "line " << iLine << ", number " << &rbHeld - abHeld.begin();
 }
 
-// Installed while it lives. It knows the exact size of every block, and notices a block that is given back twice or was
-// never out, one that never comes back, and a report that no one expected. A sanitizer sees what is read or written beyond a
-// block.
+// Installed while it lives. It knows the size of every block, and notices one that is given back twice or never, or was not
+// out, and a report that no one expected. A sanitizer sees what is read or written beyond a block.
 class CountingAllocator : public CKAllocator
 {
 public:
@@ -47,7 +46,6 @@ public:
     }
 
     size_t GetTaken() const { return m_uiTaken; }  // blocks so far
-    size_t GetCount() const { return m_oSizes.size(); }
     size_t GetSize(const void* pv) const { return m_oSizes.contains(pv) ? m_oSizes.at(pv) : 0; }
 
 private:
