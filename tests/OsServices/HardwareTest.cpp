@@ -2,10 +2,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 
-extern "C"
-{
 #include <pci/pci.h>
-}
 
 #include "OsServicesClient_Linux.h"
 #include "QelVxd.h"
@@ -18,23 +15,22 @@ struct Devices : testing::Test
 {
     void SetUp() override
     {
-        m_iMemory = open((mkdtemp(m_sFolder.data()) + std::string("/mem")).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         ASSERT_EQ(ftruncate(m_iMemory, off_t{6} << 30), 0);
         m_bIsMounted = (unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) &&
                        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                       mount(m_sFolder.c_str(), "/dev", nullptr, MS_BIND, nullptr) == 0;
+                       mount(m_oFolder.oPath.c_str(), "/dev", nullptr, MS_BIND, nullptr) == 0;
         if (!m_bIsMounted) GTEST_SKIP() << "no private mount namespace, so no file at /dev/mem: " << std::strerror(errno);
     }
 
     void TearDown() override
     {
         EXPECT_TRUE(!m_bIsMounted || umount2("/dev", MNT_DETACH) == 0);
-        EXPECT_TRUE(close(m_iMemory) == 0 && std::filesystem::remove_all(m_sFolder) > 0);
+        EXPECT_EQ(close(m_iMemory), 0);
     }
 
-    std::string m_sFolder    = testing::TempDir() + "devXXXXXX";
-    int         m_iMemory    = -1;
-    bool        m_bIsMounted = false;
+    TestFolder m_oFolder;
+    int        m_iMemory    = open((m_oFolder / "mem").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    bool       m_bIsMounted = false;
 };
 
 // Bytes of the process's address space that show the file, and records of mappings, with the ring whole both ways.

@@ -26,8 +26,7 @@ TEST(Messages, LinesFollowTheState)
         OsServices::SetMsgPrefixEnable(TRUE);
     }
     KBOOL32 bError = 9, bUser = 9, bInfo = 9;
-    OsServices::GetMsgLevel(&bError, nullptr, nullptr), OsServices::GetMsgLevel(nullptr, &bUser, nullptr);
-    OsServices::GetMsgLevel(nullptr, nullptr, &bInfo);
+    OsServices::GetMsgLevel(&bError, nullptr, &bInfo), OsServices::GetMsgLevel(nullptr, &bUser, nullptr);
     EXPECT_EQ(std::tuple(bError, bUser, bInfo), std::tuple(3, 4, 5));
     OsServices::SetMsgLevel(TRUE, TRUE, FALSE), OsServices::SetMsgReferenceId(0), OsServices::SetMsgPrefix("vesk");
 }

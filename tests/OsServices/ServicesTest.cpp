@@ -197,9 +197,8 @@ TEST(Diagnostics, ProcessStackIsCutToEveryBuffer)
     for (pid_t iPid = getpid(), iChild = 2; iChild > 1; iChild = std::exchange(iPid, OsServices_GetParentPid(iPid)))
         sWhole += NameOf(iPid) + "\n";
     ExpectCut(sWhole, [](char* pch, KUINT32 uiSize) { EXPECT_EQ(OsServices_GetProcessStack(pch, uiSize), TStatus_OK); });
-    KCHAR8 acLarge[0x8000];
-    EXPECT_TRUE(OsServices_GetProcessStack(acLarge, sizeof(acLarge)) == TStatus_OK && acLarge == sWhole)
-        << "process 1 is last";
+    KCHAR8 acAll[0x8000];
+    EXPECT_TRUE(OsServices_GetProcessStack(acAll, sizeof(acAll)) == TStatus_OK && acAll == sWhole) << "process 1 is last";
     EXPECT_EQ(OsServices_GetProcessStack(nullptr, 10), TStatus_INVALID_PARAM);
     EXPECT_EQ(Held(), oBefore);
 }

@@ -2,11 +2,7 @@
 
 namespace
 {
-struct SRecord
-{
-    KUINT32 auiWords[3];
-    auto    operator<=>(const SRecord&) const = default;
-};
+using Record = std::array<KUINT32, 3>;
 
 // Random sequences against a vector. The caller makes the n-th of a few values; the first is what raw storage becomes.
 template <class T, class VALUE> void RunBesideAVector(VALUE Value)
@@ -69,7 +65,7 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
 TEST(Array, HoldsWhatAVectorHolds)
 {
     static int s_aiTargets[6];
-    RunBesideAVector<SRecord>([](KUINT32 n) { return SRecord{{n, 0, 2 * n}}; });
+    RunBesideAVector<Record>([](KUINT32 n) { return Record{n, 0, 2 * n}; });
     RunBesideAVector<unsigned short>([](KUINT32 n) { return static_cast<unsigned short>(n); });
     RunBesideAVector<int*>([](KUINT32 n) { return n == 0 ? nullptr : s_aiTargets + n; });
     RunBesideAVector<CKString>([](KUINT32 n) { return CKString('x', n); });
@@ -86,7 +82,7 @@ TEST(Array, GrowsByTheStoredStep)
         {4, -1, 13},       {14, 2, 15},    {16, -1, 17},       {0, 0, 0},         {8, 100, 8},      {9, -1, 108},
         {100, 0, 108},     {109, -1, 120}, {0, 2147483647, 0}, {3, -1, 3},        {4, -1, 4},       {0, -1, 0},
         {3, -1, 3},        {2, -1, 3}};
-    CKArray<SRecord> o;
+    CKArray<Record> o;
     for (const auto& [iSize, iGrowBy, iCapacity] : aoRows)
     {
         iGrowBy != -1 ? o.SetSize(iSize, iGrowBy) : o.SetCount(static_cast<KUINT32>(iSize));
@@ -108,8 +104,7 @@ TEST(Array, ADerivedArrayReplacesTheGrowth)
     for (int i = 0; i < 20; ++i) oArray.SetAtGrow(oArray.GetCount(), "text");
     EXPECT_EQ((std::pair{oArray.Append(oArray), std::count(oArray.Begin(), oArray.End(), "text")}), std::pair(20, 32l));
     EXPECT_EQ(oArray.Add("more"), -1);
-    oArray.InsertAt(3, "more");
-    oArray.SetCount(33, -1);
+    oArray.InsertAt(3, "more"), oArray.SetCount(33, -1);
     EXPECT_EQ(std::tuple(oArray.GetAllocSize(), oArray.GetSize(), oArray.IsPresent("more")), std::tuple(32, 32, FALSE));
 }
 

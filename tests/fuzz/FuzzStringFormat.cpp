@@ -2,7 +2,6 @@
 // that it estimates beforehand is enough but for a sign, a point and an exponent beside a precision.
 #include <cstdio>
 #include <functional>
-#include <string>
 
 #include "Fuzz.h"
 #include "OsServices.h"
@@ -27,13 +26,11 @@ void Compare(CKString& roString, std::string& rsExpected, const std::string& sFo
 {
     char      acText[4096];
     const int iLength = std::snprintf(acText, sizeof(acText), sFormat.c_str(), arguments...);
-    Must(iLength >= 0 && iLength < static_cast<int>(sizeof(acText)) &&
-         Estimate(sFormat.c_str(), arguments...) + 8 >= iLength);
+    Must(Estimate(sFormat.c_str(), arguments...) + 8 >= iLength && iLength < static_cast<int>(sizeof(acText)));
     CKString oFresh;
     oFresh.Format(sFormat.c_str(), arguments...);
     roString.AppendFormat(sFormat.c_str(), arguments...);
-    Must(std::string(acText) == static_cast<const KCHAR8*>(oFresh) &&
-         (rsExpected += acText) == static_cast<const KCHAR8*>(roString));
+    Must(oFresh == acText && roString == (rsExpected += acText).c_str());
 }
 }
 
