@@ -22,11 +22,7 @@ struct Devices : testing::Test
         if (!m_bIsMounted) GTEST_SKIP() << "no private mount namespace, so no file at /dev/mem: " << std::strerror(errno);
     }
 
-    void TearDown() override
-    {
-        EXPECT_TRUE(!m_bIsMounted || umount2("/dev", MNT_DETACH) == 0);
-        EXPECT_EQ(close(m_iMemory), 0);
-    }
+    void TearDown() override { EXPECT_TRUE((!m_bIsMounted || umount2("/dev", MNT_DETACH) == 0) && close(m_iMemory) == 0); }
 
     TestFolder m_oFolder;
     int        m_iMemory    = open((m_oFolder / "mem").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);

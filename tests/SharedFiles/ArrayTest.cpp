@@ -71,11 +71,10 @@ TEST(Array, HoldsWhatAVectorHolds)
     RunBesideAVector<CKString>([](KUINT32 n) { return CKString('x', n); });
 }
 
-// Sizes that an array is set to one after the other, each with a step and the storage that must be there then.
+// Sizes that an array is set to in turn, each with a step and the storage that must be there then. Size 0 begins anew.
 TEST(Array, GrowsByTheStoredStep)
 {
     const std::tuple<int, int, int> aoRows[] = {
-        // a size of 0 begins anew, with a step to be computed
         {100, -1, 100},    {101, -1, 112}, {113, -1, 124},     {0, 0, 0},         {1, -1, 1},       {2, -1, 5},
         {5, -1, 5},        {6, -1, 9},     {10, -1, 13},       {0, 0, 0},         {8191, -1, 8191}, {8192, -1, 9214},
         {9215, -1, 10237}, {0, 0, 0},      {9000, -1, 9000},   {9001, -1, 10024}, {0, 0, 0},        {3, 10, 3},

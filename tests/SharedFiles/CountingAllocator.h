@@ -33,8 +33,7 @@ public:
     void* Alloc(size_t uiSize) override
     {
         void* const pvBlock = std::memset(std::malloc(uiSize), 0xa5, uiSize);
-        ++m_uiTaken;
-        m_oSizes[pvBlock] = uiSize;
+        m_oSizes[pvBlock]   = uiSize;
         return pvBlock;
     }
 
@@ -45,11 +44,9 @@ public:
         std::free(pvBlock);
     }
 
-    size_t GetTaken() const { return m_uiTaken; }  // blocks so far
     size_t GetSize(const void* pv) const { return m_oSizes.contains(pv) ? m_oSizes.at(pv) : 0; }
 
 private:
-    size_t                        m_uiTaken = 0;
     std::map<const void*, size_t> m_oSizes;
 };
 
