@@ -46,8 +46,8 @@ void WriteSignalLine(int iSignal)
 void InstallHandler(int iSignal, const char* pszFailure)
 {
     struct sigaction oAction = {};
-    oAction.sa_sigaction = SignalHandler;
-    oAction.sa_flags     = SA_SIGINFO;
+    oAction.sa_sigaction     = SignalHandler;
+    oAction.sa_flags         = SA_SIGINFO;
     sigfillset(&oAction.sa_mask);
 
     if (sigaction(iSignal, &oAction, nullptr) != 0)
