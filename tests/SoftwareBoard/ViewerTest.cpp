@@ -124,7 +124,7 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
                 {
                     const KUINT8 ui8 = oFrom.auiRgba[y * oFrom.GetPitchInBytes() + x * 4 + ui % 4];
                     uiSum += ui8;
-                    uiShort += (uiX >= uiFrom && x < uiWidth / 2) || ui % 4 == 3 ? ui8 : 0;
+                    uiShort += (uiX >= uiFrom && x < uiWidth / 2) || ui % 4 == 3 ? ui8 : KUINT8{0};
                 }
             ASSERT_EQ(std::pair(size_t{oPart.auiRgba[ui]}, size_t{oShort.auiRgba[ui]}),
                       std::pair((uiSum + uiPixels / 2) / uiPixels, (uiShort + uiPixels / 2) / uiPixels))

@@ -30,7 +30,7 @@ SPicture ReadFrame(const std::string& strFile)
 void Put(SPicture& roOn, const SPicture& ro, KUINT32 uiX, KUINT32 uiY)
 {
     const size_t uiBytes = size_t{std::min(ro.uiWidth, std::max(roOn.uiWidth, uiX) - uiX)} * 4;
-    for (KUINT32 y = 0; y < ro.uiHeight; ++y)
+    for (KUINT32 y = 0; uiBytes > 0 && y < ro.uiHeight; ++y)
         std::copy_n(&ro.auiRgba[y * ro.GetPitchInBytes()], uiBytes,
                     &roOn.auiRgba[(uiY + y) * roOn.GetPitchInBytes() + uiX * 4]);
 }
