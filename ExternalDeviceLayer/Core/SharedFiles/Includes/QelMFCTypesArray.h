@@ -140,6 +140,7 @@ template <class T, class ARG> void CKArray<T, ARG>::SetSize(int nNewSize, int nG
             if (iStepped > iNewMaxSize && iStepped <= MAX_STORAGE)
                 iNewMaxSize = iStepped;
         }
+        QEL_ASSERT(iNewMaxSize >= m_iMaxSize);
         if (!IsStoragePossible(iNewMaxSize))
             return;
         MoveToStorage(static_cast<int>(iNewMaxSize));

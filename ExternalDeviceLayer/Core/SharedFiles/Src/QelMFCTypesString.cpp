@@ -237,6 +237,7 @@ void CKString::CopyBeforeWrite()
 {
     if (GetMetaData()->iRefs > 1)
         Reallocate(GetLength());
+    QEL_ASSERT(GetMetaData()->iRefs <= 1);
 }
 
 // Makes the buffer private and large enough for iLength characters. May drop the text. Returns false and changes nothing
