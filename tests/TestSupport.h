@@ -48,17 +48,23 @@ template <class TWrite> std::string OutputOf(TWrite fWrite)
     return testing::internal::GetCapturedStdout();
 }
 
-// Whether each fFound(x, y) is the fExpected(x, y). If not, the answer shows the first that differs.
+// Whether each fFound(x, y) is the fExpected(x, y). If not, the answer shows the first that differs, and a map of what
+// differs there and below.
 template <class TFound, class TExpected>
 testing::AssertionResult IsPicture(unsigned uiWidth, unsigned uiHeight, TFound fFound, TExpected fExpected)
 {
-    for (unsigned y = 0; y < uiHeight; ++y)
-        for (unsigned x = 0; x < uiWidth; ++x)
-            if (const unsigned uiFound = unsigned(fFound(x, y)), uiExpected = unsigned(fExpected(x, y));
-                uiFound != uiExpected)
-                return testing::AssertionFailure()
-                       << (testing::Message() << std::hex << "0x" << uiFound << " instead of 0x" << uiExpected << std::dec
-                                              << " at column " << x << ", row " << y);
+    const auto fDiffer = [&](unsigned x, unsigned y) { return unsigned(fFound(x, y)) != unsigned(fExpected(x, y)); };
+    for (unsigned i = 0; i < uiWidth * uiHeight; ++i)
+        if (const unsigned x = i % uiWidth, y = i / uiWidth, uiLeft = x - std::min(x, 32u); fDiffer(x, y))
+        {
+            testing::Message oMap;
+            oMap << std::hex << "0x" << unsigned(fFound(x, y)) << " instead of 0x" << unsigned(fExpected(x, y)) << std::dec
+                 << " at column " << x << ", row " << y << "; from column " << uiLeft << " on:";
+            for (unsigned uiRow = y; uiRow < std::min(y + 8, uiHeight); ++uiRow)
+                for (unsigned uiColumn = uiLeft; uiColumn < std::min(uiLeft + 64, uiWidth); ++uiColumn)
+                    oMap << (uiColumn == uiLeft ? "\n" : "") << (fDiffer(uiColumn, uiRow) ? '#' : '.');
+            return testing::AssertionFailure() << oMap;
+        }
     return testing::AssertionSuccess();
 }
 
