@@ -75,11 +75,15 @@ TEST(Services, WhatDoesNotExistIsRefusedOrSaysSo)
     HNonPagedMem hMemory = nullptr;
     EXPECT_TRUE(!g_oOsServices.NonPagedMemory_Alloc(8, &hMemory) &&
                 !g_oOsServices.NonPagedMemory_GetPhysicalAddress(hMemory));
-    EXPECT_FALSE(g_oOsServices.Mutex_Acquire(nullptr, 0) || g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT) ||
-                 g_oOsServices.SpinLock_Lock(nullptr) || OsServices::StackTrace_Save(nullptr) ||
-                 OsServices_StackTrace_GetHandleSize() != 4 || OsServices_SpinLock_GetHandleSize() != 4 ||
-                 OsServices_CpuThread_GetHandleSize() != 8 || OsServices_Mutex_Create(nullptr) ||
-                 OsServices_Event_Create(nullptr) || OsServices_Signal_Create(nullptr) || OsServices_Event_Reset(nullptr));
+    const std::array<KBOOL32, 8> abAnswers = {
+        g_oOsServices.Mutex_Acquire(nullptr, 0), g_oOsServices.Mutex_Acquire(nullptr, NO_LIMIT),
+        g_oOsServices.SpinLock_Lock(nullptr),    OsServices::StackTrace_Save(nullptr),
+        OsServices_Mutex_Create(nullptr),        OsServices_Event_Create(nullptr),
+        OsServices_Signal_Create(nullptr),       OsServices_Event_Reset(nullptr)};
+    EXPECT_EQ(abAnswers, decltype(abAnswers){});
+    EXPECT_EQ((std::array{OsServices_StackTrace_GetHandleSize(), OsServices_SpinLock_GetHandleSize(),
+                          OsServices_CpuThread_GetHandleSize()}),
+              (std::array<KUINT32, 3>{4, 4, 8}));
 }
 
 TEST(Services, MutexIsRecursiveAndItsAcquireTimesOut)

@@ -153,8 +153,10 @@ TEST(FpgaInfo, TellsDevicesApart)
     EXPECT_EQ(RegistrySum(Fpga(8, 0x1093d)), 0xefba3ed9) << "behind its own";
     EXPECT_EQ(RegistrySum(Fpga(3, 0x10529)), 0xc8bcba18) << "before its own";
     const X oNone;
-    EXPECT_EQ(oNone.GetVersion() | oNone.GetBridgeVersion() | oNone.GetBusIndex() | oNone.GetI2cAddress(), 0u);
-    EXPECT_TRUE(oNone.m_uiFpgaDevId == 0 && !oNone.IsTimeConversionSupported());
+    EXPECT_EQ(
+        (std::array<KUINT32, 6>{oNone.GetVersion(), oNone.GetBridgeVersion(), oNone.GetBusIndex(), oNone.GetI2cAddress(),
+                                oNone.m_uiFpgaDevId, KUINT32(oNone.IsTimeConversionSupported())}),
+        (std::array<KUINT32, 6>{}));
     for (const X& roEmpty : {Fpga(UNKNOWN, 0x10528), X()}) EXPECT_EQ(roEmpty.GetFpgaVersionData().GetSize(), 0);
 }
 
