@@ -52,6 +52,10 @@ TEST_F(BufferTest, FileGoesWithTheLastThatNeedsIt)
         EXPECT_EQ(CountFiles("board.pixels-"), iFiles) << pszWhen;
     };
     InClient([&](TestClient& ro) {
+        EXPECT_TRUE(std::ofstream(m_oFolder / "board.pixels-new") << "a user's file");
+        EXPECT_EQ(ro.TBuffer_CreateVideo(ro.hDev, TPixelFormat_R8G8B8A8, 48, 8, &ro.hBuffer), TStatus_FAIL);
+        EXPECT_EQ(ReadFile(m_oFolder / "board.pixels-new"), "a user's file");
+        EXPECT_TRUE(std::ofstream(m_oFolder / "board.pixels-new") << std::string(100, '\0')) << "a killed process left it";
         const TBuffer_Handle hFirst = ro.MakeBuffer();
         EXPECT_EQ(std::pair(ro.Enable(0), ro.Enable(1)), std::pair(TStatus_OK, TStatus_OK));
         ro.TBuffer_Destroy(hFirst);
