@@ -13,17 +13,16 @@
 using namespace SoftwareBoard;
 using LibraryTest = BoardWorld;
 
-static bool s_bInterrupts = false;  // signals interrupt every lock and unlock once
+static int s_iInterrupted = -1;  // from 0 on, signals interrupt every lock and unlock once
 
 extern "C" int __real_fcntl(int iFd, int iCommand, ...);
 extern "C" int __wrap_fcntl(int iFd, int iCommand, ...)
 {
-    static bool s_bInterrupted = false;
-    va_list     argList;
+    va_list argList;
     va_start(argList, iCommand);
     void* const pv = va_arg(argList, void*);
     va_end(argList);
-    if (s_bInterrupts && iCommand == F_OFD_SETLK && (s_bInterrupted = !s_bInterrupted)) return errno = EINTR, -1;
+    if (s_iInterrupted >= 0 && iCommand == F_OFD_SETLK && s_iInterrupted++ % 2 == 0) return errno = EINTR, -1;
     return __real_fcntl(iFd, iCommand, pv);
 }
 
@@ -158,9 +157,9 @@ TEST_F(LibraryTest, StoppedHolderOfALockHoldsNobodyUpForLong)
             EXPECT_THROW(Transaction(oBoard.m_oLocks), BoardError);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(8));
-    s_bInterrupts = true;
+    s_iInterrupted = 0;
     for (const Board* const po : {&oBoard, &oStopped}) const Transaction oTransaction(po->m_oLocks);
-    s_bInterrupts = false;
+    EXPECT_EQ(std::exchange(s_iInterrupted, -1), 8) << "each was asked for twice";
 }
 
 // What another process is answered about output 0; output 1 is free in any case.
