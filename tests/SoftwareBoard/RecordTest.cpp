@@ -35,10 +35,7 @@ TEST_F(RecordTest, AReplayShowsTheSamePictureAndDepartsWhereTheCallsDo)
 {
     const std::string strOptions   = " -p 1 2 300 40 -l 16 -et 60 -i " DEMO_FOLDER "/frame01.png",
                       strArguments = TOOL + strOptions;
-    const auto fPicture            = [&] {
-        Expect("snapshot 2 " + At("picture.png"), 0, "");
-        return ReadFile(At("picture.png"));
-    };
+    const auto fPicture = [&] { return Expect("snapshot 2 " + At("picture.png"), 0, ""), ReadFile(At("picture.png")); };
     const std::string strText = Record(strOptions + " >" + At("said")), strPicture = fPicture();
     Expect("run" + strArguments + " >" + At("said-before"), 0, "");
     EXPECT_EQ(fPicture(), strPicture);
@@ -85,8 +82,7 @@ TEST_F(RecordTest, AReplayShowsTheSamePictureAndDepartsWhereTheCallsDo)
 TEST_F(RecordTest, TheOrderOfTheCallsIsAsInTheRecords)
 {
     const auto fUnpack = [&](const std::string& strName, const std::string& strEdit) {
-        const std::string strCommand = "zcat " RECORDS "/" + strName + ".gz | sed '" + strEdit + "' >" + m_strRecord;
-        ASSERT_EQ(std::system(strCommand.c_str()), 0);
+        ASSERT_EQ(std::system(("zcat " RECORDS "/" + strName + ".gz | sed '" + strEdit + "' >" + m_strRecord).c_str()), 0);
     };
     fUnpack("demo", "");
     Expect("describe " + m_strRecord + " | tail -5", 0,
@@ -200,10 +196,8 @@ TEST_F(RecordTest, EveryCallOfEveryThreadAndProcessHasItsLine)
         return iReplaced;
     };
     const auto fRun = [&](const char* pszLibrary, bool bKeepsOpen) {
-        TestClient               o{pszLibrary};
-        std::vector<std::thread> aoThreads;
-        for (int i = 0; i < 3; ++i) aoThreads.emplace_back(fRead, std::ref(o));
-        for (std::thread& roThread : aoThreads) roThread.join();
+        TestClient o{pszLibrary};
+        for (std::jthread aoThreads[3]; auto& ro : aoThreads) ro = std::jthread(fRead, std::ref(o));
         const auto fReplaceAndRead = [&] {
             const int iReplaced = fReplace();
             EXPECT_EQ(iReplaced >= 0, bKeepsOpen);
@@ -334,14 +328,11 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
                 *o.Plane(0) = 98;
                 EXPECT_EQ(ReadFile(At("board.pixels-1"))[0], 98);
                 break;
-            case 43:  // another thread, which makes the call after the next too early
-                oEarly = std::thread([&] { o.oClient.TBoard_RegWrite(FromWord<TDevice_Handle>(0x77), 6908, 1); });
+            case 43:  // another thread makes the call after the next too early
+                oEarly = std::thread([&] { o.oClient.TBoard_RegWrite(FromWord<TDevice_Handle>(0x77), 6908, 1); }),
                 usleep(2000);
                 break;
-            case 44:
-                oEarly.join();
-                oReader.Next();
-                break;
+            case 44: oEarly.join(), oReader.Next(); break;
             }
         }
     });
@@ -369,22 +360,6 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
         fCalls(strText.substr(strText.find('\n') + 1, strText.find("{\"end\"") - strText.find('\n') - 1));
     EXPECT_EQ(fCalls(ReadFile(m_strRecord)), strExpected.replace(strExpected.rfind("\"status\":0") + 9, 1, "-1"));
     EXPECT_STREQ(oProgress.Read().acText.data(), "line 47 of the record: no earlier call made this buffer");
-}
-
-TEST_F(RecordTest, ALockIsAwaitedThroughSignals)
-{
-    Write("");
-    Process([&] {
-        static int       s_iHeld = open(m_strRecord.c_str(), O_RDONLY), s_iAlarms = 0;
-        struct sigaction oAction = {};  // interrupts a system call for good
-        oAction.sa_handler       = [](int) { ++s_iAlarms == 3 ? flock(s_iHeld, LOCK_UN) : 0; };
-        const itimerval oEach    = {{0, 1000}, {0, 1000}};
-        flock(s_iHeld, LOCK_EX);
-        sigaction(SIGALRM, &oAction, nullptr);
-        setitimer(ITIMER_REAL, &oEach, nullptr);
-        EXPECT_TRUE(RecordFile(m_strRecord).Append([](const auto&) { return "x"; }));
-        EXPECT_GE(s_iAlarms, 3);
-    });
 }
 
 TEST(RecordText, IsReadUpToItsDamage)
@@ -430,10 +405,10 @@ TEST(RecordText, IsReadUpToItsDamage)
         r18 [3,409,0] -> [3,409]; r18 [3,409,0] -> [3,409,4294967296]; r18 [3,409,0] -> 3; r23 "address", -> 1,;
         r23 "address", -> "address",null,; r23 ["address","address",null] -> ""; a27 "bIsYuv":1 -> "bIsYuv":2;
         a27 :65535 -> :65536; r29 "filled":{ -> "filled":{"a":1; r29 "filled":{} -> "filled":[];
-        n49 "exit":255 -> "signal":256; n49 "exit":255 -> "exit":256;
-        -49 "signal":10 -> "signal":64; n49 "signal":10 -> "signal":65; n49 "at":90000000 -> "at":-1;
-        h1 "record":1 -> "record":"1"; h1 library -> lib; h1 "/lib/x" -> 1; h1 command -> words; h1 "a" -> 1;
-        h1 ["a","\u00e9"] -> "a"; v1 "record":1 -> "record":2; c4 "call":3 -> "call":4; o3 GetDeviceCount -> x;)");
+        n49 "exit":255 -> "signal":256; n49 "exit":255 -> "exit":256; -49 "signal":10 -> "signal":64;
+        n49 "signal":10 -> "signal":65; n49 "at":90000000 -> "at":-1; h1 "record":1 -> "record":"1"; h1 library -> lib;
+        h1 "/lib/x" -> 1; h1 command -> words; h1 "a" -> 1; h1 ["a","\u00e9"] -> "a"; v1 "record":1 -> "record":2;
+        c4 "call":3 -> "call":4; o3 GetDeviceCount -> x;)");
     for (std::string strCase; std::getline(oCases >> std::ws, strCase, ';');)
     {
         const size_t      uiOld = strCase.find(' ') + 1, uiNew = strCase.find(" -> ") + 4;
