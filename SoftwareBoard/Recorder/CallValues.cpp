@@ -42,7 +42,7 @@ class ObjectText
 public:
     void Add(std::string_view svName, std::string_view svValue)
     {
-        m_strText += m_strText.size() > 1 ? ",\"" : "\"";
+        m_strText += m_strText == "{" ? "\"" : ",\"";
         (m_strText.append(svName) += "\":").append(svValue);
     }
     std::string Close() && { return std::move(m_strText) + '}'; }
@@ -134,7 +134,7 @@ std::string ReadArguments(const SOperation& roOperation, const Words& roArgument
         else if (!roType.bFilled)
             strValue = ReadRecord(roType.aoFields, pBehind, roType.uiSize);
         else if (roType.HoldsItsSize())
-            strValue = ReadRecord(roType.aoFields.first(1), pBehind, sizeof(KUINT32));
+            strValue = ReadRecord(roType.aoFields, pBehind, sizeof(KUINT32));
         else
             strValue = "{}";
         oArguments.Add(roOperation.aoParameters[ui].svName, strValue);
@@ -219,9 +219,8 @@ void WriteRecord(std::span<const SField> aoFields, const Json& roRecord, void* p
 
 void WriteFilled(const SOperation& roOperation, const Words& roArguments, const Json& roFilled)
 {
-    const size_t uiSize = FilledSize(roOperation, roArguments);
-    const auto   oui    = roOperation.FindFilled();
-    if (!oui || uiSize == 0)
+    const auto oui = roOperation.FindFilled();
+    if (!oui)
         return;
     const SParameter& roParameter = roOperation.aoParameters[*oui];
     void* const       pFilled     = FromWord<void*>(roArguments[*oui]);
@@ -229,7 +228,7 @@ void WriteFilled(const SOperation& roOperation, const Words& roArguments, const 
     if (i == roFilled.end())
         return;
     if (roParameter.oType.eKind == EKind::Record)
-        WriteRecord(roParameter.oType.aoFields, *i, pFilled, uiSize);
+        WriteRecord(roParameter.oType.aoFields, *i, pFilled, FilledSize(roOperation, roArguments));
     else if (roParameter.oType.eKind == EKind::Number)
         *static_cast<KUINT32*>(pFilled) = i->get<KUINT32>();
 }

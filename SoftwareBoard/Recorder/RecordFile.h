@@ -60,7 +60,7 @@ private:
     ino_t          m_uiInode  = 0;
     off_t          m_iSize    = 0;  // what m_oRecorded is about
     SRecorded      m_oRecorded;
-    KUINT64        m_uiSizeLimit = 0;  // beyond it, the system would end the process by a signal
+    KUINT64        m_uiSizeLimit;  // beyond it, the system would end the process by a signal
 };
 }
 

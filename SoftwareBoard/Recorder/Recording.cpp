@@ -19,6 +19,8 @@ using namespace SoftwareBoard::Recorder;
 
 namespace
 {
+constexpr size_t LARGEST_RECORD = std::max(sizeof(tagTBoard_FpgaInfo), sizeof(tagTBuffer_PlaneInfo));  // that is filled
+
 // What lay behind the pointer before the call. A call that fails has written only what differs from it.
 struct SBefore
 {
@@ -41,12 +43,11 @@ struct SBefore
         return uiSize != 0 && std::memcmp(auiBytes.data(), pFilled, uiCompared) != 0 ? uiCompared : 0;
     }
 
-    size_t                  uiSize;
-    size_t                  uiCompared = 0;
-    const void*             pFilled;
-    std::array<KUINT8, 128> auiBytes;
+    size_t                             uiSize;
+    size_t                             uiCompared = 0;
+    const void*                        pFilled;
+    std::array<KUINT8, LARGEST_RECORD> auiBytes;
 };
-static_assert(sizeof(tagTBoard_FpgaInfo) <= 128 && sizeof(tagTBuffer_PlaneInfo) <= 128);
 
 class Recording
 {

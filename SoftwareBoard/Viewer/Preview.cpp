@@ -35,7 +35,7 @@ constexpr int                       MOST_RUNS = 10;    // that may end before th
 // If the tool failed, the command ends with its status.
 void ThrowIfFailed(const ToolProcess& roTool)
 {
-    const int iWait = roTool.GetWaitStatus().value_or(0);
+    const int iWait = roTool.GetWaitStatus().value();
     if (WIFSIGNALED(iWait))
     {
         std::fprintf(stderr, "tavrin-board: %s: ended by signal %d (%s)\n", TOOL, WTERMSIG(iWait),
@@ -92,12 +92,11 @@ private:
         m_bWasOn =
             WaitUntil([this] { return m_oBoard.TakeWrites() && m_oBoard.IsRunning(); }, std::nullopt, m_oBoard.GetWrites());
         m_ooTile.reset();
-        m_ooMapping.reset();
-        m_ooScreen.reset();
-        if (m_bWasOn)
-            m_ooScreen = m_oBoard.OpenScreen();
+        m_ooScreen = m_bWasOn ? m_oBoard.OpenScreen() : std::nullopt;
         if (m_ooScreen)
             m_ooMapping.emplace(*m_ooScreen);
+        else if (m_bWasOn)
+            WaitUntilEnd();  // it has turned its outputs off meanwhile
         return m_ooScreen.has_value();
     }
 

@@ -28,9 +28,9 @@ namespace
 struct SArguments
 {
     KINT64      iWidth = 1024, iHeight = 768;  // of the output
-    KINT64      iLeft = 256, iTop = 100, iRight = 512, iBottom = 200;
-    KINT64      iBarTop = 0, iBarBottom = 0;
     bool        bAnimation = false, bBar = false;
+    KINT64      iLeft = {}, iTop = {}, iRight = {}, iBottom = {};  // of the animation, if there is one
+    KINT64      iBarTop = {}, iBarBottom = {};                     // likewise
     const char* pszImage = nullptr;
     const char* pszBase  = nullptr;
 };

@@ -33,7 +33,7 @@ public:
     void GoOn() { kill(m_iPid, SIGCONT); }
 
 private:
-    pid_t              m_iPid = -1;
+    pid_t              m_iPid = {};
     std::optional<int> m_oiWaitStatus;
 };
 }

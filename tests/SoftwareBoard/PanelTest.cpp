@@ -6,6 +6,7 @@
 
 #include "Board.h"
 #include "PanelWorld.h"
+#include "PngFile.h"
 #include "RunPath.h"
 #include "Usage.h"
 
@@ -377,6 +378,8 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     const std::string strSmall =
         " -- -v 104 48 60 48 65000 24 136 160 3 6 29 no no - - no RGB_FULL 444 8 -a 1 1 9 9 -p 2 20 102 30 ";
     setenv("TMPDIR", m_oFolder.c_str(), 1);
+    setenv("LD_LIBRARY_PATH", m_oFolder.c_str(), 1);
+    std::ofstream(At("libTavrin.so.1")) << "not the library of the preview";
     const std::tuple<std::string, int, std::vector<KUINT32>, std::string> aoCases[] = {
         {strSmall + "-l 16", 0, {0, 25, 50, 75, 100}, ""},
         {" --at 100 --at 3 --at 40" + strSmall + "-et 1 -l 400", 0, {100, 3, 40}, ""},  // runs that end by themselves
@@ -393,29 +396,36 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         const auto    auiSheet = ReadPng(strSheet, uiWidth, 16 + 2 * (16 + 48 + 28));
         for (KUINT32 uiAt = 0; uiAt < auiPercents.size(); ++uiAt)
         {
-            const KUINT32 uiBar = (16 + uiAt / uiAcross * 92 + 25) * uiWidth + 16 + uiAt % uiAcross * 120 + 2;
-            for (KUINT32 ui = 1; ui < 100; ++ui)  // inside its outline
-                EXPECT_EQ(auiSheet[uiBar + ui] & 0xFF, ui < auiPercents[uiAt] ? 255u : 0u)
+            const KUINT32 uiBar = (16 + uiAt / uiAcross * 92) * uiWidth + 16 + uiAt % uiAcross * 120 + 2;
+            for (KUINT32 ui = 1; ui < 100; ++ui)  // inside its outline: the first row and the last
+                EXPECT_EQ(std::pair(auiSheet[uiBar + 21 * uiWidth + ui] & 0xFF, auiSheet[uiBar + 29 * uiWidth + ui] & 0xFF),
+                          ui < auiPercents[uiAt] ? std::pair(255u, 255u) : std::pair(0u, 0u))
                     << auiPercents[uiAt] << " %, " << ui;
         }
         fs::remove(strSheet);
     }
-    Expect(strMake + " --at 50 --at 100 -- -l 16 -p 0 0 1023 767", 0, "");
+    Expect(strMake + " --at 50 --at 100 -- -l 16 --ProgressRect 0 0 1023 767", 0, "");
     const auto auiSheet = ReadPng(strSheet, 1920, 16 + 16 + 702 + 28);  // scaled down
     for (const auto& [uiX, uiRed] : {std::pair{416u, 255u}, {552u, 0u}, {1504u, 255u}})
         EXPECT_EQ(auiSheet[416 * 1920 + uiX] & 0xFF, uiRed) << uiX;
     for (const auto& [pszFrame, uiSide] : {std::pair{"frame01.png", 4u}, {"frame02.png", 4u}, {"frame03.png", 8u}})
-    {
-        png_image                  oFrame = {.version = PNG_IMAGE_VERSION, .width = uiSide, .height = uiSide};
-        const std::vector<KUINT32> auiPixels(size_t{uiSide} * uiSide);
-        oFrame.format = PNG_FORMAT_RGBA;
-        EXPECT_NE(png_image_write_to_file(&oFrame, At(pszFrame).c_str(), 0, auiPixels.data(), 0, nullptr), 0);
-    }
+        WritePngFile({uiSide, uiSide, std::vector<KUINT8>(size_t{uiSide} * uiSide * 4)}, At(pszFrame), EPacking::REPEATING);
+    std::string strOdd, strPng = ReadFile(strSheet);
+    const auto  fBreak = [&](const std::string& strFrame, const std::string& strBytes, const std::string& strWhy) {
+        std::ofstream(At("oddframe") + strFrame) << strBytes;
+        strOdd += "<frame" + strFrame + ": no PNG that can be read (" + strWhy + "): a block moves instead of the frames>\n";
+    };
+    fBreak("01.png", strPng.substr(0, strPng.size() - 1), "it is cut short");
+    fBreak("02.png", strPng.replace(strPng.size() - 13, 1, "?"), "a checksum is wrong");
+    const std::string strLarge("\0\0\x20\0\0\0\x20\x01\x08\x06\0\0\0\xb9\xf6\x19\xfc\0\0\0\1IDAT", 25);  // 8192x8193
+    fBreak("03.png", strPng.substr(0, 16) + strLarge, "too large");
     const std::pair<std::string, std::string> aoWarnings[] = {
+        {"-d 9 -a 1 1 9 9 -f " + At("oddframe"), strOdd},
+        {"-d 9 " + strSmall.substr(4) + "-i " + At("frame01.png"), "4x4, where the output has 104x48"},
         {"-i " + strSheet, "1920x762, where the output has 1024x768: it is cut, not scaled, and covers only a part>"},
         {"-d 0 -et 1 -p 0 0 9 9 -a 1 1 9 9 -i " + At("none.png"), "none.png: No such file"},
-        {"-i " BOARD_PANEL, "no PNG that can be read"},
-        {"-a 1 1 9 9 -f " + At("none"), "none01.png: No such file"},
+        {"-d 9 -i " BOARD_PANEL, "no PNG that can be read"},
+        {"-d 9 -a 1 1 9 9 -f " + At("none"), "none01.png: No such file"},
         {"-a 1 1 9 9 -f " + At("frame"),
          "<frame01.png: 4x4, where the animation has 8x8: it is not scaled, and covers only a part>\nSupplied"},
     };
@@ -434,5 +444,6 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         EXPECT_TRUE(bEnded || kill(-iGroup, SIGKILL) != 0) << "the tool still had the pipe";
         EXPECT_TRUE((CountFiles("tavrin-") == 0 || iSignal == SIGKILL) && !fs::exists(strSheet));
     }
+    unsetenv("LD_LIBRARY_PATH");
 }
 }
