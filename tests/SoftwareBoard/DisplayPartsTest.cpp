@@ -11,6 +11,7 @@
 #include "Connectors.h"
 #include "DisplayMode.h"
 #include "DrawingProcess.h"
+#include "Refusal.h"
 #include "ScreenCopy.h"
 
 namespace
@@ -100,6 +101,12 @@ TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
     };
     for (const auto& [oConnectors, oNames, oBefore, oNow] : aoCases)
         EXPECT_EQ(AssignConnectors(oConnectors, oNames, oBefore), oNow);
+}
+
+TEST(Refusal, TellsTheErrorOfTheKernel)
+{
+    const auto f = [](int i) { return BoardWorld::ReasonOf([=] { errno = ENODEV, CheckDrm(i, ""); }); };
+    EXPECT_EQ(f(-1) + f(-EFAULT) + f(0) + f(1), ": the kernel says: No such device: the kernel says: Bad address");
 }
 
 // What a client draws, the copy of what an output shows of it, and two buffers that are filled from the copy.
@@ -253,8 +260,7 @@ TEST_F(ScreenCopyTest, WhatChangesAtEveryLookIsShownAndAlsoItsEnd)
             oDrawing.DrawAll(ui + 100), oDrawing.Fill(0);  // a buffer gets it from the screen after four changes in a row
             EXPECT_EQ(oDrawing.aauiShown[0][0], ui < 103 ? ui : ui + 100);
         }
-        Cut(0);
-        oDrawing.Fill(1);
+        Cut(0), oDrawing.Fill(1);
         EXPECT_EQ(oDrawing.aauiShown[1][0] / 20, 100 / 20u) << "a picture that was drawn";
         EXPECT_THROW(oDrawing.Look(), SoftwareBoard::BoardError);
     });
