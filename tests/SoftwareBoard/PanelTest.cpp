@@ -27,7 +27,16 @@ std::vector<KUINT32> ReadPng(const std::string& strPath, KUINT32 uiWidth, KUINT3
     return auiPixels;
 }
 
-TEST(RunPath, IsFoundInAProgram) { EXPECT_EQ(FindRunPath(ReadFile(CORPUS "/RunPath/program")), "$ORIGIN/lib:/opt/lib"); }
+TEST(RunPath, IsFoundInAProgramAsFarAsThatIsThere)
+{
+    const std::string strProgram = ReadFile(CORPUS "/RunPath/program"), strPath = "$ORIGIN/lib:/opt/lib";
+    for (size_t ui = 0; ui <= strProgram.size(); ++ui)
+        EXPECT_EQ(FindRunPath(strProgram.substr(0, ui)), ui < 225 ? "" : strPath.substr(0, ui - 225)) << ui;
+    // A byte of another mark, class, count of segments, place and size of the loaded one, type and size of the dynamic one.
+    for (const auto& [uiAt, uiByte, uiSkips] :
+         {std::tuple{0u, 1, 20u}, {4, 1, 20}, {56, 1, 20}, {72, 1, 1}, {96, 224, 20}, {120, 6, 20}, {152, 16, 20}})
+        EXPECT_EQ(FindRunPath(std::string(strProgram).replace(uiAt, 1, 1, char(uiByte))), strPath.substr(uiSkips)) << uiAt;
+}
 
 TEST(Suggestion, IsTheFirstOfThoseWithTheFewestMistakes)
 {
@@ -54,7 +63,7 @@ TEST_F(PanelTest, CommandLines)
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "' is not DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR];");
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
     const std::string strSh = "run -- sh -c 'exec \"$@\" ", strIt = "' - " BOARD_PANEL " ", strEnv = "run -- env ";
-    const std::string strFew     = "run -- sh -c 'for n in $(seq 4 9); do (ulimit -n $n; exec \"$@\"); done 2>&1" + strIt;
+    const std::string strFew     = "run -- sh -c 'for n in $(seq 4 16); do (ulimit -n $n; exec \"$@\"); done 2>&1" + strIt;
     const std::string strLibrary = strBin + "/libTavrin.so.1: ", strMany = ": Too many open files\ntavrin-board: ";
     fs::create_directory(At("lib"));
     fs::copy_file(BOARD_PANEL, At("lib/moved"));
@@ -160,8 +169,7 @@ TEST_F(PanelTest, SnapshotIsNeverTorn)
             for (KUINT32 uiY = 0; uiY < uiHeight * 20; ++uiY)  // each row twenty times: drawing takes as long as it does
                 std::fill_n(puiPlane + size_t{uiY / 20} * (uiWidth + 16) * 4, uiWidth * 4, uiGrey);
     });
-    oDrawing.Await();
-    oDrawing.Resume();
+    oDrawing.Await(), oDrawing.Resume();
     for (int iTry = 0; iTry < 12; ++iTry)
     {
         Expect("snapshot 0 " + At("screen.png"), 0, "");
@@ -365,8 +373,7 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         ioctl(oStuck.aiFds[0], TIOCSWINSZ, &oSize);
         return poll(&oTaking, 1, 1) == 0;
     }));
-    tcflow(oStuck.aiFds[1], TCOOFF);
-    oStuck.ooProcess->Kill(SIGTERM, 0);
+    tcflow(oStuck.aiFds[1], TCOOFF), oStuck.ooProcess->Kill(SIGTERM, 0);
     oStuck.Await("\x1b[?1049l");
     fs::remove(At("board.pixels-0"));
     Live oDamaged("watch", true, {30, 300, 0, 0});
