@@ -66,21 +66,21 @@ TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)
                        uiRA                                                       = DRM_FORMAT_ARGB8888;
     const std::tuple<std::vector<uint32_t>, uint32_t, KUINT32, KUINT32> aoCases[] = {
         // has, chosen, and its pixels
-        {{uiR, uiRA, uiBA, uiB}, uiB, 0x00322210, 0x80FFEEDD},
-        {{uiR, uiRA, uiBA}, uiBA, 0xFF322210, 0xFFFFEEDD},
-        {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00102232, 0x80DDEEFF},
-        {{DRM_FORMAT_RGB565, uiRA}, uiRA, 0xFF102232, 0xFFDDEEFF},
+        {{uiR, uiRA, uiBA, uiB}, uiB, 0x00322210, 0x80FEEEDD},
+        {{uiR, uiRA, uiBA}, uiBA, 0xFF322210, 0xFFFEEEDD},
+        {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00102232, 0x80DDEEFE},
+        {{DRM_FORMAT_RGB565, uiRA}, uiRA, 0xFF102232, 0xFFDDEEFE},
     };
     for (const auto& [auiHas, uiChosen, uiFirst, uiSecond] : aoCases)
     {
         const SScanFormat* const poFormat = ChooseFormat(auiHas);
         ASSERT_TRUE(poFormat != nullptr && poFormat->uiFourCc == uiChosen);
-        KUINT32 auiRow[] = {0x00322210, 0x80FFEEDD}, auiShown[] = {1, 1, 1};
+        KUINT32 auiRow[] = {0x00322210, 0x80FEEEDD}, auiShown[] = {1, 1, 1};
         CopyRow(*poFormat, auiRow, auiShown, 2);
         EXPECT_EQ(std::vector({auiShown[0], auiShown[1], auiShown[2]}), std::vector({uiFirst, uiSecond, 1u}));
     }
     EXPECT_EQ(ChooseFormat({DRM_FORMAT_RGB565, DRM_FORMAT_BGRX8888}), nullptr);
-    char szName[5] = "....";
+    char szName[5] = {'.', '.', '.', '.', '.'};
     NameFourCc(CommonFormat().uiFourCc | DRM_FORMAT_BIG_ENDIAN, szName);
     EXPECT_STREQ(szName, "XR24");
 }
