@@ -133,8 +133,7 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
     const auto fPixel = [](KUINT32 uiX, KUINT32 uiY) { return uiX * 9 | uiY * 11 << 8 | (uiX ^ uiY) << 16; };
     InClient([&](TestClient& ro) {
         tagTBuffer_PlaneInfo oInfo = {};
-        ro.MakeBuffer(20, 12);
-        EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo), TStatus_OK);
+        EXPECT_EQ((ro.MakeBuffer(20, 12), ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo)), TStatus_OK);
         const KUINT32  uiPitch  = oInfo.auiPitch[0];
         KUINT32* const puiPlane = reinterpret_cast<KUINT32*>(ro.Access());
         for (const auto& [uiHActive, uiVActive] : {std::pair{20u, 12u}, {7u, 5u}, {33u, 15u}})
@@ -153,6 +152,8 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
         }
         EXPECT_EQ(ro.Show(ro.Output(1), 16384, 16385), TStatus_OK);
         Expect("snapshot 1 " + At("screen.png"), 1, "too large");
+        EXPECT_EQ(ro.Show(ro.Output(1), 2048, 1024), TStatus_OK);
+        Expect("snapshot 1 /dev/full", 1, "/dev/full: write: No space left on device");  // before libpng has written all
     });
 }
 

@@ -179,8 +179,7 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
     // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
     Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
     for (const char* psz : {"]   0 %  1000 s left  ", "]   0 %  "}) oStopped.Await(psz);
-    kill(oStopped.ooProcess->GetPid(), SIGHUP);
-    oStopped.ooProcess->Kill(SIGINT, SIGINT);
+    kill(oStopped.ooProcess->GetPid(), SIGHUP), oStopped.ooProcess->Kill(SIGINT, SIGINT);
     oStopped.Await("\r\n");
     fWrite(61);
     Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
