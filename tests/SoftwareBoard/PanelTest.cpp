@@ -152,8 +152,6 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
         }
         EXPECT_EQ(ro.Show(ro.Output(1), 16384, 16385), TStatus_OK);
         Expect("snapshot 1 " + At("screen.png"), 1, "too large");
-        EXPECT_EQ(ro.Show(ro.Output(1), 2048, 1024), TStatus_OK);
-        Expect("snapshot 1 /dev/full", 1, "/dev/full: write: No space left on device");  // before libpng has written all
     });
 }
 
