@@ -89,7 +89,6 @@ TEST_F(Devices, RefusalsLeaveNothingAndMemoryIsAskedForAnewWithAnotherCachingTyp
     EXPECT_TRUE(pvMemory != nullptr && HasFailed());
     g_oOsServices.IoUnMap(pvMemory, 12345);
     EXPECT_EQ(Mapped(), std::pair(size_t{0}, 0));
-
     const auto fnWriteToKernel = [] {
         va_list oNone = {};
         return OsServices_WriteKernelMsg("100 %%\n", oNone), FALSE;
@@ -148,6 +147,6 @@ TEST(Pci, LookupFindsTheFirstMatchAndSurvivesAMachineWithoutBus)
         OsServices::SetTestMode(sFailing == "pci_init"), g_oOsServices.~OsServices();
         EXPECT_TRUE(g_poQelVxdPciLibAccess == nullptr && s_iAccesses == 0 && HasFailed());
         EXPECT_TRUE((new (&g_oOsServices) OsServices(nullptr))->IsInitialized());
-        EXPECT_EQ(OsServices_Cleanup(), ReleaseQELLibrary());
+        EXPECT_EQ((std::tuple{InitQELLibrary(), ReleaseQELLibrary(), OsServices_Cleanup()}), std::tuple(1u, 1u, TRUE));
     }
 }

@@ -46,7 +46,6 @@ TEST(Messages, FailedChecksAreReportedAndOnlyTheAbortFormEndsTheFunction)
     const std::string sLine = "vesk(#.#.#.#)[#]: (Error) MessagesTest.cpp(#) Assertion failed\n";
     EXPECT_EQ(std::pair(WithoutNumbers(sText), iSteps), std::pair(sLine + sLine, 3));
     EXPECT_EQ(WithoutNumbers(s_sAssertCalls), WithoutNumbers("0" __FILE__ "1" __FILE__ "1")) << "a line, the next condition";
-
     const std::pair<const char*, const char*> aoNames[] = {
         {"a/b\\c.cpp", "c.cpp"}, {"a\\b/c", "c"}, {"c", "c"}, {"/c", "/c"}, {"//c", "c"}, {"a/", ""}, {"/", "/"}, {"", ""}};
     for (const auto& [pszPath, pszName] : aoNames)
@@ -93,8 +92,13 @@ TEST(QelTools, TextsAreComparedReadAndChangedWithinTheirBounds)
     for (const auto& [pszA, pszB, iResult] : aoPairs)
         EXPECT_EQ(QelTools_stricmp(pszA, pszB), iResult) << pszA << " and " << pszB;
     EXPECT_EQ(std::tuple(QelTools_atoi(" \t-7x"), QelTools_atoi("+3"), QelTools_atoi("0x10")), std::tuple(-7, 3, 0));
-    EXPECT_TRUE(QelTools_memcmp("ab", "aB", 1) == 0 && QelTools_strncmp("ab", "aB", 2) > 0 && QelTools_wcslen(L"ab") == 2);
-    EXPECT_STREQ(QelTools_strstr("abacad", "ac"), QelTools_strrchr("abac_acad", '_') + 1);
+    EXPECT_EQ((std::array{QelTools_memcmp("ab", "aB", 1), QelTools_strncmp("ab", "aB", 1), QelTools_wcslen(L"ab")}),
+              (std::array{0, 0, 2}));
+    EXPECT_GT(std::min({QelTools_memcmp("ab", "aB", 2), QelTools_strncmp("ab", "aB", 2), QelTools_strcmp("b", "aB")}), 0);
+    EXPECT_STREQ(QelTools_strstr("abacad", "ac"), QelTools_strrchr("_abac_acad", '_') + 1);
+    char acWords[] = ";a;bc_", *pszRest = nullptr;
+    EXPECT_STREQ(QelTools_strchr(QelTools_strtok_s(acWords, ";", &pszRest), 'a'), "a");
+    EXPECT_STREQ((QelTools_memmove(acWords + 4, acWords + 3, 2), pszRest), "bbc");
     EXPECT_EQ(std::pair(QelTools_atoi("4294967298"), QelTools_atoi("99999999999999999999")), std::pair(2, -1));
     for (KINT32 ch = -1; ch < 256; ++ch) EXPECT_EQ(QelTools_isDigit(ch), ch >= '0' && ch <= '9' ? 2048 : 0);
     for (KUINT32 uiSize = 0; uiSize < 7; ++uiSize)

@@ -184,7 +184,6 @@ TEST(Diagnostics, ParentsAndNamesOfOtherProcesses)
         EXPECT_EQ(read(aiEnds[0], &ch, 1), 1) << "it runs";
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << pszName;
         ExpectCut(sWhole, [=](char* pch, KUINT32 uiSize) { OsServices_GetProcessName(iPid, pch, uiSize); });
-
         EXPECT_EQ(std::pair(close(aiEnds[0]), close(aiEnds[1])), std::pair(0, 0)) << "it ends";
         while (NameOf(iPid) != "") EXPECT_EQ(OsServices_GetParentPid(iPid), iParent);
         EXPECT_EQ(OsServices_GetParentPid(iPid), iParent) << "dead, and not yet buried";

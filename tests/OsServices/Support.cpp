@@ -6,7 +6,7 @@ OsServices g_oOsServices(nullptr);
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 extern "C" const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
 
-static std::atomic<int> s_iBlocks{0};
+static std::atomic<int> s_iHeld{0};
 
 bool Fails(const char* pszCall)
 {
@@ -14,7 +14,7 @@ bool Fails(const char* pszCall)
     return pszFailing != nullptr && std::strcmp(pszFailing, pszCall) == 0 && g_pszFailing.exchange(nullptr) != nullptr;
 }
 
-std::pair<int, long> Held() { return {s_iBlocks, EntriesOf("/proc/self/fd")}; }
+std::pair<int, long> Held() { return {s_iHeld, EntriesOf("/proc/self/fd")}; }
 
 void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks)
 {
@@ -35,11 +35,13 @@ std::string WithoutNumbers(const std::string& rsText) { return std::regex_replac
     extern "C" type __real_##call parameters;                    \
     extern "C" type __wrap_##call parameters { return Fails(#call) ? (failure) : __real_##call arguments; }
 
-STAND_BEFORE(int, pthread_mutex_init, g_iError, (pthread_mutex_t * po, const pthread_mutexattr_t* poAttr), (po, poAttr))
+STAND_BEFORE(int, pthread_mutex_init, g_iError, (pthread_mutex_t * p, const pthread_mutexattr_t* pa), ((++s_iHeld, p), pa))
+STAND_BEFORE(int, pthread_mutex_destroy, g_iError, (pthread_mutex_t * po), ((--s_iHeld, po)))
 STAND_BEFORE(int, pthread_mutexattr_init, g_iError, (pthread_mutexattr_t * po), (po))
 STAND_BEFORE(int, pthread_mutexattr_settype, g_iError, (pthread_mutexattr_t * po, int iType), (po, iType))
 STAND_BEFORE(int, pthread_mutex_timedlock, g_iError, (pthread_mutex_t * po, const timespec* poEnd), (po, poEnd))
-STAND_BEFORE(int, pthread_cond_init, g_iError, (pthread_cond_t * po, const pthread_condattr_t* poAttr), (po, poAttr))
+STAND_BEFORE(int, pthread_cond_init, g_iError, (pthread_cond_t * p, const pthread_condattr_t* pa), ((++s_iHeld, p), pa))
+STAND_BEFORE(int, pthread_cond_destroy, g_iError, (pthread_cond_t * po), ((--s_iHeld, po)))
 STAND_BEFORE(int, pthread_cond_signal, g_iError, (pthread_cond_t * po), (po))
 STAND_BEFORE(int, pthread_cond_broadcast, g_iError, (pthread_cond_t * po), (po))
 STAND_BEFORE(int, pthread_cond_wait, g_iError, (pthread_cond_t * po, pthread_mutex_t* pm), ((++g_iWaitsBegun, po), pm))
@@ -51,8 +53,8 @@ STAND_BEFORE(int, usleep, -1, (useconds_t uiMicroSeconds), (uiMicroSeconds))
 STAND_BEFORE(FILE*, fopen, nullptr, (const char* pszPath, const char* pszMode), (pszPath, pszMode))
 STAND_BEFORE(int, open, -1, (const char* pszPath, int iFlags, mode_t uiMode), (pszPath, iFlags, uiMode))
 STAND_BEFORE(void*, _ZnwmRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), (uiSize, ro))
-STAND_BEFORE(void*, _ZnamRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), ((++s_iBlocks, uiSize), ro))
-STAND_BEFORE(void, _ZdaPv, static_cast<void>(0), (void* pv), ((s_iBlocks -= pv != nullptr, pv)))
+STAND_BEFORE(void*, _ZnamRKSt9nothrow_t, nullptr, (size_t uiSize, const std::nothrow_t& ro), ((++s_iHeld, uiSize), ro))
+STAND_BEFORE(void, _ZdaPv, static_cast<void>(0), (void* pv), ((s_iHeld -= pv != nullptr, pv)))
 STAND_BEFORE(KUINT32, InitQELLibrary, 0, (), ())
 
 extern "C" int __real_pthread_cond_timedwait(pthread_cond_t* poCond, pthread_mutex_t* poMutex, const timespec* poEnd);

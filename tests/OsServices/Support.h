@@ -24,7 +24,7 @@ inline void                     FailNext(const char* pszCall, int iError = 0) { 
 inline bool                     HasFailed() { return g_pszFailing == nullptr; }
 bool                            Fails(const char* pszCall);  // asked by the call itself
 
-std::pair<int, long> Held();  // blocks of handles that live, and open files; to be alike before and after
+std::pair<int, long> Held();  // what lives of handles, mutexes and conditions, and open files; alike before and after
 
 // Expects each of the works to be FALSE when one of the calls fails in it, once, and to leave nothing behind.
 void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vector<KBOOL32 (*)()>& rapfnWorks);

@@ -11,6 +11,7 @@
 #include "Connectors.h"
 #include "DisplayMode.h"
 #include "DrawingProcess.h"
+#include "Refusal.h"
 #include "ScreenCopy.h"
 
 namespace
@@ -65,21 +66,21 @@ TEST(ScanFormat, CheapestOneThatThePlaneHasShowsTheSameOpaqueColours)
                        uiRA                                                       = DRM_FORMAT_ARGB8888;
     const std::tuple<std::vector<uint32_t>, uint32_t, KUINT32, KUINT32> aoCases[] = {
         // has, chosen, and its pixels
-        {{uiR, uiRA, uiBA, uiB}, uiB, 0x00322210, 0x80FFEEDD},
-        {{uiR, uiRA, uiBA}, uiBA, 0xFF322210, 0xFFFFEEDD},
-        {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00102232, 0x80DDEEFF},
-        {{DRM_FORMAT_RGB565, uiRA}, uiRA, 0xFF102232, 0xFFDDEEFF},
+        {{uiR, uiRA, uiBA, uiB}, uiB, 0x00322210, 0x80FEEEDD},
+        {{uiR, uiRA, uiBA}, uiBA, 0xFF322210, 0xFFFEEEDD},
+        {{DRM_FORMAT_BGRX8888, uiRA, uiR}, uiR, 0x00102232, 0x80DDEEFE},
+        {{DRM_FORMAT_RGB565, uiRA}, uiRA, 0xFF102232, 0xFFDDEEFE},
     };
     for (const auto& [auiHas, uiChosen, uiFirst, uiSecond] : aoCases)
     {
         const SScanFormat* const poFormat = ChooseFormat(auiHas);
         ASSERT_TRUE(poFormat != nullptr && poFormat->uiFourCc == uiChosen);
-        KUINT32 auiRow[] = {0x00322210, 0x80FFEEDD}, auiShown[] = {1, 1, 1};
+        KUINT32 auiRow[] = {0x00322210, 0x80FEEEDD}, auiShown[] = {1, 1, 1};
         CopyRow(*poFormat, auiRow, auiShown, 2);
         EXPECT_EQ(std::vector({auiShown[0], auiShown[1], auiShown[2]}), std::vector({uiFirst, uiSecond, 1u}));
     }
     EXPECT_EQ(ChooseFormat({DRM_FORMAT_RGB565, DRM_FORMAT_BGRX8888}), nullptr);
-    char szName[5] = "....";
+    char szName[5] = {'.', '.', '.', '.', '.'};
     NameFourCc(CommonFormat().uiFourCc | DRM_FORMAT_BIG_ENDIAN, szName);
     EXPECT_STREQ(szName, "XR24");
 }
@@ -100,6 +101,12 @@ TEST(Connectors, EachOutputKeepsItsOwnUntilItIsPulled)
     };
     for (const auto& [oConnectors, oNames, oBefore, oNow] : aoCases)
         EXPECT_EQ(AssignConnectors(oConnectors, oNames, oBefore), oNow);
+}
+
+TEST(Refusal, TellsTheErrorOfTheKernel)
+{
+    const auto f = [](int i) { return BoardWorld::ReasonOf([=] { errno = ENODEV, CheckDrm(i, ""); }); };
+    EXPECT_EQ(f(-1) + f(-EFAULT) + f(0) + f(1), ": the kernel says: No such device: the kernel says: Bad address");
 }
 
 // What a client draws, the copy of what an output shows of it, and two buffers that are filled from the copy.
@@ -253,8 +260,7 @@ TEST_F(ScreenCopyTest, WhatChangesAtEveryLookIsShownAndAlsoItsEnd)
             oDrawing.DrawAll(ui + 100), oDrawing.Fill(0);  // a buffer gets it from the screen after four changes in a row
             EXPECT_EQ(oDrawing.aauiShown[0][0], ui < 103 ? ui : ui + 100);
         }
-        Cut(0);
-        oDrawing.Fill(1);
+        Cut(0), oDrawing.Fill(1);
         EXPECT_EQ(oDrawing.aauiShown[1][0] / 20, 100 / 20u) << "a picture that was drawn";
         EXPECT_THROW(oDrawing.Look(), SoftwareBoard::BoardError);
     });

@@ -28,7 +28,16 @@ std::vector<KUINT32> ReadPng(const std::string& strPath, KUINT32 uiWidth, KUINT3
     return auiPixels;
 }
 
-TEST(RunPath, IsFoundInAProgram) { EXPECT_EQ(FindRunPath(ReadFile(CORPUS "/RunPath/program")), "$ORIGIN/lib:/opt/lib"); }
+TEST(RunPath, IsFoundInAProgramAsFarAsThatIsThere)
+{
+    const std::string strProgram = ReadFile(CORPUS "/RunPath/program"), strPath = "$ORIGIN/lib:/opt/lib";
+    for (size_t ui = 0; ui <= strProgram.size(); ++ui)
+        EXPECT_EQ(FindRunPath(strProgram.substr(0, ui)), ui < 225 ? "" : strPath.substr(0, ui - 225)) << ui;
+    // A byte of another mark, class, count of segments, place and size of the loaded one, type and size of the dynamic one.
+    for (const auto& [uiAt, uiByte, uiSkips] :
+         {std::tuple{0u, 1, 20u}, {4, 1, 20}, {56, 1, 20}, {72, 1, 1}, {96, 224, 20}, {120, 6, 20}, {152, 16, 20}})
+        EXPECT_EQ(FindRunPath(std::string(strProgram).replace(uiAt, 1, 1, char(uiByte))), strPath.substr(uiSkips)) << uiAt;
+}
 
 TEST(Suggestion, IsTheFirstOfThoseWithTheFewestMistakes)
 {
@@ -55,6 +64,8 @@ TEST_F(PanelTest, CommandLines)
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "' is not DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR];");
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
     const std::string strSh = "run -- sh -c 'exec \"$@\" ", strIt = "' - " BOARD_PANEL " ", strEnv = "run -- env ";
+    const std::string strFew     = "run -- sh -c 'for n in $(seq 4 16); do (ulimit -n $n; exec \"$@\"); done 2>&1" + strIt;
+    const std::string strLibrary = strBin + "/libTavrin.so.1: ", strMany = ": Too many open files\ntavrin-board: ";
     fs::create_directory(At("lib"));
     fs::copy_file(BOARD_PANEL, At("lib/moved"));
     const std::tuple<std::string, int, std::string> aoCases[] = {
@@ -96,7 +107,12 @@ TEST_F(PanelTest, CommandLines)
         {strEnv + "TMPDIR=" + At("none") + " " BOARD_PANEL " preview x.png", 1, "TMPDIR"},
         {strEnv + "-u TAVRIN_BOARD XDG_RUNTIME_DIR=" + At("") + " " BOARD_PANEL " status", 1, At("") + "/tavrin-board: the"},
         {strSh + ">/dev/full" + strIt + "--help", 1, "standard output: cannot be written"}, {"create --devices 9", 2, "'9'"},
+        {strEnv + "TAVRIN_BOARD=" + At("none/x") + " " BOARD_PANEL " create", 1, At("none/x") + ": mkdir: No such file"},
+        {"run -- timeout 9 " BOARD_PANEL " progress - </", 1, ": standard input: read: Is a directory"},
+        {strFew + "record " + At("x") + " -- true", 0, strLibrary + "pipe" + strMany + "there is no device library: " +
+         strLibrary + "cannot open shared object file" + strMany + "true: pipe" + strMany + "true: pipe" + strMany},
         {"status", 0, "0xabcdef64 (100 %)"},  // none of them has made another board
+        {strFew + "create", 0, At("board.new: open") + strMany + "the locks of the board: fcntl(F_DUPFD_CLOEXEC)" + strMany},
         {"create --devices 8 --outputs 16 $(printf '%.0s--fpga 3:1.33.0 ' $(seq 16))", 0, "each 16, FPGAs of each 16\n"},
         {"status | grep -c vendor", 0, "128\n"}, {"wait --ended --device 7", 0, ""},
         {"create --devices 2 --outputs 0 --fpga ffff:255.255.65535@ffffffff/FFFF --fpga 3:1.33.0 --fpga 0X4:0.2.0@0xe4/0", 0,
@@ -118,8 +134,7 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
     const auto fPixel = [](KUINT32 uiX, KUINT32 uiY) { return uiX * 9 | uiY * 11 << 8 | (uiX ^ uiY) << 16; };
     InClient([&](TestClient& ro) {
         tagTBuffer_PlaneInfo oInfo = {};
-        ro.MakeBuffer(20, 12);
-        EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo), TStatus_OK);
+        EXPECT_EQ((ro.MakeBuffer(20, 12), ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo)), TStatus_OK);
         const KUINT32  uiPitch  = oInfo.auiPitch[0];
         KUINT32* const puiPlane = reinterpret_cast<KUINT32*>(ro.Access());
         for (const auto& [uiHActive, uiVActive] : {std::pair{20u, 12u}, {7u, 5u}, {33u, 15u}})
@@ -154,8 +169,7 @@ TEST_F(PanelTest, SnapshotIsNeverTorn)
             for (KUINT32 uiY = 0; uiY < uiHeight * 20; ++uiY)  // each row twenty times: drawing takes as long as it does
                 std::fill_n(puiPlane + size_t{uiY / 20} * (uiWidth + 16) * 4, uiWidth * 4, uiGrey);
     });
-    oDrawing.Await();
-    oDrawing.Resume();
+    oDrawing.Await(), oDrawing.Resume();
     for (int iTry = 0; iTry < 12; ++iTry)
     {
         Expect("snapshot 0 " + At("screen.png"), 0, "");
@@ -182,8 +196,7 @@ TEST_F(PanelTest, ScreenOutlivesItsHolderAndAFailedSnapshotLeavesNoFile)
     fs::permissions(strFile, fs::perms(0604));
     Expect(strTake + strFile, 0, "");
     EXPECT_EQ(fs::status(strFile).permissions(), fs::perms(0604)) << "of the file that was replaced";
-    const std::string strLong = At(std::string(255, 'n').c_str());
-    Expect(strTake + strLong, 0, "");
+    Expect(strTake + At(std::string(255, 'n').c_str()), 0, "");
     const std::string strLimited = "run -- sh -c 'ulimit -f 0; export TMPDIR=/none; exec \"$@\"' - " BOARD_PANEL " ";
     fs::create_symlink("kept.png", At("link.png"));
     std::ofstream(At("kept.png")) << "kept";
@@ -221,7 +234,6 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     Expect("run -- sh -c 'ulimit -f 0; exec \"$@\"' - " BOARD_PANEL " create", 1, "board.new: posix_fallocate");
     Expect("status | grep -c ': off'", 0, "128\n");
     EXPECT_EQ(CountFiles(""), 4) << "state, notes, the folder and the user's pixels; the picture of the old board is gone";
-
     const std::string strDamaged = At("board.state") + ": damaged (record of device 1); make the board anew\n";
     std::fstream(At("board.state"), std::ios::in | std::ios::out).seekp(73728).write("\x11", 1);  // outputs of device 1
     Expect("status 2>/dev/null | grep -A1 -B1 problem", 0, "device 1\n  problem: " + strDamaged + "device 2\n");
@@ -361,8 +373,7 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         ioctl(oStuck.aiFds[0], TIOCSWINSZ, &oSize);
         return poll(&oTaking, 1, 1) == 0;
     }));
-    tcflow(oStuck.aiFds[1], TCOOFF);
-    oStuck.ooProcess->Kill(SIGTERM, 0);
+    tcflow(oStuck.aiFds[1], TCOOFF), oStuck.ooProcess->Kill(SIGTERM, 0);
     oStuck.Await("\x1b[?1049l");
     fs::remove(At("board.pixels-0"));
     Live oDamaged("watch", true, {30, 300, 0, 0});

@@ -135,8 +135,7 @@ TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
     Expect("create", 0, "");
     fWrite("14\n");
     oFifo.Await("no device 1, ");
-    close(iFifo);
-    oFifo.ooProcess->Kill(0, W_EXITCODE(1, 0));
+    close(iFifo), oFifo.ooProcess->Kill(0, W_EXITCODE(1, 0));
 }
 
 TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
@@ -180,16 +179,14 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
     // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
     Live oStopped("progress --ramp 1000", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
     for (const char* psz : {"]   0 %  1000 s left  ", "]   0 %  "}) oStopped.Await(psz);
-    kill(oStopped.ooProcess->GetPid(), SIGHUP);
-    oStopped.ooProcess->Kill(SIGINT, SIGINT);
+    kill(oStopped.ooProcess->GetPid(), SIGHUP), oStopped.ooProcess->Kill(SIGINT, SIGINT);
     oStopped.Await("\r\n");
     fWrite(61);
     Live oOverrun("progress --ramp 10 --linear", true, {24, 40, 0, 0});
     EXPECT_TRUE(Becomes([&] { return fRead() >= 63; }));
     pollfd oTerminal = {oOverrun.aiFds[0], POLLIN, 0};
     EXPECT_EQ(poll(&oTerminal, 1, 1000), 1) << "the line of 62 % was not shown before that of 63 %";
-    fWrite(255);
-    oOverrun.Await("#] 255 %");
+    fWrite(255), oOverrun.Await("#] 255 %");
     oOverrun.ooProcess->Kill(SIGINT, SIGINT);
     Expect("status", 0, "(255 %)");
 }
@@ -212,8 +209,7 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
         EXPECT_EQ(fState(), uiBefore) << pszFile;
     };
     fHold("board.new", fIsMade, [] { execl(BOARD_PANEL, "", "create", nullptr); });
-    ooProcess.reset();
-    EXPECT_EQ(fIsMade(), 1u);
+    EXPECT_EQ((ooProcess.reset(), fIsMade()), 1u);
     Expect("progress 50", 0, "");  // so that a ramp to 50 % begins at 0 again
     fHold("board.state", fProgress, [] { execl(BOARD_PANEL, "", "progress", "--ramp=10", "--linear", "--to=50", nullptr); });
     EXPECT_TRUE(Becomes([&] { return fProgress() == 1; }));
@@ -221,7 +217,6 @@ TEST_F(ProgressTest, WhatChangesABoardWaitsForTheTransactionOfAnother)
     ooProcess->Kill(SIGTERM, SIGTERM);
     InClient([](TestClient& ro) { EXPECT_EQ((ro.MakeBuffer(), ro.Enable(0)), TStatus_OK); });
     fHold("board.state", fGeneration, [] { EXPECT_EQ(TestClient().Disable(0), TStatus_OK); });
-    ooProcess.reset();
-    EXPECT_EQ(fGeneration(), 2u);
+    EXPECT_EQ((ooProcess.reset(), fGeneration()), 2u);
 }
 }

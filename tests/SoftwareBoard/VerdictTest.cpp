@@ -1,5 +1,4 @@
 // What an enable answers while a process shows the outputs on displays; that of these tests says what it is told to.
-
 #include <deque>
 
 #include "Board.h"

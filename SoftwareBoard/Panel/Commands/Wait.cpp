@@ -93,7 +93,7 @@ void WaitUntilSo(const SWaitOptions& roOptions)
         if (oNow >= oEnd)
             throw BoardError("the time is over: " + strObstacle);
         const auto oPause  = std::chrono::ceil<std::chrono::milliseconds>(std::min(oBetweenLooks, oEnd - oNow));
-        pollfd     oChange = {.fd = oChanges.IsWatching() ? oChanges.GetDescriptor() : -1, .events = POLLIN};
+        pollfd     oChange = {.fd = oChanges.GetDescriptor(), .events = POLLIN};
         poll(&oChange, 1, static_cast<int>(oPause.count()));
     }
 }
