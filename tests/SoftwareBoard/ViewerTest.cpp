@@ -203,11 +203,10 @@ TEST_F(WatchedPictureTest, PausesGrowWhereNothingChangesAndPicturesAreShared)
         }
     };
     fExpect(0, {66, 132, 264, 528, -1, -1});
-    std::optional<Process> ooLast([] {  // draws at last, on outputs that it does not hold any more
+    std::optional<Process> ooLast([] {  // draws at last, and ends
         TestClient    o;
         KUINT8* const pui = (o.MakeBuffer(), o.Access());
-        for (KUINT32 ui = 0; TVideoOut_Handle h : {o.Output(0), o.Output(1), o.Output(2)})
-            EXPECT_EQ(o.Show(h, 32 >> ui++ / 2) + o.TVideoOut_ReleaseHandle(h), TStatus_OK);
+        for (KUINT32 ui : {0u, 1u, 2u}) EXPECT_EQ(o.Show(o.Output(ui), 32 >> ui / 2), TStatus_OK);
         Process::Pause();
         *pui = 200;
     });
