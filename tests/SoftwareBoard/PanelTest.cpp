@@ -316,6 +316,11 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     fAct("create", "board " + m_oFolder.string() + ", device 0: outputs 2\nprogress 0 %\n");
     oWatch.ooProcess->Kill(SIGTERM, 0);
     Live("watch").Await("outputs");  // and one whose reader is gone ends by itself
+    Live             oFull("watch", false, {}, "", "head -c 65536 /dev/zero; ");  // waits for its reader
+    const auto       strStatus = "/proc/" + std::to_string(oFull.ooProcess->GetPid()) + "/status";
+    const std::regex oWaits("^Name:\ttavrin-board-vi[^]*SigBlk:\t0*[1-9a-f]");
+    EXPECT_TRUE(Becomes([&] { return std::regex_search(ReadFile(strStatus), oWaits); }));
+    oFull.ooProcess->Kill(SIGTERM, 0);
 }
 
 TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
