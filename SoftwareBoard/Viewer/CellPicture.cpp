@@ -20,19 +20,18 @@ void CellPicture::Update(const WatchedPicture& roPicture, const TerminalPictures
     const auto             uiHeight = static_cast<KUINT32>(m_oCells.second * HEIGHT);
     const bool             bParts   = roDrawer.HasParts() && roPixels.uiWidth >= uiWidth && roPixels.uiHeight >= uiHeight;
     m_oChanged.clear();
-    if (m_bDrawn && m_uiVersion == roPicture.GetVersion())
+    if (m_ouiVersion == roPicture.GetVersion())
         return;
     if (!bParts)
         DrawWhole(roPixels, roDrawer);
     else
     {
-        const bool bNext = m_bDrawn && m_uiVersion + 1 == roPicture.GetVersion();
-        if (!m_bDrawn)
+        const bool bNext = m_ouiVersion && *m_ouiVersion + 1 == roPicture.GetVersion();
+        if (!m_ouiVersion)
             m_oScaled = MakePlain(uiWidth, uiHeight);
         DrawPart(ScaleDown(roPixels, bNext ? roPicture.GetChanged() : WholeOf(roPixels), m_oScaled), roDrawer);
     }
-    m_bDrawn    = true;
-    m_uiVersion = roPicture.GetVersion();
+    m_ouiVersion = roPicture.GetVersion();
 }
 
 void CellPicture::SetText(int iRow, int iColumn, std::string strText)

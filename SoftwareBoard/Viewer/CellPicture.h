@@ -3,6 +3,7 @@
 #define CELL_PICTURE_H
 
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -37,13 +38,12 @@ private:
     void DrawWhole(const Panel::SPicture& roPicture, const TerminalPictures& roDrawer);
     void DrawPart(const SArea& oPixels, const TerminalPictures& roDrawer);
 
-    std::pair<int, int> m_oCells;
-    STerminalSize       m_oTerminal;
-    bool                m_bDrawn    = false;
-    KUINT32             m_uiVersion = 0;  // of the picture that was drawn
-    Panel::SPicture     m_oScaled;        // empty while pictures are drawn as a whole
-    Texts               m_oTexts;
-    Texts               m_oChanged;
+    std::pair<int, int>    m_oCells;
+    STerminalSize          m_oTerminal;
+    std::optional<KUINT32> m_ouiVersion;  // of the picture that was drawn
+    Panel::SPicture        m_oScaled;     // empty while pictures are drawn as a whole
+    Texts                  m_oTexts;
+    Texts                  m_oChanged;
 };
 }
 

@@ -56,6 +56,7 @@ public:
 
     // Makes the next Present write the whole screen again.
     void Forget() { m_bForgotten = true; }
+    bool IsForgotten() const { return m_bForgotten; }
 
     // Sets what to write to remove images. Call it before the first image is drawn.
     void SetImageEraser(std::string strSequence) { m_strImageEraser = std::move(strSequence); }

@@ -34,17 +34,10 @@ public:
     }
 
     void Draw();
-    void DrawAnew()  // at the next Draw
-    {
-        m_oTerminal.Forget();
-        m_bAnew = true;
-    }
+    void DrawAnew() { m_oTerminal.Forget(); }  // at the next Draw
+    bool IsToBeDrawnAnew() const { return m_oTerminal.IsForgotten(); }
     void Leave() { m_oTerminal.Leave(); }
-    void Enter()
-    {
-        m_oTerminal.Enter();
-        m_bAnew = true;
-    }
+    void Enter() { m_oTerminal.Enter(); }
     bool IsBehind() const { return m_oTerminal.IsBehind(); }
     void WriteOn() { m_oTerminal.WriteOn(); }
 
@@ -78,7 +71,6 @@ private:
     std::list<SDrawn> m_oDrawn;      // of this Draw, and then
     std::list<SDrawn> m_oDrawnLast;  // those of the last one that were not used yet
 
-    bool                 m_bAnew = true;
     SBoardView           m_oShown;  // by the last Draw
     std::vector<SPlaced> m_aoPlaced;
 };
@@ -156,7 +148,7 @@ void TerminalView::DrawProgress(int iRow)
 void TerminalView::Draw()
 {
     const SBoardView& roView = m_roBoard.GetView();
-    if (!std::exchange(m_bAnew, false) && IsLikeExceptPixels(m_oShown, roView))
+    if (!IsToBeDrawnAnew() && IsLikeExceptPixels(m_oShown, roView))
         return DrawPixels();
     m_oShown = roView;
     m_aoPlaced.clear();
@@ -208,16 +200,12 @@ void WatchInTerminal(WatchedBoard& roBoard)
 {
     const Panel::Signals oSignals({SIGWINCH, SIGTSTP, SIGCONT});
     TerminalView         oView(roBoard);
-    const bool           bKeys   = isatty(STDIN_FILENO) == 1;
-    bool                 bRedraw = true;
+    const bool           bKeys = isatty(STDIN_FILENO) == 1;
     while (true)
     {
         const auto oUpdateBegan = std::chrono::steady_clock::now();
-        if (!oView.IsBehind() && (roBoard.Update() || bRedraw))
-        {
+        if (!oView.IsBehind() && (roBoard.Update() || oView.IsToBeDrawnAnew()))
             oView.Draw();
-            bRedraw = false;
-        }
 
         // A terminal that is behind shows nothing new until it has caught up.
         pollfd            aoFiles[] = {{.fd = bKeys ? STDIN_FILENO : -1, .events = POLLIN},
@@ -232,10 +220,7 @@ void WatchInTerminal(WatchedBoard& roBoard)
         if (aoFiles[1].revents != 0)
             oView.WriteOn();
         if (strKeys.find(CTRL_L) != std::string::npos)
-        {
             oView.DrawAnew();
-            bRedraw = true;
-        }
         switch (iSignal)
         {
         case 0: break;
@@ -254,7 +239,6 @@ void WatchInTerminal(WatchedBoard& roBoard)
             break;
         default: throw Panel::EndedBySignal{iSignal};
         }
-        bRedraw = bRedraw || iSignal != 0;
     }
 }
 }

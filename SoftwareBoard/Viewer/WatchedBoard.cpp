@@ -110,13 +110,11 @@ bool WatchedBoard::Update()
     }
     catch (const NoBoardError& roError)
     {
-        oView            = {};
-        oView.strProblem = "waiting for a board: " + MakePrintable(roError.what());
+        oView = {.strProblem = "waiting for a board: " + MakePrintable(roError.what())};
     }
     catch (const BoardError& roError)
     {
-        oView            = {};
-        oView.strProblem = MakePrintable(roError.what());
+        oView = {.strProblem = MakePrintable(roError.what())};
     }
     const bool bChanged = oView != m_oView;
     m_oPause            = bChanged ? BUSY_PAUSE : std::min(2 * m_oPause, IDLE_PAUSE);

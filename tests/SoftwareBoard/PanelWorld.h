@@ -13,12 +13,12 @@ using Colour           = std::array<KUINT8, 3>;
 constexpr Colour GREEN = {0, 200, 0}, BLUE = {0, 0, 110};
 constexpr int    LONGEST_SEC = 20;  // after which what is waited for will not come
 
-// Waits until it is so. Returns false if that takes too long.
+// Waits until it is so. Returns false if that takes too long, and at once after a failure.
 inline bool Becomes(const std::function<bool()>& fIsSo)
 {
     const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
     for (; !fIsSo(); usleep(500))
-        if (std::chrono::steady_clock::now() > oEnd) return false;
+        if (testing::Test::HasFailure() || std::chrono::steady_clock::now() > oEnd) return false;
     return true;
 }
 
@@ -66,13 +66,13 @@ struct Live
         if (!bTerminal) close(aiFds[1]);
     }
     ~Live() { close(aiFds[0]); }
-    // Reads on until that is printed, and forgets what came before.
+    // Reads on until that is printed, and forgets what came before; not after a failure.
     void Await(const std::string& strExpected)
     {
         char       acRead[4096];
         pollfd     oFile = {.fd = aiFds[0], .events = POLLIN};
         const auto oEnd  = std::chrono::steady_clock::now() + std::chrono::seconds(LONGEST_SEC);
-        while (strText.find(strExpected) == std::string::npos)
+        while (!testing::Test::HasFailure() && strText.find(strExpected) == std::string::npos)
         {
             const bool    bTime = std::chrono::steady_clock::now() < oEnd && poll(&oFile, 1, LONGEST_SEC * 1000) == 1;
             const ssize_t iRead = bTime ? read(aiFds[0], acRead, sizeof(acRead)) : 0;

@@ -88,13 +88,13 @@ TEST_F(RecordTest, TheOrderOfTheCallsIsAsInTheRecords)
     Expect("describe " + m_strRecord + " | tail -5", 0,
            "\n119 calls, 0 failed\nsteps: 99 of 40 ms, late by 0.196 ms at the median and 40.008 ms at most\n"
            "left enabled: output 0 of device 1, output 1 of device 1\nended with status 0\n");
-    Expect("describe " CORPUS "/Record/foreign | sed '4d; 6,8d; 11,18d; 20,34d; 37,50d'", 0,
+    Expect("describe " CORPUS "/Record/foreign | sed '4d; 6,8d; 11,18d; 20,34d; 37,51d'", 0,
            "command: a ??\nlibrary: /lib/x\n\n       1      1        1.000     10.000  Tavrin_GetDevice(0) = device 1\n"
            "       5      1        5.000      0.000  TBoard_GetFpgaCount(device 2, puiCount) = OK, puiCount 4294967295\n"
            "!      6      1        6.000      0.000  TBoard_GetFpgaCount(null, null) = -2147483648\n"
            "!     15      1       15.000      0.000  TBuffer_GetPlaneInfo(buffer 1, poPlaneInfo) = INVALID_PARAM\n"
            "      31      1       31.000 4000000000000.000  TBuffer_EndAccess(buffer 1) = OK\n"
-           "      32      1       32.000     10.000  TVideoOut_ReleaseHandle(output 1) = OK\n\n46 calls, 6 failed\n"
+           "      32      1       32.000     10.000  TVideoOut_ReleaseHandle(output 1) = OK\n\n47 calls, 6 failed\n"
            "steps: 1\nleft enabled: output 0 of device 1, output 99 of device 2\nended with status 255 in "
            "Tavrin_GetDevice(0), called at 90 ms, after signal 10 (User defined signal 1) at 32 ms\n");
     Expect("describe " + m_strRecord + " | grep -c '^ *[.][.][.] 40[.][0-9]* ms'", 0, "62\n");

@@ -1,12 +1,12 @@
 // What watch and preview share: how a picture is followed, how tiles stand in a room, and how captions are cut.
 #include <random>
 
-#include "BoardWorld.h"
 #include "ContactSheet.h"
+#include "PanelWorld.h"
 #include "Scaling.h"
 #include "Text.h"
 #include "Tiling.h"
-#include "WatchedPicture.h"
+#include "WatchedBoard.h"
 
 namespace
 {
@@ -36,7 +36,8 @@ TEST(Tiling, PicturesBecomeLargestInRoomsOfAnyShape)
     }
     EXPECT_EQ(FitPicture(1024, 768, 936, 5000), std::pair(936, 702));
     EXPECT_EQ(FitPicture(1080, 1920, 936, 960), std::pair(540, 960));
-    EXPECT_EQ(FitPicture(0xFFFFFFFF, 1, 100, 0), std::pair(100, 1));
+    for (const auto& [ui, iRoom, oFits] : {std::tuple(0xFFFFFFFF, 0, std::pair(1, 1)), {1u, 3, {3, 3}}})
+        EXPECT_TRUE(FitPicture(ui, 1, iRoom, 9) == oFits && FitPicture(1, ui, 9, iRoom) == oFits) << iRoom;
 }
 
 KUINT32 At(const SPicture& ro, size_t uiX, size_t uiY)
@@ -133,7 +134,7 @@ TEST(Scaling, AChangedPartIsScaledAsTheWholeIs)
     }
 }
 
-using WatchedPictureTest = BoardWorld;
+using WatchedPictureTest = PanelWorld;
 
 TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
 {
@@ -143,13 +144,14 @@ TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
         ro.MakeBuffer(uiWidth, uiHeight);
         EXPECT_EQ(ro.TBuffer_GetPlaneInfo(ro.hBuffer, &oInfo), TStatus_OK);
         KUINT32* const puiDrawn = reinterpret_cast<KUINT32*>(ro.Access());
-        const auto     fObserve = [](KUINT32 uiActiveWidth, KUINT32 uiActiveHeight, KINT32 iHolder) {
-            return Observe({0, iHolder, {uiActiveWidth, uiActiveHeight}, 0, uiWidth, uiHeight});
+        const auto     fObserve = [](KUINT32 uiLessWide, KUINT32 uiLessHigh, KINT32 iHolder, KUINT32 uiFile) {
+            return Observe({0, iHolder, {uiWidth - uiLessWide, uiHeight - uiLessHigh}, uiFile, uiWidth, uiHeight});
         };
-        WatchedPicture oPicture(fObserve(uiWidth, uiHeight, 0));
-        for (const auto& [uiLessWide, uiLessHigh, iHolder] : {std::tuple(0u, 0u, 0), {1, 0, 0}, {0, 1, 0}, {0, 0, 1}})
-            EXPECT_EQ(oPicture.IsOf(fObserve(uiWidth - uiLessWide, uiHeight - uiLessHigh, iHolder)),
-                      uiLessWide + uiLessHigh == 0 && iHolder == 0);
+        WatchedPicture oPicture(fObserve(0, 0, 0, 0));
+        ro.MakeBuffer(uiWidth, uiHeight);
+        for (const auto& [ui, uiHigh, i, uiFile] :
+             {std::tuple(0u, 0u, 0, 0u), {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}})
+            EXPECT_EQ(oPicture.IsOf(fObserve(ui, uiHigh, i, uiFile)), ui + uiHigh + uiFile == 0 && i == 0);
         std::mt19937 oRandom(1);
         const auto   Below = [&](KUINT32 uiLimit) { return static_cast<KUINT32>(oRandom()) % uiLimit; };
         const auto   fLook = [&](KUINT32 uiTimes) {  // how many times it finds something
@@ -171,7 +173,7 @@ TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
             ASSERT_EQ(std::tuple(uiFromRow, uiToRow, uiFromColumn), std::tuple(uiTop, uiBottom, uiLeft / 32 * 32));
             ASSERT_LT(uiToColumn - uiRight, 32u);
             ASSERT_TRUE(IsPicture(
-                uiWidth, uiHeight, [&](KUINT32 x, KUINT32 y) { return At(oPicture.GetPixels(), x, y); },
+                uiWidth, uiHeight, [&](KUINT32 x, KUINT32 y) { return ::At(oPicture.GetPixels(), x, y); },
                 [&](KUINT32 x, KUINT32 y) { return puiDrawn[y * oInfo.auiPitch[0] + x] | 0xFF000000; }))
                 << "step " << iStep;
             // Where something has changed before, the next change is found at once.
@@ -187,22 +189,39 @@ TEST_F(WatchedPictureTest, FollowsWhateverIsDrawn)
     });
 }
 
-TEST_F(WatchedPictureTest, WhatTheLastDrawerLeavesIsFoundAtOnce)
+TEST_F(WatchedPictureTest, PausesGrowWhereNothingChangesAndPicturesAreShared)
 {
-    std::optional<Process> ooDrawer([] {
+    Expect("create --outputs 3", 0, "");
+    WatchedBoard oBoard(0, true);
+    const auto   fPicture = [&](size_t ui) { return oBoard.GetView().aoOutputs[ui].poPicture; };
+    const auto   fExpect  = [&](int iSpentMs, std::initializer_list<int> aiPausesMs) {
+        for (bool bChanged = true; const int i : aiPausesMs)
+        {
+            EXPECT_EQ(oBoard.Update(), std::exchange(bChanged, false)) << i;
+            const auto oBegan = std::chrono::steady_clock::now() - std::chrono::milliseconds(iSpentMs);
+            EXPECT_LT(std::abs(oBoard.GetPause(oBegan).count() - i), 30) << i;
+        }
+    };
+    fExpect(0, {66, 132, 264, 528, -1, -1});
+    std::optional<Process> ooLast([] {  // draws at last, and ends
         TestClient    o;
         KUINT8* const pui = (o.MakeBuffer(), o.Access());
+        for (KUINT32 ui : {0u, 1u, 2u}) EXPECT_EQ(o.Show(o.Output(ui), 32 >> ui / 2), TStatus_OK);
         Process::Pause();
         *pui = 200;
     });
-    ooDrawer->Await();
-    WatchedPicture oPicture(Observe({0, ooDrawer->GetPid(), {32, 8}, 0, 32, 8}));
-    for (const bool bGone : {false, true})
-    {
-        if (bGone) ooDrawer.reset();
-        oPicture.Look();
-        EXPECT_EQ(std::pair(oPicture.CanChange(), oPicture.GetVersion() == 1), std::pair(!bGone, bGone));
-    }
+    ooLast->Await();
+    fExpect(150, {300, 300, 300, 378, 850, 850});
+    ooLast.reset();
+    fExpect(0, {66, 132, 264, 528, -1});
+    EXPECT_EQ(std::tuple(fPicture(1), fPicture(0)->GetPixels().uiWidth, fPicture(2)->GetPixels().uiWidth),
+              std::tuple(fPicture(0), 32u, 16u));
+    EXPECT_EQ(std::pair(fPicture(0)->GetVersion(), ::At(fPicture(0)->GetPixels(), 0, 0)), std::pair(1u, 0xFF0000C8));
+    fs::remove(At("board.pixels-0"));
+    fExpect(0, {66});
+    EXPECT_NE(oBoard.GetView().aoOutputs[1].strState.find("; " + At("board.pixels-0")), std::string::npos);
+    fs::remove(At("board.state"));
+    fExpect(0, {66});
 }
 
 TEST(Text, IsInkOnPaperInTheMiddleOfTheHeight)
@@ -211,7 +230,7 @@ TEST(Text, IsInkOnPaperInTheMiddleOfTheHeight)
     const SPicture    oText =
         DrawText("HnH", static_cast<KUINT32>(TextWidth("HnH")), uiHeight, {{250, 40, 190}, {10, 240, 70}}, false);
     SArea oInk = {uiHeight, uiHeight, 0, 0};
-    for (KUINT32 ui = 0; ui < uiHeight * oText.uiWidth; ++ui)
+    for (KUINT32 ui = 0; ui < oText.auiRgba.size() / 4; ++ui)
     {
         const KUINT32       uiX = ui % oText.uiWidth, uiY = ui / oText.uiWidth;
         const KUINT8* const pui  = &oText.auiRgba[size_t{ui} * 4];
@@ -251,6 +270,7 @@ TEST(Text, CutsBetweenLettersOnly)
         {"größe 日本 on", 2, 10, {"größe 日本", "on"}}, {"größe 日本 on", 3, 9, {"größe", "日本 on"}}, {"größe", 2, 2, {"größe"}},
         {"größe 日本 on", 2, 5, {"größe", "日本 on"}},  {"größe 日本 on", 1, 5, {"größe 日本 on"}}, {" größe", 2, 2, {" größe"}},
         {"größe on", 3, 2, {"größe on"}}, {"größe 日本 on", 3, 5, {"größe", "日本", "on"}}, {"on", 0, 9, {}},
+        {"日a größe", 2, 2, {"日a größe"}}, {"größe  on", 2, 5, {"größe", " on"}}, {"a größe", 2, 0, {"a größe"}},
     };  // clang-format on
     for (const auto& [pszText, uiRows, iColumns, astrRows] : aoWrapped)
         EXPECT_EQ(WrapText(pszText, uiRows, FitsColumns(iColumns)), astrRows);

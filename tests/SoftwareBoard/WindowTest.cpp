@@ -88,7 +88,8 @@ struct WindowTest : PanelWorld
     ~WindowTest() override { fs::current_path("/"); }
 
     // Waits until the window has shown something new that passes the test; not after a failure.
-    void AwaitFrame(const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt)
+    void AwaitFrame(
+        const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt = [](auto) { return true; })
     {
         std::string strNewest;
         const auto  fIsShown = [&] {
@@ -137,12 +138,11 @@ TEST_F(WindowTest, KeysTheButtonAndSignalsCloseItAndNothingElseDoes)
     for (const auto& ro : aoCases)
     {
         const auto fPerson = [&] {
-            const auto fAny = [](const SPicture&) { return true; };
-            AwaitFrame("the window", fAny);
+            AwaitFrame("the window");
             Push(SDL_KEYDOWN, SDLK_x);
             Push(SDL_KEYUP, SDLK_q);
             for (const Uint32 uiType : {SDL_MOUSEBUTTONDOWN, SDL_MOUSEWHEEL, SDL_WINDOWEVENT}) Push(uiType);
-            AwaitFrame("the window, drawn anew", fAny);
+            AwaitFrame("the window, drawn anew");
             if (ro.second != 0)
                 kill(getpid(), ro.second);
             else
