@@ -19,7 +19,8 @@ using namespace SoftwareBoard::Recorder;
 
 namespace
 {
-constexpr size_t LARGEST_RECORD = std::max(sizeof(tagTBoard_FpgaInfo), sizeof(tagTBuffer_PlaneInfo));  // that is filled
+// The largest record that a call fills.
+constexpr size_t LARGEST_RECORD = std::max(sizeof(tagTBoard_FpgaInfo), sizeof(tagTBuffer_PlaneInfo));
 
 // What lay behind the pointer before the call. A call that fails has written only what differs from it.
 struct SBefore

@@ -30,7 +30,7 @@ struct SArguments
     KINT64      iWidth = 1024, iHeight = 768;  // of the output
     bool        bAnimation = false, bBar = false;
     KINT64      iLeft = {}, iTop = {}, iRight = {}, iBottom = {};  // of the animation, if there is one
-    KINT64      iBarTop = {}, iBarBottom = {};                     // likewise
+    KINT64      iBarTop = {}, iBarBottom = {};                     // of the bar, likewise
     const char* pszImage = nullptr;
     const char* pszBase  = nullptr;
 };

@@ -295,9 +295,9 @@ TEST_F(LibraryTest, WrongArgumentsAreRefusedAndChangeNothing)
                      o.TBuffer_Destroy(hB), fOn(hOut, hB, 0, 1, 8));
             fRefused(fOn(hO, hBuf, 0, 1, 8), o.TVideoOut_Disable(hO), o.TVideoOut_ReleaseHandle(hO));
         }
-        EXPECT_EQ(std::tuple(o.Tavrin_GetDevice(2), ui, uiPlane, hNewBuf, hNewOut, oInfo.uiPlaneCount,
-                             oFpga.szName[0] | oLarger.szName[0]),
-                  std::tuple(nullptr, 77u, 77u, hDead, hDeadOut, 0u, 0));
+        EXPECT_EQ(std::tuple(o.Tavrin_GetDevice(2), ui, uiPlane, hNewBuf, hNewOut, oInfo.uiPlaneCount, oFpga.szName[0],
+                             oLarger.szName[0]),
+                  std::tuple(nullptr, 77u, 77u, hDead, hDeadOut, 0u, '\0', '\0'));
     });
     EXPECT_EQ(CountFiles("board.pixels-"), 4) << "those that were made and not destroyed";
 }

@@ -64,8 +64,6 @@ TEST_F(PanelTest, CommandLines)
         Expect("create --fpga " + strWrong, 2, "'" + strWrong + "' is not DEVICE:MAJOR.MINOR.BUILD[@ADDRESS][/VENDOR];");
     const std::string strPath = "run -- sh -c 'echo =$LD_LIBRARY_PATH='", strBin = fs::path(TAVRIN_LIBRARY).parent_path();
     const std::string strSh = "run -- sh -c 'exec \"$@\" ", strIt = "' - " BOARD_PANEL " ", strEnv = "run -- env ";
-    const std::string strFew     = "run -- sh -c 'for n in $(seq 4 16); do (ulimit -n $n; exec \"$@\"); done 2>&1" + strIt;
-    const std::string strLibrary = strBin + "/libTavrin.so.1: ", strMany = ": Too many open files\ntavrin-board: ";
     fs::create_directory(At("lib"));
     fs::copy_file(BOARD_PANEL, At("lib/moved"));
     const std::tuple<std::string, int, std::string> aoCases[] = {
@@ -98,7 +96,7 @@ TEST_F(PanelTest, CommandLines)
         {"preview x.png --at 101", 2, "0 to 100"}, {strSh + "2>&-" + strIt + "snapshot 2 x.png", 1, ""},
         {"preview - -- -l 16", 2, "name a file"}, {"run -- no-such-command", 1, ": no-such-command: exec: No such file"},
         {"run QelProgressBarDisplay -p 1 2 3 4", 2, "put \"--\" before 'QelProgressBarDisplay', as in \"tavrin-board run"},
-        {"run", 2, ": COMMAND after \"--\" is required;"}, {strPath, 0, "=" + strBin + "=\n"}, {"progress - </", 1, "a dir"},
+        {"run", 2, ": COMMAND after \"--\" is required;"}, {strPath, 0, "=" + strBin + "=\n"},
         {"run -- printf '<%s>' -- '[a,b]' --help '' status", 0, "<--><[a,b]><--help><><status>"},
         {strEnv + "LD_LIBRARY_PATH= " BOARD_PANEL " " + strPath, 0, "=" + strBin + "=\n"},
         {strEnv + "LD_LIBRARY_PATH=/nowhere " BOARD_PANEL " " + strPath, 0, "=" + strBin + ":/nowhere="},
@@ -109,10 +107,7 @@ TEST_F(PanelTest, CommandLines)
         {strSh + ">/dev/full" + strIt + "--help", 1, "be written"}, {strSh + ">/dev/full" + strIt + "watch", 1, "write: No"},
         {strEnv + "TAVRIN_BOARD=" + At("none/x") + " " BOARD_PANEL " create", 1, At("none/x") + ": mkdir: No such file"},
         {"run -- timeout 9 " BOARD_PANEL " progress - </", 1, ": standard input: read: Is a directory"},
-        {strFew + "record " + At("x") + " -- true", 0, strLibrary + "pipe" + strMany + "there is no device library: " +
-         strLibrary + "cannot open shared object file" + strMany + "true: pipe" + strMany + "true: pipe" + strMany},
         {"status", 0, "0xabcdef64 (100 %)"},  // none of them has made another board
-        {strFew + "create", 0, At("board.new: open") + strMany + "the locks of the board: fcntl(F_DUPFD_CLOEXEC)" + strMany},
         {"create --devices 8 --outputs 16 $(printf '%.0s--fpga 3:1.33.0 ' $(seq 16))", 0, "each 16, FPGAs of each 16\n"},
         {"status | grep -c vendor", 0, "128\n"}, {"wait --ended --device 7", 0, ""}, {"create --devices 9", 2, "'9'"},
         {"create --devices 2 --outputs 0 --fpga ffff:255.255.65535@ffffffff/FFFF --fpga 3:1.33.0 --fpga 0X4:0.2.0@0xe4/0", 0,
@@ -321,7 +316,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     oWatch.Await("output 0: 32x8, 60 Hz, held by " + std::to_string(Holder().GetPid()) + " (");
     oWatch.Await(")\noutput 0: 32x8, 60 Hz, held by nobody\n");
     fAct("progress 7", "progress 7 %\n");
-    fAct("create --outputs 1", "outputs 1\nprogress 0 %\nprogress bar not running\n");  // it does not keep the board
+    fAct("create --outputs 1", "outputs 1\nprogress 0 %\nprogress bar not running\n");  // watch does not keep it
     std::ofstream(At("board.state")) << "damaged";
     oWatch.Await("problem: " + At("board.state"));
     fs::remove(At("board.state"));
@@ -329,8 +324,8 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     fAct("create", "board " + m_oFolder.string() + ", device 0: outputs 2\nprogress 0 %\n");
     oWatch.ooProcess->Kill(SIGTERM, 0);
     Live("watch").Await("outputs");  // and one whose reader is gone ends by itself
-    Live             oFull("watch", false, {}, "", "head -c 65536 /dev/zero; ");  // waits for its reader
-    const auto       strStatus = "/proc/" + std::to_string(oFull.ooProcess->GetPid()) + "/status";
+    Live       oFull("watch", false, {}, "", "head -c " + std::to_string(PIPE_BYTES) + " /dev/zero; ");  // nobody reads
+    const auto strStatus = "/proc/" + std::to_string(oFull.ooProcess->GetPid()) + "/status";
     const std::regex oWaits("^Name:\ttavrin-board-vi[^]*SigBlk:\t0*[1-9a-f]");
     EXPECT_TRUE(Becomes([&] { return std::regex_search(ReadFile(strStatus), oWaits); }));
     oFull.ooProcess->Kill(SIGTERM, 0);
@@ -358,7 +353,7 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         oWatch.ooProcess->Kill(iSignal, iStatus);
         if (iSignal == SIGINT) oWatch.Await("\x1b_Ga=d,q=2\x1b\\");  // removes the images
         oWatch.Await("\x1b[?25h\x1b[?1049l");
-        EXPECT_EQ(tcgetattr(oWatch.aiFds[1], &oMode) + std::memcmp(&oMode, &oWatch.oMode, sizeof(oMode)), 0);
+        EXPECT_TRUE(tcgetattr(oWatch.aiFds[1], &oMode) == 0 && std::memcmp(&oMode, &oWatch.oMode, sizeof(oMode)) == 0);
     }
     Live oJob("watch & wait; echo 1; fg >/dev/null; bg >/dev/null; wait; echo 2; fg >/dev/null; echo 3", true, {5, 20},
               "vt220", "set -m; ");  // a shell's job, which draws only in the foreground

@@ -46,12 +46,15 @@ struct PanelWorld : BoardWorld
 };
 
 // A command of the panel that goes on, and what it prints, to a pipe or to a terminal of its own.
+constexpr int PIPE_BYTES = 65536;  // that it holds
+
 struct Live
 {
     explicit Live(const std::string& strArguments, bool bTerminal = false, winsize oSize = {24, 80, 0, 0},
                   const char* pszTerm = "xterm-256color", const std::string& strBefore = "")
     {
         EXPECT_EQ(bTerminal ? openpty(&aiFds[0], &aiFds[1], nullptr, nullptr, &oSize) : pipe(aiFds), 0);
+        EXPECT_TRUE(bTerminal || fcntl(aiFds[1], F_SETPIPE_SZ, PIPE_BYTES) == PIPE_BYTES);
         tcgetattr(aiFds[1], &oMode);
         ooProcess.emplace([&] {
             setsid();

@@ -334,8 +334,8 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
                 EXPECT_EQ(ReadFile(At("board.pixels-1"))[0], 98);
                 break;
             case 43:  // another thread makes the call after the next too early
-                oEarly = std::thread([&] { o.oClient.TBoard_RegWrite(FromWord<TDevice_Handle>(0x77), 6908, 1); }),
-                usleep(2000);
+                oEarly = std::thread([&] { o.oClient.TBoard_RegWrite(FromWord<TDevice_Handle>(0x77), 6908, 1); });
+                usleep(2000);  // if it comes later still, nothing is tried
                 break;
             case 44: oEarly.join(), oReader.Next(); break;
             }
