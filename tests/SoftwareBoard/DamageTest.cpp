@@ -89,7 +89,8 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
         EXPECT_EQ(strWhole.size(), uiSize);
         for (const auto& [pszName, pszDevices, uiNewSize, uiOffset, strBytes, pszWhy] : aoDamages)
         {
-            fs::resize_file(m_oState, uiNewSize), Overwrite(m_oState, uiOffset, strBytes);
+            fs::resize_file(m_oState, uiNewSize);
+            Overwrite(m_oState, uiOffset, strBytes);
             const std::string strDamaged = ReadFile(m_oState);
             ExpectDevices(pszDevices, pszName);
             const std::string strReason = ReasonOf([&] { oOpen.m_oState.ReadDevice(0); });
@@ -99,7 +100,8 @@ TEST_F(DamageTest, FailsWhatNeedsTheDamagedPartAndIsNotWrittenTo)
             for (size_t uiCall = 0; uiCall < oResults.size(); ++uiCall)
                 EXPECT_EQ(oResults[uiCall], uiCall < uiWorks ? TStatus_OK : TStatus_FAIL) << pszName << ", call " << uiCall;
             EXPECT_TRUE(uiWorks > 0 || ReadFile(m_oState) == strDamaged) << pszName << ": was written to";
-            fs::resize_file(m_oState, uiSize), Overwrite(m_oState, 0, strWhole);
+            fs::resize_file(m_oState, uiSize);
+            Overwrite(m_oState, 0, strWhole);
         }
     });
 }
@@ -127,7 +129,8 @@ TEST_F(DamageTest, WhatIsNotAPlainFileInAFolderOfTheUserIsRefused)
     setenv("TAVRIN_BOARD", (oBoard.string() + "/").c_str(), 1);
     for (const auto& [pszName, pszWhy, fPrepare] : aoPlaces)
     {
-        mkdir(oBoard.c_str(), 0700), fPrepare();
+        mkdir(oBoard.c_str(), 0700);
+        fPrepare();
         ExpectDevices("", pszName);
         const std::string strReason = ReasonOf(SoftwareBoard::Board::Open);
         EXPECT_NE(strReason.find(pszWhy), std::string::npos) << pszName << ": " << strReason;
