@@ -359,10 +359,10 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
     EXPECT_EQ(CountFiles("board.pixels"), 1) << "of the holder";
 
     const auto fCalls = [](const std::string& str) {
-        return std::regex_replace(str, std::regex(R"("at":\d+,"took":\d+,)"), "");
+        // The early call may be recorded before the one that it waited for, as both return at the same time.
+        return std::regex_replace(str, std::regex(R"(\{"call":\d+,"at":\d+,"took":\d+,("thread":2,.*\n)?)"), "");
     };
-    std::string strExpected =
-        fCalls(strText.substr(strText.find('\n') + 1, strText.find("{\"end\"") - strText.find('\n') - 1));
+    std::string strExpected = fCalls({strText, strText.find('\n') + 1, strText.find("{\"end\"") - strText.find('\n') - 1});
     EXPECT_EQ(fCalls(ReadFile(m_strRecord)), strExpected.replace(strExpected.rfind("\"status\":0") + 9, 1, "-1"));
     EXPECT_STREQ(oProgress.Read().acText.data(), "line 47 of the record: no earlier call made this buffer");
 }
