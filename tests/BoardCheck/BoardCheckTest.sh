@@ -38,6 +38,7 @@ fault|no-memory TBuffer_BeginAccess|rows|reading and writing the plane crashes (
 fault|no-memory TBuffer_BeginAccess 2|second-access|reading the plane in another access crashes (SIGSEGV)|drawing|s/2 outputs/1 output/;s/outputs: 2/outputs: 1/||off; 0x00000000|--outputs 1
 fault|released|busy|output 0: TVideoOut_Enable returned 0 (TStatus_OK)
 fault|-1 TVideoOut_Enable 3|enable-again|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)|card
+fault|-1 TVideoOut_Enable 5|card|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)
 fault|null TBoard_RegWrite|running-register|0 after 1 was written
 fault|clears|progress-register|0 after 40||s/7932: 0x00000000/7932: 0x00000028/;s/percent 0/percent 40/;s/0 and 0 %/0 and 40 %/
 fault|256 TBoard_RegRead 5|progress-register|256 after 0
