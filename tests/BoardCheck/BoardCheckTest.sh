@@ -42,7 +42,7 @@ fault|-1 TVideoOut_Enable 5|card|output 0: TVideoOut_Enable returned -1 (TStatus
 fault|null TBoard_RegWrite|running-register|0 after 1 was written
 fault|clears|progress-register|0 after 40||s/7932: 0x00000000/7932: 0x00000028/;s/percent 0/percent 40/;s/0 and 0 %/0 and 40 %/
 fault|256 TBoard_RegRead 5|progress-register|256 after 0
-fault|1 TBoard_RegRead 6|progress-register|register 6908 changes
+fault|1 TBoard_RegRead 5|progress-register|register 6908 changes
 fault|fields||||s/7932: 0x00000000/7932: 0x5a400905/;s/percent.*/percent 5 reserved 9 bar_display_completed 1 trigger_new_bar_display 0 update_status 90/;s/0 and 0 %/0 and 5 %/
 fault|65 Tavrin_GetDeviceCount|devices|65 devices|device..card|4,11d
 fault|64 Tavrin_GetDeviceCount||||s/(1 device)/(64 devices)/

@@ -389,6 +389,8 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         {" -- -x", 255, {}, ""},
         {" -- -h", 1, {}, "before it showed 0 %"},
     };
+    Expect("run -- sh -c 'cp " BOARD_PANEL "-viewer " + At("viewer") + "; PATH= " + At("viewer") + " " + strMake + "'", 1,
+           "tavrin-board: QelProgressBarDisplay: exec: No such file or directory; is it installed?\n");
     for (const auto& [strArguments, iStatus, auiPercents, strSays] : aoCases)
     {
         Expect(strMake + strArguments, iStatus, strSays);

@@ -211,6 +211,7 @@ TEST_F(RecordTest, EveryCallOfEveryThreadAndProcessHasItsLine)
             fRead(o);
             EXPECT_TRUE(iReplaced < 0 || fcntl(iReplaced, F_GETFD) >= 0) << "it was not the library's any more";
         };
+        const auto oBegin = std::chrono::steady_clock::now();
         if (fork() == 0) _exit((o.hDev = o.Tavrin_GetDevice(0), fReplaceAndRead(), testing::Test::HasFailure()));
         int iStatus = 0;
         wait(&iStatus);
@@ -218,7 +219,6 @@ TEST_F(RecordTest, EveryCallOfEveryThreadAndProcessHasItsLine)
         fReplaceAndRead();
         reinterpret_cast<TStatus (*)()>(dlsym(o.m_pLibrary, "Tavrin_UnLoad"))();
         dlclose(o.m_pLibrary);
-        const auto oBegin = std::chrono::steady_clock::now();
         EXPECT_NE(TestClient{pszLibrary}.hDev, nullptr);
         EXPECT_LT(std::chrono::steady_clock::now() - oBegin, std::chrono::seconds(1)) << "it waits for another thread";
     };

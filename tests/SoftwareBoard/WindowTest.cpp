@@ -87,15 +87,14 @@ struct WindowTest : PanelWorld
     }
     ~WindowTest() override { fs::current_path("/"); }
 
-    // Waits until the window has shown something new that passes the test; not after a failure.
+    // Waits until the window has shown something new that passes the test, whole; not after a failure.
     void AwaitFrame(
         const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt = [](auto) { return true; })
     {
         std::string strNewest;
         const auto  fIsShown = [&] {
-            if (HasFailure()) return true;
             for (const auto& ro : fs::directory_iterator(At("frames"))) strNewest = std::max(strNewest, ro.path().string());
-            return strNewest != m_strLast && fIsIt(ReadFrame(strNewest));  // again and again, as it may not be whole yet
+            return HasFailure() || (strNewest != m_strLast && fIsIt(ReadFrame(strNewest)));
         };
         EXPECT_TRUE(Becomes(fIsShown)) << strWhat << " is never shown; the last frame is " << strNewest;
         m_strLast = strNewest;
