@@ -178,7 +178,7 @@ TEST_F(WindowTest, BothTilesShowThePictureAsLargeAsFitsAndFollowIt)
             oDrawing.Resume();
             oDrawing.Await();
             fAwait("what is drawn", true, 1040);
-            fResize(700, 400);
+            fResize(700, 300);
             fAwait("the picture, in a smaller window", true, 700);
             fResize(100, 30);
             AwaitFrame("a window without room", [](const SPicture& ro) { return ro.uiWidth == 100; });
