@@ -13,8 +13,7 @@ using Points = std::vector<Point>;
 constexpr KUINT32 WIDTH = 40, HEIGHT = 30, PITCH = 47, GUARD = 5 * PITCH, INK = 0x04030201, BLANK = 0xDEADBEEF, ZERO = 0;
 constexpr size_t  ENOUGH = 100000;
 
-// A small picture with padding and guards around it, drawn by a surface that writes down every point that goes through Dot
-// and throws when it has enough of them.
+// A small picture in padding and guards. Its surface notes each point that goes through Dot, up to a number of them.
 struct Picture : QelSurfaceTyped<Colour>
 {
     explicit Picture(KUINT32 uiNbPlanes = 1) : QelSurfaceTyped(nullptr, &PITCH, nullptr, WIDTH, HEIGHT, uiNbPlanes)

@@ -91,8 +91,7 @@ struct Live
     std::optional<Process> ooProcess;
 };
 
-// A process that shows a green picture on both outputs. When it is resumed, it draws the middle half of both
-// directions blue. Resumed again, it ends.
+// A process that shows a green picture on both outputs. Resumed, it draws the middle half blue. Resumed again, it ends.
 struct Drawing : Process
 {
     Drawing(KUINT32 uiWidth, KUINT32 uiHeight)

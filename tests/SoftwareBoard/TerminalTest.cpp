@@ -46,8 +46,7 @@ struct Screen
         };
         EXPECT_TRUE(Becomes(fIsShown)) << strWhat << " is never shown:\n" << Read();
     }
-    // The letters of each row, or '@' for a green cell and '&' for a blue one. Then which cells of the last row are
-    // reversed.
+    // The letters of each row, or '@' for a green cell and '&' for a blue one. Then the reversed cells of the last row.
     std::string Read() const
     {
         std::string strAll, strReversed;

@@ -14,7 +14,7 @@ using SoftwareBoard::Panel::SPicture;
 
 constexpr STextColours CAPTION = {{210, 214, 220}, {40, 44, 52}}, BAR = {{210, 214, 220}, {62, 96, 140}};
 
-// What the window shows; part of it, or nothing, of a file that is not whole yet.
+// What the window shows; part of it or nothing while the file is written.
 SPicture ReadFrame(const std::string& strFile)
 {
     SDL_Surface* const poFile = SDL_LoadBMP(strFile.c_str());
@@ -87,9 +87,10 @@ struct WindowTest : PanelWorld
     }
     ~WindowTest() override { fs::current_path("/"); }
 
-    // Waits until the window has shown something new that passes the test, whole; not after a failure.
+    // Waits until a frame that is newer than the last one passes the test; not after a failure. The file of a frame that
+    // does not may not be whole yet, and is read again.
     void AwaitFrame(
-        const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt = [](auto) { return true; })
+        const std::string& strWhat, const std::function<bool(const SPicture&)>& fIsIt = [](auto& ro) { return ro.uiWidth; })
     {
         std::string strNewest;
         const auto  fIsShown = [&] {
@@ -178,7 +179,7 @@ TEST_F(WindowTest, BothTilesShowThePictureAsLargeAsFitsAndFollowIt)
             oDrawing.Resume();
             oDrawing.Await();
             fAwait("what is drawn", true, 1040);
-            fResize(700, 300);
+            fResize(700, 180);
             fAwait("the picture, in a smaller window", true, 700);
             fResize(100, 30);
             AwaitFrame("a window without room", [](const SPicture& ro) { return ro.uiWidth == 100; });

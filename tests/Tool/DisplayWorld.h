@@ -1,5 +1,4 @@
-// The fixture for display runs: a fresh fake board, default arguments, captured standard output. Also the calls that a run
-// makes to the device library.
+// The fixture for display runs: a fresh fake board, default arguments, captured output, and the calls to the library.
 #ifndef DISPLAY_WORLD_H
 #define DISPLAY_WORLD_H
 

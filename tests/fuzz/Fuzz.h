@@ -16,13 +16,13 @@ inline void Must(bool bHolds)
     if (!bHolds) __builtin_trap();
 }
 
-// A command line: the program's name, and an argument for each line of the bytes, as far as a null byte.
+// A command line: the program's name, and an argument for each line of the bytes, which ends at its first null byte.
 struct SCommandLine
 {
     SCommandLine(const char* pszProgram, const std::uint8_t* puiData, size_t uiSize) : asArguments{pszProgram}
     {
         std::istringstream oLines(std::string(reinterpret_cast<const char*>(puiData), uiSize));
-        for (std::string sLine; std::getline(oLines, sLine);) asArguments.emplace_back(sLine.c_str());
+        for (std::string sLine; std::getline(oLines, sLine);) asArguments.push_back(sLine.substr(0, sLine.find('\0')));
         for (std::string& rs : asArguments) apszArguments.push_back(rs.data());
         apszArguments.push_back(nullptr);
     }
