@@ -139,6 +139,14 @@ Card::~Card()
     Restore();
 }
 
+void Card::UseLegacyCalls()
+{
+    m_bAtomic = false;
+    // The kernel refuses them then. The capability takes the other one with it.
+    drmSetClientCap(m_oFd.Get(), DRM_CLIENT_CAP_ATOMIC, 0);
+    drmSetClientCap(m_oFd.Get(), DRM_CLIENT_CAP_UNIVERSAL_PLANES, 1);
+}
+
 void Card::BecomeMaster()
 {
     // A process that opens a card that nobody holds is its master at once. If it is not, drmSetMaster says why.

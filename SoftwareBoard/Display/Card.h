@@ -45,10 +45,12 @@ public:
     // another program holds the card; the text names that program if the system tells which it is.
     void BecomeMaster();
 
+    // From then on it is like a card without atomic calls.
+    void UseLegacyCalls();
+
     const std::string&         GetPath() const { return m_strPath; }
     int                        GetFd() const { return m_oFd.Get(); }
     bool                       IsAtomic() const { return m_bAtomic; }
-    void                       UseLegacyCalls() { m_bAtomic = false; }
     const std::vector<SPlane>& GetPlanes() const { return m_aoPlanes; }
 
     // Reads the connectors anew. Throws BoardError if the card is gone.
