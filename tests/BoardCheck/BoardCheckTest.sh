@@ -251,6 +251,7 @@ lines() {
     check ${line#* } >/dev/null 2>&1
     expect "status with '${line#* }'" "${line%% *}" "$?"
   done
+  expect 'defaults of 5 s in the help' 2 "$(check --help | grep -c '; 5 if not given')"
   for arguments in '' --json --help --version; do
     for output in '>/dev/full' '>&-'; do
       eval "check $arguments $output" 2>"$work/err"

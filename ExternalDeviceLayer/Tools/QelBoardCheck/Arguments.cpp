@@ -32,6 +32,7 @@ std::optional<int> ReadArguments(int argc, char** argv, SRequest& roRequest)
     oProgram.add_flag("--json", roRequest.bJson, "As one JSON object, for programs");
     oProgram.add_option("-d,--DevIdx", roRequest.ouiDevice, "Look at this device only, and draw on it; 0 is the first")
         ->type_name("INDEX");
+    const auto         fDefault = [](KUINT32 ui) { return std::to_string(ui) + " if not given"; };
     CLI::Option* const poDraw =
         oProgram.add_flag("--draw", roRequest.bDraw, "Try what a run relies on, and show a test card on every output");
     oProgram
@@ -43,10 +44,12 @@ std::optional<int> ReadArguments(int argc, char** argv, SRequest& roRequest)
         ->type_name("VALUE")
         ->needs(poDraw);
     oProgram
-        .add_option("--limit", roRequest.uiCallLimitS, "Take a call that lasts longer for one that hangs; 5 if not given")
+        .add_option("--limit", roRequest.uiCallLimitS,
+                    "Take a call that lasts longer for one that hangs; " + fDefault(roRequest.uiCallLimitS))
         ->check(CLI::Range(KUINT32{1}, MAX_SECONDS))
         ->type_name("SECONDS");
-    oProgram.add_option("--seconds", roRequest.uiCardTimeS, "Show the card for this time; 5 if not given")
+    oProgram
+        .add_option("--seconds", roRequest.uiCardTimeS, "Show the card for this time; " + fDefault(roRequest.uiCardTimeS))
         ->check(CLI::Range(KUINT32{0}, MAX_SECONDS))
         ->type_name("N")
         ->needs(poDraw);
