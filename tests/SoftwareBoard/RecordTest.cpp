@@ -159,7 +159,7 @@ TEST_F(RecordTest, TheCommandRunsAsWithoutTheRecord)
         {m_strRecord + " -- sh -c 'rm " + m_strRecord + "; " + strTool + " -d 7'", 255, "called no device library"},
         {m_strRecord + " -- sh -c '(ulimit -f 0; " + strTool + " -d 7)'", 255, "the record is cut"},
         {m_strRecord + " -- sh -c 'kill -KILL $PPID; sleep 9 >&- 2>&-; touch " + At("ran") + "'", 128 + SIGKILL, ""},
-        {m_strRecord + " -- sh -c 'trap \"echo it >&2; exit 5\" TERM; kill -TERM $PPID; sleep 9 >&- 2>&- & wait'", 5, "it"},
+        {m_strRecord + " -- sh -c 'trap \"echo it >&2; exit 5\" TERM; kill $PPID; sleep 9 >&- 2>&- & wait'", 5, "it\n"},
     };
     Expect("create", 0, "");
     for (const auto& [strArguments, iStatus, strSaid] : aoCases)
