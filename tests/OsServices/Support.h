@@ -9,8 +9,8 @@
 #include "TestSupport.h"
 
 constexpr KUINT32 NO_LIMIT         = 0xFFFFFFFF;
-const std::string INVALID_DEADLINE = " returned # INVALID\nTimeOut occurs Req timespec.tv_sec=#,timespec.tv_nsec=#, Now "
-                                     "timespec.tv_sec=#,timespec.tv_nsec=#\n";  // after the call's name, without numbers
+const std::string INVALID_DEADLINE = " returned # INVALID\nTimeOut occurs Req timespec.tv_sec=now,timespec.tv_nsec=#, Now "
+                                     "timespec.tv_sec=now,timespec.tv_nsec=#\n";  // after the call's name, without numbers
 
 inline std::atomic<int> g_iWaitsBegun{0};       // on conditions, counted with the mutex held, so all before the next lock
 inline std::atomic<int> g_iSpuriousWakeUps{0};  // so many of the next timed waits end at once, without a reason

@@ -41,7 +41,8 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
         ACT(a &= oOther, Unique(); std::erase_if(m, [&](const T& ro) { return oOther.Find(ro) == -1; })),
         ACT(a.Append(a), m.reserve(2 * uiSize); std::copy_n(m.data(), uiSize, std::back_inserter(m))),
         ACT(a.SortElements(), std::sort(m.begin(), m.end())),
-        ACT(const CKArray<T> c(a); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a), ),
+        ACT(const CKArray<T> c(a); EXPECT_NE(a != oOther, a == oOther); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a), ),
+        ACT(const bool bNew = std::ranges::find(m, oNew) == m.end(); EXPECT_EQ(a.AddIfNotPresent(oNew), bNew), if (bNew) m.push_back(oNew)),
     };
     // clang-format on
     for (int iStep = 0; iStep < 20000 && !testing::Test::HasFailure(); ++iStep)
@@ -52,8 +53,9 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
         const auto& [pszName, fAct] = aoActions[uiSize > 60 ? 0 : oRandom() % std::size(aoActions)];
         fAct();
         SCOPED_TRACE(testing::Message() << "step " << iStep << ": " << pszName);
-        ASSERT_EQ(a.GetCount(), m.size());
-        EXPECT_TRUE(std::equal(m.begin(), m.end(), a.Begin()));
+        ASSERT_EQ(std::pair(a.GetUpperBound() + 1, a.GetUpperBoundU() + 1), std::pair(a.GetSize(), a.GetCount()));
+        const T* const poData = std::as_const(a).GetData();
+        ASSERT_TRUE(std::equal(m.begin(), m.end(), poData, poData + a.GetCount()));
         const auto itFound = std::find(m.begin(), m.end(), oNew);
         EXPECT_EQ(a.Find(oNew), itFound == m.end() ? -1 : itFound - m.begin());
         EXPECT_EQ(std::tuple(oAllocator.GetSize(a.GetData()), a.GetData() == nullptr, a.IsEmpty()),

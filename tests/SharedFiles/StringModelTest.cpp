@@ -128,7 +128,7 @@ constexpr std::pair<const char*, void (*)(SStep&)> ACTIONS[] = {
     ACT(s.Empty(), if (!t.empty() && !m.IsLocked()) m.Reallocate(0); m.oText.clear()),
     ACT(s.Format("%s", oNew.c_str()), m.Format(oNew, 0)),
     ACT(s.AppendFormat("%s", oNew.c_str()), m.Format(t + oNew, 2 * m.Capacity())),
-    ACT(s = o.Mid(static_cast<KINT32>(uiEnd / 2), iAt), m.Assign(mo.Part(uiEnd / 2, uiAt))),
+    ACT(s = o.Mid(static_cast<KUINT32>(uiEnd / 2), static_cast<KUINT32>(iAt)), m.Assign(mo.Part(uiEnd / 2, uiAt))),
     ACT(s = o.Right(iAt), m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt))),
 };
 // clang-format on
@@ -177,7 +177,8 @@ TEST(StringModel, SharesLocksAllocatesAndFindsAsTheModel)
             const ModelString& mi = aoModels[i];
             ASSERT_EQ(std::string(si.c_str(), si.GetLengthU()), mi.oText);
             ASSERT_EQ(std::pair(si[0], si[si.GetLength()]), std::pair(*si.c_str(), '\0'));
-            ASSERT_EQ(si.GetAllocLengthU(), mi.Capacity());
+            ASSERT_EQ(std::pair(size_t{si.GetAllocLengthU()}, si.IsEmpty() != FALSE),
+                      std::pair(mi.Capacity(), mi.oText.empty()));
             ASSERT_EQ(si.GetMetaData()->iRefs, !mi.poBuffer || mi.IsLocked() ? -1 : mi.poBuffer.use_count());
             ASSERT_EQ(si.c_str() == CKString::m_poEmptyString->c_str(), mi.poBuffer == nullptr);
             for (size_t j = 0; j < i; ++j)

@@ -140,11 +140,14 @@ TEST_F(PanelTest, SnapshotIsWhatTheOutputShowsNow)
             std::vector<KUINT32> auiExpected(uiHActive * uiVActive, 0xFF000000);
             for (KUINT32 ui = 0; ui < auiExpected.size(); ++ui)
                 if (ui % uiHActive < 20 && ui / uiHActive < 12) auiExpected[ui] |= fPixel(ui % uiHActive, ui / uiHActive);
-            for (const std::string& strTo : {At("screen.png"), "- >" + At("screen.png")})
+            std::vector<std::uintmax_t> auiSizes;
+            for (const std::string strTo : {"", "- >", "--small "})
             {
-                Expect("snapshot 1 " + strTo, 0, "");
+                Expect("snapshot 1 " + strTo + At("screen.png"), 0, "");
                 EXPECT_TRUE(AreRows(ReadPng(At("screen.png"), uiHActive, uiVActive), auiExpected, uiHActive));
+                auiSizes.push_back(fs::file_size(At("screen.png")));
             }
+            EXPECT_TRUE(auiSizes[0] == auiSizes[1] && auiSizes[2] < auiSizes[0]);
         }
         EXPECT_EQ(ro.Show(ro.Output(1), 16384, 16385), TStatus_OK);
         Expect("snapshot 1 " + At("screen.png"), 1, "too large");
@@ -409,6 +412,10 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     // A viewer that is elsewhere has no tool beside it.
     Expect("run -- sh -c 'cp " BOARD_PANEL "-viewer " + At("viewer") + "; PATH= " + At("viewer") + " " + strMake + "'", 1,
            "tavrin-board: QelProgressBarDisplay: exec: No such file or directory; is it installed?\n");
+    std::ofstream(At("QelProgressBarDisplay")) << "#!/bin/sh\nkill -SEGV $$\n",
+        fs::permissions(At("QelProgressBarDisplay"), fs::perms::all);
+    Expect("run -- " + At("viewer") + " " + strMake, 139,
+           "tavrin-board: QelProgressBarDisplay: ended by signal 11 (Segmentation fault)\n");
     Expect(strMake + " --at 50 --at 100 -- -l 16 --ProgressRect 0 0 1023 767", 0, "");
     const auto auiSheet = ReadPng(strSheet, 1920, 16 + 16 + 702 + 28);  // scaled down
     for (const auto& [uiX, uiRed] : {std::pair{416u, 255u}, {552u, 0u}, {1504u, 255u}})

@@ -178,7 +178,7 @@ TEST_F(RecordTest, TheCommandRunsAsWithoutTheRecord)
     setenv("BAD_BOARD_LIBRARY", TAVRIN_LIBRARY, 1);
     Expect("record --library " BAD_LIBRARY " " + m_strRecord + TOOL + " -d 7", 255, "");
     Expect("describe " + m_strRecord, 0, "library: " BAD_LIBRARY);
-    setenv("LD_LIBRARY_PATH", At("other").c_str(), 1);
+    setenv("LD_LIBRARY_PATH", ("/none:" + At("other") + ":/none").c_str(), 1);
     Expect("record " + m_strRecord + TOOL + " -d 7", 255, "");
     unsetenv("LD_LIBRARY_PATH");
     Expect("describe " + m_strRecord, 0, "library: " + At("other/libTavrin.so.1"));
@@ -291,7 +291,7 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
         RecordReader oReader(strText, strFile);
         EXPECT_GE(std::chrono::steady_clock::now() - oBegin, std::chrono::nanoseconds(9999999));
         signal(SIGUSR1, [](int) { ++s_iSignals; });
-        signal(SIGTERM, SIG_IGN);
+        signal(SIGTERM, [](int) { s_iSignals += 9; });
         alarm(9);
         const auto fTakePlanes = [&](std::initializer_list<size_t> auiSizes) {
             for (size_t ui = 0; ui < auiSizes.size(); ++ui)
@@ -341,6 +341,7 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
             case 44: oEarly.join(), oReader.Next(); break;
             }
         }
+        EXPECT_EQ(s_iSignals, 1 + 9) << "the end of a replay that fails";
     });
     oClient.Await();
     const auto fOutput = [&](KUINT32 uiDevice, KUINT32 uiOutput) {

@@ -34,8 +34,8 @@ TEST(Tiling, PicturesBecomeLargestInRoomsOfAnyShape)
                   std::tuple(iAcross, std::max((iWidth - 8 * (iAcross - 1)) / iAcross, 1), iTall, iTall < 100 ? 20 : 40))
             << iTiles << " of " << fWidth << "x" << fHeight << " in " << iWidth << "x" << iHeight;
     }
-    EXPECT_EQ(FitPicture(1024, 768, 936, 5000), std::pair(936, 702));
-    EXPECT_EQ(FitPicture(1080, 1920, 936, 960), std::pair(540, 960));
+    EXPECT_EQ(std::tuple(FitPicture(1024, 768, 936, 5000), FitPicture(1080, 1920, 936, 960), UsualSize({})),
+              std::tuple(std::pair(936, 702), std::pair(540, 960), std::pair(4u, 3u)));
     for (const auto& [ui, iRoom, oFits] : {std::tuple(0xFFFFFFFF, 0, std::pair(1, 1)), {1u, 3, {3, 3}}})
         EXPECT_TRUE(FitPicture(ui, 1, iRoom, 9) == oFits && FitPicture(1, ui, 9, iRoom) == oFits) << iRoom;
 }
