@@ -51,6 +51,11 @@ CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32&
     return roCommand.add_option_function<std::string>(strName, fTake, strHelp)->type_name("NUMBER");
 }
 
+void LetRepeat(CLI::Option* poOption)
+{
+    poOption->expected(1)->allow_extra_args(false)->take_all();
+}
+
 CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStandardOutput, const std::string& strHelp)
 {
     const auto fTake = [&rstrPath, bStandardOutput](const std::string& strPath) {

@@ -28,6 +28,9 @@ std::chrono::duration<double> TakeSeconds(const std::string& strName, const std:
 CLI::Option* AddNumber(CLI::App& roCommand, const std::string& strName, KUINT32& ruiValue, KUINT32 uiMin, KUINT32 uiMax,
                        const std::string& strHelp);
 
+// Has an option take one value each time that it is named. What follows the value is not the option's.
+void LetRepeat(CLI::Option* poOption);
+
 // The required PNG file that a command writes. With bStandardOutput "-" is standard output, unless that is a terminal. The
 // name of a JPEG is refused.
 CLI::Option* AddPngFile(CLI::App& roCommand, std::string& rstrPath, bool bStandardOutput, const std::string& strHelp);

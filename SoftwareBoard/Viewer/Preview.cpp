@@ -234,18 +234,15 @@ Panel::Action AddPreview(CLI::App& roCommand, const Panel::PassedOn& roPassedOn)
     const auto poOptions = std::make_shared<SOptions>();
     Panel::AddPngFile(roCommand, poOptions->strFile, false,
                       "The PNG file to write: a contact sheet, at most 1920 pixels wide");
-    roCommand
-        .add_option_function<std::vector<std::string>>(
-            "--at",
-            [poOptions](const std::vector<std::string>& roTexts) {
-                poOptions->auiPercents.clear();
-                for (const std::string& strText : roTexts)
-                    poOptions->auiPercents.push_back(Panel::TakeNumber("--at", strText, 0, 100));
-            },
-            "A percentage to show; may be repeated (default 0, 25, 50, 75 and 100)")
-        ->type_name("PERCENT")
-        ->expected(1)
-        ->take_all();
+    CLI::Option* const poAt = roCommand.add_option_function<std::vector<std::string>>(
+        "--at",
+        [poOptions](const std::vector<std::string>& roTexts) {
+            poOptions->auiPercents.clear();
+            for (const std::string& strText : roTexts)
+                poOptions->auiPercents.push_back(Panel::TakeNumber("--at", strText, 0, 100));
+        },
+        "A percentage to show; may be repeated (default 0, 25, 50, 75 and 100)");
+    Panel::LetRepeat(poAt->type_name("PERCENT"));
     return [poOptions, &roPassedOn] { MakePreview(poOptions->strFile, poOptions->auiPercents, roPassedOn); };
 }
 }

@@ -68,7 +68,7 @@ Action AddCreate(CLI::App& roCommand, const PassedOn&)
         std::string("An FPGA of every device, as ") + FPGA_FORM +
             ":\ndevice code, address and vendor in hexadecimal (address d0 and vendor c3e7\n"
             "unless given), the version in decimal. May be repeated; without any there is\none, 3:1.33.0");
-    poFpga->type_name("FPGA")->expected(1)->take_all();
+    LetRepeat(poFpga->type_name("FPGA"));
     roCommand.add_flag("--no-fpga", *pbNoFpga, "No FPGA at all")->excludes(poFpga);
 
     return [poPlan, pbNoFpga] {

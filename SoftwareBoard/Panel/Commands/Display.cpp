@@ -53,12 +53,10 @@ Action AddDisplay(CLI::App& roCommand, const PassedOn&)
     const auto poOptions = std::make_shared<SOptions>();
     roCommand.add_option("--card", poOptions->oPlan.strCard,
                          "The card, as /dev/dri/card0 (default: the first with a display)");
-    roCommand
-        .add_option("--connector", poOptions->oPlan.astrConnectors,
-                    "The connector of output 0, then of output 1, and so on\n(default: those that are connected, in order)")
-        ->type_name("NAME")
-        ->expected(1)
-        ->take_all();
+    CLI::Option* const poConnector = roCommand.add_option(
+        "--connector", poOptions->oPlan.astrConnectors,
+        "The connector of output 0, then of output 1, and so on\n(default: those that are connected, in order)");
+    LetRepeat(poConnector->type_name("NAME"));
     roCommand.add_flag("--legacy", poOptions->oPlan.bLegacy,
                        "Set modes with the older kernel calls, even if the card has newer ones");
     roCommand.add_flag("--every-output", poOptions->oPlan.bEveryOutput,
