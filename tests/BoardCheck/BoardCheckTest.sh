@@ -40,6 +40,8 @@ fault|released|busy|output 0: TVideoOut_Enable returned 0 (TStatus_OK)
 fault|-1 TVideoOut_Enable 3|enable-again|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)|card
 fault|-1 TVideoOut_Enable 5|card|output 0: TVideoOut_Enable returned -1 (TStatus_FAIL)
 fault|null TBoard_RegWrite|running-register|0 after 1 was written
+fault|null TBoard_RegRead|running-register|0 after 1 was written
+fault|null TBoard_RegWrite 2|running-register|1 after 0 was written||||off;off; 0x00000001
 fault|clears|progress-register|0 after 40||s/7932: 0x00000000/7932: 0x00000028/;s/percent 0/percent 40/;s/0 and 0 %/0 and 40 %/
 fault|256 TBoard_RegRead 5|progress-register|256 after 0
 fault|1 TBoard_RegRead 5|progress-register|register 6908 changes

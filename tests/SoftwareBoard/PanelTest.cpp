@@ -229,6 +229,7 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     oUser.Kill();
     Expect("create --devices 8 --outputs 16", 0, "devices 8");
     Expect("run -- sh -c 'exec \"$@\" >/dev/full' - " BOARD_PANEL " status --json", 1, "standard output");  // over 4 KiB
+    fs::copy_file(At("board.state"), At("board.new"));  // as a create that was killed at its end leaves it
     Expect("run -- sh -c 'ulimit -f 0; exec \"$@\"' - " BOARD_PANEL " create", 1, "board.new: posix_fallocate");
     Expect("status | grep -c ': off'", 0, "128\n");
     EXPECT_EQ(CountFiles(""), 4) << "state, notes, the folder and the user's pixels; the picture of the old board is gone";
@@ -358,13 +359,14 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         oWatch.Await("\x1b[?25h\x1b[?1049l");
         EXPECT_TRUE(tcgetattr(oWatch.aiFds[1], &oMode) == 0 && std::memcmp(&oMode, &oWatch.oMode, sizeof(oMode)) == 0);
     }
-    Live oJob("watch & wait; echo 1; fg >/dev/null; bg >/dev/null; wait; echo 2; fg >/dev/null; echo 3", true, {5, 20},
-              "vt220", "set -m; ");  // a shell's job, which draws only in the foreground
-    oJob.Await("1\r\n\x1b[?1049h");
-    EXPECT_EQ(write(oJob.aiFds[0], "\x1a", 1), 1);
-    oJob.Await("\x1b[?1049l2\r\n\x1b[?1049h");
-    EXPECT_EQ(write(oJob.aiFds[0], "q", 1), 1);
-    oJob.Await("\x1b[?1049l3\r\n");
+    // A shell's job, which draws only in the foreground.
+    Live oJob("watch & wait; for i in 1 2 3; do echo $i; fg >&4; bg >&4; wait; done", true, {5, 20}, "vt220",
+              "set -m; exec 4>/dev/null; ");
+    for (const char* psz : {"1\r\n", "\x1b[?1049l2\r\n", "\x1b[?1049l3\r\n"})
+    {
+        oJob.Await(psz + std::string("\x1b[?1049h"));
+        EXPECT_EQ(write(oJob.aiFds[0], "\x1a", 1), 1);
+    }
     Live    oStuck("watch", true);  // nobody reads it, nor lets go of what is held up
     winsize oSize   = {60, 200, 0, 0};
     pollfd  oTaking = {oStuck.aiFds[1], POLLOUT, 0};
@@ -416,7 +418,7 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
         fs::permissions(At("QelProgressBarDisplay"), fs::perms::all);
     Expect("run -- " + At("viewer") + " " + strMake, 139,
            "tavrin-board: QelProgressBarDisplay: ended by signal 11 (Segmentation fault)\n");
-    Expect(strMake + " --at 50 --at 100 -- -l 16 --ProgressRect 0 0 1023 767", 0, "");
+    Expect("preview --at 50 " + strSheet + " --at 100 -- -l 16 --ProgressRect 0 0 1023 767", 0, "");
     const auto auiSheet = ReadPng(strSheet, 1920, 16 + 16 + 702 + 28);  // scaled down
     for (const auto& [uiX, uiRed] : {std::pair{416u, 255u}, {552u, 0u}, {1504u, 255u}})
         EXPECT_EQ(auiSheet[416 * 1920 + uiX] & 0xFF, uiRed) << uiX;
