@@ -31,8 +31,8 @@ void ExpectFailures(const std::vector<const char*>& rapszCalls, const std::vecto
 
 std::string WithoutNumbers(const std::string& rsText)
 {
-    const std::string sWithoutSeconds = std::regex_replace(rsText, std::regex("sec=[0-9]{10}"), "sec=now");
-    return std::regex_replace(sWithoutSeconds, std::regex("[0-9]+"), "#");
+    const std::string sText = std::regex_replace(rsText, std::regex("sec=[0-9]{10}"), "sec=now");
+    return std::regex_replace(sText, std::regex("[0-9]+"), "#");
 }
 
 #define STAND_BEFORE(type, call, failure, parameters, arguments) \
