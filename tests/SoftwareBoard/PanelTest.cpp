@@ -77,6 +77,7 @@ TEST_F(PanelTest, CommandLines)
         {"display --help", 0, "*.\n\nExample:\n  tavrin-board display"}, {"\"$(printf '\\033[2J\\377')\"", 2, "'?[2J?'"},
         {"create --devices 0", 2, "--devices: '0' is not a number from 1 to 8"}, {"progress --ramp 86400.1", 2, "'86400.1'"},
         {"create --outputs 17", 2, "--outputs: '17' is not a number from 0 to 16"}, {"progress 5 --ramp 1", 2, "--ramp"},
+        {"create --fpga 3:1.33.0 x", 2, "'x' is one word"}, {"replay x", 2, ": COMMAND after \"--\" is required;"},
         {"create --no-fpga --fpga 3:1.33.0", 2, "--no-fpga"}, {"status x -y", 2, ": there is no option '-y' here;"},
         {"create $(printf '%.0s--fpga 3:1.33.0 ' $(seq 17))", 2, "at most 16 of them;"}, {"run -- sh -c 'exit 7'", 7, ""},
         {"status - x", 2, ": '-' is one word too many;"}, {"progress 5 --to 5", 2, "--to requires --ramp or -"},
@@ -327,7 +328,7 @@ TEST_F(PanelTest, WatchOffATerminalIsALineAChange)
     oWatch.Await("waiting for a board");
     fAct("create", "board " + m_oFolder.string() + ", device 0: outputs 2\nprogress 0 %\n");
     oWatch.ooProcess->Kill(SIGTERM, 0);
-    Live("watch").Await("outputs");  // and one whose reader is gone ends by itself
+    Live("watch").Await("output 1: off\n");  // and one whose reader is gone ends by itself
     Live       oFull("watch", false, {}, "", "head -c " + std::to_string(PIPE_BYTES) + " /dev/zero; ");  // nobody reads
     const auto strStatus = "/proc/" + std::to_string(oFull.ooProcess->GetPid()) + "/status";
     const std::regex oWaits("^Name:\ttavrin-board-vi[^]*SigBlk:\t0*[1-9a-f]");
