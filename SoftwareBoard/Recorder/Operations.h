@@ -16,6 +16,7 @@
 
 namespace SoftwareBoard::Recorder
 {
+// The operations, in the order of their table.
 #define OPERATION_NAME(Result, Name, Parameters, Arguments) Name,
 enum class EOperation
 {
@@ -30,6 +31,7 @@ constexpr size_t OPERATION_COUNT = 0 TAVRIN_OPERATION_TABLE(COUNT_OPERATION);
 constexpr size_t MAX_ARGUMENTS = 5;
 using Words                    = std::array<KUINT64, MAX_ARGUMENTS>;
 
+// What a word of a call stands for.
 enum class EKind
 {
     Number,  // 32 bits; enumerations too
@@ -39,6 +41,7 @@ enum class EKind
     Planes,  // addresses of planes, as many as the argument before says
 };
 
+// The kinds of objects that a handle may name. Each kind is numbered by itself.
 enum class EHandle
 {
     Device,
@@ -60,6 +63,7 @@ struct SField
     constexpr size_t End() const { return uiOffset + uiSize * (uiCount != 0 ? uiCount : 1); }
 };
 
+// The type of a parameter or a result. eHandle counts for handles, the rest for pointers.
 struct SType
 {
     EKind                   eKind;
@@ -73,12 +77,14 @@ struct SType
     bool HoldsItsSize() const { return !aoFields.empty() && aoFields[0].svName == "uiSize"; }
 };
 
+// A parameter, with the name that it has in the interface and in records.
 struct SParameter
 {
     std::string_view svName;
     SType            oType = {EKind::Number};
 };
 
+// An operation of the library. pfnInvoke calls the function at the address with the words as its arguments.
 struct SOperation
 {
     std::string_view                      svName;

@@ -42,7 +42,8 @@ public:
 
     // Returns the addresses of the planes. They are valid until EndAccess.
     std::vector<KUINT8*> BeginAccess();
-    void                 EndAccess();
+    // Brings the file up to date with what was drawn. The addresses are void then.
+    void EndAccess();
 
     // What an output that shows the buffer stands for; nothing if no output of the board can show it.
     std::optional<SOutputRecord> MakeOutput(const tagTVideo_VidParam& roVidParam) const;

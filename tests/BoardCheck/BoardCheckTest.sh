@@ -254,8 +254,9 @@ lines() {
     expect "status with '${line#* }'" "${line%% *}" "$?"
   done
   expect 'defaults of 5 s in the help' 2 "$(check --help | grep -c '; 5 if not given')"
+  mkfifo "$work/pipe" && exec 5<>"$work/pipe" 6>"$work/pipe" 5<&- # nobody reads it
   for arguments in '' --json --help --version; do
-    for output in '>/dev/full' '>&-'; do
+    for output in '>/dev/full' '>&-' '>&6'; do
       eval "check $arguments $output" 2>"$work/err"
       expect "status and message of '$arguments $output'" '1 standard output cannot be written' "$? $(sed 's/.*: //' "$work/err")"
     done

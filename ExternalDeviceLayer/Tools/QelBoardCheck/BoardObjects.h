@@ -33,8 +33,11 @@ class Device
 public:
     Device(Trial& roTrial, const STrialInput& roInput);
 
+    // How many outputs the library reports. RequireOutputs ends the trial if there are none.
     KUINT32 CountOutputs() const;
-    KUINT32 RequireOutputs() const;  // as CountOutputs; none end the trial
+    KUINT32 RequireOutputs() const;
+
+    // The value of a register of the board, by its number.
     KUINT32 ReadRegister(KUINT32 uiRegister) const;
 
     Trial&                    m_roTrial;
@@ -56,9 +59,13 @@ public:
     Buffer(const Buffer&)            = delete;
     Buffer& operator=(const Buffer&) = delete;
 
-    TBuffer_Handle       Get() const { return m_hBuffer; }
-    void                 Destroy();
-    tagTBuffer_PlaneInfo RequireRows() const;  // ends the trial if the rows of plane 0 are not safe to be written
+    TBuffer_Handle Get() const { return m_hBuffer; }
+
+    // Gives the buffer back now, so that the trial can tell whether that works. The destructor then does nothing.
+    void Destroy();
+
+    // The layout of the planes. Ends the trial if the rows of plane 0 are not safe to be written.
+    tagTBuffer_PlaneInfo RequireRows() const;
 
     const Device& m_roDevice;
 
@@ -75,7 +82,10 @@ public:
     Access(const Access&)            = delete;
     Access& operator=(const Access&) = delete;
 
-    void     End();
+    // Ends the period now. The destructor then does nothing.
+    void End();
+
+    // The first pixel of a row of plane 0, which is as wide as the timings. Valid until the end.
     KUINT32* GetRow(KUINT32 uiRow) const;
 
     const tagTBuffer_PlaneInfo m_oInfo;
@@ -95,11 +105,12 @@ public:
     Output(const Output&)            = delete;
     Output& operator=(const Output&) = delete;
 
-    // Each gets the handle if there is none.
+    // Each gets the handle if there is none. TryEnable returns what the library returned; a failure does not end the trial.
     void    Enable(const Buffer& roBuffer);
     TStatus TryEnable(const Buffer& roBuffer);
     void    Disable();
 
+    // Gives the handle back. The output stays as it is.
     void Release();
 
 private:

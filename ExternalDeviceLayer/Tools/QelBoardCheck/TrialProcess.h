@@ -19,13 +19,15 @@ namespace BoardCheck
 {
 using TryFunction = std::function<void(Trial&)>;
 
+// What became of a trial.
 struct STrialOutcome
 {
     std::string       strResult;  // HOLDS, FAILS or NOT_TRIED
-    std::string       strCame;
-    std::vector<Json> aoFacts;  // in the order in which they were told, each an object with one member
+    std::string       strCame;    // what the board did, or why there is no result
+    std::vector<Json> aoFacts;    // in the order in which they were told, each an object with one member
 };
 
+// Owns one open file descriptor, or none (-1).
 class Descriptor
 {
 public:
@@ -62,6 +64,7 @@ public:
     // Tells the child to stop, if it is not over by then.
     void Stop() { m_oStop.Close(); }
 
+    // Reads on until the child has ended, and ends one that hangs. Returns what the child and its end tell.
     STrialOutcome Finish();
 
 private:
@@ -77,10 +80,10 @@ private:
     pid_t                  m_iPid = -1;
     Descriptor             m_oMessages;
     Descriptor             m_oStop;
-    std::string            m_strUnread;
-    std::string            m_strAt;
-    KUINT32                m_uiLimitS;
-    bool                   m_bQuestion = false;
+    std::string            m_strUnread;          // the beginning of a message
+    std::string            m_strAt;              // the operation that the child is in
+    KUINT32                m_uiLimitS;           // of that operation, in seconds
+    bool                   m_bQuestion = false;  // what is to be found out has begun
     bool                   m_bReady    = false;
     bool                   m_bHangs    = false;
     int                    m_iStatus   = 0;  // as waitpid gives it

@@ -152,7 +152,8 @@ public:
     static KBOOL32 IsQuadDPOut(KUINT32 uiFpgaDevId);
     static KBOOL32 IsProto1Dvo(KUINT32 uiFpgaDevId);  // by the id only
 
-    // What the firmware can do.
+    // What the firmware can do. A genlock follows a reference from outside, a frame lock keeps outputs in step with each other.
+    // IsCableLockDriveValueSupported is about one device; for every other it returns its argument.
     KBOOL32 IsOldBrgModel() const;
     KBOOL32 IsSubFieldModeSupported() const     { return m_uiBridgeVersion > E_BRIDGE_VER_02_005_008; }
     KBOOL32 IsInterruptStatusSupported() const  { return m_uiBridgeVersion > E_BRIDGE_VER_02_007_000; }
