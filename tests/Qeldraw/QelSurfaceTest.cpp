@@ -46,10 +46,8 @@ TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
 {
     // clang-format off
     const std::tuple<Point, Point, Points> aoCases[] = {
-        {{5, 5}, {5, 5}, {{5, 5}}},
-        {{5, 5}, {5, 2}, {{5, 2}, {5, 3}, {5, 4}, {5, 5}}},
-        {{2, 0}, {6, 2}, {{2, 0}, {3, 0}, {4, 1}, {5, 1}, {6, 2}}},
-        {{2, 10}, {0, 0}, {{0, 0}, {1, 5}, {2, 10}}},
+        {{5, 5}, {5, 5}, {{5, 5}}}, {{5, 5}, {5, 2}, {{5, 2}, {5, 3}, {5, 4}, {5, 5}}},
+        {{2, 0}, {6, 2}, {{2, 0}, {3, 0}, {4, 1}, {5, 1}, {6, 2}}}, {{2, 10}, {0, 0}, {{0, 0}, {1, 5}, {2, 10}}},
         {{0, 5}, {3, 1}, {{0, 5}, {1, 3}, {2, 2}, {3, 1}}},  // row 0 if the product is not rounded before the sum
         {{3, 1}, {3, ZERO - 2}, {{3, ZERO - 2}, {3, ZERO - 1}, {3, 0}, {3, 1}}},
         {{1, ZERO - 4}, {4, 2}, {{1, ZERO - 4}, {2, ZERO - 2}, {3, 0}, {4, 2}}},
@@ -61,8 +59,7 @@ TEST(QelSurface, LinesSetOnePointAColumnFromTheLeftAndCutRows)
         {{ZERO - 3, 5}, {3, 5}, {}}, {{ZERO - 3, 5}, {3, 9}, {}},  // no column lies between 3 and one that wrapped
         {{0, 7}, {11, 59}, {{0, 7}, {1, 11}, {2, 16}, {3, 21}, {4, 25}, {5, 30}, {6, 35}, {7, 40}, {8, 44}, {9, 49},
                             {10, 54}, {11, 58}}},  // in single precision the slope falls just short of the end
-    };
-    // clang-format on
+    };  // clang-format on
     Picture oPicture;
     for (const auto& [oFrom, oTo, oWant] : aoCases)
     {

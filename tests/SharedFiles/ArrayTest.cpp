@@ -43,8 +43,7 @@ template <class T, class VALUE> void RunBesideAVector(VALUE Value)
         ACT(a.SortElements(), std::sort(m.begin(), m.end())),
         ACT(const CKArray<T> c(a); EXPECT_NE(a != oOther, a == oOther); a = oOther; EXPECT_TRUE(a == oOther); a = c; a = std::as_const(a), ),
         ACT(const bool bNew = std::ranges::find(m, oNew) == m.end(); EXPECT_EQ(a.AddIfNotPresent(oNew), bNew), if (bNew) m.push_back(oNew)),
-    };
-    // clang-format on
+    };  // clang-format on
     for (int iStep = 0; iStep < 20000 && !testing::Test::HasFailure(); ++iStep)
     {
         uiSize = m.size(), uiAt = oRandom() % (uiSize + 1), uiOwn = uiAt / 2;

@@ -130,8 +130,7 @@ constexpr std::pair<const char*, void (*)(SStep&)> ACTIONS[] = {
     ACT(s.AppendFormat("%s", oNew.c_str()), m.Format(t + oNew, 2 * m.Capacity())),
     ACT(s = o.Mid(static_cast<KUINT32>(uiEnd / 2), static_cast<KUINT32>(iAt)), m.Assign(mo.Part(uiEnd / 2, uiAt))),
     ACT(s = o.Right(iAt), m.Assign(mo.Part(uiEnd - std::min(uiAt, uiEnd), uiAt))),
-};
-// clang-format on
+};  // clang-format on
 
 // What searches for the text, and for its first character, find from there on.
 void ExpectSearches(const CKString& s, const std::string& t, const std::string& oFor, size_t uiFrom)

@@ -88,18 +88,18 @@ TEST(CommandLine, BecomesOneRun)
 TEST(CommandLine, IsExplainedWhenItIsWrong)
 {
     const std::tuple<std::string, EOutcome, std::string> ROWS[] = {
+        // clang-format off
+        {"-l 15", HELP_AND_FAIL, "[-l" + RANGE}, {"--AnimStepLoopTimeMs 10001", HELP_AND_FAIL, "[--AnimStepLoopTimeMs" + RANGE},
         {"--Help oops", HELP, "[oops] is an invalid argument.\n"},
-        {"-help -d", HELP_AND_FAIL, "[-help] is an invalid argument.\n[-d] missing index.\n"},
         {"-h --Image", HELP, "[--Image] missing background image.\n"},
-        {"-f", HELP_AND_FAIL, "[-f] missing animation base file name.\n"},
-        {"--EnableTime", HELP_AND_FAIL, "[--EnableTime] missing enable time.\n"},
+        {"-help -d", HELP_AND_FAIL, "[-help] is an invalid argument.\n[-d] missing index.\n"},
         {"-p -d 1 -l", HELP_AND_FAIL, "[-p] missing progress bar position.\n[-l] missing animation step loop time.\n"},
+        {"--EnableTime", HELP_AND_FAIL, "[--EnableTime] missing enable time.\n"},
+        {"-f", HELP_AND_FAIL, "[-f] missing animation base file name.\n"},
         {"--AnimRect -h", HELP, "[--AnimRect] missing animation bar position.\n"},
-        {"-l 15", HELP_AND_FAIL, "[-l" + RANGE},
-        {"--AnimStepLoopTimeMs 10001", HELP_AND_FAIL, "[--AnimStepLoopTimeMs" + RANGE},
         {"-l -5 -l", HELP_AND_FAIL, "[-l" + RANGE + "[-l] missing animation step loop time.\n[-l" + RANGE},
         {"-h " + NUMBERS + "no no - - no RGB_FULL 444", FAIL, "[-v] missing video parameters.\n"},
-    };
+    };  // clang-format on
     for (const auto& [sLine, eOutcome, sMessages] : ROWS) Expect(sLine, eOutcome, sMessages);
     EXPECT_EQ(OutputOf([] { PrintUsage("tool"); }), USAGE);
 

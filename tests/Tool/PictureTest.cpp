@@ -76,8 +76,7 @@ TEST_F(Picture, EveryKindArrivesAsRgba)
         {{16, PNG_COLOR_TYPE_RGBA}, {1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8,
                                      9, 9, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7},
                                     {1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5, 6, 7}},
-    };
-    // clang-format on
+    };  // clang-format on
     for (auto [oKind, auiStored, auiExpected] : CASES)
         for (const bool bInterlaced : {false, true})
         {
