@@ -285,7 +285,8 @@ TEST_F(PanelTest, StatusTellsWhatTheDisplayProcessSaysOfAnOutput)
          '"' + strC.substr(1) + R"(","state":"refused","reason":")" + strR.substr(1) + '"'},
         {EVerdict::NoDisplay, "", "none is", "off, not shown: none is", R"(null,"state":"dark","reason":"none is")"},
         {EVerdict::Awaited, "", "", "off, not shown yet", R"(null,"state":"awaited","reason":null)"},
-    };                                                // clang-format on
+    };
+    // clang-format on
     Expect("create --outputs 7", 0, "");
     Holder  oHolder;
     Process oDisplay([&] {
