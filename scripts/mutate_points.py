@@ -53,6 +53,8 @@ class Finder:
         for child in cursor.get_children():
             if child.kind.is_declaration() and cursor.kind == Kind.TRANSLATION_UNIT and not self._is_wanted(child):
                 continue
+            if child.kind == Kind.STATIC_ASSERT:  # a check of its own, which the compiler makes
+                continue
             self._look_at(child)
             if child.kind != Kind.INIT_LIST_EXPR or len(list(child.get_children())) <= LONGEST_LIST:
                 self._visit_children(child)

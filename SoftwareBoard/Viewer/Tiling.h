@@ -15,7 +15,7 @@ struct STilingTask
 {
     int    iTiles;
     int    iWidth, iHeight;  // of the room
-    int    iGapAcross = 0, iGapDown = 0;
+    int    iGapAcross, iGapDown = 0;
     double fPictureWidth, fPictureHeight;
     double fMaxScale     = std::numeric_limits<double>::infinity();  // of a picture
     int    iMinTileWidth = 1;

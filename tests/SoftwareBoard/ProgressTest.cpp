@@ -17,7 +17,7 @@ using ProgressTest = PanelWorld;
 
 TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
 {
-    Expect("wait --ended --timeout 0", 1, "the time is over: " + m_oFolder.string() + ": there is no board here");
+    Expect("wait --ended --timeout 0", 1, "waiting for one\ntavrin-board: the time is over: " + m_oFolder.string() + ": there");
     Live oRaised("wait --percent 40 --timeout 20");
     Expect("create", 0, "");
     Expect("wait --displayed --timeout 0.1", 1, "no display process");
@@ -111,7 +111,7 @@ TEST(Ramp, HaltsTwiceAndNeverFalls)
 
 TEST_F(ProgressTest, ProgressFollowsTheLinesOfAnUpdater)
 {
-    Expect("progress 7", 0, "");
+    std::ofstream(At("lines")) << 7 << std::flush, Expect("progress - <" + At("lines"), 0, "");  // a byte alone
     Expect("progress - </dev/null", 0, "");
     Expect("status", 0, " (7 %)");
     std::ofstream(At("lines")) << std::string(9000, '5') << " 100%\n";

@@ -103,10 +103,10 @@ TEST_F(RecordTest, TheOrderOfTheCallsIsAsInTheRecords)
     // These calls are said to have taken an age, which --fast does not wait for.
     fUnpack("teardown", "s/\"took\":[0-9]*/\"took\":4000000000000000000/");
     Expect("replay --fast " + m_strRecord + TOOL + " -p 1 2 300 40 -l 16", 0, "");
-    // The board of a replay has each FPGA once, however often it was asked about.
-    Expect("create --fpga 3:1.33.0 --fpga 5:2.13.45@11", 0, "");
+    // The board of a replay has each FPGA and output once, however often it was asked about.
+    Expect("create --outputs 1 --fpga 3:1.33.0 --fpga 5:2.13.45@11", 0, "");
     Expect("record " + m_strRecord + " -- " + (fs::path(BOARD_PANEL).parent_path() / "QelBoardCheck").string(), 0, "");
-    Expect("replay --fast " + m_strRecord + " -- " BOARD_PANEL " status 2>&1 | grep -c FPGA", 0, "2\n");
+    Expect("replay --fast " + m_strRecord + " -- " BOARD_PANEL " status 2>&1 | grep -cE 'FPGA|output'", 0, "3\n");
 }
 
 // What is in no line of its own: a call that did not return, a signal, what could not be written.
