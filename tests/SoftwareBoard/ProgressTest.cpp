@@ -17,7 +17,8 @@ using ProgressTest = PanelWorld;
 
 TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
 {
-    Expect("wait --ended --timeout 0", 1, "waiting for one\ntavrin-board: the time is over: " + m_oFolder.string() + ": there");
+    Expect("wait --ended --timeout 0", 1,
+           "waiting for one\ntavrin-board: the time is over: " + m_oFolder.string() + ": there");
     Live oRaised("wait --percent 40 --timeout 20");
     Expect("create", 0, "");
     Expect("wait --displayed --timeout 0.1", 1, "no display process");
