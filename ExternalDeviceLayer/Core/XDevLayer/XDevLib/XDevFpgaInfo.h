@@ -152,7 +152,7 @@ public:
     static KBOOL32 IsQuadDPOut(KUINT32 uiFpgaDevId);
     static KBOOL32 IsProto1Dvo(KUINT32 uiFpgaDevId);  // by the id only
 
-    // What the firmware can do. A genlock follows a reference from outside, a frame lock keeps outputs in step with each other.
+    // What the firmware can do. A genlock follows a reference from outside, a frame lock keeps outputs in step.
     // IsCableLockDriveValueSupported is about one device; for every other it returns its argument.
     KBOOL32 IsOldBrgModel() const;
     KBOOL32 IsSubFieldModeSupported() const     { return m_uiBridgeVersion > E_BRIDGE_VER_02_005_008; }
