@@ -188,10 +188,10 @@ TEST_F(ScreenCopyTest, FindsLargeShapesAtOnce)
     InClient([](TestClient& ro) {
         Drawing oDrawing(ro, 200, 90, 200, 90);
         EXPECT_TRUE(oDrawing.Fill(0) == 200 * 90 && oDrawing.IsShown(0)) << "what was there before the first look";
-        const size_t auiShapes[][5] = {{60, 7, 140, 79, 1}, {60, 7, 140, 79, 1}, {0, 0, 199, 89, 1}, {199, 74, 199, 89, 4}};
+        const size_t auiShapes[][5] = {{60, 7, 140, 79, 1}, {0, 0, 199, 89, 1}, {199, 74, 199, 89, 4}};
         for (const auto& [uiLeft, uiTop, uiRight, uiBottom, uiLooks] : auiShapes)
         {
-            oDrawing.Look(ScreenCopy::LOOKS + 2);  // nothing changed lately, and another band is compared first
+            oDrawing.Look(ScreenCopy::LOOKS + 1);  // nothing changed lately
             for (size_t y = uiTop; y <= uiBottom; ++y)
                 for (size_t x = uiLeft; x <= uiRight; ++x) ++oDrawing.At(x, y);
             oDrawing.Look(uiLooks), oDrawing.Fill(0);
