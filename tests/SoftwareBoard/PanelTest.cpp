@@ -360,14 +360,15 @@ TEST_F(PanelTest, WatchLeavesTheTerminalAsItWas)
         oWatch.Await("\x1b[?25h\x1b[?1049l");
         EXPECT_TRUE(tcgetattr(oWatch.aiFds[1], &oMode) == 0 && std::memcmp(&oMode, &oWatch.oMode, sizeof(oMode)) == 0);
     }
-    // A shell's job, which draws only in the foreground.
     Live oJob("watch & wait; for i in 1 2 3; do echo $i; fg >&4; bg >&4; wait; done", true, {5, 20}, "vt220",
-              "set -m; exec 4>/dev/null; ");
-    for (const char* psz : {"1\r\n", "\x1b[?1049l2\r\n", "\x1b[?1049l3\r\n"})
+              "set -m; exec 4>/dev/null; ");  // a shell's job, which draws only in the foreground
+    for (const auto& [pszNumber, pszKey] :
+         {std::pair{"1\r\n", "\x1a"}, {"\x1b[?1049l2\r\n", "\x1a"}, {"\x1b[?1049l3\r\n", "q"}})
     {
-        oJob.Await(psz + std::string("\x1b[?1049h"));
-        EXPECT_EQ(write(oJob.aiFds[0], "\x1a", 1), 1);
+        oJob.Await(pszNumber + std::string("\x1b[?1049h"));
+        EXPECT_EQ(write(oJob.aiFds[0], pszKey, 1), 1);
     }
+    oJob.Await("\x1b[?1049l");
     Live    oStuck("watch", true);  // nobody reads it, nor lets go of what is held up
     winsize oSize   = {60, 200, 0, 0};
     pollfd  oTaking = {oStuck.aiFds[1], POLLOUT, 0};
@@ -415,8 +416,8 @@ TEST_F(PanelTest, PreviewShowsThePercentagesInTheirOrder)
     // A viewer that is elsewhere has no tool beside it.
     Expect("run -- sh -c 'cp " BOARD_PANEL "-viewer " + At("viewer") + "; PATH= " + At("viewer") + " " + strMake + "'", 1,
            "tavrin-board: QelProgressBarDisplay: exec: No such file or directory; is it installed?\n");
-    std::ofstream(At("QelProgressBarDisplay")) << "#!/bin/sh\nkill -SEGV $$\n",
-        fs::permissions(At("QelProgressBarDisplay"), fs::perms::all);
+    std::ofstream(At("QelProgressBarDisplay")) << "#!/bin/sh\nkill -SEGV $$\n";
+    fs::permissions(At("QelProgressBarDisplay"), fs::perms::all);
     Expect("run -- " + At("viewer") + " " + strMake, 139,
            "tavrin-board: QelProgressBarDisplay: ended by signal 11 (Segmentation fault)\n");
     Expect("preview --at 50 " + strSheet + " --at 100 -- -l 16 --ProgressRect 0 0 1023 767", 0, "");

@@ -18,7 +18,7 @@ using ProgressTest = PanelWorld;
 TEST_F(ProgressTest, WaitReturnsWhenItIsSo)
 {
     Expect("wait --ended --timeout 0", 1,
-           "waiting for one\ntavrin-board: the time is over: " + m_oFolder.string() + ": there");
+           "waiting for one\ntavrin-board: the time is over: " + m_oFolder.string() + ": there is no board here");
     Live oRaised("wait --percent 40 --timeout 20");
     Expect("create", 0, "");
     Expect("wait --displayed --timeout 0.1", 1, "no display process");
@@ -179,7 +179,7 @@ TEST_F(ProgressTest, RampNeverFallsAndIsDoneAtTheEndOfItsTime)
     }
     // As nohup and a shell's background job start it: SIGHUP stays ignored, and SIGINT ends it all the same.
     Live oStopped("progress --ramp 20", true, {24, 80, 0, 0}, "xterm", "trap '' HUP INT; ");
-    for (const char* psz : {"]   0 %  20 s left  ", "]   1 %  19 s left  "}) oStopped.Await(psz);
+    for (const char* psz : {"]   0 %  20 s left  ", "]   0 %  ", "]   1 %  1"}) oStopped.Await(psz);
     kill(oStopped.ooProcess->GetPid(), SIGHUP), oStopped.ooProcess->Kill(SIGINT, SIGINT);
     oStopped.Await("\r\n");
     fWrite(61);

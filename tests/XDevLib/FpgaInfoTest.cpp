@@ -97,6 +97,8 @@ TEST(FpgaInfo, CapabilitiesChangeAtTheirVersions)
     EXPECT_EQ(std::tuple(CableLock(0x11, 0x10101, 5), CableLock(0x10, 0x10101, 5)), std::tuple(TRUE, 5));
 }
 
+#define IS(name) &X::Is##name, &X::Is##name
+
 TEST(FpgaInfo, TellsDevicesApart)
 {
     const struct
@@ -106,18 +108,16 @@ TEST(FpgaInfo, TellsDevicesApart)
         Numbers auiCodes;
         KUINT32 uiRegistrySum, uiBandwidth = 0x41a00000, uiHdcpKeys = 0, uiHdcpValue = 0;
     } aoRows[] = {
-    // clang-format off
-#define IS(name) &X::Is##name, &X::Is##name
-        {IS(Proto1Dvo), DVO, 0xe6d68ee8, 0x5dc00000},    {IS(Proto1FpgaPort), {8}, 0x3d6adcaf, 0x5dc00000},
+        // clang-format off
+        {IS(Proto1Dvo), DVO, 0xe6d68ee8, 0x5dc00000},     {IS(Proto1FpgaPort), {8}, 0x3d6adcaf, 0x5dc00000},
         {IS(QuadHdmiIn), QUADHI, 0x1bb3b2cb, 0x5dc00000}, {IS(QuadDPOut), QUADDO, 0xfe956c38, 0x5dc00000},
         {IS(IpKvmInF0), {0xa}, 0x01a0f409, 0x41a00000, 1, 0x7ff000},   {IS(TarnIn), {3}, 0x2d7d7f30},
         {IS(IpKvmOutF0), {0xc}, 0x93aec43c, 0x41a00000, 1, 0x7ff000},  {IS(TarnOut), {5}, 0x6749275c},
         {IS(TarnInDp12), {0xe}, 0xcf899740, 0x41a00000, 2, 0x7ff000},  {IS(Heron), {0xf}, 0x87ed3d66},
         {IS(Sorrel1Dec), {0x10}, 0xf80b0df6, 0x41a00000, 6, 0xff0000}, {IS(TarnSdi), {0x11}, 0x2039a6fa},
-        {IS(IpKvmInF1), {0xb}, 0xe290913c}, {IS(OpalUHD), {0x4000}, 0x000400d7},   {IS(Sorrel1), {9}, 0x8429f7dc},
+        {IS(IpKvmInF1), {0xb}, 0xe290913c},  {IS(OpalUHD), {0x4000}, 0x000400d7},    {IS(Sorrel1), {9}, 0x8429f7dc},
         {IS(IpKvmOutF1), {0xd}, 0x7c646a2a}, {IS(Sorrel2Enc), {0x12}, 0x002693a9},
-        // clang-format on
-    };
+    };  // clang-format on
     constexpr unsigned short aui16Keys[] = {0x170, 0x170, 0x170, 0x170, 0x30, 0x30};
     for (const auto& roDevice : aoRows)
         for (KUINT32 uiCode : roDevice.auiCodes)
