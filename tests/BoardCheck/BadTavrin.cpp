@@ -1,8 +1,8 @@
 // A bad board: passes every call on to the library that $BAD_BOARD_LIBRARY names, but for the fault that $BAD_BOARD names.
-// That is one of the words below, or "hang", "crash", "exit", "stop" (a signal to the parent), "stop-crash", "babble" (lines
-// to the parent), "child" (a process that stays, whose number is written to $BAD_BOARD_CHILD), "no-memory" (at an address),
-// "null" (it gives nothing, and a good status), a number (which is given) or a status, an operation, and from which of its
-// calls on: "-1 TBuffer_Destroy 1".
+// That is one of the words below, or "hang", "deaf" (which closes all files first), "crash", "exit", "stop" (a signal to the
+// parent), "stop-crash", "babble" (lines to the parent), "child" (a process that stays, whose number is written to
+// $BAD_BOARD_CHILD), "no-memory" (at an address), "null" (it gives nothing, and a good status), a number (which is given) or
+// a status, an operation, and from which of its calls on: "-1 TBuffer_Destroy 1".
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -43,8 +43,8 @@ TStatus Commit(const char* pszOperation)
     static int s_iCalls = 0;
     s_bFaulty           = IsOf(pszOperation) && ++s_iCalls >= s_oFault.iCall;
     if (!s_bFaulty) return TStatus_OK;
-    if (Is("hang"))
-        for (;;) pause();
+    if (Is("deaf")) closefrom(3);
+    while (Is("hang") || Is("deaf")) pause();
     if (Is("exit")) _exit(3);
     // On the first pipe that can be written. A file of the board, unlike a pipe, has a place in it.
     constexpr char LINES[] = "{\"at\":5}\n{\"at\":\"\"}\n{\"result\":\"holds\"}\n{\"fact\":[7]}\n"

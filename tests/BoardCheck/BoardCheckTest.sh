@@ -15,6 +15,7 @@ if [ $# -eq 3 ]; then
 fault|hang TVideoOut_Disable|disable|TVideoOut_Disable hangs: it does not return within 2 s|enable-again|$aoutput 0 may still be on: TVideoOut_Disable hangs\noutput 1 may still be on: TVideoOut_Disable hangs||200x150, 60 Hz, held by nobody;200x150, 60 Hz, held by nobody; 0x00000000
 default
 fault|hang TVideoOut_Enable 2|enable|TVideoOut_Enable hangs: it does not return within 2 s|release..enable-again card
+fault|deaf TVideoOut_Enable 2|enable|TVideoOut_Enable hangs: it does not return within 2 s|release..enable-again card
 look
 card
 signal|TERM

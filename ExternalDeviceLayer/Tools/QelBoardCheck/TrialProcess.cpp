@@ -6,11 +6,13 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <exception>
 #include <system_error>
+#include <thread>
 
 #include "StopSignals.h"
 
@@ -126,10 +128,9 @@ bool TrialProcess::ReadMore()
     const ssize_t iRead = iReady == 0 ? 0 : read(m_oMessages.Get(), acRead, sizeof(acRead));
     if (iRead <= 0)
     {
-        // A process that the library has started may keep the pipe open after the child has ended.
-        siginfo_t oInfo = {};
-        m_bHangs = iReady == 0 && waitid(P_PID, static_cast<id_t>(m_iPid), &oInfo, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-                   oInfo.si_pid == 0;
+        // The library has the pipe too: a process that it has started may keep it open after the child has ended, and the
+        // child may go on without it.
+        m_bHangs = !EndsWithin(iReady == 0 ? 0 : m_uiLimitS);
         Reap();
         return false;
     }
@@ -169,6 +170,19 @@ void TrialProcess::Take(const Json& roMessage)
     }
 }
 
+bool TrialProcess::EndsWithin(KUINT32 uiSeconds) const
+{
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::seconds(uiSeconds);
+    for (;; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+    {
+        siginfo_t oInfo = {};
+        if (waitid(P_PID, static_cast<id_t>(m_iPid), &oInfo, WEXITED | WNOHANG | WNOWAIT) != 0 || oInfo.si_pid != 0)
+            return true;
+        if (std::chrono::steady_clock::now() >= oEnd)
+            return false;
+    }
+}
+
 void TrialProcess::Reap()
 {
     if (m_bHangs)
@@ -177,9 +191,6 @@ void TrialProcess::Reap()
         kill(m_iPid, SIGKILL);
     }
     // What the library has started in the child's group ends before the child is reaped: until then the number is its own.
-    // Nothing interrupts the waiting, as the signals that have a handler are blocked.
-    siginfo_t oInfo = {};
-    waitid(P_PID, static_cast<id_t>(m_iPid), &oInfo, WEXITED | WNOWAIT);
     kill(-m_iPid, SIGKILL);
     waitpid(m_iPid, &m_iStatus, 0);
     m_iPid = -1;
