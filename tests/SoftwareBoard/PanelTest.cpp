@@ -225,10 +225,23 @@ TEST_F(PanelTest, CreateReplacesABoardAndNothingElse)
     std::ofstream(At("board.new")) << std::string(100, '\0');  // left by a create that was killed
     std::ofstream(At("board.pixels-9")) << "mine as well";
     fs::create_directory(At("board.pixels-7"));
-    Holder oUser;
-    Expect("create --devices 3", 1, "in use");
-    oUser.Kill();
-    Expect("create --devices 8 --outputs 16", 0, "devices 8");
+    for (const bool bPixels : {false, true})  // as the new board may have, while a snapshot waits to read the old one
+    {
+        Holder oUser;
+        Expect("create --devices 3", 1, "in use");
+        oUser.Kill();
+        const auto oBoard = SoftwareBoard::Board::Observe();
+        auto       ooBusy = std::make_optional<SoftwareBoard::Transaction>(oBoard.m_oLocks);
+        Live       oSnapshot("snapshot 0 " + At("old.png") + " 2>&1");
+        const auto strHas = "ls -l /proc/" + std::to_string(oSnapshot.ooProcess->GetPid()) + "/fd | grep -q board.state";
+        EXPECT_TRUE(Becomes([&] { return std::system(strHas.c_str()) == 0; }));
+        Expect("create --devices 8 --outputs 16", 0, "devices 8");
+        if (bPixels) std::ofstream(At("board.pixels-0")) << "other";
+        ooBusy.reset();
+        oSnapshot.Await("is off: there is nothing to take");
+        oSnapshot.ooProcess->Kill(0, W_EXITCODE(1, 0));
+    }
+    fs::remove(At("board.pixels-0"));
     Expect("run -- sh -c 'exec \"$@\" >/dev/full' - " BOARD_PANEL " status --json", 1, "standard output");  // over 4 KiB
     fs::copy_file(At("board.state"), At("board.new"));  // as a create that was killed at its end leaves it
     Expect("run -- sh -c 'ulimit -f 0; exec \"$@\"' - " BOARD_PANEL " create", 1, "board.new: posix_fallocate");

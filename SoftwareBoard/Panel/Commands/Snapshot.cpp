@@ -11,14 +11,28 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
+// Of the board that is there now: pixels of another board may have the name of those that a replaced one tells of.
 Screen OpenScreen(KUINT32 uiDevice, KUINT32 uiOutput)
 {
-    const Board         oBoard = Board::Observe();
-    const Transaction   oTransaction(oBoard.m_oLocks);
-    const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(oTransaction, uiDevice, uiOutput);
-    if (oOutput.bEnabled == FALSE)
-        throw BoardError("output " + std::to_string(uiOutput) + " is off: there is nothing to take");
-    return Screen(oTransaction, oBoard.m_oFolder, oOutput);
+    for (;;)
+    {
+        const Board oBoard = Board::Observe();
+        try
+        {
+            const Transaction   oTransaction(oBoard.m_oLocks);
+            const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(oTransaction, uiDevice, uiOutput);
+            if (oOutput.bEnabled == FALSE)
+                throw BoardError("output " + std::to_string(uiOutput) + " is off: there is nothing to take");
+            Screen oScreen(oTransaction, oBoard.m_oFolder, oOutput);
+            if (!oBoard.m_oState.IsReplaced())
+                return oScreen;
+        }
+        catch (const BoardError&)
+        {
+            if (!oBoard.m_oState.IsReplaced())
+                throw;
+        }
+    }
 }
 }
 
