@@ -117,6 +117,7 @@ Board Board::Create(const SBoardPlan& roPlan)
         if (!ooBoard)
             continue;
         {
+            ooBoard->m_oLocks.JoinClients();  // the board stays while its files are swept
             const Transaction oTransaction(ooBoard->m_oLocks);
             SweepPixelFiles(oTransaction, ooBoard->m_oFolder, ooBoard->m_oState);
         }
