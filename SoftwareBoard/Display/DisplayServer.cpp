@@ -219,6 +219,8 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
             strLost = roError.what();
         }
     }
+    if (m_ooBoard->m_oState.IsReplaced())
+        return;  // the pixels may be the new board's, which is followed next
     // Not every driver reports that a display was plugged in.
     if (roOutput.GetConnector() == 0)
         Assign();
