@@ -143,6 +143,8 @@ TYPED_TEST(Waits, WakeFailureIsReportedAndPutBack)
             EXPECT_EQ(Wait(this->m_h, 5), TStatus_TIMEOUT) << "woken, but by nothing";
             EXPECT_TRUE(Trigger(this->m_h)) << "the blocked wait is still to be ended";
         });
+    FailNext("pthread_cond_broadcast", EINVAL);  // Destroy cancels
+    EXPECT_TRUE(Destroy(this->m_h) && Create(this->m_h) && HasFailed());
 }
 
 TYPED_TEST(Waits, ErrorsOfTheWaitHaveTheirResultsAndLines)

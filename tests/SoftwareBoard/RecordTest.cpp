@@ -301,6 +301,7 @@ TEST_F(RecordTest, AReplayIsTheLibraryOfItsRecord)
                     ASSERT_EQ(o.Plane(ui)[uiByte], KUINT8(uiByte + ui + 1)) << "plane " << ui << " lies in another";
         };
         oReader.Next();
+        Process([] { _exit(0); });  // the parent of a fork goes on
         std::thread oEarly;
         for (KUINT8* puiPicture = nullptr; const auto ooCall = oReader.Next();)
         {
