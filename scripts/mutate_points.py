@@ -24,6 +24,8 @@ CALLS = {Kind.CALL_EXPR, Kind.CXX_DELETE_EXPR}
 CONDITIONS = {Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR}
 BODIES = {Kind.IF_STMT, Kind.WHILE_STMT, Kind.FOR_STMT, Kind.CXX_FOR_RANGE_STMT}
 FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR, Kind.FUNCTION_TEMPLATE, Kind.LAMBDA_EXPR}
+ANY_ORDER = {'max', 'min', 'swap'}  # of their arguments
+COMPARISONS = {'memcmp', 'strcmp', 'QelTools_strcmp'}  # any order as well, if only equality is asked for
 WITHOUT_RESULT = {Kind.CONSTRUCTOR, Kind.DESTRUCTOR}
 PLAIN_RESULTS = {TypeKind.BOOL, TypeKind.INT, TypeKind.UINT, TypeKind.LONG, TypeKind.ULONG, TypeKind.USHORT, TypeKind.SHORT,
                  TypeKind.ENUM, TypeKind.POINTER}
@@ -152,8 +154,8 @@ class Finder:
         return condition
 
     def _arguments(self, cursor):
-        if cursor.spelling in ('max', 'min'):
-            return  # the order means nothing
+        if cursor.spelling in ANY_ORDER or (cursor.spelling in COMPARISONS and self._is_compared_with_0(cursor)):
+            return
         arguments = list(cursor.get_arguments())
         for one, other in zip(arguments, arguments[1:]):
             if one is None or other is None or one.type.get_canonical().spelling != other.type.get_canonical().spelling:
@@ -166,6 +168,10 @@ class Finder:
             first, middle, last = (text[a:b].decode() for a, b in ((start, end), (end, other_start), (other_start, other_end)))
             if first != last and middle.strip() == ',':
                 self._add(path, start, other_end, last + middle + first, f'{shortened(first)} and {shortened(last)} swapped')
+
+    def _is_compared_with_0(self, cursor):
+        path, _, end = self._span(cursor)
+        return path is not None and self._text(path)[end:end + 5] in (b' == 0', b' != 0')
 
     def _removed_calls(self, cursor):
         children = list(cursor.get_children())
