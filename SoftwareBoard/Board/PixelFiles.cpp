@@ -50,13 +50,18 @@ bool IsMarked(const FileDescriptor& roFile)
            pread(roFile.Get(), acRead.data(), sizeof(Mark), oStat.st_size - off_t{sizeof(Mark)}) == ssize_t{sizeof(Mark)} &&
            acRead == OUR_MARK;
 }
+
+void ThrowIfReplaced(const BoardFolder& roFolder, const BoardState& roState)
+{
+    if (roState.IsReplaced())
+        throw BoardError(roFolder.GetPath() + ": another board is there now");
+}
 }
 
 SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
                          KUINT32 uiSizeInBytes)
 {
-    if (roState.IsReplaced())
-        throw BoardError(roFolder.GetPath() + ": another board is there now");
+    ThrowIfReplaced(roFolder, roState);
     if (const FileDescriptor oLeft = roFolder.OpenFile(NEW_NAME, O_RDONLY))
     {
         if (!BoardFolder::IsUnfinished(oLeft))
@@ -96,9 +101,10 @@ bool HasMaker(int iPixels)
     return IsByteLocked(iPixels, NEEDED_BYTE, F_RDLCK);
 }
 
-FileDescriptor OpenPixelFile(const Transaction&, const BoardFolder& roFolder, KUINT32 uiNumber)
+FileDescriptor OpenPixelFile(const Transaction&, const BoardFolder& roFolder, const BoardState& roState, KUINT32 uiNumber)
 {
     FileDescriptor oFile = roFolder.OpenFile(NameOf(uiNumber), O_RDONLY);
+    ThrowIfReplaced(roFolder, roState);  // a new board has files of the same names, but not before it has replaced this one
     if (!oFile)
         ThrowSystemError(roFolder.PathOf(NameOf(uiNumber)), "open", ENOENT);
     return oFile;

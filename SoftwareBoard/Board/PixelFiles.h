@@ -20,8 +20,9 @@ struct SPixelFile
 SPixelFile MakePixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
                          KUINT32 uiSizeInBytes);
 
-// Opens the file for reading. Throws BoardError if it is missing.
-FileDescriptor OpenPixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, KUINT32 uiNumber);
+// Opens the file for reading. Throws BoardError if it is missing, or if it may be another board's.
+FileDescriptor OpenPixelFile(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
+                             KUINT32 uiNumber);
 
 // Keeps the file from being swept as long as roPixels is open.
 void KeepPixelFile(const FileDescriptor& roPixels);

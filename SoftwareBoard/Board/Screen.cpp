@@ -13,9 +13,10 @@ namespace
 constexpr size_t BYTES_AT_ONCE = size_t{256} << 10;
 }
 
-Screen::Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const SOutputRecord& roOutput)
+Screen::Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
+               const SOutputRecord& roOutput)
     : m_oOutput(roOutput), m_oLayout(*LayOutPlane(TPixelFormat_R8G8B8A8, roOutput.uiBufferWidth, roOutput.uiBufferHeight)),
-      m_oPixels(OpenPixelFile(roTransaction, roFolder, roOutput.uiPixelFile))
+      m_oPixels(OpenPixelFile(roTransaction, roFolder, roState, roOutput.uiPixelFile))
 {}
 
 bool Screen::operator==(const Screen& roOther) const

@@ -15,8 +15,9 @@ namespace SoftwareBoard
 class Screen
 {
 public:
-    // Opens the pixels of an output that is on. Throws BoardError if they are gone.
-    Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const SOutputRecord& roOutput);
+    // Opens the pixels of an output that is on. Throws BoardError if they are gone, or if the board was replaced.
+    Screen(const Transaction& roTransaction, const BoardFolder& roFolder, const BoardState& roState,
+           const SOutputRecord& roOutput);
 
     const SOutputRecord&  GetOutput() const { return m_oOutput; }
     const FileDescriptor& GetPixels() const { return m_oPixels; }

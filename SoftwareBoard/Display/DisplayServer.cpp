@@ -212,7 +212,7 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
         try
         {
             if (oRecord.bEnabled == TRUE)
-                ooScreen.emplace(oTransaction, m_ooBoard->m_oFolder, oRecord);
+                ooScreen.emplace(oTransaction, m_ooBoard->m_oFolder, m_ooBoard->m_oState, oRecord);
         }
         catch (const BoardError& roError)
         {
@@ -220,7 +220,7 @@ void DisplayServer::TakeUp(KUINT32 uiOutput)
         }
     }
     if (m_ooBoard->m_oState.IsReplaced())
-        return;  // the pixels may be the new board's, which is followed next
+        return;  // the new board is followed next
     // Not every driver reports that a display was plugged in.
     if (roOutput.GetConnector() == 0)
         Assign();

@@ -53,7 +53,7 @@ struct SBefore
             m_oRecord = roBoard.m_oState.ReadOutput(roTransaction, roOutput.uiDevice, roOutput.uiOutput);
             if (m_oRecord.bEnabled == FALSE)
                 return;
-            m_oPixels = OpenPixelFile(roTransaction, roBoard.m_oFolder, m_oRecord.uiPixelFile);
+            m_oPixels = OpenPixelFile(roTransaction, roBoard.m_oFolder, roBoard.m_oState, m_oRecord.uiPixelFile);
             KeepPixelFile(m_oPixels);
         }
         catch (const BoardError&)

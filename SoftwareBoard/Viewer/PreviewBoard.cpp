@@ -93,7 +93,7 @@ std::optional<Screen> PreviewBoard::OpenScreen() const
     for (KUINT32 uiDevice = 0; uiDevice < uiDeviceCount; ++uiDevice)
     {
         if (const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(oTransaction, uiDevice, 0); oOutput.bEnabled == TRUE)
-            return Screen(oTransaction, oBoard.m_oFolder, oOutput);
+            return Screen(oTransaction, oBoard.m_oFolder, oBoard.m_oState, oOutput);
     }
     return std::nullopt;
 }

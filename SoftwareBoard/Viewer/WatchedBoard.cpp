@@ -38,7 +38,7 @@ SScreens OpenScreens(KUINT32 uiDevice, bool bWithPictures)
             continue;
         try
         {
-            oScreens.aooScreens.back() = Screen(oTransaction, oBoard.m_oFolder, roOutput.oRecord);
+            oScreens.aooScreens.back() = Screen(oTransaction, oBoard.m_oFolder, oBoard.m_oState, roOutput.oRecord);
         }
         catch (const BoardError& roError)
         {

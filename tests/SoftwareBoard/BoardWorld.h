@@ -141,7 +141,7 @@ struct BoardWorld : testing::Test
     static SoftwareBoard::Screen Observe(const SoftwareBoard::SOutputRecord& roOutput)
     {
         const auto oBoard = SoftwareBoard::Board::Observe();
-        return {SoftwareBoard::Transaction(oBoard.m_oLocks), oBoard.m_oFolder, roOutput};
+        return {SoftwareBoard::Transaction(oBoard.m_oLocks), oBoard.m_oFolder, oBoard.m_oState, roOutput};
     }
     // clang-format off
     template <class TCall> static std::string ReasonOf(TCall fCall)

@@ -11,7 +11,7 @@ namespace SoftwareBoard::Panel
 {
 namespace
 {
-// Of the board that is there now: pixels of another board may have the name of those that a replaced one tells of.
+// Of the board that is there when it returns.
 Screen OpenScreen(KUINT32 uiDevice, KUINT32 uiOutput)
 {
     for (;;)
@@ -23,9 +23,7 @@ Screen OpenScreen(KUINT32 uiDevice, KUINT32 uiOutput)
             const SOutputRecord oOutput = oBoard.m_oState.ReadOutput(oTransaction, uiDevice, uiOutput);
             if (oOutput.bEnabled == FALSE)
                 throw BoardError("output " + std::to_string(uiOutput) + " is off: there is nothing to take");
-            Screen oScreen(oTransaction, oBoard.m_oFolder, oOutput);
-            if (!oBoard.m_oState.IsReplaced())
-                return oScreen;
+            return Screen(oTransaction, oBoard.m_oFolder, oBoard.m_oState, oOutput);
         }
         catch (const BoardError&)
         {
