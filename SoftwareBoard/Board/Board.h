@@ -22,7 +22,7 @@ struct Board
     static Board Observe();
     // As Observe, but makes a board if there is none.
     static Board ObserveOrMake(const SBoardPlan& roPlan = DefaultPlan());
-    // Makes a new board, which replaces the one there. Fails if the one there has clients.
+    // Makes a new board, which replaces the one there, and opens it. Fails if the one there has clients.
     static Board Create(const SBoardPlan& roPlan);
 
     BoardFolder m_oFolder;

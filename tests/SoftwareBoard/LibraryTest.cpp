@@ -98,7 +98,8 @@ TEST_F(LibraryTest, EachLockIsTheByteThatIsDocumented)
 
 TEST_F(LibraryTest, StateIsReadAsItWasWrittenWhereItIsDocumented)
 {
-    Board         oBoard         = Board::Create(Plan(2));
+    Board oBoard = Board::Create(Plan(2));
+    EXPECT_THROW(Board::Create(Plan(2)), BoardError) << "its maker is a client";
     BoardState&   roState        = oBoard.m_oState;
     std::string   strExpected    = ReadFile(m_oFolder / "board.state");
     const KUINT32 auiPlaces[][3] = {// device and register, and where it is in the file
