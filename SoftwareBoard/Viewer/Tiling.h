@@ -15,7 +15,8 @@ struct STilingTask
 {
     int    iTiles;
     int    iWidth, iHeight;  // of the room
-    int    iGapAcross, iGapDown = 0;
+    int    iGapAcross;
+    int    iGapDown = 0;
     double fPictureWidth, fPictureHeight;
     double fMaxScale     = std::numeric_limits<double>::infinity();  // of a picture
     int    iMinTileWidth = 1;

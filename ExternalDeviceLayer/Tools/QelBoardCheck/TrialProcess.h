@@ -71,7 +71,7 @@ private:
     [[noreturn]] void RunChild(const TryFunction& fTry, int iMessages, int iStop) const;
     bool              ReadMore();  // false when the child has ended
     void              Take(const Json& roMessage);
-    bool              EndsWithin(KUINT32 uiSeconds) const;
+    bool              EndsWithin(KUINT32 uiSeconds) const;  // the child, which is not reaped
     void              Reap();
     std::string       DescribeEnd() const;
 
